@@ -1,0 +1,40 @@
+// How an ioctl request travels to a simulated device. salOpen connects to the
+// device's SOCK_SEQPACKET socket; each request is one packet, each answer too.
+// Direction and record size come from the request number itself, encoded as
+// Linux encodes ioctl numbers (direction in bits 30-31, size in bits 16-29).
+#pragma once
+
+#include <cstdint>
+#include <type_traits>
+
+namespace device {
+
+constexpr uint32_t maxRecordSize = (1u << 14) - 1; // what the number can express
+
+constexpr uint32_t recordSize(uint32_t request)
+{
+    return (request >> 16) & maxRecordSize;
+}
+
+// Followed by recordSize(request) bytes of record. A request without a record
+// carries its integer argument in `argument`, others leave it 0.
+struct RequestHeader {
+    uint32_t request;
+    uint32_t reserved;
+    int64_t argument;
+};
+static_assert(sizeof(RequestHeader) == 16 && std::is_trivially_copyable_v<RequestHeader>);
+
+// Followed by the record as the driver left it, as long as in the request.
+struct AnswerHeader {
+    int32_t result; // what the driver returned: negative errno, or 0 and more
+    uint32_t reserved;
+};
+static_assert(sizeof(AnswerHeader) == 8 && std::is_trivially_copyable_v<AnswerHeader>);
+
+// A request number that no driver has: asks a simulated device for its state.
+// The answer's `result` is 0 and the text follows: JSON for argument 1, a table
+// for people for argument 0. Anyone who may open the device may ask.
+constexpr uint32_t stateRequest = 0;
+
+} // namespace device

@@ -1,0 +1,41 @@
+// The device's inter-process messaging, as its shared library offers it. The
+// symbols are undefined in libswmgr.so and bound at load time, so whatever
+// provides them on a device takes the stand-in's place without a rebuild.
+#pragma once
+
+#include <stdint.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef struct RelayCtx RelayCtx; // opaque registration handle
+
+// Little-endian. Only `sender` and `request` have a meaning for a receiver.
+typedef struct RelayMsgHdr {
+    uint32_t reserved0;
+    uint32_t sender; // module id of the sender
+    uint32_t reserved2;
+    uint32_t reserved3;
+    uint32_t request; // non-zero: a request; zero: a reply
+} RelayMsgHdr;
+
+// Called by relayListen for each message. `replyLen` holds the length of
+// `replyBuf` in bytes; either may be null. The result goes back to the sender.
+typedef int (*RelayHandler)(void *arg, RelayMsgHdr *msgHdr, int msgType, void *msgData, int msgLen,
+                            void *replyBuf, uint32_t *replyLen);
+
+int relayInit(void);
+RelayCtx *relayRegister(int moduleId, int mode, RelayHandler handler, void *arg);
+int relayListen(RelayCtx *ctx, int timeout); // the stand-in counts microseconds
+int relayUnRegister(RelayCtx *ctx);
+int relayDeInit(void);
+
+// Mode 2 sends and does not wait for an answer; the stand-in's mode 1 waits and
+// returns the handler's result. `bufLen` is the length of `buf` in bytes.
+int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int dataLen, void *buf,
+               uint32_t *bufLen, int mode, int arg1, int arg2);
+
+#ifdef __cplusplus
+}
+#endif

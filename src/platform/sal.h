@@ -1,0 +1,46 @@
+// The device's operating-system layer: intrusive lists, command lines, device
+// nodes and files. Bound at load time like the messaging library.
+#pragma once
+
+#include <stdint.h>
+#include <stdio.h>
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// First member of every list element.
+typedef struct SalListLink {
+    struct SalListLink *next, *prev;
+} SalListLink;
+
+// Embedded in the owner of the elements; keeps append order.
+typedef struct SalList {
+    SalListLink *first, *last;
+} SalList;
+
+void salListInit(SalList *list);
+SalListLink *salListFirst(SalList *list);    // null when empty
+SalListLink *salListNext(SalListLink *link); // null after the last
+void salListNodeAppend(SalList *list, SalListLink *link);
+void salListNodeRemove(SalList *list, SalListLink *link);
+
+int salOpen(const char *path, int flags, int mode); // descriptor, or negative
+int salClose(int fd);
+
+// What the driver returned, or a negative errno value. An integer argument
+// travels as the pointer's value.
+int salIoctl(int fd, unsigned int request, void *arg);
+
+// Runs the line to completion: 0 success, positive the exit status of a command
+// that reported failure, negative when it could not be run.
+int salCmdExec(const char *commandLine, int arg1, int arg2);
+
+FILE *salFileOpen(const char *path, const char *mode);
+int salFilePrintf(FILE *stream, const char *format, ...) __attribute__((format(printf, 2, 3)));
+int salFileClose(FILE *stream);
+int salUnlink(const char *path);
+
+#ifdef __cplusplus
+}
+#endif
