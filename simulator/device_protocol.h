@@ -33,8 +33,14 @@ struct AnswerHeader {
 static_assert(sizeof(AnswerHeader) == 8 && std::is_trivially_copyable_v<AnswerHeader>);
 
 // A request number that no driver has: asks a simulated device for its state.
-// The answer's `result` is 0 and the text follows: JSON for argument 1, a table
-// for people for argument 0. Anyone who may open the device may ask.
+// Argument stateTable or stateJson takes a snapshot and is answered with its
+// first part, stateNext with the next one. `result` is the number of text bytes
+// that follow, 0 when the text is at its end, negative errno for an argument
+// that means nothing. Anyone who may open the device may ask.
 constexpr uint32_t stateRequest = 0;
+constexpr int64_t stateTable = 0; // for people
+constexpr int64_t stateJson = 1;  // for programs
+constexpr int64_t stateNext = 2;
+constexpr uint32_t maxStatePart = 32 * 1024; // bytes of text in one answer
 
 } // namespace device
