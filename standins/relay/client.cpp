@@ -1,0 +1,333 @@
+// The sending side. Mode 1 makes a connection of its own, waits for the answer
+// and returns the handler's result. Mode 2 keeps one connection for each
+// destination and never waits: what cannot be sent at once is dropped and
+// counted, and the next message that gets through carries the count.
+#include "descriptor.h"
+#include "relay/endpoint.h"
+#include "relay/exported.h"
+#include "relay/frame.h"
+#include "relay/sender.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+#include <poll.h>
+#include <pthread.h>
+#include <sys/socket.h>
+
+namespace {
+
+constexpr int modeWait = 1;
+constexpr int modePost = 2;
+constexpr int defaultTimeout = 180; // seconds that mode 1 waits for an answer
+constexpr int maxTimeout = 24 * 3600;
+constexpr int postQueue = 512 * 1024; // bytes of posts that a slow receiver may lag behind
+constexpr int64_t minPause = 10;      // ms until the next attempt to connect
+constexpr int64_t maxPause = 1000;    // ms
+constexpr uint32_t maxDestinations = 8;
+
+// A module that posts are sent to.
+struct Destination {
+    int module;       // 0: entry not used
+    int fd;           // -1: not connected
+    uint32_t dropped; // posts lost since the last one that was sent
+    int64_t retryAt;  // ms on the coarse clock: no attempt to connect before
+    int64_t pause;    // ms between attempts to connect
+};
+
+// Written by relayIoctl in mode 2 and by relayDeInit, under the lock, which is
+// held for system calls that do not wait.
+constinit Destination destinations[maxDestinations] = {};
+constinit pthread_mutex_t destinationsLock = PTHREAD_MUTEX_INITIALIZER;
+
+class Locked {
+public:
+    Locked() { pthread_mutex_lock(&destinationsLock); }
+    ~Locked() { pthread_mutex_unlock(&destinationsLock); }
+    Locked(const Locked &) = delete;
+    Locked &operator=(const Locked &) = delete;
+};
+
+// What is to be sent.
+struct Outgoing {
+    relay::FrameHeader header;
+    void *data;   // header.dataLength bytes
+    void *buffer; // header.bufferLength bytes
+};
+
+int64_t milliseconds(clockid_t clock)
+{
+    struct timespec now = {};
+    clock_gettime(clock, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
+}
+
+int sendOutgoing(int fd, Outgoing &outgoing, int flags)
+{
+    unsigned char padding[relay::frameAlignment] = {};
+    struct iovec parts[] = {
+        {&outgoing.header, sizeof(outgoing.header)},
+        {outgoing.data, outgoing.header.dataLength},
+        {padding, relay::framePadding(outgoing.header.dataLength)},
+        {outgoing.buffer, outgoing.header.bufferLength},
+    };
+    struct msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = sizeof(parts) / sizeof(parts[0]);
+    return sendmsg(fd, &message, flags | MSG_NOSIGNAL) >= 0 ? 0 : -errno;
+}
+
+int connectTo(int module, int flags, standin::Descriptor &connection)
+{
+    struct sockaddr_un address = {};
+    const int status = relay::endpointAddress(module, address);
+    if (status != 0) {
+        return status;
+    }
+    if (!connection.valid()) {
+        connection.reset(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
+    }
+    if (!connection.valid() ||
+        connect(connection.get(), reinterpret_cast<const struct sockaddr *>(&address),
+                sizeof(address)) != 0) {
+        return -errno;
+    }
+    return 0;
+}
+
+// --- mode 2 -----------------------------------------------------------------
+
+Destination *findDestination(int module)
+{
+    for (Destination &destination : destinations) {
+        if (destination.module == module) {
+            return &destination;
+        }
+        if (destination.module == 0) {
+            destination = {module, -1, 0, 0, minPause};
+            return &destination;
+        }
+    }
+    return nullptr;
+}
+
+void disconnect(Destination &destination)
+{
+    close(destination.fd);
+    destination.fd = -1;
+}
+
+// The pause after each attempt, grown while nobody listens, keeps the cost of a
+// post to an absent receiver at a look at the clock.
+int reconnect(Destination &destination)
+{
+    const int64_t now = milliseconds(CLOCK_MONOTONIC_COARSE);
+    if (now < destination.retryAt) {
+        return -EAGAIN;
+    }
+    standin::Descriptor connection;
+    const int status = connectTo(destination.module, SOCK_NONBLOCK, connection);
+    destination.retryAt = now + destination.pause;
+    if (status != 0) {
+        destination.pause = destination.pause * 2 < maxPause ? destination.pause * 2 : maxPause;
+        return status;
+    }
+    destination.pause = minPause;
+    // A deeper queue than usual, where it is allowed; its failure costs nothing.
+    if (setsockopt(connection.get(), SOL_SOCKET, SO_SNDBUFFORCE, &postQueue, sizeof(postQueue)) !=
+        0) {
+        static_cast<void>(
+            setsockopt(connection.get(), SOL_SOCKET, SO_SNDBUF, &postQueue, sizeof(postQueue)));
+    }
+    destination.fd = connection.release();
+    return 0;
+}
+
+bool connectionLost(int status)
+{
+    return status == -EPIPE || status == -ECONNRESET || status == -ENOTCONN;
+}
+
+int trySend(Destination &destination, Outgoing &outgoing)
+{
+    if (destination.fd < 0) {
+        const int status = reconnect(destination);
+        if (status != 0) {
+            return status;
+        }
+    }
+    const int status = sendOutgoing(destination.fd, outgoing, MSG_DONTWAIT);
+    if (connectionLost(status)) {
+        disconnect(destination);
+    }
+    return status;
+}
+
+int post(int module, Outgoing &outgoing)
+{
+    const Locked locked;
+    Destination *destination = findDestination(module);
+    if (destination == nullptr) {
+        return -ENOSPC;
+    }
+    outgoing.header.dropped = destination->dropped;
+    int status = trySend(*destination, outgoing);
+    if (connectionLost(status)) {
+        status = trySend(*destination, outgoing); // the receiver may have been restarted
+    }
+    if (status == 0) {
+        destination->dropped = 0;
+    } else {
+        ++destination->dropped;
+    }
+    return status;
+}
+
+// --- mode 1 -----------------------------------------------------------------
+
+int64_t answerTimeout()
+{
+    const char *text = getenv("RELAY_TIMEOUT");
+    const long seconds = text != nullptr ? strtol(text, nullptr, 10) : 0;
+    return (seconds > 0 && seconds <= maxTimeout ? seconds : defaultTimeout) * int64_t{1000};
+}
+
+int limitWait(int fd, int64_t timeout)
+{
+    struct timeval limit = {};
+    limit.tv_sec = static_cast<time_t>(timeout / 1000);
+    // Holds for the connection's making as well.
+    return setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) == 0 ? 0 : -errno;
+}
+
+int waitReadable(int fd, int64_t deadline)
+{
+    for (;;) {
+        const int64_t left = deadline - milliseconds(CLOCK_MONOTONIC);
+        struct pollfd ready = {fd, POLLIN, 0};
+        const int count = left > 0 ? poll(&ready, 1, static_cast<int>(left)) : 0;
+        if (count > 0) {
+            return 0;
+        }
+        if (count == 0) {
+            return -ETIMEDOUT;
+        }
+        if (errno != EINTR) {
+            return -errno;
+        }
+    }
+}
+
+// A service that refuses a connection answers and closes at once; then a first
+// attempt reports the close and a second one finds the answer.
+ssize_t receiveOnce(int fd, struct msghdr &message)
+{
+    const ssize_t length = recvmsg(fd, &message, MSG_DONTWAIT);
+    return length < 0 && errno == ECONNRESET ? recvmsg(fd, &message, MSG_DONTWAIT) : length;
+}
+
+int receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, uint32_t &bufferLen)
+{
+    int status = waitReadable(fd, deadline);
+    if (status != 0) {
+        return status;
+    }
+    relay::FrameHeader header = {};
+    struct iovec parts[] = {{&header, sizeof(header)}, {buffer, bufferLen}};
+    struct msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = bufferLen != 0 ? 2 : 1;
+    const ssize_t length = receiveOnce(fd, message);
+    if (length <= 0) {
+        return length < 0 ? -errno : -ECONNRESET;
+    }
+    const bool complete = static_cast<size_t>(length) == sizeof(header) + header.bufferLength &&
+                          (message.msg_flags & MSG_TRUNC) == 0;
+    if (!complete || header.magic != relay::frameMagic || header.kind != relay::FRAME_ANSWER ||
+        (header.sequence != sequence && header.sequence != 0)) {
+        return -EBADMSG;
+    }
+    bufferLen = header.bufferLength;
+    return header.type;
+}
+
+int requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
+{
+    const int64_t timeout = answerTimeout();
+    const int64_t deadline = milliseconds(CLOCK_MONOTONIC) + timeout;
+    standin::Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    if (!connection.valid()) {
+        return -errno;
+    }
+    int status = limitWait(connection.get(), timeout);
+    if (status == 0) {
+        status = connectTo(module, 0, connection);
+    }
+    if (status == -EAGAIN) {
+        return -ETIMEDOUT;
+    }
+    if (status != 0) {
+        return status;
+    }
+    // A failure here may be a refusal whose reason waits to be read.
+    outgoing.header.sequence = 1;
+    status = sendOutgoing(connection.get(), outgoing, 0);
+    if (status != 0 && !connectionLost(status)) {
+        return status == -EAGAIN ? -ETIMEDOUT : status;
+    }
+    return receiveAnswer(connection.get(), deadline, outgoing.header.sequence, outgoing.buffer,
+                         bufferLen);
+}
+
+} // namespace
+
+int relayInit(void)
+{
+    return 0; // connections are made when they are first needed
+}
+
+int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int dataLen, void *buf,
+               uint32_t *bufLen, int mode, int /*arg1*/, int /*arg2*/)
+{
+    uint32_t capacity = buf != nullptr && bufLen != nullptr ? *bufLen : 0;
+    if (destModule <= 0 || dataLen < 0 || (data == nullptr && dataLen != 0) ||
+        (mode != modeWait && mode != modePost)) {
+        return -EINVAL;
+    }
+    if (relay::frameSize(static_cast<size_t>(dataLen), capacity) == 0) {
+        return -EMSGSIZE;
+    }
+    Outgoing outgoing = {};
+    outgoing.header.magic = relay::frameMagic;
+    outgoing.header.kind = mode == modeWait ? relay::FRAME_REQUEST : relay::FRAME_POST;
+    outgoing.header.sender = relay::senderId(ctx);
+    outgoing.header.type = requestType;
+    outgoing.header.dataLength = static_cast<uint32_t>(dataLen);
+    outgoing.header.bufferLength = capacity;
+    outgoing.data = data;
+    outgoing.buffer = buf;
+    if (mode == modePost) {
+        return post(destModule, outgoing);
+    }
+    if (outgoing.header.sender == static_cast<uint32_t>(destModule)) {
+        return -EDEADLK; // nobody would serve it while it waits
+    }
+    const int result = requestAnswer(destModule, outgoing, capacity);
+    if (buf != nullptr && bufLen != nullptr) {
+        *bufLen = capacity;
+    }
+    return result;
+}
+
+int relayDeInit(void)
+{
+    const Locked locked;
+    for (Destination &destination : destinations) {
+        if (destination.module != 0 && destination.fd >= 0) {
+            disconnect(destination);
+        }
+        destination = {};
+    }
+    return 0;
+}

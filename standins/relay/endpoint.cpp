@@ -1,0 +1,163 @@
+// Directory, lock and socket of a module. The lock decides who owns the module,
+// so that a socket file found without one is known to be a dead service's.
+#include "relay/endpoint.h"
+
+#include <cerrno>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+
+namespace relay {
+
+namespace {
+
+constexpr mode_t directoryMode = 0750;
+constexpr mode_t socketMode = 0660;
+constexpr mode_t lockMode = 0600;
+constexpr int backlog = 64;
+constexpr int maxLockAttempts = 16;
+
+const char *directory()
+{
+    const char *name = getenv("RELAY_DIR");
+    return name != nullptr && name[0] != '\0' ? name : "/run/relay";
+}
+
+int complain(int moduleId, const char *what, int error)
+{
+    fprintf(stderr, "librelay: module %d: %s %s: %s\n", moduleId, what, directory(),
+            strerror(error));
+    return -error;
+}
+
+// Whoever may write to the directory may put a socket of his own into it.
+int prepareDirectory(int moduleId)
+{
+    if (mkdir(directory(), directoryMode) == 0) {
+        // The file creation mask must not take away the group's access.
+        return chmod(directory(), directoryMode) == 0 ? 0 : complain(moduleId, "chmod", errno);
+    }
+    if (errno != EEXIST) {
+        return complain(moduleId, "cannot create directory", errno);
+    }
+    struct stat status = {};
+    if (stat(directory(), &status) != 0) {
+        return complain(moduleId, "cannot use directory", errno);
+    }
+    if (!S_ISDIR(status.st_mode)) {
+        return complain(moduleId, "cannot use", ENOTDIR);
+    }
+    if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ||
+        (status.st_uid != 0 && status.st_uid != geteuid())) {
+        return complain(moduleId, "others may write to directory", EPERM);
+    }
+    return 0;
+}
+
+int lockPath(int moduleId, char *path, size_t size)
+{
+    const int length = snprintf(path, size, "%s/%d.lock", directory(), moduleId);
+    return length > 0 && static_cast<size_t>(length) < size ? 0 : -ENAMETOOLONG;
+}
+
+// A service that ends removes its lock file, so the file that was locked may no
+// longer be the one that others find; then the next attempt takes the new one.
+int takeLock(int moduleId, standin::Descriptor &lock)
+{
+    char path[sizeof(sockaddr_un::sun_path)];
+    if (lockPath(moduleId, path, sizeof(path)) != 0) {
+        return -ENAMETOOLONG;
+    }
+    for (int attempt = 0; attempt < maxLockAttempts; ++attempt) {
+        lock.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, lockMode));
+        if (!lock.valid()) {
+            return -errno;
+        }
+        if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+            return errno == EWOULDBLOCK ? -EADDRINUSE : -errno;
+        }
+        struct stat held = {};
+        struct stat found = {};
+        if (fstat(lock.get(), &held) == 0 && lstat(path, &found) == 0 &&
+            held.st_ino == found.st_ino && held.st_dev == found.st_dev) {
+            return 0;
+        }
+    }
+    return -EADDRINUSE;
+}
+
+int bindSocket(int moduleId, standin::Descriptor &listener)
+{
+    struct sockaddr_un address = {};
+    if (endpointAddress(moduleId, address) != 0) {
+        return -ENAMETOOLONG;
+    }
+    listener.reset(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
+    if (!listener.valid()) {
+        return -errno;
+    }
+    if (unlink(address.sun_path) != 0 && errno != ENOENT) {
+        return -errno;
+    }
+    // The file gets the descriptor's mode less the creation mask: never more
+    // than it shall have in the end, and the rest before anyone can connect.
+    if (fchmod(listener.get(), socketMode) != 0 ||
+        bind(listener.get(), reinterpret_cast<const struct sockaddr *>(&address),
+             sizeof(address)) != 0 ||
+        chmod(address.sun_path, socketMode) != 0 || listen(listener.get(), backlog) != 0) {
+        return -errno;
+    }
+    return 0;
+}
+
+} // namespace
+
+int endpointAddress(int moduleId, struct sockaddr_un &address)
+{
+    address = {};
+    address.sun_family = AF_UNIX;
+    const int length =
+        snprintf(address.sun_path, sizeof(address.sun_path), "%s/%d.sock", directory(), moduleId);
+    return length > 0 && static_cast<size_t>(length) < sizeof(address.sun_path) ? 0 : -ENAMETOOLONG;
+}
+
+int endpointOpen(int moduleId, Endpoint &endpoint)
+{
+    int status = prepareDirectory(moduleId);
+    if (status != 0) {
+        return status;
+    }
+    status = takeLock(moduleId, endpoint.lock);
+    if (status != 0) {
+        endpoint.lock.reset();
+        return complain(
+            moduleId, status == -EADDRINUSE ? "another process serves it in" : "cannot lock it in",
+            -status);
+    }
+    status = bindSocket(moduleId, endpoint.listener);
+    if (status != 0) {
+        endpointClose(moduleId, endpoint);
+        return complain(moduleId, "cannot bind its socket in", -status);
+    }
+    return 0;
+}
+
+void endpointClose(int moduleId, Endpoint &endpoint)
+{
+    struct sockaddr_un address = {};
+    if (endpoint.listener.valid() && endpointAddress(moduleId, address) == 0) {
+        unlink(address.sun_path);
+    }
+    endpoint.listener.reset();
+    char path[sizeof(address.sun_path)];
+    if (endpoint.lock.valid() && lockPath(moduleId, path, sizeof(path)) == 0) {
+        unlink(path);
+    }
+    endpoint.lock.reset();
+}
+
+} // namespace relay

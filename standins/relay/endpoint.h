@@ -1,0 +1,29 @@
+// Where a module's socket lies, and how a service takes possession of it: one
+// socket and one lock file per module in the directory RELAY_DIR.
+#pragma once
+
+#include "descriptor.h"
+
+#include <sys/un.h>
+
+namespace relay {
+
+// Fills the address of a module's socket. Returns 0 or -ENAMETOOLONG.
+[[nodiscard]] int endpointAddress(int moduleId, struct sockaddr_un &address);
+
+// A module's socket in the hands of its service.
+struct Endpoint {
+    standin::Descriptor lock;     // locked for as long as the module is registered
+    standin::Descriptor listener; // bound and listening, non-blocking
+};
+
+// Creates the directory if need be and binds the module's socket; a socket that
+// a dead service left behind is replaced. Returns 0 or a negative errno,
+// -EADDRINUSE when a living service holds the module. Says on standard error
+// what is wrong, since the caller of relayRegister only learns that it failed.
+[[nodiscard]] int endpointOpen(int moduleId, Endpoint &endpoint);
+
+// Removes the socket and gives up the module.
+void endpointClose(int moduleId, Endpoint &endpoint);
+
+} // namespace relay

@@ -1,0 +1,11 @@
+// What the sending side needs to know of a registration.
+#pragma once
+
+#include "relay/exported.h"
+
+namespace relay {
+
+// Module id that goes into outgoing messages, 0 without a registration.
+uint32_t senderId(const RelayCtx *ctx);
+
+} // namespace relay

@@ -1,0 +1,264 @@
+// The serving side: registration of a module and the loop that hands messages
+// to its handler. One thread, no waiting on any peer: every socket is
+// non-blocking, and a peer that does not take its answer is disconnected.
+#include "relay/endpoint.h"
+#include "relay/exported.h"
+#include "relay/frame.h"
+#include "relay/peer.h"
+#include "relay/sender.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <ctime>
+#include <poll.h>
+#include <sys/socket.h>
+
+namespace {
+
+constexpr uint32_t maxConnections = 64;
+constexpr int acceptsPerRound = 16;
+constexpr int roundsPerListen = 64; // a flood may not keep the host from its stop flag
+
+struct Connection {
+    int fd;          // -1: closed in this round
+    uint64_t served; // the round in which the peer last sent something, or came
+};
+
+} // namespace
+
+struct RelayCtx {
+    int moduleId;
+    RelayHandler handler;
+    void *arg;                // for the handler
+    int lock;                 // held for as long as the module is registered
+    int listener;             // accepts connections
+    bool listening;           // inside relayListen
+    uint64_t round;           // counts rounds of serving
+    uint32_t connectionCount; // entries in use, without gaps between rounds
+    Connection connections[maxConnections];
+    alignas(relay::frameAlignment) unsigned char packet[relay::maxFrameSize];
+};
+
+namespace {
+
+// Never waits. False: the peer has gone or does not read.
+bool sendAnswer(int fd, const relay::FrameHeader &request, int result, void *buffer,
+                uint32_t bufferLength)
+{
+    relay::FrameHeader header = {};
+    header.magic = relay::frameMagic;
+    header.kind = relay::FRAME_ANSWER;
+    header.sequence = request.sequence;
+    header.type = result;
+    header.bufferLength = bufferLength;
+    struct iovec parts[] = {{&header, sizeof(header)}, {buffer, bufferLength}};
+    struct msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = bufferLength != 0 ? 2 : 1;
+    return sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
+}
+
+bool deliver(RelayCtx &ctx, int fd, relay::Frame &frame)
+{
+    RelayMsgHdr header = {};
+    header.sender = frame.header.sender;
+    header.reserved3 = frame.header.dropped;
+    header.request = frame.header.kind != relay::FRAME_ANSWER;
+    const uint32_t capacity = frame.header.bufferLength;
+    uint32_t replyLen = capacity;
+    const int result =
+        ctx.handler(ctx.arg, &header, frame.header.type, frame.data,
+                    static_cast<int>(frame.header.dataLength), frame.buffer, &replyLen);
+    if (frame.header.kind != relay::FRAME_REQUEST) {
+        return true;
+    }
+    return sendAnswer(fd, frame.header, result, frame.buffer,
+                      replyLen < capacity ? replyLen : capacity);
+}
+
+// Takes one message from a connection. False: the connection is to be closed.
+bool serveConnection(RelayCtx &ctx, int fd, int &served)
+{
+    // MSG_TRUNC makes the kernel tell the length of the whole packet.
+    const ssize_t length = recv(fd, ctx.packet, sizeof(ctx.packet), MSG_DONTWAIT | MSG_TRUNC);
+    if (length <= 0) {
+        return length < 0 && (errno == EAGAIN || errno == EINTR);
+    }
+    relay::Frame frame;
+    const int status = relay::frameDecode(ctx.packet, static_cast<size_t>(length), frame);
+    if (status != 0) {
+        // Whoever waits learns why; whoever cannot even frame a message is cut off.
+        static_cast<void>(sendAnswer(fd, frame.header, status, nullptr, 0));
+        return false;
+    }
+    ++served;
+    return deliver(ctx, fd, frame);
+}
+
+void closeConnection(Connection &connection)
+{
+    close(connection.fd);
+    connection.fd = -1;
+}
+
+void dropClosed(RelayCtx &ctx)
+{
+    uint32_t kept = 0;
+    for (uint32_t i = 0; i < ctx.connectionCount; ++i) {
+        if (ctx.connections[i].fd >= 0) {
+            ctx.connections[kept++] = ctx.connections[i];
+        }
+    }
+    ctx.connectionCount = kept;
+}
+
+// Room for a newcomer: a free entry, or that of the peer silent for longest. A
+// sender of posts that loses its connection this way connects again unnoticed.
+Connection *freeEntry(RelayCtx &ctx)
+{
+    if (ctx.connectionCount < maxConnections) {
+        return &ctx.connections[ctx.connectionCount++];
+    }
+    Connection *oldest = &ctx.connections[0];
+    for (Connection &connection : ctx.connections) {
+        if (connection.served < oldest->served) {
+            oldest = &connection;
+        }
+    }
+    if (oldest->served == ctx.round) {
+        return nullptr;
+    }
+    closeConnection(*oldest);
+    return oldest;
+}
+
+void refuse(int fd)
+{
+    // Connection-level answer: sequence 0 belongs to no request.
+    static_cast<void>(sendAnswer(fd, relay::FrameHeader{}, -EACCES, nullptr, 0));
+}
+
+void acceptPending(RelayCtx &ctx)
+{
+    for (int i = 0; i < acceptsPerRound; ++i) {
+        Connection *entry = freeEntry(ctx);
+        if (entry == nullptr) {
+            return;
+        }
+        entry->fd = accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
+        entry->served = ctx.round;
+        if (entry->fd < 0) {
+            dropClosed(ctx);
+            return;
+        }
+        if (!relay::peerAdmitted(entry->fd)) {
+            refuse(entry->fd);
+            closeConnection(*entry);
+            dropClosed(ctx);
+        }
+    }
+}
+
+// Waits for something to do and takes at most one message from each connection,
+// so that a peer that floods gets its turn like everybody else. Returns the
+// number of sockets that had something, 0 when the time is over, or -errno.
+int serveRound(RelayCtx &ctx, const struct timespec *wait, int &served)
+{
+    struct pollfd ready[maxConnections + 1];
+    for (uint32_t i = 0; i < ctx.connectionCount; ++i) {
+        ready[i] = {ctx.connections[i].fd, POLLIN, 0};
+    }
+    const uint32_t polled = ctx.connectionCount;
+    ready[polled] = {ctx.listener, POLLIN, 0};
+    const int count = ppoll(ready, polled + 1, wait, nullptr);
+    if (count <= 0) {
+        return count < 0 ? -errno : 0;
+    }
+    ++ctx.round;
+    for (uint32_t i = 0; i < polled; ++i) {
+        if (ready[i].revents == 0) {
+            continue;
+        }
+        ctx.connections[i].served = ctx.round;
+        if (!serveConnection(ctx, ctx.connections[i].fd, served)) {
+            closeConnection(ctx.connections[i]);
+        }
+    }
+    dropClosed(ctx);
+    if (ready[polled].revents != 0) {
+        acceptPending(ctx);
+    }
+    return count;
+}
+
+struct timespec fromMicroseconds(int microseconds)
+{
+    constexpr int perSecond = 1000000;
+    struct timespec time = {};
+    time.tv_sec = microseconds / perSecond;
+    time.tv_nsec = microseconds % perSecond * 1000L;
+    return time;
+}
+
+} // namespace
+
+RelayCtx *relayRegister(int moduleId, int /*mode*/, RelayHandler handler, void *arg)
+{
+    if (moduleId <= 0 || handler == nullptr) {
+        return nullptr;
+    }
+    relay::Endpoint endpoint;
+    if (relay::endpointOpen(moduleId, endpoint) != 0) {
+        return nullptr;
+    }
+    RelayCtx *ctx = static_cast<RelayCtx *>(calloc(1, sizeof(RelayCtx)));
+    if (ctx == nullptr) {
+        relay::endpointClose(moduleId, endpoint);
+        return nullptr;
+    }
+    ctx->moduleId = moduleId;
+    ctx->handler = handler;
+    ctx->arg = arg;
+    ctx->lock = endpoint.lock.release();
+    ctx->listener = endpoint.listener.release();
+    return ctx;
+}
+
+int relayListen(RelayCtx *ctx, int timeout)
+{
+    if (ctx == nullptr) {
+        return -EINVAL;
+    }
+    if (ctx->listening) {
+        return -EBUSY; // called from the handler
+    }
+    ctx->listening = true;
+    const struct timespec period = fromMicroseconds(timeout);
+    int served = 0;
+    int status = serveRound(*ctx, timeout < 0 ? nullptr : &period, served);
+    const struct timespec atOnce = {};
+    for (int round = 1; status > 0 && round < roundsPerListen; ++round) {
+        status = serveRound(*ctx, &atOnce, served);
+    }
+    ctx->listening = false;
+    return status < 0 && served == 0 ? status : served;
+}
+
+int relayUnRegister(RelayCtx *ctx)
+{
+    if (ctx == nullptr) {
+        return -EINVAL;
+    }
+    for (uint32_t i = 0; i < ctx->connectionCount; ++i) {
+        closeConnection(ctx->connections[i]);
+    }
+    relay::Endpoint endpoint{standin::Descriptor(ctx->lock), standin::Descriptor(ctx->listener)};
+    relay::endpointClose(ctx->moduleId, endpoint);
+    free(ctx);
+    return 0;
+}
+
+uint32_t relay::senderId(const RelayCtx *ctx)
+{
+    return ctx != nullptr ? static_cast<uint32_t>(ctx->moduleId) : 0;
+}
