@@ -115,7 +115,7 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrVlanRequest, vlan) == 64);
 
 // A command for one switch.
 typedef struct SwMgrSwitchCmdRequest {
-    char switchName[SWMGR_SWITCH_NAME_SIZE];  // null-terminated
+    char switchName[SWMGR_SWITCH_NAME_SIZE]; // null-terminated
     uint8_t payload[SWMGR_CMD_PAYLOAD_SIZE]; // the command's record at its start
 } SwMgrSwitchCmdRequest;
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrSwitchCmdRequest) == 1364);

@@ -10,8 +10,8 @@
 constexpr int bcmPortCount = 5; // chip ports 0 to 4
 
 enum BcmRequest : uint32_t {
-    BCM_IOC_VLAN_ENABLE = 0x5301,             // no record
-    BCM_IOC_VLAN_DISABLE = 0x5302,            // no record
+    BCM_IOC_VLAN_ENABLE = 0x5301,              // no record
+    BCM_IOC_VLAN_DISABLE = 0x5302,             // no record
     BCM_IOC_PORT_VLAN_MEMBER_GET = 0x40045303, // result non-zero: is a member
     BCM_IOC_PORT_VLAN_MEMBER_ADD = 0x40045304,
     BCM_IOC_PORT_VLAN_MEMBER_DEL = 0x40045305,

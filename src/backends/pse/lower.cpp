@@ -1,0 +1,89 @@
+// Forwards commands down the hierarchy and translates port numbers.
+#include "backends/pse/lower.h"
+
+#include "platform/list_of.h"
+#include "service/labels.h"
+#include "service/log.h"
+#include "switch/command.h"
+#include "switch/port.h"
+#include "switch/records.h"
+
+#include <cstring>
+
+namespace {
+
+// The command on its way to one lower switch, whose reply arguments it keeps.
+struct Transfer {
+    Switch &sw;
+    Switch &lower;
+    int cmd;
+    void *replyBuf;
+    uint32_t *replyLen;
+    const char *func; // operation that logs
+
+    [[nodiscard]] int send(const void *payload, uint32_t payloadLen) const
+    {
+        const int status = switchCommandSend(lower, cmd, payload, payloadLen, replyBuf, replyLen);
+        if (status < 0)
+            LOG_AT(SWMGR_LOG_ERROR, switchStrGet(&sw), func, __LINE__,
+                   "Failed to process cmd (%d) in lower switch %s\n", cmd, lower.switchName);
+        return status;
+    }
+
+    // Every mapped port gets the limit, whichever switch it belongs to.
+    [[nodiscard]] int rateLimitSend(const SwCmdRateLimit &limit) const
+    {
+        const auto number = static_cast<int>(limit.portNumber);
+        SwitchPort *port = switchPortByNumberGet(&sw, number);
+        if (port == nullptr) {
+            LOG_AT(SWMGR_LOG_ERROR, switchStrGet(&sw), func, __LINE__,
+                   "Failed to find port (%d).\n", number);
+            return statusFailed;
+        }
+        int status = statusFailed;
+        for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(port->mappedList)) {
+            SwCmdRateLimit translated{};
+            translated.portNumber = static_cast<uint32_t>(node.mapped->portNumber);
+            translated.limitCmd = limit.limitCmd;
+            translated.rateLimit = limit.rateLimit;
+            status = send(&translated, sizeof(translated));
+            if (status < 0)
+                return status;
+        }
+        return status;
+    }
+};
+
+} // namespace
+
+extern "C" int pseLowerSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
+                                    void *replyBuf, uint32_t *replyLen)
+{
+    LOG_INFO(switchStrGet(sw), "Sending command=(%d) to lower switches\n", cmd);
+    int status = statusFailed;
+    for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(sw->lowerLvlSwitchList)) {
+        if (sw->confTransferFunc == nullptr)
+            continue;
+        status = sw->confTransferFunc(sw, node.lower, cmd, payload, payloadLen, replyBuf, replyLen);
+        if (status < 0)
+            return status;
+    }
+    LOG_INFO(switchStrGet(sw), "Lower switches processed command=(%d). Result=%s\n", cmd,
+             status == 0 ? "Success" : "Failed");
+    return 0;
+}
+
+extern "C" int pseConfTransfer(Switch *sw, Switch *lower, int cmd, const void *payload,
+                               uint32_t payloadLen, void *replyBuf, uint32_t *replyLen)
+{
+    if (sw == nullptr || lower == nullptr)
+        return statusInvalid;
+    const Transfer transfer{*sw, *lower, cmd, replyBuf, replyLen, __func__};
+    if (cmd != SW_CMD_RATE_LIMIT)
+        return transfer.send(payload, payloadLen);
+    if (payload == nullptr)
+        return statusFailed;
+    SwCmdRateLimit limit;
+    memcpy(&limit, payload, sizeof(limit)); // a request's payload may lie unaligned
+    return transfer.rateLimitSend(limit);
+}

@@ -1,0 +1,11 @@
+// The hardware address of a Linux interface.
+#pragma once
+
+#include "swmgr/swmgr.h"
+
+constexpr unsigned macTextSize = 32; // room that switchMacAddressByIfNameGet needs
+
+// Writes the address of `ifName` as "00:11:22:33:44:55" to at least 32 bytes at
+// `macText`. 0, or -1 when it cannot be read.
+extern "C" [[nodiscard]] SWMGR_API int switchMacAddressByIfNameGet(const char *ifName,
+                                                                   char *macText);

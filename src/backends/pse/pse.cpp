@@ -1,0 +1,95 @@
+// Binds the engine to its switch and dispatches its commands.
+#include "backends/pse/pse.h"
+
+#include "backends/pse/lower.h"
+#include "backends/pse/membership.h"
+#include "backends/pse/settings.h"
+#include "service/labels.h"
+#include "service/log.h"
+#include "switch/records.h"
+
+#include <cstring>
+
+namespace {
+
+constexpr uint32_t anyLength = 0;
+
+int membershipSetRun(Switch *sw, const void *payload)
+{
+    return pseVlanMembershipSet(sw, static_cast<const SwitchVlan *>(payload));
+}
+
+struct Command {
+    int code;
+    uint32_t length;     // the exact length a sender declares, or anyLength
+    const char *message; // takes one %d, the code
+    int (*run)(Switch *sw, const void *payload);
+};
+
+constexpr Command commands[] = {
+    {SW_CMD_VLAN_MEMBERSHIP_SET, switchVlanRecordLength,
+     "Processing vlan membership configure request (%d)\n", membershipSetRun},
+    {SW_CMD_QOS_ENABLE, anyLength, "Processing QoS Configuration request (%d)\n", pseQoSConfigure},
+    {SW_CMD_QUEUE_SCHED, anyLength, "Processing queue scheduling request (%d)\n",
+     pseQueueSchedConfigure},
+    {SW_CMD_PAUSE_FRAME, anyLength, "Processing  pause frames configure request (%d)\n",
+     psePauseFrameConfigure},
+    {SW_CMD_RATE_LIMIT, anyLength, "Processing  switch port rate limiting request (%d)\n",
+     pseRateLimitConfigure},
+    {SW_CMD_TRUST_MODE, sizeof(SwCmdTrustMode),
+     "Processing  switch port trust mode configuration request (%d)\n", pseTrustModeConfigure},
+};
+
+const Command *commandOf(int code)
+{
+    for (const Command &command : commands) {
+        if (command.code == code)
+            return &command;
+    }
+    return nullptr;
+}
+
+bool isEngine(const Switch *sw)
+{
+    return sw != nullptr && strcmp(sw->switchName, "PSE") == 0;
+}
+
+} // namespace
+
+extern "C" int pseSwitchRegister(Switch *sw)
+{
+    if (!isEngine(sw))
+        return statusInvalid;
+    sw->configFunc = pseSwitchConfig;
+    sw->confTransferFunc = pseConfTransfer;
+    return 0;
+}
+
+extern "C" int pseSwitchUnRegister(Switch *sw)
+{
+    if (!isEngine(sw))
+        return statusInvalid;
+    sw->configFunc = nullptr;
+    sw->confTransferFunc = nullptr;
+    return 0;
+}
+
+extern "C" int pseSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
+                               void *replyBuf, uint32_t *replyLen)
+{
+    const Command *command = commandOf(cmd);
+    int status = 0;
+    if (command != nullptr) {
+        LOG_INFO(switchStrGet(sw), command->message, cmd);
+        if (command->length != anyLength && command->length != payloadLen)
+            return statusInvalid;
+        status = command->run(sw, payload);
+    }
+    // The sender learns what the switches below answered; a failure of the
+    // engine's own tool has been logged.
+    if (sw->lowerLvlCfgEnable != 0)
+        return pseLowerSwitchConfig(sw, cmd, payload, payloadLen, replyBuf, replyLen);
+    if (command == nullptr)
+        LOG_INFO(switchStrGet(sw), "handler not defined for command (%d)\n", cmd);
+    return status;
+}

@@ -1,0 +1,20 @@
+// QoS on or off: the engine's rate limiter as a whole.
+#include "backends/pse/payload.h"
+#include "backends/pse/settings.h"
+#include "service/labels.h"
+#include "service/log.h"
+#include "service/tool.h"
+#include "switch/records.h"
+
+extern "C" int pseQoSConfigure(Switch *sw, const void *payload)
+{
+    if (sw == nullptr || payload == nullptr)
+        return statusFailed;
+    const auto enable = recordOf<int32_t>(payload);
+    LOG_INFO(switchStrGet(sw), "Configuring QoS [Status:%d] \n", enable);
+    if (enable != 0 && enable != 1)
+        return statusFailed;
+    const int status = TOOL_RUN("sppe_ioctl rl %s", enable == 1 ? "enable" : "disable");
+    LOG_INFO(switchStrGet(sw), "QoS configuration (%s) \n", status == 0 ? "Success" : "Failed");
+    return status;
+}

@@ -1,0 +1,78 @@
+// Queue count of the engine, scheduling mode and queue weights of its ports.
+#include "backends/pse/payload.h"
+#include "backends/pse/settings.h"
+#include "platform/list_of.h"
+#include "service/labels.h"
+#include "service/log.h"
+#include "service/tool.h"
+#include "switch/records.h"
+
+#include <cmath>
+
+namespace {
+
+constexpr int32_t everyPort = -1;
+constexpr double ln2 = 0.6931471805599453;
+
+// A value of a command and the engine's code for it.
+struct Code {
+    int32_t value;
+    int code;
+};
+
+constexpr Code queueCounts[] = {{1, 0}, {2, 1}, {4, 2}};
+constexpr Code schedModes[] = {{0, 1}, {1, 0}, {3, 2}};
+
+template <size_t N>
+const Code *codeOf(const Code (&codes)[N], int32_t value)
+{
+    for (const Code &code : codes) {
+        if (code.value == value)
+            return &code;
+    }
+    return nullptr;
+}
+
+// The exponent of the highest power of two that is not above the weight. A
+// weight below 1 counts as 1.
+int weightCode(int32_t weight)
+{
+    return weight > 1 ? static_cast<int>(std::log(static_cast<double>(weight)) / ln2) : 0;
+}
+
+} // namespace
+
+extern "C" int pseQueueSchedConfigure(Switch *sw, const void *payload)
+{
+    if (sw == nullptr || payload == nullptr)
+        return statusFailed;
+    const auto sched = recordOf<SwCmdQueueSched>(payload);
+    const Code *count = codeOf(queueCounts, sched.numQueues);
+    if (count == nullptr) {
+        LOG_ERROR(switchStrGet(sw), "Invalid number of queues  (%d)\n", sched.numQueues);
+        return statusFailed;
+    }
+    const Code *mode = codeOf(schedModes, sched.schedMode);
+    if (mode == nullptr) {
+        LOG_ERROR(switchStrGet(sw), "Invalid schedule mode  (%d)\n", sched.schedMode);
+        return statusFailed;
+    }
+    int status = TOOL_RUN("tc_func set %d", count->code);
+    if (status != 0) {
+        LOG_ERROR(switchStrGet(sw), "Failed to set number of queues in switch\n");
+        return status;
+    }
+    for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
+        if (sched.portNumber != everyPort && sched.portNumber != port.portNumber)
+            continue;
+        status = TOOL_RUN("queue_weight_func set %d %d %d %d %d %d", port.portNumber, mode->code,
+                          weightCode(sched.queue1Weight), weightCode(sched.queue2Weight),
+                          weightCode(sched.queue3Weight), weightCode(sched.queue4Weight));
+        if (status != 0) {
+            LOG_ERROR(swPortStrGet(&port), "Port Queues weight configuration failed \n");
+            return status;
+        }
+    }
+    LOG_INFO(switchStrGet(sw), "Switch ports Queue scheduling configuring %s. \n", "Success");
+    return 0;
+}

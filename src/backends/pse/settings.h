@@ -1,0 +1,25 @@
+// The engine's port and switch-wide settings. Each takes the switch and the
+// command's record, wherever it lies, and turns it into the engine's tools.
+#pragma once
+
+#include "switch/model.h"
+#include "swmgr/swmgr.h"
+
+extern "C" {
+// 47, int32: the tool's status; -1 for a value other than 0 and 1.
+[[nodiscard]] SWMGR_API int pseQoSConfigure(Switch *sw, const void *payload);
+
+// 48, SwCmdQueueSched: 0; -1 for an invalid count or mode; else the first
+// nonzero status of a tool.
+[[nodiscard]] SWMGR_API int pseQueueSchedConfigure(Switch *sw, const void *payload);
+
+// 49, int32: -1 when an argument is none, else the status of the last register.
+[[nodiscard]] SWMGR_API int psePauseFrameConfigure(Switch *sw, const void *payload);
+
+// 50, SwCmdRateLimit: 0; -1 for a missing argument, an unknown port, an invalid
+// command or a rate out of range; else the tool's status.
+[[nodiscard]] SWMGR_API int pseRateLimitConfigure(Switch *sw, const void *payload);
+
+// 51, SwCmdTrustMode: the tool's status; -1 for an invalid mode.
+[[nodiscard]] SWMGR_API int pseTrustModeConfigure(Switch *sw, const void *payload);
+}

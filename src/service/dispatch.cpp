@@ -1,0 +1,119 @@
+// Routes each message by its type. What arrives here may be short, unterminated
+// or hostile: lengths are checked here, and records are copied out of the
+// sender's buffer before anything reads them.
+#include "service/dispatch.h"
+
+#include "platform/text.h"
+#include "service/interface_event.h"
+#include "service/log.h"
+#include "store/event.h"
+#include "switch/records.h"
+#include "switch/registry.h"
+#include "vlan/interface_name.h"
+#include "vlan/vlan_config.h"
+
+namespace {
+
+// A request as relayListen hands it over.
+struct Request {
+    int type;
+    void *data;
+    int length;         // of data
+    void *replyBuf;     // or none
+    uint32_t *replyLen; // or none
+
+    [[nodiscard]] bool isExactly(size_t size) const
+    {
+        return data != nullptr && length >= 0 && static_cast<size_t>(length) == size;
+    }
+    [[nodiscard]] bool isAtLeast(size_t size) const
+    {
+        return data != nullptr && length >= 0 && static_cast<size_t>(length) >= size;
+    }
+    [[nodiscard]] uint32_t replyLength() const
+    {
+        return replyBuf != nullptr && replyLen != nullptr ? *replyLen : 0;
+    }
+};
+
+// The sender learns of failures only; every success is answered with 0.
+int answer(int status)
+{
+    return status < 0 ? status : 0;
+}
+
+int vlanRequest(const Request &request, const char *func)
+{
+    Switch *top = switchAtTopLevelGet();
+    if (top == nullptr)
+        return statusInvalid;
+    if (!request.isAtLeast(sizeof(SwMgrVlanRequest))) {
+        LOG_AT(SWMGR_LOG_ERROR, noLabel, func, __LINE__, "short VLAN request (%d): %d bytes\n",
+               request.type, request.length);
+        return statusInvalid;
+    }
+    SwMgrVlanRequest copy;
+    memcpy(&copy, request.data, sizeof(copy));
+    textTerminate(copy.vlan.vlanName);
+    textTerminate(copy.vlan.interfaceName);
+    textTerminate(copy.vlan.LogicalIfName);
+    textTerminate(copy.vlan.ingressMap);
+    textTerminate(copy.vlan.egressMap);
+    if (!interfaceNameIsSafe(copy.vlan.interfaceName)) {
+        LOG_AT(SWMGR_LOG_ERROR, noLabel, func, __LINE__,
+               "VLAN request (%d) with an invalid interface name\n", request.type);
+        return statusInvalid;
+    }
+    const int status = switchVlanConfigure(top, request.type, &copy.vlan);
+    // The sender's record receives the index that the service assigned.
+    memcpy(static_cast<char *>(request.data) + offsetof(SwMgrVlanRequest, vlan) +
+               offsetof(SwitchVlanCfg, vlanIndex),
+           &copy.vlan.vlanIndex, sizeof(copy.vlan.vlanIndex));
+    return answer(status);
+}
+
+int switchCommand(const Request &request, const char *func)
+{
+    if (!request.isAtLeast(sizeof(SwMgrSwitchCmdRequest))) {
+        LOG_AT(SWMGR_LOG_ERROR, noLabel, func, __LINE__, "short switch command (%d): %d bytes\n",
+               request.type, request.length);
+        return statusInvalid;
+    }
+    return answer(switchConfig(static_cast<const SwMgrSwitchCmdRequest *>(request.data),
+                               request.type, request.replyBuf, request.replyLen));
+}
+
+} // namespace
+
+extern "C" int swMgrIoctlHandler(void *, RelayMsgHdr *msgHdr, int msgType, void *msgData,
+                                 int msgLen, void *replyBuf, uint32_t *replyLen)
+{
+    if (msgHdr == nullptr)
+        return statusFailed;
+    if (msgHdr->request == 0) {
+        LOG_ERROR(noLabel, "unexpected reply from %d cmd=%d !\n", static_cast<int>(msgHdr->sender),
+                  msgType);
+        return 0;
+    }
+    const Request request{msgType, msgData, msgLen, replyBuf, replyLen};
+    switch (msgType) {
+    case SWMGR_MSG_DB_EVENT:
+        if (!request.isExactly(sizeof(SwMgrDbEvent))) {
+            LOG_ERROR(noLabel, "Invalid database event\n");
+            return statusFailed;
+        }
+        return answer(
+            swMgrDBUpdateHandler(msgData, sizeof(SwMgrDbEvent), replyBuf, request.replyLength()));
+    case SWMGR_MSG_IFDEV_EVENT:
+        if (!request.isExactly(sizeof(SwMgrIfDevEvent))) {
+            LOG_ERROR(noLabel, "%s: short ifDev event request!\n", __func__);
+            return statusFailed;
+        }
+        return swMgrHandleIfDevEvent(msgData, replyBuf, request.replyLength());
+    case SW_CMD_VLAN_ADD:
+    case SW_CMD_VLAN_DELETE:
+        return vlanRequest(request, __func__);
+    default:
+        return switchCommand(request, __func__);
+    }
+}

@@ -1,0 +1,70 @@
+// Turns an interface event into command 50 for the top-level switch.
+#include "service/interface_event.h"
+
+#include "platform/text.h"
+#include "service/log.h"
+#include "switch/command.h"
+#include "switch/records.h"
+#include "switch/registry.h"
+
+namespace {
+
+constexpr uint32_t upstreamPort = 1; // of the top-level switch
+
+bool carriesBandwidth(uint32_t eventCode)
+{
+    return eventCode == SWMGR_IFDEV_EVENT_A || eventCode == SWMGR_IFDEV_EVENT_B ||
+           eventCode == SWMGR_IFDEV_EVENT_C;
+}
+
+// The final message of a refused event is the request handler's.
+int refused(int status)
+{
+    LOG_AT(SWMGR_LOG_ERROR, noLabel, "swMgrIoctlHandler", __LINE__,
+           "failed to handle interface events\n");
+    return status;
+}
+
+} // namespace
+
+extern "C" int swMgrHandleIfDevEvent(const void *eventData, const void *bandwidthData,
+                                     uint32_t length)
+{
+    SwMgrIfDevEvent event;
+    memcpy(&event, eventData, sizeof(event));
+    char name[sizeof(event.interfaceName) + 1];
+    textCopy(name, event.interfaceName);
+
+    LOG_INFO(noLabel, "Received interface event=%d on %s\n", static_cast<int>(event.eventCode),
+             name);
+    if (!carriesBandwidth(event.eventCode))
+        return refused(statusUnsupported);
+    if (bandwidthData == nullptr || length < sizeof(SwMgrIfBandwidth)) {
+        LOG_ERROR(noLabel, "No bandwidth information provided in event\n");
+        return refused(statusFailed);
+    }
+    Switch *top = switchAtTopLevelGet();
+    if (top == nullptr) {
+        LOG_ERROR(noLabel, "No Switch is yet initialized\n");
+        return refused(statusFailed);
+    }
+
+    SwMgrIfBandwidth bandwidth;
+    memcpy(&bandwidth, bandwidthData, sizeof(bandwidth));
+    // The product wraps at 32 bits, as the senders expect.
+    const uint32_t rate = bandwidth.totalBandwidth * bandwidth.percentage / 100;
+    SwCmdRateLimit limit{};
+    limit.portNumber = upstreamPort;
+    limit.limitCmd = bandwidth.totalBandwidth != 0 ? 1 : 0;
+    limit.rateLimit = static_cast<int32_t>(rate);
+    LOG_INFO(noLabel,
+             "Configure upstream bandwdith limit of %s to %d kbps (%d%% of total bandwidth(%ld))\n",
+             name, limit.rateLimit, static_cast<int>(bandwidth.percentage),
+             static_cast<long>(bandwidth.totalBandwidth));
+    const int status = switchCommandSend(*top, SW_CMD_RATE_LIMIT, &limit, sizeof(limit),
+                                         /*replyBuf=*/nullptr, /*replyLen=*/nullptr);
+    if (status >= 0)
+        return 0;
+    LOG_ERROR(noLabel, "Failed to configure rate limiting based on interface bandwidth change \n");
+    return refused(status);
+}

@@ -1,0 +1,43 @@
+// Builds the labels in their shared buffers.
+#include "service/labels.h"
+
+#include "platform/text.h"
+#include "switch/model.h"
+#include "vlan/model.h"
+
+// Written by the helper of the same kind at each call.
+constinit char switchStr[512] = {};
+constinit char swPortStr[512] = {};
+constinit char swVlanStr[512] = {};
+
+namespace {
+
+// A port or VLAN that was never given to a switch has no owner to name.
+const char *nameOf(const Switch *sw)
+{
+    return sw != nullptr ? sw->switchName : "";
+}
+
+} // namespace
+
+extern "C" char *switchStrGet(const Switch *sw)
+{
+    memset(switchStr, 0, sizeof(switchStr));
+    if (sw != nullptr)
+        textFormat(switchStr, "(switch=%s) ", sw->switchName);
+    return switchStr;
+}
+
+extern "C" char *swPortStrGet(const SwitchPort *port)
+{
+    memset(swPortStr, 0, sizeof(swPortStr));
+    textFormat(swPortStr, "(switch=%s) (port:%d) ", nameOf(port->ownerSwitch), port->portNumber);
+    return swPortStr;
+}
+
+extern "C" char *swVlanStrGet(const SwitchVlan *vlan)
+{
+    memset(swVlanStr, 0, sizeof(swVlanStr));
+    textFormat(swVlanStr, "(switch=%s) (vlan:%d) ", nameOf(vlan->ownerSwitch), vlan->vlanId);
+    return swVlanStr;
+}

@@ -1,0 +1,76 @@
+// The host's entry points: start, run and stop of the service.
+#include "swmgr/swmgr.h"
+
+#include "service/dispatch.h"
+#include "service/log.h"
+#include "service/reload.h"
+#include "service/state.h"
+#include "store/database.h"
+#include "switch/records.h"
+#include "switch/registry.h"
+
+namespace {
+
+constexpr int registrationMode = 2;
+constexpr int listenPeriod = 1000000;
+
+// Set by swMgrInit, cleared by swMgrDeinit. The host may clear
+// swMgrInitialized to stop the loop, so that flag cannot tell whether there is
+// still something to release.
+constinit bool started = false;
+
+void unregister()
+{
+    if (pSwMgrRelayCtx == nullptr)
+        return;
+    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // nothing is left to do about a failure
+    pSwMgrRelayCtx = nullptr;
+}
+
+} // namespace
+
+extern "C" int swMgrInit(const char *dbPath)
+{
+    static_cast<void>(relayInit()); // relayRegister fails if this did
+    pSwMgrRelayCtx = relayRegister(SWMGR_RELAY_MODULE_ID, registrationMode, swMgrIoctlHandler,
+                                   /*arg=*/nullptr);
+    if (pSwMgrRelayCtx == nullptr)
+        return statusFailed;
+
+    int status = switchLibInit();
+    if (status < 0) {
+        LOG_ERROR(noLabel, "failed to initialize switch manager list\n");
+        unregister();
+        return status;
+    }
+    status = swMgrDBInit(dbPath);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "failed to open database connection\n");
+        unregister();
+        return status;
+    }
+    // A configuration that cannot be loaded has been reported; the service
+    // starts all the same, so that database events can mend it.
+    static_cast<void>(swMgrCfgReload());
+    started = true;
+    swMgrInitialized = 1;
+    return 0;
+}
+
+extern "C" void swMgrRun(void)
+{
+    while (swMgrInitialized != 0)
+        static_cast<void>(relayListen(pSwMgrRelayCtx, listenPeriod));
+}
+
+extern "C" int swMgrDeinit(void)
+{
+    unregister();
+    if (swMgrInitialized != 0 || started) {
+        swMgrInitialized = 0;
+        started = false;
+        static_cast<void>(relayDeInit());
+        static_cast<void>(swMgrDBDeinit());
+    }
+    return 0;
+}

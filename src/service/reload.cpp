@@ -1,0 +1,51 @@
+// The order of the load matters: a port needs its switch and the ports it maps
+// onto, a VLAN is made in every switch there is.
+#include "service/reload.h"
+
+#include "service/log.h"
+#include "store/load.h"
+#include "switch/config.h"
+#include "switch/records.h"
+#include "switch/registry.h"
+
+namespace {
+
+struct Step {
+    int (*run)();
+    const char *message; // logged when the step fails
+};
+
+constexpr Step steps[] = {
+    {switchCfgLoad, "Failed to load switch configuration \n"},
+    {switchPortCfgLoad, "Failed to load switch port configuration \n"},
+    {switchVlanCfgLoad, "Failed to load switch vlan configuration \n"},
+    {swMgrCfgApply, "Failed to apply switch configuration \n"},
+};
+
+} // namespace
+
+extern "C" int swMgrCfgReload(void)
+{
+    // At the first start there is no switch yet, which is no failure.
+    static_cast<void>(switchCfgDisable(nullptr));
+    static_cast<void>(switchLibDeinit());
+    static_cast<void>(switchLibInit());
+    for (const Step &step : steps) {
+        const int status = step.run();
+        if (status < 0) {
+            LOG_ERROR(noLabel, "%s", step.message);
+            return status;
+        }
+    }
+    return 0;
+}
+
+extern "C" int swMgrCfgApply(void)
+{
+    Switch *top = switchAtTopLevelGet();
+    if (top == nullptr) {
+        LOG_ERROR(noLabel, "Failed to find switch configuration to load. \n");
+        return statusFailed;
+    }
+    return switchCfgApply(top);
+}

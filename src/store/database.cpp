@@ -1,0 +1,67 @@
+// Owns the service's single connection. Other processes write the file; the
+// busy handler waits for them.
+#include "store/database.h"
+
+#include "platform/number.h"
+#include "service/log.h"
+#include "switch/records.h"
+
+#include <cstring>
+
+constinit sqlite3 *pDB = nullptr; // written by swMgrDBInit and swMgrDBDeinit
+
+namespace {
+
+constexpr int32_t ports = 32; // what a mask can hold
+
+constinit char busyHandlerName[32] = "swMgr"; // the busy handler's argument
+
+// The service only reads. The pragma makes it so for the connection, whatever
+// text an event may bring.
+bool writingIsOff(sqlite3 *db)
+{
+    return sqlite3_exec(db, "PRAGMA query_only=ON", nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+} // namespace
+
+extern "C" int swMgrDBInit(const char *dbPath)
+{
+    if (sqlite3_open(dbPath, &pDB) != SQLITE_OK || !writingIsOff(pDB)) {
+        LOG_ERROR(noLabel, "Couldn't open database %s \n", dbPath != nullptr ? dbPath : "");
+        // A connection that failed to open still holds memory.
+        static_cast<void>(swMgrDBDeinit());
+        return statusFailed;
+    }
+    static_cast<void>(sqlite3_busy_handler(pDB, sqliteBusyHandler, busyHandlerName));
+    return 0;
+}
+
+extern "C" int swMgrDBDeinit(void)
+{
+    if (pDB != nullptr)
+        static_cast<void>(sqlite3_close(pDB)); // every statement of ours is finished
+    pDB = nullptr;
+    return 0;
+}
+
+extern "C" char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows)
+{
+    return sqlite3QueryResGet(pDB, /*reserved=*/nullptr, query, nCols, nRows);
+}
+
+extern "C" uint32_t str2num(char *list)
+{
+    uint32_t mask = 0;
+    if (list == nullptr)
+        return mask;
+    char *rest = nullptr;
+    for (char *text = strtok_r(list, ",", &rest); text != nullptr;
+         text = strtok_r(nullptr, ",", &rest)) {
+        int32_t port = 0;
+        static_cast<void>(decimalRead(text, port)); // a text without digits counts as 0
+        if (port >= 0 && port < ports)
+            mask |= 1u << port;
+    }
+    return mask;
+}

@@ -1,0 +1,27 @@
+// The connection to the configuration database and its one query primitive.
+#pragma once
+
+#include "platform/database.h"
+#include "platform/releaser.h"
+#include "swmgr/swmgr.h"
+
+extern "C" {
+// The connection; none until swMgrDBInit succeeds and after swMgrDBDeinit.
+extern SWMGR_API sqlite3 *pDB;
+
+// Opens the database for reading; nothing that travels over this connection
+// can change it. 0, or -1 when it cannot be opened.
+[[nodiscard]] SWMGR_API int swMgrDBInit(const char *dbPath);
+
+// Closes the connection if there is one. Always 0.
+SWMGR_API int swMgrDBDeinit(void);
+
+// Runs a query. The table is the caller's, to be released with
+// sqlite3_free_table; none when the query fails. The counts are those of
+// columns and of data rows.
+[[nodiscard]] SWMGR_API char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows);
+
+// The bit mask of a comma-separated list of decimal port numbers, bit n for
+// port n. Numbers outside 0 to 31 set no bit. The text is taken apart.
+[[nodiscard]] SWMGR_API uint32_t str2num(char *list);
+}

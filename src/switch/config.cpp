@@ -1,0 +1,132 @@
+// The life of a switch: added, applied, disabled, detached. Every command goes
+// to one switch; handing it down the hierarchy is the backend's business.
+#include "switch/config.h"
+
+#include "service/labels.h"
+#include "service/log.h"
+#include "switch/backends.h"
+#include "switch/command.h"
+#include "switch/port.h"
+#include "switch/records.h"
+#include "switch/registry.h"
+#include "vlan/vlan.h"
+
+#include <cstring>
+
+namespace {
+
+// A switch-wide setting, sent as the first bytes of a payload area.
+struct Setting {
+    int cmd;
+    uint32_t length; // 1 sends the low byte alone
+    int32_t Switch::*value;
+    const char *message; // takes one %s, the switch's name
+};
+
+// In the order in which they are sent.
+constexpr Setting settings[] = {
+    {SW_CMD_VLAN_ENABLE, commandAreaLength, &Switch::vlanEnable, "Failed to enable VLAN in %s \n"},
+    {SW_CMD_QOS_ENABLE, 4, &Switch::qosEnable, "Failed to enable QoS in %s \n"},
+    {SW_CMD_PAUSE_FRAME, 4, &Switch::pauseFrameEnable, "Failed to enable pause frames in %s \n"},
+    {SW_CMD_IGMP_SNOOP, 1, &Switch::igmpSnoopingEnable,
+     "Failed to configure igmp snooping in %s \n"},
+    {SW_CMD_MLD_SNOOP, 1, &Switch::mldSnoopingEnable, "Failed to configure mld snooping in %s \n"},
+};
+
+} // namespace
+
+extern "C" int switchConfAdd(const SwitchGlobalCfg *cfg)
+{
+    Switch *sw = switchCreate(cfg);
+    if (sw == nullptr) {
+        LOG_ERROR(noLabel, "Failed to create switch configuration \n");
+        return statusInvalid;
+    }
+    sw->lowerLvlCfgEnable = 1;
+    sw->switchIndex = switchNextIndexTake();
+    salListInit(&sw->lowerLvlSwitchList);
+    salListInit(&sw->portList);
+    salListInit(&sw->vlanList);
+
+    int status = switchConfigFuncRegister(sw);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed to register %s switch \n", sw->switchName);
+        return status;
+    }
+    status = switchInitialCfgApply(sw);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed to apply the configuration \n");
+        return status;
+    }
+    salListNodeAppend(&switchTbl, &sw->link);
+    LOG_INFO(switchStrGet(sw), "Added switch configuration.\n");
+    return 0;
+}
+
+extern "C" int switchInitialCfgApply(Switch *sw)
+{
+    if (sw == nullptr)
+        return statusFailed;
+    for (const Setting &setting : settings) {
+        alignas(int32_t) uint8_t area[commandAreaLength] = {};
+        memcpy(area, &(sw->*setting.value), sizeof(int32_t));
+        if (switchCommandSend(*sw, setting.cmd, area, setting.length) < 0) {
+            LOG_ERROR(noLabel, setting.message, sw->switchName);
+            return statusFailed;
+        }
+    }
+    return 0;
+}
+
+extern "C" int switchCfgApply(Switch *sw)
+{
+    int status = switchInitialCfgApply(sw);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed apply configuration of %s \n",
+                  sw != nullptr ? sw->switchName : "");
+        return status;
+    }
+    status = switchPortCfgApply(sw, /*port=*/nullptr);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed to apply switch port configuration \n");
+        return status;
+    }
+    status = switchVlanCfgApply(sw, /*vlan=*/nullptr);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed to apply switch vlan configuration \n");
+        return status;
+    }
+    return 0;
+}
+
+extern "C" int switchCfgDisable(Switch *sw)
+{
+    if (sw == nullptr)
+        sw = switchAtTopLevelGet();
+    if (sw == nullptr)
+        return statusFailed;
+    const int status = switchAllVlansDisable(sw);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed to disable vlan configuration in %s\n", sw->switchName);
+        return status;
+    }
+    return 0;
+}
+
+extern "C" int switchDeinit(const char *name)
+{
+    Switch *sw = switchByNameGet(name);
+    if (sw == nullptr) {
+        LOG_ERROR(noLabel, "Failed to find switch profile for %s \n", name != nullptr ? name : "");
+        return statusInvalid;
+    }
+    int status = switchConfigFuncUnRegister(sw);
+    if (status < 0) {
+        LOG_ERROR(noLabel, "Failed to unregister %s switch \n", sw->switchName);
+        return status;
+    }
+    status = switchDestroy(sw);
+    if (status < 0)
+        LOG_ERROR(noLabel, "Failed to destroy the switch %s\n", sw->switchName);
+    return status;
+}

@@ -1,0 +1,71 @@
+// The objects of the switch model: switches, their ports, and the nodes that
+// tie them into a hierarchy. They lie zero-filled on the heap, in intrusive
+// lists, and are never freed once listed.
+#pragma once
+
+#include "platform/sal.h"
+
+#include <cstdint>
+
+struct Switch;
+
+// A backend's configuration function. `payload` is the command's record or
+// none, `payloadLen` its length as the sender declares it. `replyBuf` and
+// `replyLen` are handed through and never written. Negative is failure.
+using SwitchConfigFunc = int (*)(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
+                                 void *replyBuf, uint32_t *replyLen);
+
+// Hands one command of `sw` to `lower`, one of the switches below it.
+using SwitchConfTransferFunc = int (*)(Switch *sw, Switch *lower, int cmd, const void *payload,
+                                       uint32_t payloadLen, void *replyBuf, uint32_t *replyLen);
+
+struct Switch {
+    SalListLink link;       // in switchTbl
+    uint32_t switchIndex;   // 1-based, in the order of adding; 0 before
+    char switchName[512];   // unique; also selects the backend
+    char switchDevice[512]; // device node that the backend drives
+    int32_t qosEnable;
+    int32_t vlanEnable;
+    int32_t pauseFrameEnable;
+    int32_t igmpSnoopingEnable;
+    int32_t mldSnoopingEnable;
+    int32_t numPorts;
+    int32_t switchLevel;         // higher is nearer the top
+    int32_t lowerLvlCfgEnable;   // non-zero: the backend hands commands on to the switches below
+    SwitchConfigFunc configFunc; // none while no backend is bound
+    SwitchConfTransferFunc confTransferFunc; // none where the backend hands nothing on
+    SalList lowerLvlSwitchList;              // SwitchLowerLvlNode, each to a Switch
+    SalList portList;                        // SwitchPort
+    SalList vlanList;                        // SwitchVlan
+};
+
+struct SwitchPort {
+    SalListLink link;             // in its switch's portList
+    uint32_t portIndex;           // 1-based over the ports of all switches
+    int32_t portNumber;           // unique within the switch
+    Switch *ownerSwitch;          // the switch whose portList holds the port
+    int32_t PVID;                 // VLAN of untagged frames; kept up by the chip's backend
+    int32_t non8021qFramesStatus; // 1: untagged in no VLAN; written by the chip's backend
+    int32_t portType;
+    char interfaceName[64]; // may be full without a terminator
+    int32_t trustMode;      // 0 to 4
+    int32_t mirroring;
+    SalList mappedList; // SwitchLowerLvlNode, each to a SwitchPort of another switch
+    int32_t rateLimit;  // kbit/s
+    int32_t schedMode;
+    int32_t numQueues;
+    int32_t queue1Weight;
+    int32_t queue2Weight;
+    int32_t queue3Weight;
+    int32_t queue4Weight;
+};
+
+// An element of lowerLvlSwitchList or of mappedList: a block of its own, since
+// a switch or port may be named in several lists.
+struct SwitchLowerLvlNode {
+    SalListLink link;
+    union {
+        Switch *lower;      // in a lowerLvlSwitchList
+        SwitchPort *mapped; // in a mappedList
+    };
+};
