@@ -18,6 +18,8 @@ namespace {
 constexpr uint32_t maxConnections = 64;
 constexpr int acceptsPerRound = 16;
 constexpr int roundsPerListen = 64; // a flood may not keep the host from its stop flag
+constexpr int messagesPerTurn = 32; // of one connection, while its turn lasts
+constexpr int64_t turn = 1000000;   // ns; a message that takes longer ends the turn
 
 struct Connection {
     int fd;          // -1: closed in this round
@@ -76,23 +78,54 @@ bool deliver(RelayCtx &ctx, int fd, relay::Frame &frame)
                       replyLen < capacity ? replyLen : capacity);
 }
 
-// Takes one message from a connection. False: the connection is to be closed.
-bool serveConnection(RelayCtx &ctx, int fd, int &served)
+enum class Outcome {
+    served,
+    nothingLeft,
+    close, // the peer has gone or breaks the rules
+};
+
+// Takes one message from a connection.
+Outcome serveMessage(RelayCtx &ctx, int fd)
 {
     // MSG_TRUNC makes the kernel tell the length of the whole packet.
     const ssize_t length = recv(fd, ctx.packet, sizeof(ctx.packet), MSG_DONTWAIT | MSG_TRUNC);
     if (length <= 0) {
-        return length < 0 && (errno == EAGAIN || errno == EINTR);
+        const bool empty = length < 0 && (errno == EAGAIN || errno == EINTR);
+        return empty ? Outcome::nothingLeft : Outcome::close;
     }
     relay::Frame frame;
     const int status = relay::frameDecode(ctx.packet, static_cast<size_t>(length), frame);
     if (status != 0) {
         // Whoever waits learns why; whoever cannot even frame a message is cut off.
         static_cast<void>(sendAnswer(fd, frame.header, status, nullptr, 0));
-        return false;
+        return Outcome::close;
     }
-    ++served;
-    return deliver(ctx, fd, frame);
+    return deliver(ctx, fd, frame) ? Outcome::served : Outcome::close;
+}
+
+int64_t nanoseconds()
+{
+    struct timespec now = {};
+    clock_gettime(CLOCK_MONOTONIC, &now);
+    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
+}
+
+// Takes the messages of one connection while its turn lasts. False: the
+// connection is to be closed.
+bool serveConnection(RelayCtx &ctx, int fd, int &served)
+{
+    const int64_t end = nanoseconds() + turn;
+    for (int i = 0; i < messagesPerTurn; ++i) {
+        const Outcome outcome = serveMessage(ctx, fd);
+        if (outcome != Outcome::served) {
+            return outcome == Outcome::nothingLeft;
+        }
+        ++served;
+        if (nanoseconds() >= end) {
+            break;
+        }
+    }
+    return true;
 }
 
 void closeConnection(Connection &connection)
@@ -159,8 +192,8 @@ void acceptPending(RelayCtx &ctx)
     }
 }
 
-// Waits for something to do and takes at most one message from each connection,
-// so that a peer that floods gets its turn like everybody else. Returns the
+// Waits for something to do and gives each connection one turn, so that a peer
+// that floods takes no more than its share. Returns the
 // number of sockets that had something, 0 when the time is over, or -errno.
 int serveRound(RelayCtx &ctx, const struct timespec *wait, int &served)
 {
