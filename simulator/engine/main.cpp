@@ -1,0 +1,167 @@
+// swengine: all tools of the engine in one program. The name it is called by,
+// or its first argument, selects the tool.
+#include "engine/host.h"
+#include "engine/show.h"
+#include "engine/state_file.h"
+#include "engine/tools.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+
+namespace {
+
+using namespace engine;
+
+constexpr char usageHead[] =
+    R"(usage: swengine TOOL ARGUMENTS...     or TOOL ARGUMENTS... through a link of that name
+       swengine show [--json]
+       swengine reset
+       swengine --help | --version
+
+Plays the tools of a packet switch engine, and vconfig and ifconfig where the
+kernel makes no VLAN sub-interfaces.
+
+)";
+
+constexpr char usageTail[] =
+    R"(
+Environment:
+  SWENGINE_STATE  file that keeps the state, default /var/swengine.state
+  SWENGINE_TRACE  file or pipe to which each call adds its command line and status
+  SWENGINE_VLAN   "simulated": do not use the kernel's VLAN support
+
+Exit status: 0 done, 1 wrong arguments or no such interface, 2 well formed but
+not possible, 3 the state file cannot be used.
+)";
+
+int printUsage()
+{
+    size_t count = 0;
+    const Tool *all = tools(count);
+    std::fputs(usageHead, stdout);
+    for (size_t i = 0; i < count; i++)
+        std::printf("  %-17s  %s\n", all[i].name, all[i].usage);
+    return std::fputs(usageTail, stdout) < 0 ? badArguments : 0;
+}
+
+// The call as one line in one write. A pipe that nobody reads is no reason to
+// wait, let alone to fail.
+void trace(const char *name, int count, char **words, int status, const char *error)
+{
+    const char *path = std::getenv("SWENGINE_TRACE");
+    if (path == nullptr || *path == '\0')
+        return;
+    const int fd = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0640);
+    if (fd < 0)
+        return;
+    static_cast<void>(fcntl(fd, F_SETFL, O_APPEND)); // a reader that is slow is waited for
+    char line[1024];
+    constexpr size_t last = sizeof line - 1;
+    size_t at = 0;
+    const auto add = [&](const char *before, const char *text) {
+        const int length = std::snprintf(line + at, sizeof line - at, "%s%s", before, text);
+        at = std::min(at + static_cast<size_t>(std::max(length, 0)), last);
+    };
+    add("tool  | ", name);
+    for (int i = 0; i < count; i++)
+        add(" ", words[i]);
+    char result[16];
+    std::snprintf(result, sizeof result, "%d", status);
+    add(" -> ", result);
+    if (status != 0) {
+        add(" (", error);
+        at -= at > 0 && line[at - 1] == '\n';
+        add(")", "");
+    }
+    at = std::min(at, last - 1);
+    line[at++] = '\n';
+    static_cast<void>(!write(fd, line, at));
+    close(fd);
+}
+
+State *openState(StateFile &file)
+{
+    char why[256];
+    const char *path = std::getenv("SWENGINE_STATE");
+    if (path == nullptr || *path == '\0')
+        path = defaultStatePath;
+    State *state = file.open(path, why, sizeof why);
+    if (state == nullptr)
+        std::fprintf(stderr, "swengine: %s\n", why);
+    return state;
+}
+
+int show(bool json)
+{
+    StateFile file;
+    const State *state = openState(file);
+    if (state == nullptr)
+        return noState;
+    json ? showJson(*state, stdout) : showTable(*state, stdout);
+    return std::fflush(stdout) == 0 ? 0 : badArguments;
+}
+
+int reset()
+{
+    StateFile file;
+    State *state = openState(file);
+    if (state == nullptr)
+        return noState;
+    std::memset(state, 0, sizeof *state);
+    state->magic = stateMagic;
+    state->version = stateVersion;
+    state->size = sizeof *state;
+    return 0;
+}
+
+int call(const Tool &tool, int count, char **words)
+{
+    Reply reply = {};
+    int status = noState;
+    {
+        StateFile file;
+        State *state = openState(file);
+        if (state != nullptr)
+            status = runTool(tool, thisHost, *state, count, words, reply);
+    }
+    std::fputs(reply.output, stdout);
+    std::fputs(reply.error, stderr);
+    trace(tool.name, count, words, status, reply.error);
+    return status;
+}
+
+int misused(const char *word)
+{
+    std::fprintf(stderr, "swengine: '%s' is no tool. Try 'swengine --help'.\n", word);
+    return badArguments;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const char *slash = argc > 0 ? std::strrchr(argv[0], '/') : nullptr;
+    const char *name = slash != nullptr ? slash + 1 : argc > 0 ? argv[0] : "";
+    if (const Tool *tool = toolByName(name))
+        return call(*tool, argc - 1, argv + 1);
+    if (argc < 2)
+        return misused("");
+    const char *word = argv[1];
+    if (std::strcmp(word, "--help") == 0)
+        return printUsage();
+    if (std::strcmp(word, "--version") == 0)
+        return std::puts("swengine " SWMGR_VERSION) < 0 ? badArguments : 0;
+    if (std::strcmp(word, "show") == 0 && argc == 2)
+        return show(/*json=*/false);
+    if (std::strcmp(word, "show") == 0 && argc == 3 && std::strcmp(argv[2], "--json") == 0)
+        return show(/*json=*/true);
+    if (std::strcmp(word, "reset") == 0 && argc == 2)
+        return reset();
+    const Tool *tool = toolByName(word);
+    return tool != nullptr ? call(*tool, argc - 2, argv + 2) : misused(word);
+}

@@ -1,0 +1,64 @@
+// Opens, checks, locks and maps the state file.
+#include "engine/state_file.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace engine {
+
+namespace {
+
+// Two processes that lock the same file write its header one after the other.
+bool prepare(int fd)
+{
+    if (ftruncate(fd, sizeof(State)) != 0)
+        return false;
+    const uint32_t header[] = {stateMagic, stateVersion, sizeof(State)};
+    return pwrite(fd, header, sizeof header, 0) == static_cast<ssize_t>(sizeof header);
+}
+
+} // namespace
+
+StateFile::~StateFile()
+{
+    if (state_ != nullptr)
+        munmap(state_, sizeof(State));
+    if (fd_ >= 0)
+        close(fd_);
+}
+
+State *StateFile::open(const char *path, char *why, size_t whySize)
+{
+    struct stat info = {};
+    fd_ = ::open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
+    if (fd_ < 0 || flock(fd_, LOCK_EX) != 0 || fstat(fd_, &info) != 0 ||
+        (info.st_size == 0 && !prepare(fd_))) {
+        std::snprintf(why, whySize, "cannot use the state file %s: %s", path, std::strerror(errno));
+        return nullptr;
+    }
+    if (info.st_size != 0 && info.st_size != static_cast<off_t>(sizeof(State))) {
+        std::snprintf(why, whySize, "%s is no state file of this version; remove it", path);
+        return nullptr;
+    }
+    void *memory = mmap(nullptr, sizeof(State), PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
+    if (memory == MAP_FAILED) {
+        std::snprintf(why, whySize, "cannot map the state file %s: %s", path, std::strerror(errno));
+        return nullptr;
+    }
+    state_ = static_cast<State *>(memory);
+    if (state_->magic != stateMagic || state_->version != stateVersion ||
+        state_->size != sizeof(State)) {
+        std::snprintf(why, whySize, "%s is no state file of this version; remove it", path);
+        return nullptr;
+    }
+    return state_;
+}
+
+} // namespace engine
