@@ -155,17 +155,19 @@ int simulatedIoctl(int fd, uint32_t request, void *arg)
     device::RequestHeader header = {};
     header.request = request;
     header.argument = hasRecord ? 0 : reinterpret_cast<intptr_t>(arg);
-    int status = sendRequest(fd, header, arg);
+    // The kernel looks at the address of an empty buffer as well.
+    void *record = hasRecord ? arg : nullptr;
+    int status = sendRequest(fd, header, record);
     if (status == -EPIPE || status == -ECONNRESET || status == -ENOTCONN) {
         status = reconnect(fd);
         if (status == 0) {
-            status = sendRequest(fd, header, arg);
+            status = sendRequest(fd, header, record);
         }
     }
     if (status != 0) {
         return status == -EAGAIN ? -ETIMEDOUT : status;
     }
-    status = receiveAnswer(fd, request, arg);
+    status = receiveAnswer(fd, request, record);
     if (status == -ETIMEDOUT || status == -EPROTO) {
         shutdown(fd, SHUT_RDWR);
     }
