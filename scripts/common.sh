@@ -1,0 +1,68 @@
+# What the scripts at the top of the tree share: saying what they do, installing
+# missing Debian packages, and building a preset.
+
+top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+
+say() { printf '==> %s\n' "$*"; }
+
+fail() {
+    printf '%s: %s\n' "${0##*/}" "$*" >&2
+    exit 1
+}
+
+# Installs those of the packages named that are missing, as root or with sudo.
+packages() {
+    local missing=() package
+    for package in "$@"; do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -gt 0 ] || return 0
+    say "installing ${missing[*]}"
+    local root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            fail "these packages are missing and sudo is not there to install them: ${missing[*]}"
+        root=(sudo)
+    fi
+    mkdir -p "$top/build"
+    local log=$top/build/packages.log
+    local install=(env DEBIAN_FRONTEND=noninteractive apt-get install -y -q
+        --no-install-recommends "${missing[@]}")
+    if ! { "${root[@]}" "${install[@]}" ||
+        { "${root[@]}" apt-get update -q && "${root[@]}" "${install[@]}"; }; } >"$log" 2>&1; then
+        tail -5 "$log" >&2
+        fail "the packages could not be installed; $log has the whole story"
+    fi
+}
+
+runPackages="g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev sqlite3
+    bubblewrap gawk iproute2"
+testPackages="$runPackages libgtest-dev clang clang-tidy clang-format cppcheck
+    libclang-rt-14-dev abigail-tools binutils busybox-static"
+
+# Configures a preset where that was not done yet and builds it. A build with
+# nothing to do takes well under a second and says nothing.
+build() {
+    local preset=$1 log=$top/build/$1.log
+    shift
+    mkdir -p "$top/build"
+    if [ ! -e "$top/build/$preset/build.ninja" ]; then
+        say "configuring $preset"
+        (cd "$top" && cmake --preset "$preset" "$@") >"$log" 2>&1 || {
+            tail -20 "$log" >&2
+            fail "cmake could not configure preset $preset"
+        }
+    fi
+    if ! ninja -C "$top/build/$preset" -n 2>/dev/null | grep -q 'no work to do'; then
+        say "building $preset"
+        if [ -t 1 ]; then
+            # One line that counts up; errors stay visible.
+            (cd "$top" && NINJA_STATUS='    [%f/%t] ' cmake --build --preset "$preset") ||
+                fail "preset $preset does not build"
+        elif ! (cd "$top" && cmake --build --preset "$preset") >"$log" 2>&1; then
+            grep -E 'error|FAILED' -A5 "$log" | head -60 >&2
+            fail "preset $preset does not build; $log has the whole story"
+        fi
+    fi
+}
