@@ -1,0 +1,26 @@
+// How a run of swctl ends: the exit statuses, and the exception with which any
+// part ends the run early. Thrown everywhere, caught in main only.
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace swctl {
+
+enum ExitStatus {
+    exitDone = 0,
+    exitRefused = 1,    // the service answered with a negative status
+    exitUsage = 2,      // wrong arguments, or a database that cannot be used
+    exitUnreachable = 3 // the service could not be asked
+};
+
+struct Failure : std::runtime_error {
+    Failure(ExitStatus exitStatus, const std::string &what)
+        : std::runtime_error(what), status(exitStatus)
+    {
+    }
+
+    ExitStatus status; // what the process ends with
+};
+
+} // namespace swctl

@@ -1,0 +1,97 @@
+// Requests to the switch manager over relay; see the header.
+#include "service.h"
+
+#include "outcome.h"
+#include "platform/relay.h"
+#include "text.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+namespace swctl {
+namespace {
+
+constexpr int relayWaitMode = 1; // relayIoctl waits for the answer
+
+// relayIoctl returns the handler's result or, when the message did not get
+// through, a negative errno value. Handlers return errno values as well, such
+// as -2 for a tool that is missing, so those that a failed system call explains
+// count as messages that did not get through, and those below in any case.
+bool gotThrough(int result, int systemError)
+{
+    if (result >= 0)
+        return true;
+    for (const int lost : {ETIMEDOUT, ECONNRESET, EBADMSG, EACCES, EMSGSIZE, ENAMETOOLONG})
+        if (result == -lost)
+            return false;
+    return result != -systemError;
+}
+
+std::string whyNot(int module, int result)
+{
+    const char *name = module == LOGGING_RELAY_MODULE_ID ? "log daemon" : "switch manager";
+    const char *directory = std::getenv("RELAY_DIR");
+    const char *advice = result == -ENOENT || result == -ECONNREFUSED ? "is it running?"
+                         : result == -EACCES    ? "this user may not talk to it"
+                         : result == -ETIMEDOUT ? "it does not answer"
+                                                : "try again";
+    return "the " + std::string(name) + " cannot be reached (relay module " +
+           std::to_string(module) + (directory != nullptr ? " in " + printable(directory) : "") +
+           ": " + strerror(-result) + "); " + advice;
+}
+
+} // namespace
+
+void useRelayDirectory(const std::string &directory)
+{
+    if (!directory.empty())
+        setenv("RELAY_DIR", directory.c_str(), /*overwrite=*/1);
+}
+
+int ask(int module, int requestType, std::string_view data, std::string_view buffer)
+{
+    // relayIoctl takes writable buffers and may write the reply buffer.
+    std::vector<char> sent(data.begin(), data.end());
+    std::vector<char> reply(buffer.begin(), buffer.end());
+    auto replyLength = static_cast<uint32_t>(reply.size());
+    errno = 0;
+    const int result =
+        relayIoctl(/*ctx=*/nullptr, module, requestType, sent.empty() ? nullptr : sent.data(),
+                   static_cast<int>(sent.size()), reply.empty() ? nullptr : reply.data(),
+                   reply.empty() ? nullptr : &replyLength, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
+    if (!gotThrough(result, errno))
+        throw Failure(exitUnreachable, whyNot(module, result));
+    return result;
+}
+
+int askSwitch(const std::string &switchName, int command, std::string_view payload)
+{
+    SwMgrSwitchCmdRequest request{};
+    fillField(request.switchName, switchName);
+    std::memcpy(request.payload, payload.data(), payload.size());
+    return ask(SWMGR_RELAY_MODULE_ID, command, bytesOf(request));
+}
+
+std::string statusInWords(int status)
+{
+    struct Meaning {
+        int status;
+        const char *words;
+    };
+    static constexpr Meaning meanings[] = {
+        {0, "done"},
+        {-1, "failed"},
+        {-22, "refused as invalid"},
+        {-12, "the service is out of memory"},
+        {-95, "this interface event is not supported"},
+    };
+    for (const Meaning &meaning : meanings)
+        if (meaning.status == status)
+            return std::to_string(status) + " (" + meaning.words + ")";
+    // Other negative answers come from the hardware as errno values.
+    return std::to_string(status) + " (" + printable(strerror(-status)) + ")";
+}
+
+} // namespace swctl

@@ -1,0 +1,42 @@
+// Requests to the switch manager over relay, and what its answers mean.
+#pragma once
+
+#include "swmgr/swmgr_client.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace swctl {
+
+// Where the service's sockets are; empty leaves it to RELAY_DIR.
+void useRelayDirectory(const std::string &directory);
+
+// Sends a request to a module and waits for the answer. `buffer` travels as the
+// reply buffer; an empty one is not sent. Gives the handler's result, or throws
+// with exitUnreachable when nobody answered.
+int ask(int module, int requestType, std::string_view data, std::string_view buffer = {});
+
+// The bytes of a wire record.
+template <class Record>
+std::string_view bytesOf(const Record &record)
+{
+    return {reinterpret_cast<const char *>(&record), sizeof record};
+}
+
+// Copies text into a null-terminated field that is zero so far; the caller has
+// checked that it fits.
+template <size_t N>
+void fillField(char (&field)[N], std::string_view text)
+{
+    text.copy(field, N - 1);
+}
+
+// A switch command with its record at the start of the payload.
+int askSwitch(const std::string &switchName, int command, std::string_view payload);
+
+// What an answer says, e.g. "-22 (refused as invalid)".
+std::string statusInWords(int status);
+
+} // namespace swctl
