@@ -1,0 +1,540 @@
+// Messaging between processes: a service in a process of its own, honest and
+// hostile clients, and the log daemon's part of it.
+#include "logd/line.h"
+#include "logd/ring.h"
+#include "platform/relay.h"
+#include "relay/frame.h"
+#include "swmgr/swmgr_client.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <grp.h>
+#include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/time.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+
+constexpr int module = 103;
+constexpr int modeWait = 1;
+constexpr int modePost = 2;
+
+// What the service of these tests answers.
+enum RequestType {
+    REVERSE = 1,  // reverses the reply buffer, which shrinks by one; length of the data
+    SENDER = 2,   // module id of the sender
+    LAYOUT = 3,   // 1: data present, 2: buffer present, 4: something not aligned
+    RECEIVED = 4, // posts received so far
+    DROPPED = 5,  // posts reported as lost so far
+    ANSWERS = 6,  // messages that were no requests
+    POSTED = 7,
+};
+
+struct Seen {
+    int posts = 0;
+    int dropped = 0;
+    int answers = 0;
+};
+
+int handle(void *arg, RelayMsgHdr *header, int type, void *data, int length, void *reply,
+           uint32_t *replyLength)
+{
+    Seen &seen = *static_cast<Seen *>(arg);
+    seen.dropped += static_cast<int>(header->reserved3);
+    if (header->request == 0) {
+        ++seen.answers;
+        return 0;
+    }
+    const auto unaligned = [](void *p) { return reinterpret_cast<uintptr_t>(p) % 8 != 0; };
+    switch (type) {
+    case REVERSE: {
+        auto *bytes = static_cast<char *>(reply);
+        std::reverse(bytes, bytes + *replyLength);
+        *replyLength -= *replyLength != 0;
+        return length;
+    }
+    case SENDER:
+        return static_cast<int>(header->sender);
+    case LAYOUT:
+        return (data != nullptr) | (reply != nullptr) << 1 |
+               (unaligned(data) || unaligned(reply)) << 2;
+    case RECEIVED:
+        return seen.posts;
+    case DROPPED:
+        return seen.dropped;
+    case ANSWERS:
+        return seen.answers;
+    case POSTED:
+        ++seen.posts;
+        return 0;
+    default:
+        return -22;
+    }
+}
+
+// Runs `body` in a child process; ended with its owner at the latest.
+class Process {
+public:
+    template <class Body>
+    explicit Process(Body body)
+    {
+        pid = fork();
+        if (pid == 0) {
+            _exit(body());
+        }
+    }
+    ~Process() { stop(SIGKILL); }
+    Process(const Process &) = delete;
+    Process &operator=(const Process &) = delete;
+
+    void signal(int number) const { kill(pid, number); }
+    int stop(int number)
+    {
+        if (pid <= 0) {
+            return -1;
+        }
+        kill(pid, number);
+        return wait();
+    }
+    int wait()
+    {
+        int status = 0;
+        waitpid(pid, &status, 0);
+        pid = 0;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    }
+
+private:
+    pid_t pid = 0;
+};
+
+volatile sig_atomic_t stopped = 0;
+
+int runService()
+{
+    struct sigaction action = {};
+    action.sa_handler = [](int) { stopped = 1; };
+    sigaction(SIGTERM, &action, nullptr);
+    Seen seen;
+    RelayCtx *ctx = relayRegister(module, modePost, handle, &seen);
+    while (ctx != nullptr && stopped == 0) {
+        relayListen(ctx, 100000);
+    }
+    return ctx != nullptr ? relayUnRegister(ctx) : 1;
+}
+
+int request(int type, const char *data = nullptr, std::string *buffer = nullptr)
+{
+    uint32_t length = buffer != nullptr ? static_cast<uint32_t>(buffer->size()) : 0;
+    const int result = relayIoctl(nullptr, module, type, const_cast<char *>(data),
+                                  data != nullptr ? static_cast<int>(strlen(data)) : 0,
+                                  buffer != nullptr ? buffer->data() : nullptr,
+                                  buffer != nullptr ? &length : nullptr, modeWait, 0, 0);
+    if (buffer != nullptr) {
+        buffer->resize(length);
+    }
+    return result;
+}
+
+int post()
+{
+    char data[40] = {};
+    return relayIoctl(nullptr, module, POSTED, data, sizeof(data), nullptr, nullptr, modePost, 0,
+                      0);
+}
+
+class Relay : public testing::Test {
+protected:
+    Relay()
+    {
+        directory = mkdtemp(name);
+        setenv("RELAY_DIR", (directory / "run").c_str(), 1);
+        // An unanswered request is a failure, not a hanging test.
+        setenv("RELAY_TIMEOUT", "10", 1);
+    }
+    ~Relay() override
+    {
+        relayDeInit();
+        fs::remove_all(directory);
+    }
+
+    std::string socketPath() const { return directory / "run" / "103.sock"; }
+
+    // Registration is over when an answer comes.
+    static bool waitUntilServed()
+    {
+        for (int i = 0; i < 1000; ++i) {
+            if (request(SENDER) == 0) {
+                return true;
+            }
+            usleep(5000);
+        }
+        return false;
+    }
+
+    char name[32] = "/tmp/relay.XXXXXX";
+    fs::path directory;
+};
+
+// A client that keeps to no rule.
+class RawClient {
+public:
+    explicit RawClient(const std::string &path) : fd(socket(AF_UNIX, SOCK_SEQPACKET, 0))
+    {
+        sockaddr_un address = {};
+        address.sun_family = AF_UNIX;
+        strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+        connected = connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0;
+        const timeval limit = {10, 0};
+        setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
+    }
+    RawClient(RawClient &&other) noexcept : connected(other.connected), fd(other.fd)
+    {
+        other.fd = -1;
+    }
+    ~RawClient() { close(fd); }
+
+    bool sendBytes(const std::string &bytes, int flags = 0) const
+    {
+        return send(fd, bytes.data(), bytes.size(), flags | MSG_NOSIGNAL) >= 0;
+    }
+    // The answer's result, or 0 when the service just closed the connection.
+    int answer() const
+    {
+        relay::FrameHeader header = {};
+        ssize_t length = recv(fd, &header, sizeof(header), 0);
+        if (length < 0 && errno == ECONNRESET) {
+            length = recv(fd, &header, sizeof(header), 0);
+        }
+        EXPECT_GE(length, 0) << "the service left the client waiting";
+        return length > 0 && header.kind == relay::FRAME_ANSWER ? header.type : 0;
+    }
+
+    bool connected = false;
+
+private:
+    int fd;
+};
+
+std::string frame(uint32_t kind, int type, size_t dataLength = 0, uint32_t claimedData = 0,
+                  uint32_t magic = relay::frameMagic)
+{
+    relay::FrameHeader header = {};
+    header.magic = magic;
+    header.kind = kind;
+    header.sequence = 7;
+    header.type = type;
+    header.dataLength = claimedData != 0 ? claimedData : static_cast<uint32_t>(dataLength);
+    std::string bytes(reinterpret_cast<const char *>(&header), sizeof(header));
+    return bytes + std::string((dataLength + 7) / 8 * 8, 'd');
+}
+
+TEST_F(Relay, anAnswerCarriesTheResultAndTheChangedBuffer)
+{
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    std::string buffer = "abc";
+    EXPECT_EQ(request(REVERSE, "hello", &buffer), 5);
+    EXPECT_EQ(buffer, "cb");
+    EXPECT_EQ(request(99), -22);
+    EXPECT_EQ(request(LAYOUT), 0);
+    std::string byte = "x";
+    EXPECT_EQ(request(LAYOUT, "12345"), 1);
+    EXPECT_EQ(request(LAYOUT, nullptr, &byte), 2);
+    EXPECT_EQ(request(LAYOUT, "12345", &byte), 3);
+
+    RelayCtx *own = relayRegister(55, modePost, handle, nullptr);
+    ASSERT_NE(own, nullptr);
+    EXPECT_EQ(relayIoctl(own, module, SENDER, nullptr, 0, nullptr, nullptr, modeWait, 0, 0), 55);
+    EXPECT_EQ(relayIoctl(own, 55, SENDER, nullptr, 0, nullptr, nullptr, modeWait, 0, 0), -EDEADLK);
+    EXPECT_EQ(relayUnRegister(own), 0);
+    EXPECT_EQ(service.stop(SIGTERM), 0);
+    EXPECT_FALSE(fs::exists(socketPath()));
+}
+
+TEST_F(Relay, messagesUpToTheLimitPassAndLargerOnesAreRefused)
+{
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    std::string data(relay::maxFrameSize - sizeof(relay::FrameHeader), 'x');
+    std::string none;
+    EXPECT_EQ(request(REVERSE, data.c_str(), &none), static_cast<int>(data.size()));
+    EXPECT_EQ(request(REVERSE, (data + 'x').c_str()), -EMSGSIZE);
+
+    const struct {
+        std::string packet;
+        int result; // 0: the connection is closed without an answer
+    } cases[] = {
+        {frame(relay::FRAME_REQUEST, LAYOUT, relay::maxFrameSize), -EMSGSIZE},
+        {frame(relay::FRAME_REQUEST, LAYOUT, 8, 0xffffffff), -EMSGSIZE},
+        {frame(relay::FRAME_REQUEST, LAYOUT, 8, 9), -EBADMSG},
+        {frame(relay::FRAME_REQUEST, LAYOUT, 16, 8), -EBADMSG},
+        {frame(relay::FRAME_REQUEST, LAYOUT, 8, 0, 1), -EBADMSG},
+        {frame(relay::FRAME_NONE, LAYOUT), -EBADMSG},
+        {frame(9, LAYOUT), -EBADMSG},
+        {frame(relay::FRAME_REQUEST, LAYOUT).substr(0, 31), -EBADMSG},
+        {"x", -EBADMSG},
+        {"", 0},
+    };
+    for (const auto &[packet, result] : cases) {
+        const RawClient client(socketPath());
+        EXPECT_TRUE(client.sendBytes(packet));
+        EXPECT_EQ(client.answer(), result) << packet.size();
+        EXPECT_EQ(request(LAYOUT, "x"), 1);
+    }
+    const RawClient client(socketPath());
+    EXPECT_TRUE(client.sendBytes(frame(relay::FRAME_ANSWER, REVERSE)));
+    EXPECT_TRUE(client.sendBytes(frame(relay::FRAME_REQUEST, ANSWERS)));
+    EXPECT_EQ(client.answer(), 1) << "an answer that nobody asked for is shown and not answered";
+}
+
+TEST_F(Relay, clientsThatMisbehaveDoNotKeepOthersWaiting)
+{
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    std::vector<RawClient> silent;
+    for (int i = 0; i < 100; ++i) { // more than the service has room for
+        silent.emplace_back(socketPath());
+        EXPECT_TRUE(silent.back().connected);
+    }
+    Process flood([this] {
+        const RawClient client(socketPath());
+        while (client.sendBytes(frame(relay::FRAME_POST, POSTED, 100))) {
+        }
+        return 0;
+    });
+    Process unread([this] { // asks for large answers and takes none
+        for (;;) {
+            const RawClient client(socketPath());
+            while (client.sendBytes(frame(relay::FRAME_REQUEST, LAYOUT), MSG_DONTWAIT)) {
+            }
+        }
+        return 0;
+    });
+    for (int i = 0; i < 50; ++i) {
+        RawClient(socketPath()).sendBytes(frame(relay::FRAME_REQUEST, LAYOUT)); // dies waiting
+        EXPECT_EQ(request(LAYOUT, "x"), 1);
+    }
+    EXPECT_EQ(service.stop(SIGTERM), 0) << "a flood does not keep the service from its stop";
+}
+
+TEST_F(Relay, unreachableAndMuteServicesAreToldApart)
+{
+    EXPECT_EQ(request(LAYOUT), -ENOENT);
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    setenv("RELAY_TIMEOUT", "1", 1);
+    service.signal(SIGSTOP);
+    EXPECT_EQ(request(LAYOUT), -ETIMEDOUT);
+    service.stop(SIGKILL);
+    EXPECT_EQ(request(LAYOUT), -ECONNREFUSED);
+}
+
+TEST_F(Relay, aModuleHasOneLivingServiceAndPrivateFiles)
+{
+    const mode_t mask = umask(0077);
+    Process service(runService);
+    umask(mask);
+    ASSERT_TRUE(waitUntilServed());
+    struct stat status = {};
+    EXPECT_EQ(stat((directory / "run").c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0750u);
+    EXPECT_EQ(stat(socketPath().c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0660u);
+
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(relayRegister(module, modePost, handle, nullptr), nullptr);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("another process serves it"),
+              std::string::npos);
+    EXPECT_EQ(request(LAYOUT), 0) << "the refused one has left the socket alone";
+
+    service.stop(SIGKILL);
+    EXPECT_TRUE(fs::exists(socketPath()));
+    Process successor(runService);
+    EXPECT_TRUE(waitUntilServed());
+    EXPECT_EQ(successor.stop(SIGTERM), 0);
+
+    fs::permissions(directory / "run", fs::perms::others_write, fs::perm_options::add);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(relayRegister(module, modePost, handle, nullptr), nullptr);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("others may write"), std::string::npos);
+}
+
+TEST_F(Relay, strangersAreRefusedAndGroupMembersAreNot)
+{
+    if (geteuid() != 0) {
+        GTEST_SKIP() << "taking other identities needs root";
+    }
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    // The files would keep strangers out already: open them, to see the check.
+    fs::permissions(directory, fs::perms::all);
+    fs::permissions(directory / "run", fs::perms::all);
+    fs::permissions(socketPath(), fs::perms::all);
+    constexpr gid_t stranger = 65534;
+    const struct {
+        gid_t group;
+        gid_t supplementary;
+        int result;
+    } cases[] = {{stranger, stranger, -EACCES}, {getegid(), stranger, 0}, {stranger, getegid(), 0}};
+    for (const auto &peer : cases) {
+        Process client([&peer] {
+            if (setgroups(1, &peer.supplementary) != 0 || setgid(peer.group) != 0 ||
+                setuid(stranger) != 0) {
+                return 99;
+            }
+            return -request(LAYOUT);
+        });
+        EXPECT_EQ(client.wait(), -peer.result) << peer.group << " " << peer.supplementary;
+    }
+}
+
+TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
+{
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_LT(post(), 0) << "nobody listens";
+    }
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    int sent = 0;
+    for (; post() != 0; usleep(1000)) { // the pause between attempts to connect
+        ++sent;
+    }
+    ++sent;
+    EXPECT_EQ(request(RECEIVED), 1);
+    EXPECT_EQ(request(DROPPED), 5 + sent - 1);
+
+    service.signal(SIGSTOP);
+    int lost = 0;
+    for (int i = 0; i < 100000; ++i) {
+        lost += post() != 0;
+    }
+    EXPECT_GT(lost, 0);
+    service.signal(SIGCONT);
+    int more = 100000;
+    while (request(RECEIVED) + lost < 1 + more) { // until the queue has been read
+    }
+    for (; post() != 0; usleep(1000), ++more, ++lost) {
+    }
+    EXPECT_EQ(request(RECEIVED), 1 + more + 1 - lost);
+    EXPECT_EQ(request(DROPPED), 5 + sent - 1 + lost);
+
+    // A restart of the receiver is noticed by the first post that meets it.
+    service.stop(SIGTERM);
+    Process successor(runService);
+    ASSERT_TRUE(waitUntilServed());
+    while (post() != 0) {
+        usleep(1000);
+    }
+    EXPECT_EQ(request(RECEIVED), 1);
+}
+
+TEST_F(Relay, aSignalEndsTheWaitForRequests)
+{
+    RelayCtx *ctx = relayRegister(module, modePost, handle, nullptr);
+    ASSERT_NE(ctx, nullptr);
+    EXPECT_EQ(relayListen(ctx, 1000), 0);
+    struct sigaction action = {};
+    struct sigaction old = {};
+    action.sa_handler = [](int) {};
+    sigaction(SIGALRM, &action, &old);
+    // Repeated, in case the first one comes before the wait.
+    const itimerval soon = {{0, 10000}, {0, 10000}};
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &soon, nullptr);
+    EXPECT_EQ(relayListen(ctx, 600000000), -EINTR);
+    setitimer(ITIMER_REAL, &never, nullptr);
+    sigaction(SIGALRM, &old, nullptr);
+    EXPECT_EQ(relayUnRegister(ctx), 0);
+    EXPECT_LT(relayListen(nullptr, 0), 0);
+}
+
+std::string lineOf(logd::LogEntry entry, const std::string &text)
+{
+    char line[logd::maxLine];
+    entry.textLength = static_cast<uint32_t>(text.size());
+    return std::string(line, logd::formatLine(entry, text.c_str(), line));
+}
+
+TEST(LogDaemon, printsOneLineForEachRecord)
+{
+    setenv("TZ", "UTC", 1);
+    tzset();
+    logd::LogEntry entry = {};
+    entry.time = 1000000000123000000;
+    entry.module = 103;
+    const struct {
+        int32_t level;
+        std::string text;
+        const char *line;
+    } cases[] = {
+        {8, "cmd (x) returned (0).\n", "error  swmgr  cmd (x) returned (0).\n"},
+        {64, "", "info   swmgr  \n"},
+        {128, "two\nlines\n\n", "notice swmgr  two\\x0alines\n"},
+        {256, "\x1b[31m\xff", "debug  swmgr  \\x1b[31m\\xff\n"},
+        {-2147483647 - 1, "x", "-2147483648 swmgr  x\n"},
+    };
+    for (const auto &[level, text, line] : cases) {
+        entry.level = level;
+        EXPECT_EQ(lineOf(entry, text), std::string("2001-09-09 01:46:40.123 ") + line);
+    }
+    EXPECT_EQ(lineOf(entry, std::string(5000, '\1')).size(),
+              lineOf(entry, "").size() + 4 * logd::maxText);
+}
+
+TEST(LogDaemon, answersFollowersFromItsLastRecords)
+{
+    std::vector<unsigned char> buffer(logd::usualAnswerSize);
+    logd::LogAnswer answer = {};
+    const auto follow = [&](uint64_t after, int32_t level, size_t size) {
+        const logd::LogFollowRequest wanted = {after, level, 0};
+        auto length = static_cast<uint32_t>(size);
+        const int status = logd::ringAnswer(&wanted, sizeof(wanted), buffer.data(), &length);
+        memcpy(&answer, buffer.data(), sizeof(answer));
+        EXPECT_LE(length, size);
+        return status;
+    };
+    ASSERT_EQ(follow(logd::newestOnly, 256, buffer.size()), 0);
+    const uint64_t base = answer.newest; // none, unless the test is repeated
+    for (uint32_t i = 1; i <= 600; ++i) {
+        logd::LogEntry entry = {};
+        entry.level = i % 2 == 0 ? 8 : 64;
+        entry.textLength = 11;
+        logd::ringAppend(entry, "eleven text and more");
+    }
+    ASSERT_EQ(follow(logd::newestOnly, 256, buffer.size()), 0);
+    EXPECT_EQ(answer.newest, base + 600);
+    EXPECT_EQ(answer.last, base + 600);
+    EXPECT_EQ(answer.count, 0u);
+    // 88 records are gone; of the others, two entries fit.
+    ASSERT_EQ(follow(base + 10, 64, sizeof(answer) + 2 * logd::entrySize(11) + 20), 0);
+    EXPECT_EQ(answer.skipped, 78u);
+    EXPECT_EQ(answer.count, 2u);
+    EXPECT_EQ(answer.last, base + 90);
+    ASSERT_EQ(follow(base + 590, 8, buffer.size()), 0);
+    EXPECT_EQ(answer.count, 5u);
+    EXPECT_EQ(answer.last, base + 600);
+    logd::LogEntry second = {};
+    const unsigned char *at = buffer.data() + sizeof(answer) + logd::entrySize(11);
+    memcpy(&second, at, sizeof(second));
+    EXPECT_EQ(second.number, base + 594);
+    EXPECT_EQ(memcmp(at + sizeof(second), "eleven text\0\0\0\0\0", 16), 0);
+
+    uint32_t length = 8;
+    EXPECT_EQ(logd::ringAnswer(&answer, 16, buffer.data(), &length), -EINVAL);
+    length = 100;
+    EXPECT_EQ(logd::ringAnswer(&answer, 15, buffer.data(), &length), -EINVAL);
+}
+
+} // namespace
