@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -80,6 +81,7 @@ void trace(const char *name, int count, char **words, int status, const char *er
     }
     at = std::min(at, last - 1);
     line[at++] = '\n';
+    signal(SIGPIPE, SIG_IGN); // a reader that has gone ends nothing
     static_cast<void>(!write(fd, line, at));
     close(fd);
 }
@@ -112,10 +114,7 @@ int reset()
     State *state = openState(file);
     if (state == nullptr)
         return noState;
-    std::memset(state, 0, sizeof *state);
-    state->magic = stateMagic;
-    state->version = stateVersion;
-    state->size = sizeof *state;
+    resetState(*state);
     return 0;
 }
 

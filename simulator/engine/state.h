@@ -1,6 +1,6 @@
 // What the packet switch engine and the host's VLAN sub-interfaces hold, laid
 // out so that a file can be mapped as it stands: a tool call touches only the
-// pages that it needs, however many VLANs there are. All zero is the reset state.
+// pages that it needs, however many VLANs there are.
 #pragma once
 
 #include <cstddef>
@@ -86,5 +86,9 @@ struct State {
     SubInterface interfaces[vlanIdCount][interfaceWays];
 };
 static_assert(std::is_trivially_copyable_v<State> && std::is_standard_layout_v<State>);
+
+// As after power-on: all zero but for the header and the pause registers, whose
+// lower halves hold the longest pause time.
+void resetState(State &state);
 
 } // namespace engine

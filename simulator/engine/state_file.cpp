@@ -13,19 +13,6 @@
 
 namespace engine {
 
-namespace {
-
-// Two processes that lock the same file write its header one after the other.
-bool prepare(int fd)
-{
-    if (ftruncate(fd, sizeof(State)) != 0)
-        return false;
-    const uint32_t header[] = {stateMagic, stateVersion, sizeof(State)};
-    return pwrite(fd, header, sizeof header, 0) == static_cast<ssize_t>(sizeof header);
-}
-
-} // namespace
-
 StateFile::~StateFile()
 {
     if (state_ != nullptr)
@@ -39,7 +26,7 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
     struct stat info = {};
     fd_ = ::open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
     if (fd_ < 0 || flock(fd_, LOCK_EX) != 0 || fstat(fd_, &info) != 0 ||
-        (info.st_size == 0 && !prepare(fd_))) {
+        (info.st_size == 0 && ftruncate(fd_, sizeof(State)) != 0)) {
         std::snprintf(why, whySize, "cannot use the state file %s: %s", path, std::strerror(errno));
         return nullptr;
     }
@@ -53,6 +40,8 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
         return nullptr;
     }
     state_ = static_cast<State *>(memory);
+    if (state_->magic == 0) // a new file, or one whose maker did not get further
+        resetState(*state_);
     if (state_->magic != stateMagic || state_->version != stateVersion ||
         state_->size != sizeof(State)) {
         std::snprintf(why, whySize, "%s is no state file of this version; remove it", path);

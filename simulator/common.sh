@@ -1,0 +1,27 @@
+# What the scripts of the simulated gateway share. They define usage() first.
+
+misused() {
+    echo "${0##*/}: $1. Try '$0 --help'." >&2
+    exit 2
+}
+
+unavailable() {
+    echo "${0##*/}: no simulated gateway here: $*" >&2
+    exit 77
+}
+
+# The folder given, or else the one that was built last.
+buildFolder() {
+    local newest=
+    if [ -n "$1" ]; then
+        [ -x "$1/bin/swengine" ] || misused "$1 has no bin/swengine"
+        (cd "$1" && pwd -P)
+        return
+    fi
+    for program in "$here"/../build/*/bin/swengine; do
+        [ -x "$program" ] || continue
+        [ -n "$newest" ] && [ ! "$program" -nt "$newest" ] || newest=$program
+    done
+    [ -n "$newest" ] || misused "nothing is built yet, and no --build says where"
+    (cd "${newest%/bin/swengine}" && pwd -P)
+}
