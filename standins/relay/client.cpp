@@ -75,7 +75,11 @@ int sendOutgoing(int fd, Outgoing &outgoing, int flags)
     struct msghdr message = {};
     message.msg_iov = parts;
     message.msg_iovlen = sizeof(parts) / sizeof(parts[0]);
-    return sendmsg(fd, &message, flags | MSG_NOSIGNAL) >= 0 ? 0 : -errno;
+    ssize_t sent = 0;
+    do {
+        sent = sendmsg(fd, &message, flags | MSG_NOSIGNAL);
+    } while (sent < 0 && errno == EINTR);
+    return sent >= 0 ? 0 : -errno;
 }
 
 int connectTo(int module, int flags, standin::Descriptor &connection)
@@ -88,12 +92,15 @@ int connectTo(int module, int flags, standin::Descriptor &connection)
     if (!connection.valid()) {
         connection.reset(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
     }
-    if (!connection.valid() ||
-        connect(connection.get(), reinterpret_cast<const struct sockaddr *>(&address),
-                sizeof(address)) != 0) {
+    if (!connection.valid()) {
         return -errno;
     }
-    return 0;
+    int connected = 0;
+    do {
+        connected = connect(connection.get(), reinterpret_cast<const struct sockaddr *>(&address),
+                            sizeof(address));
+    } while (connected != 0 && errno == EINTR);
+    return connected == 0 ? 0 : -errno;
 }
 
 // --- mode 2 -----------------------------------------------------------------

@@ -32,7 +32,7 @@ constexpr int gracePeriod = 500; // ms between asking a command to end and endin
 constexpr int longestNap = 20;   // ms, where the kernel cannot wait with a limit
 constexpr int resetSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE, SIGTERM,
                                 SIGCHLD, SIGALRM, SIGUSR1, SIGUSR2};
-constexpr int notExecutable = 126;
+constexpr int notExecutable = 126; // of a shell, and of whatever runs commands for others
 constexpr int notFound = 127;
 
 struct PlainLine {
@@ -190,7 +190,7 @@ int reap(pid_t pid, int &status)
     return reaped == pid ? 0 : -errno;
 }
 
-int run(char *const words[], const char *commandLine, bool byShell)
+int run(char *const words[], const char *commandLine)
 {
     pid_t pid = 0;
     int status = SpawnSettings().spawn(pid, words);
@@ -214,7 +214,7 @@ int run(char *const words[], const char *commandLine, bool byShell)
         return -(128 + WTERMSIG(ended));
     }
     const int code = WEXITSTATUS(ended);
-    if (byShell && (code == notFound || code == notExecutable)) {
+    if (code == notFound || code == notExecutable) {
         return code == notFound ? -ENOENT : -EACCES;
     }
     return code;
@@ -226,7 +226,7 @@ int runByShell(const char *commandLine)
     char option[] = "-c";
     // The words of a spawned program are not written to.
     char *words[] = {shell, option, const_cast<char *>(commandLine), nullptr};
-    return run(words, commandLine, true);
+    return run(words, commandLine);
 }
 
 } // namespace
@@ -243,7 +243,7 @@ int salCmdExec(const char *commandLine, int /*arg1*/, int /*arg2*/)
     if (line.count == 0) {
         return 0;
     }
-    const int status = run(line.words, commandLine, false);
+    const int status = run(line.words, commandLine);
     // A script without an interpreter line is something only a shell can run.
     return status == -ENOEXEC ? runByShell(commandLine) : status;
 }
