@@ -1,0 +1,67 @@
+// A platform that records instead of acting. It stands in the test program, so
+// its symbols win over librelay.so and libsal.so; libswmgr.so runs unchanged.
+// Every call becomes one line of text, and answers can be scripted.
+#pragma once
+
+#include "platform/relay.h"
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace platform {
+
+using Bytes = std::vector<uint8_t>;
+
+// Answers the calls whose line contains `match` with `result`: all of them, or
+// only the nth (from 1). `reply` is copied over the record of an ioctl.
+void answer(const std::string &match, int result, int nth = 0, Bytes reply = {});
+
+// Forgets the scripted answers; calls get their defaults again.
+void answerAsUsual();
+
+// The lines recorded since the last call of any of the three, one per call:
+// everything, everything but the log, or "LEVEL TEXT" of the log alone. A line
+// break inside a text shows as \n.
+std::string everything();
+std::string hardware();
+std::string log();
+
+// The records of the log with all their bytes: what relayIoctl received last.
+struct LogSent {
+    RelayCtx *ctx;
+    int module, type, recordLength, mode, arg1, arg2;
+    Bytes record;
+    std::string text;
+    uint32_t length;
+};
+const LogSent &lastLog();
+
+// What /proc/uptime and other files hold; a file without content is missing.
+void fileContent(const std::string &path, const std::string &content);
+
+// relayListen runs these in order, one per call; after the last one it clears
+// swMgrInitialized. Negative ones can be scripted with answer("relayListen").
+void onListen(std::function<void()> body);
+
+// The handler that was registered.
+RelayHandler handler();
+
+// Called before each call is answered, with its line and its default result; it
+// returns the result to use. The fault test injects from here.
+using Intercept = std::function<int(const std::string &line, int result)>;
+void intercept(Intercept hook);
+
+// Blocks that libswmgr.so holds: address and size. Empty under sanitizers.
+struct Block {
+    const void *address;
+    size_t size;
+};
+std::vector<Block> blocksHeld();
+bool blocksAreTracked();
+
+// Result tables and query texts that the library has not released.
+int sqliteHeld();
+
+} // namespace platform
