@@ -3,13 +3,16 @@
 #include "change.h"
 #include "cli.h"
 #include "configuration_columns.h"
+#include "log.h"
 #include "outcome.h"
 #include "service.h"
 #include "text.h"
 #include "validate.h"
 
+#include <chrono>
 #include <limits>
 #include <memory>
+#include <thread>
 
 namespace swctl {
 namespace {
@@ -65,6 +68,46 @@ void printOutcome(const Written &written, const Outcome &outcome)
     json.key("putBack").boolean(outcome.putBack).close('}').print(stdout);
 }
 
+// The service's error messages since a time.
+std::vector<std::string> errorsSince(int64_t since)
+{
+    std::vector<std::string> errors;
+    LogFollower(SWMGR_LOG_ERROR).read([&](const LogLine &line) {
+        // Every command line that was run is logged at error level too.
+        if (line.module == SWMGR_RELAY_MODULE_ID && line.time >= since &&
+            line.text.rfind("cmd (", 0) != 0)
+            errors.push_back(printable(line.text));
+    });
+    return errors;
+}
+
+// Shows why the service refused a change, as its log has it. The service does
+// not wait for the log daemon, so its messages may come a little later than its
+// answer.
+void printReasons(int64_t since)
+{
+    constexpr int attempts = 5;
+    constexpr auto pause = std::chrono::milliseconds(10);
+    try {
+        std::vector<std::string> errors = errorsSince(since);
+        for (int i = 1; i < attempts && errors.empty(); ++i) {
+            std::this_thread::sleep_for(pause);
+            errors = errorsSince(since);
+        }
+        for (const std::string &error : errors)
+            std::fprintf(stderr, "  service: %s\n", error.c_str());
+    } catch (const Failure &) {
+        std::fprintf(stderr, "  (no log daemon is running that could tell the reason)\n");
+    }
+}
+
+int64_t nanosecondsNow()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::system_clock::now().time_since_epoch())
+        .count();
+}
+
 // Tells the service of a written row unless offline, and the user what came of
 // it; gives the exit status.
 int finish(const Program &program, Database &database, const Written &written,
@@ -74,6 +117,7 @@ int finish(const Program &program, Database &database, const Written &written,
     const char *verb = verbs[written.opCode == SWMGR_DB_INSERT   ? 0
                              : written.opCode == SWMGR_DB_UPDATE ? 1
                                                                  : 2];
+    const int64_t start = nanosecondsNow();
     const Outcome outcome = offline ? Outcome() : announce(database, written);
     if (program.globals.json)
         printOutcome(written, outcome);
@@ -82,6 +126,7 @@ int finish(const Program &program, Database &database, const Written &written,
             outcome.putBack ? "the row is as it was" : "the row was not put back: " + outcome.note;
         std::fprintf(stderr, "swctl: %s: the service answered %s; %s\n", printable(name).c_str(),
                      statusInWords(outcome.status).c_str(), fate.c_str());
+        printReasons(start);
         return exitRefused;
     }
     if (!program.globals.json)

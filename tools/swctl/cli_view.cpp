@@ -1,13 +1,18 @@
 // The commands that only look: show and log.
 #include "cli.h"
+#include "log.h"
 #include "model.h"
 #include "outcome.h"
+#include "service.h"
 #include "show.h"
 #include "text.h"
+#include "validate.h"
 
 #include <cerrno>
 #include <cstring>
+#include <deque>
 #include <memory>
+#include <thread>
 
 namespace swctl {
 namespace {
@@ -52,11 +57,114 @@ void addShow(Program &program)
         ->type_name("FILE");
 }
 
+// --- log -------------------------------------------------------------------
+
+constexpr auto followInterval = std::chrono::milliseconds(200);
+
+struct LogArguments {
+    std::string level = "notice"; // least urgent level to show
+    std::string lines = "20";     // older records to show first
+    bool noFollow = false;        // end after the older records
+};
+
+struct LevelName {
+    const char *name;
+    int32_t most;       // highest SWMGR_LOG_... value it lets through
+    const char *colour; // escape sequence, empty: none
+};
+
+// By urgency: each shows those before it too.
+constexpr LevelName levels[] = {{"error", SWMGR_LOG_ERROR, "\x1b[31m"},
+                                {"info", SWMGR_LOG_INFO, ""},
+                                {"notice", SWMGR_LOG_NOTICE, "\x1b[1m"},
+                                {"debug", SWMGR_LOG_DEVDEBUG, "\x1b[2m"}};
+
+const LevelName &levelOf(const std::string &name)
+{
+    for (const LevelName &level : levels)
+        if (level.name == name)
+            return level;
+    throw Failure(exitUsage, "there is no level " + printable(name));
+}
+
+void printJsonLine(const LogLine &line)
+{
+    JsonWriter json;
+    json.open('{').key("time").number(line.time).key("module").number(line.module);
+    json.key("level").string(levelName(line.level)).key("levelCode").number(line.level);
+    json.key("dropped").number(line.dropped).key("text").string(line.text);
+    json.close('}').print(stdout);
+}
+
+void printLine(const LogLine &line, bool json, bool colour)
+{
+    if (json) {
+        printJsonLine(line);
+        return;
+    }
+    const char *start = "";
+    for (const LevelName &level : levels)
+        if (colour && level.most == line.level)
+            start = level.colour;
+    if (line.dropped != 0)
+        std::printf("... %u records were lost\n", line.dropped);
+    std::printf("%s%s  %-6s  %s%s\n", start, timeText(line.time).c_str(), levelName(line.level),
+                printable(line.text).c_str(), *start != '\0' ? "\x1b[0m" : "");
+    std::fflush(stdout);
+}
+
+int runLog(const Globals &globals, const LogArguments &arguments)
+{
+    const bool colour = colourWanted(stdout);
+    LogFollower follower(levelOf(arguments.level).most);
+    const size_t keep = std::stoul(arguments.lines);
+    std::deque<LogLine> older;
+    follower.read([&](const LogLine &line) {
+        older.push_back(line);
+        if (older.size() > keep)
+            older.pop_front();
+    });
+    for (const LogLine &line : older)
+        printLine(line, globals.json, colour);
+    while (!arguments.noFollow && std::ferror(stdout) == 0) {
+        std::this_thread::sleep_for(followInterval);
+        const uint64_t lost =
+            follower.read([&](const LogLine &line) { printLine(line, globals.json, colour); });
+        if (lost != 0)
+            std::fprintf(stderr, "swctl: %llu records came faster than they were read\n",
+                         static_cast<unsigned long long>(lost));
+    }
+    return exitDone;
+}
+
+void addLog(Program &program)
+{
+    const auto arguments = std::make_shared<LogArguments>();
+    CLI::App *command =
+        addCommand(program, program.app, "log", "Follow the log of the service until interrupted",
+                   "  swctl log --level error\n  swctl log --no-follow --lines 100 --json",
+                   [&program, arguments] { return runLog(program.globals, *arguments); });
+    if (!program.mayRun("log"))
+        return;
+    command
+        ->add_option("--level", arguments->level,
+                     "Show this level and the more urgent ones: error, info, notice or debug")
+        ->type_name("LEVEL")
+        ->capture_default_str()
+        ->check(CLI::IsMember({"error", "info", "notice", "debug"}));
+    command->add_option("--lines", arguments->lines, "Older records to show first, 0 to 512")
+        ->type_name("N")
+        ->capture_default_str()
+        ->transform(decimal(0, 512));
+    command->add_flag("--no-follow", arguments->noFollow, "End after the older records");
+}
+
 } // namespace
 
 void addViewCommands(Program &program)
 {
     addShow(program);
+    addLog(program);
 }
 
 } // namespace swctl

@@ -5,10 +5,10 @@
 #include "platform/relay.h"
 #include "text.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <vector>
 
 namespace swctl {
 namespace {
@@ -50,20 +50,25 @@ void useRelayDirectory(const std::string &directory)
         setenv("RELAY_DIR", directory.c_str(), /*overwrite=*/1);
 }
 
-int ask(int module, int requestType, std::string_view data, std::string_view buffer)
+int exchange(int module, int requestType, std::string_view data, std::string &buffer)
 {
-    // relayIoctl takes writable buffers and may write the reply buffer.
-    std::vector<char> sent(data.begin(), data.end());
-    std::vector<char> reply(buffer.begin(), buffer.end());
-    auto replyLength = static_cast<uint32_t>(reply.size());
+    std::string sent(data); // relayIoctl takes a writable buffer
+    auto length = static_cast<uint32_t>(buffer.size());
     errno = 0;
     const int result =
         relayIoctl(/*ctx=*/nullptr, module, requestType, sent.empty() ? nullptr : sent.data(),
-                   static_cast<int>(sent.size()), reply.empty() ? nullptr : reply.data(),
-                   reply.empty() ? nullptr : &replyLength, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
+                   static_cast<int>(sent.size()), buffer.empty() ? nullptr : buffer.data(),
+                   buffer.empty() ? nullptr : &length, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
     if (!gotThrough(result, errno))
         throw Failure(exitUnreachable, whyNot(module, result));
+    buffer.resize(std::min<size_t>(length, buffer.size()));
     return result;
+}
+
+int ask(int module, int requestType, std::string_view data, std::string_view buffer)
+{
+    std::string reply(buffer);
+    return exchange(module, requestType, data, reply);
 }
 
 int askSwitch(const std::string &switchName, int command, std::string_view payload)

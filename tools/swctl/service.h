@@ -18,6 +18,10 @@ void useRelayDirectory(const std::string &directory);
 // with exitUnreachable when nobody answered.
 int ask(int module, int requestType, std::string_view data, std::string_view buffer = {});
 
+// As ask, with a reply buffer that takes the answer: it goes out with its size
+// and comes back with the answer's.
+int exchange(int module, int requestType, std::string_view data, std::string &buffer);
+
 // The bytes of a wire record.
 template <class Record>
 std::string_view bytesOf(const Record &record)

@@ -40,7 +40,7 @@ void showSwitch(FILE *stream, const SwitchConfig &sw, bool top)
     }
 }
 
-// One block of the matrix heading per switch, as wide as its columns.
+// Widths in characters.
 struct Layout {
     int nameWidth = 4;      // of the first column
     int interfaceWidth = 9; // of the second
@@ -60,7 +60,7 @@ Layout layoutOf(const Model &model, const Matrix &matrix)
     return layout;
 }
 
-// A blank line between switches keeps their columns apart.
+// A further blank keeps the columns of two switches apart.
 std::string gapBefore(const Matrix &matrix, size_t column)
 {
     const bool newSwitch =
@@ -68,18 +68,17 @@ std::string gapBefore(const Matrix &matrix, size_t column)
     return newSwitch ? "  " : " ";
 }
 
+// The names of the switches, each above its first column.
 std::string switchHeading(const Matrix &matrix, const Layout &layout)
 {
-    std::string line(static_cast<size_t>(layout.nameWidth + 2 + layout.interfaceWidth), ' ');
-    for (size_t i = 0; i < matrix.columns.size();) {
-        size_t end = i;
-        while (end < matrix.columns.size() && matrix.columns[end].owner == matrix.columns[i].owner)
-            ++end;
-        const int width = static_cast<int>(end - i) * (layout.cellWidth + 1) - 1;
-        line += "  " + padded(" " + printable(matrix.columns[i].owner->name), width);
-        i = end;
+    std::string line;
+    int place = layout.nameWidth + 2 + layout.interfaceWidth;
+    for (size_t i = 0; i < matrix.columns.size(); ++i) {
+        place += static_cast<int>(gapBefore(matrix, i).size()) + layout.cellWidth;
+        if (i == 0 || matrix.columns[i].owner != matrix.columns[i - 1].owner)
+            line = padded(line, place - 1) + printable(matrix.columns[i].owner->name) + " ";
     }
-    line.erase(line.find_last_not_of(' ') + 1);
+    line.pop_back();
     return line;
 }
 

@@ -1,0 +1,531 @@
+// swctl, run as a program against a service played by this process: what it
+// sends byte for byte, what it leaves in the database, what it prints and how it
+// ends.
+#include "platform/relay.h"
+#include "swmgr/swmgr_client.h"
+
+#include "standins/logd/log_follow.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <mutex>
+#include <sqlite3.h>
+#include <sstream>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <vector>
+
+using namespace std::string_literals;
+
+namespace {
+
+struct Message {
+    int type;
+    std::string data;
+    std::string buffer; // as it was sent
+};
+
+// A relay module of this process, served by a thread of its own.
+class Module {
+public:
+    using Answer = std::function<int(const Message &, std::string &reply)>;
+
+    Module(int id, Answer how) : answer(std::move(how))
+    {
+        context = relayRegister(id, 0, &Module::handle, this);
+        server = std::thread([this] {
+            while (!stopped)
+                relayListen(context, 10000);
+        });
+    }
+    ~Module()
+    {
+        stopped = true;
+        server.join();
+        relayUnRegister(context);
+    }
+
+    std::vector<Message> taken()
+    {
+        const std::lock_guard guard(lock);
+        return std::exchange(messages, {});
+    }
+
+private:
+    static int handle(void *self, RelayMsgHdr *, int type, void *data, int length, void *buffer,
+                      uint32_t *bufferLength)
+    {
+        auto &module = *static_cast<Module *>(self);
+        Message message{
+            type, std::string(static_cast<char *>(data), static_cast<size_t>(length)), {}};
+        if (buffer != nullptr)
+            message.buffer.assign(static_cast<char *>(buffer), *bufferLength);
+        std::string reply;
+        const int status = module.answer(message, reply);
+        if (!reply.empty()) {
+            std::memcpy(buffer, reply.data(), reply.size());
+            *bufferLength = static_cast<uint32_t>(reply.size());
+        }
+        const std::lock_guard guard(module.lock);
+        module.messages.push_back(std::move(message));
+        return status;
+    }
+
+    Answer answer;
+    RelayCtx *context = nullptr;
+    std::mutex lock;
+    std::vector<Message> messages; // under the lock
+    std::atomic<bool> stopped = false;
+    std::thread server;
+};
+
+struct Result {
+    int status;
+    std::string out, err;
+};
+
+std::string contents(const std::string &path)
+{
+    std::ifstream file(path);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+constexpr const char *schema = R"(
+CREATE TABLE swGlobalCfg(switchName TEXT, switchDevice TEXT, numPorts INTEGER, vlanEnable INTEGER,
+  qosEnable INTEGER, pauseFrameEnable INTEGER, igmpSnoopingEnable INTEGER,
+  mldSnoopingEnable INTEGER, switchLevel INTEGER);
+CREATE TABLE swPortConfig(switchName TEXT, portNumber INTEGER, PVID INTEGER, portType INTEGER,
+  mirroring INTEGER, trustMode INTEGER, interfaceName TEXT, phyDevice TEXT, rateLimit INTEGER,
+  schedMode INTEGER, numQueues INTEGER, queue1Weight INTEGER, queue2Weight INTEGER,
+  queue3Weight INTEGER, queue4Weight INTEGER);
+CREATE TABLE vlanEncapIf(vlanId INTEGER, interfaceName TEXT, LogicalIfName TEXT, ingressMap TEXT,
+  egressMap TEXT, fwdMap TEXT, untagMap TEXT, inSwitchOnly INTEGER);
+INSERT INTO vlanEncapIf(rowid, vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)
+  VALUES(7, 10, 'eth0', '0,1', '1', 0);
+)";
+
+class Swctl : public ::testing::Test {
+protected:
+    Swctl()
+    {
+        char name[] = "/tmp/swctl-test-XXXXXX";
+        directory = mkdtemp(name);
+        database = directory + "/config.db";
+        setenv("RELAY_DIR", directory.c_str(), 1);
+        setenv("SWMGR_DATABASE", database.c_str(), 1);
+        unsetenv("NO_COLOR");
+        sql(schema);
+    }
+    ~Swctl() override { std::filesystem::remove_all(directory); }
+
+    // Values of all rows of the result, columns joined by "|", rows by "\n".
+    std::string sql(const std::string &text)
+    {
+        sqlite3 *db = nullptr;
+        std::string rows;
+        const auto append = [](void *to, int count, char **values, char **) {
+            auto &lines = *static_cast<std::string *>(to);
+            for (int i = 0; i < count; ++i)
+                lines += (i == 0 ? "" : "|") + std::string(values[i] ? values[i] : "NULL");
+            lines += '\n';
+            return 0;
+        };
+        EXPECT_EQ(sqlite3_open(database.c_str(), &db), SQLITE_OK);
+        EXPECT_EQ(sqlite3_exec(db, text.c_str(), append, &rows, nullptr), SQLITE_OK)
+            << sqlite3_errmsg(db);
+        sqlite3_close(db);
+        return rows;
+    }
+
+    std::string everything()
+    {
+        return sql("SELECT rowid, *, typeof(vlanId), typeof(fwdMap) FROM vlanEncapIf ORDER BY 1;"
+                   "SELECT rowid, * FROM swPortConfig ORDER BY 1;"
+                   "SELECT rowid, * FROM swGlobalCfg ORDER BY 1");
+    }
+
+    Result run(const std::string &arguments)
+    {
+        const std::string line = std::string(SWCTL_PROGRAM) + " " + arguments + " >" + directory +
+                                 "/out 2>" + directory + "/err";
+        const int status = std::system(line.c_str());
+        return {WEXITSTATUS(status), contents(directory + "/out"), contents(directory + "/err")};
+    }
+
+    // The service, answering everything alike.
+    static std::unique_ptr<Module> service(int status)
+    {
+        return std::make_unique<Module>(
+            SWMGR_RELAY_MODULE_ID, [status](const Message &, std::string &) { return status; });
+    }
+
+    std::string directory, database;
+};
+
+std::string padded(std::string text, size_t size)
+{
+    text.resize(size);
+    return text;
+}
+
+std::string eventFor(const std::string &table, char row, char opCode)
+{
+    return padded(table, 64) + padded({row}, 8) + padded({opCode}, 4) + padded("", 4);
+}
+
+const std::string vlanColumnNames =
+    "vlanId\0interfaceName\0LogicalIfName\0ingressMap\0egressMap\0fwdMap\0untagMap\0inSwitchOnly\0"s;
+const std::string oldVlan10 = vlanColumnNames + "10\0eth0\0\0\0\0"
+                                                "0,1\0"
+                                                "1\0"
+                                                "0\0"s;
+
+TEST_F(Swctl, aChangeIsWrittenAndAnnouncedWithTheOldValues)
+{
+    const auto module = service(0);
+    struct Case {
+        const char *arguments;
+        std::string row, data, buffer;
+    };
+    const Case cases[] = {
+        {"vlan add 20 --interface eth1 --ports 3,1-2 --untagged 2 --switch-only on",
+         "8|20|eth1|NULL|NULL|NULL|1,2,3|2|1\n", eventFor("vlanEncapIf", 8, 18), ""},
+        {"vlan set 10 --untagged '' --logical lan10", "7|10|eth0|lan10|NULL|NULL|0,1||0\n",
+         eventFor("vlanEncapIf", 7, 23), oldVlan10},
+        {"vlan set 20 --id 21", "8|21|eth1|NULL|NULL|NULL|1,2,3|2|1\n",
+         eventFor("vlanEncapIf", 8, 23),
+         vlanColumnNames + "20\0eth1\0\0\0\0"
+                           "1,2,3\0"
+                           "2\0"
+                           "1\0"s},
+        {"vlan delete 10", "8|21|eth1|NULL|NULL|NULL|1,2,3|2|1\n", eventFor("vlanEncapIf", 7, 9),
+         vlanColumnNames + "10\0eth0\0lan10\0\0\0"
+                           "0,1\0\0"
+                           "0\0"s},
+    };
+    for (const Case &expected : cases) {
+        const Result result = run(expected.arguments);
+        EXPECT_EQ(result.status, 0) << expected.arguments << result.err;
+        const std::vector<Message> messages = module->taken();
+        ASSERT_EQ(messages.size(), 1u);
+        EXPECT_EQ(messages[0].type, 4);
+        EXPECT_EQ(messages[0].data, expected.data);
+        EXPECT_EQ(messages[0].buffer, expected.buffer) << expected.arguments;
+        EXPECT_EQ(
+            sql("SELECT rowid, * FROM vlanEncapIf WHERE rowid = " + expected.row.substr(0, 1)),
+            expected.row);
+    }
+    EXPECT_EQ(run("switch add BCM --device /dev/bcm --vlan on --level 1").status, 0);
+    EXPECT_EQ(module->taken().at(0).data, eventFor("swGlobalCfg", 1, 18));
+    EXPECT_EQ(run("port add PSE 3 --map BCM:4 --trust-mode 2").status, 0);
+    EXPECT_EQ(module->taken().at(0).data, eventFor("swPortConfig", 1, 18));
+    EXPECT_EQ(sql("SELECT switchName, portNumber, phyDevice, trustMode FROM swPortConfig"),
+              "PSE|3|BCM:4|2\n");
+}
+
+constexpr const char *changes[] = {"vlan add 20 --ports 1", "vlan set 10 --ports 4 --logical x",
+                                   "vlan delete 10", "port add PSE 1", "switch add PSE --level 2"};
+
+TEST_F(Swctl, aRefusedChangeLeavesTheDatabaseAsItWas)
+{
+    // Text in a number's column and a number in a text's must come back as such.
+    sql("INSERT INTO vlanEncapIf(rowid, vlanId, fwdMap, egressMap) VALUES(3, 'x', 5.5, x'00ff')");
+    const std::string before = everything();
+    const auto module = service(-22);
+    for (const char *change : changes) {
+        const Result result = run(change);
+        EXPECT_EQ(result.status, 1) << change;
+        EXPECT_NE(result.err.find("answered -22 (refused as invalid); the row is as it was"),
+                  std::string::npos)
+            << result.err;
+        EXPECT_EQ(everything(), before) << change;
+        EXPECT_EQ(module->taken().size(), 1u);
+    }
+}
+
+TEST_F(Swctl, aRowThatAnotherWriterChangedIsNotPutBack)
+{
+    const Module module(SWMGR_RELAY_MODULE_ID, [this](const Message &, std::string &) {
+        sql("UPDATE vlanEncapIf SET fwdMap = '4'");
+        return -1;
+    });
+    const Result result = run("vlan set 10 --ports 2");
+    EXPECT_EQ(result.status, 1);
+    EXPECT_NE(result.err.find("another writer has changed the row"), std::string::npos);
+    EXPECT_EQ(sql("SELECT fwdMap FROM vlanEncapIf"), "4\n");
+}
+
+TEST_F(Swctl, withoutAServiceOnlyOfflineChangesStay)
+{
+    const std::string before = everything();
+    for (const char *change : changes) {
+        const Result result = run(change);
+        EXPECT_EQ(result.status, 3) << result.err;
+        EXPECT_EQ(everything(), before) << change;
+    }
+    for (const char *change : changes)
+        EXPECT_EQ(run(std::string(change) + " --offline").status, 0);
+    EXPECT_EQ(sql("SELECT vlanId, fwdMap FROM vlanEncapIf"), "20|1\n");
+    EXPECT_EQ(run("vlan add 20 --offline").status, 2) << "nobody would refuse it until the start";
+}
+
+TEST_F(Swctl, anErrnoValueFromTheServiceIsARefusalAndNotAnUnreachableService)
+{
+    const auto module = service(-2);
+    EXPECT_EQ(run("qos on").status, 1);
+    EXPECT_EQ(run("vlan set 10 --ports 2").status, 1);
+}
+
+TEST_F(Swctl, wrongArgumentsEndWithStatusTwoAndChangeNothing)
+{
+    const auto module = service(0);
+    const std::string before = everything();
+    const std::string longText(64, 'a');
+    const std::string lines[] = {
+        "",
+        "vlan",
+        "frobnicate",
+        "vlan add",
+        "vlan add 0",
+        "vlan add 4095",
+        "vlan add 1x",
+        "vlan add 20 --ports 32",
+        "vlan add 20 --ports 1,,2",
+        "vlan add 20 --ports 3-1",
+        "vlan add 20 --ports=-1",
+        "vlan add 20 --interface 'eth0;reboot'",
+        "vlan add 20 --interface " + longText,
+        "vlan add 20 --logical " + longText,
+        "vlan add 20 --ingress-map " + std::string(512, 'a'),
+        "vlan add 20 --switch-only maybe",
+        "vlan add 20 --logical \"$(printf 'a\\033[2J')\"",
+        "vlan set 10",
+        "vlan set 11 --ports 1",
+        "vlan delete 11",
+        "vlan set 10 --ports 1 --database /nonexistent/db",
+        "port add PSE 32",
+        "port add PSE 1 --map BCM",
+        "port add PSE 1 --map " + longText + ":1",
+        "port add PSE 1 --trust-mode 5",
+        "port add a,b 1",
+        "switch add " + longText,
+        "switch add BCM --ports 33",
+        "rate-limit --port 1",
+        "rate-limit --port 1 --rate 63",
+        "rate-limit --port 1 --rate 1300481",
+        "rate-limit --port 1 --rate 64 --off",
+        "queues --port 1 --queues 3",
+        "queues --port 1 --mode 2",
+        "queues --port 1 --weights 0",
+        "queues --port 1 --weights 1,1,1,1,1",
+        "qos 1",
+        "snooping",
+        "bandwidth eth1 100 101",
+        "bandwidth eth1 4294967295 100",
+        "bandwidth eth1 1 1 --event 23",
+        "event t 1 replace",
+        "event t 1 insert --old novalue",
+        "command 47 --payload abc",
+        "request vlan-add 30 --name " + std::string(128, 'a'),
+        "log --level loud",
+    };
+    for (const std::string &line : lines) {
+        const Result result = run(line);
+        EXPECT_EQ(result.status, 2) << line;
+        EXPECT_EQ(result.err.rfind("swctl: ", 0), 0u) << line;
+        EXPECT_EQ(result.out, "") << line;
+    }
+    EXPECT_EQ(module->taken().size(), 0u);
+    EXPECT_EQ(everything(), before);
+}
+
+TEST_F(Swctl, requestsCarryTheirRecords)
+{
+    const auto module = service(0);
+    struct Case {
+        const char *arguments;
+        int type;
+        std::string start; // of the data; the rest is zero
+        size_t length;
+        std::string buffer;
+    };
+    const std::string pse = padded("PSE", 64);
+    const std::string bandwidth =
+        padded("", 32) + "\xa0\x86\x01\0"s + padded("", 4) + "\x32\0\0\0"s;
+    const std::string vlan = padded("", 64) + "\x1e\0\0\0"s + padded("guests", 128) +
+                             padded("eth0", 64) + padded("lan", 64) + padded("", 1024) +
+                             "\x06\0\0\0\x04\0\0\0\0\0\0\0\x01\0\0\0"s;
+    const Case cases[] = {
+        {"rate-limit --port 1 --rate 20480", 50, pse + "\1\0\0\0\1\0\0\0\0\x50\0\0"s, 1364, ""},
+        {"rate-limit --port 31 --off --switch BCM", 50, padded("BCM", 64) + "\x1f"s, 1364, ""},
+        {"queues --port all --queues 2 --mode 3 --weights 1,2,4,8", 48,
+         pse + "\xff\xff\xff\xff\2\0\0\0\3\0\0\0\1\0\0\0\2\0\0\0\4\0\0\0\x08"s, 1364, ""},
+        {"qos on", 47, pse + "\1", 1364, ""},
+        {"pause-frames off", 49, pse, 1364, ""},
+        {"vlan-mode on", 33, pse + "\1", 1364, ""},
+        {"snooping --mld on", 57, pse + "\1", 1364, ""},
+        {"bandwidth eth1 100000 50 --event 25", 5, padded("eth1", 132) + "\x19", 1132, bandwidth},
+        {"request vlan-add 30 --name guests --interface eth0 --logical lan --ports 1,2 "
+         "--untagged 2 --switch-only on",
+         36, vlan, 1364, ""},
+        {"request vlan-delete 30", 38, padded("", 64) + "\x1e", 1364, ""},
+        {"event vlanEncapIf -1 77 --old a=1 --old b= --old-hex 4142 --length 79", 4,
+         padded("vlanEncapIf", 64) + std::string(8, '\xff') + "\x4d", 79,
+         "a\0b\0"
+         "1\0\0AB"s},
+        {"command 99 --switch X --payload 01ff --length 66", 99, padded("X", 64) + "\x01\xff", 66,
+         ""},
+    };
+    for (const Case &expected : cases) {
+        const Result result = run(expected.arguments);
+        EXPECT_EQ(result.status, 0) << expected.arguments << result.err;
+        const std::vector<Message> messages = module->taken();
+        ASSERT_EQ(messages.size(), 1u) << expected.arguments;
+        EXPECT_EQ(messages[0].type, expected.type);
+        EXPECT_EQ(messages[0].data, padded(expected.start, expected.length)) << expected.arguments;
+        EXPECT_EQ(messages[0].buffer, expected.buffer) << expected.arguments;
+    }
+}
+
+constexpr const char *gateway = R"(
+INSERT INTO swGlobalCfg VALUES('BCM','/dev/bcm',5,1,0,0,0,0,1),('PSE','',4,0,1,0,0,0,2);
+INSERT INTO swPortConfig(switchName, portNumber, PVID) VALUES
+  ('BCM',0,1),('BCM',1,1),('BCM',2,1),('BCM',3,1),('BCM',4,1);
+INSERT INTO swPortConfig(switchName, portNumber, interfaceName, phyDevice) VALUES
+  ('PSE',1,'eth0','BCM:1,BCM:2'),('PSE',3,'eth1','BCM:4');
+INSERT INTO vlanEncapIf(vlanId, interfaceName, fwdMap, untagMap) VALUES(20,'eth1','3','3');
+INSERT INTO vlanEncapIf(vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)
+  VALUES(30,'eth0','1,2','1',1),(4000,'eth9','','4',0);
+)";
+
+TEST_F(Swctl, showDrawsTheSwitchesAndTheMembership)
+{
+    sql(gateway);
+    EXPECT_EQ(run("show").out, R"(PSE  level 2 (top)  VLAN off  QoS on
+├─ port 1   eth0       ─> BCM:1, BCM:2
+└─ port 3   eth1       ─> BCM:4
+BCM  level 1  /dev/bcm  VLAN on  QoS off
+├─ port 0   -
+├─ port 1   -
+├─ port 2   -
+├─ port 3   -
+└─ port 4   -
+
+                    PSE             BCM
+VLAN  interface     1    2    3     0    1    2    3    4
+  10  eth0          T    C    .     T    U    .    .    C
+  20  eth1          .    C    T     C    .    .    U    .
+  30  eth0          T    C    .     C    U    T    .    .  switch only
+4000  eth9          .    .    .     .    .    .    .    .
+PVID                -    -    -     1   30    1   20 4000
+
+T tagged  U untagged  C CPU port (CU: untagged)  . not a member
+note: VLAN 4000: port 4 is untagged but no member
+)");
+}
+
+TEST_F(Swctl, whatIsPrintedAsJsonIsJson)
+{
+    sql(gateway);
+    sql("UPDATE vlanEncapIf SET LogicalIfName = char(27) || '\"\\' || x'ff'");
+    const auto module = service(-1);
+    for (const char *line : {"vlan list", "port list", "switch list", "show", "vlan add 50",
+                             "vlan set 10 --ports 1 --offline", "qos on"}) {
+        const Result result = run(std::string(line) + " --json");
+        std::string quoted;
+        for (const char c : result.out)
+            quoted += c == '\'' ? "''" : std::string(1, c);
+        EXPECT_EQ(sql("SELECT json_valid('" + quoted + "')"), "1\n") << line << result.out;
+    }
+}
+
+TEST_F(Swctl, textFromTheDatabaseCannotDriveTheTerminalOrThePicture)
+{
+    sql(gateway);
+    sql("UPDATE vlanEncapIf SET LogicalIfName = char(27) || '[2J<b>&' || char(10),"
+        " interfaceName = char(155) || 'é'");
+    const std::string shown = run("vlan list").out + run("show").out;
+    EXPECT_NE(shown.find("\\x1b[2J<b>&\\x0a"), std::string::npos);
+    EXPECT_NE(shown.find("\\xc2\\x9bé"), std::string::npos);
+    EXPECT_EQ(shown.find('\x1b'), std::string::npos);
+    EXPECT_EQ(run("show --svg " + directory + "/x.svg").status, 0);
+    const std::string svg = contents(directory + "/x.svg");
+    EXPECT_NE(svg.find("\\x1b[2J&lt;b&gt;&amp;\\x0a"), std::string::npos);
+    EXPECT_EQ(svg.find('\x1b'), std::string::npos);
+    EXPECT_NE(svg.find("prefers-color-scheme"), std::string::npos);
+    EXPECT_EQ(run("show --svg /nonexistent/x.svg").status, 2);
+}
+
+std::string logEntry(uint64_t number, int32_t level, const std::string &text)
+{
+    // Far in the future, so that it counts as later than any change.
+    const logd::LogEntry entry{
+        number, int64_t{4102444800} * 1000000000,  SWMGR_RELAY_MODULE_ID, level,
+        0,      static_cast<uint32_t>(text.size())};
+    return padded(std::string(reinterpret_cast<const char *>(&entry), sizeof entry) + text,
+                  logd::entrySize(text.size()));
+}
+
+TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
+{
+    Module daemon(LOGGING_RELAY_MODULE_ID, [](const Message &, std::string &reply) {
+        const logd::LogAnswer answer{1, 2, 2, 0, 2, 0};
+        reply.assign(reinterpret_cast<const char *>(&answer), sizeof answer);
+        reply += logEntry(1, SWMGR_LOG_ERROR, "cmd (vconfig) returned (0).\n");
+        reply += logEntry(2, SWMGR_LOG_ERROR, "(switch=PSE) This VLAN\x1b exists \n");
+        return 0;
+    });
+    const Result log = run("log --no-follow --level error --lines 1");
+    EXPECT_EQ(log.status, 0) << log.err;
+    EXPECT_NE(log.out.find("error   (switch=PSE) This VLAN\\x1b exists\n"), std::string::npos);
+    EXPECT_EQ(log.out.find("vconfig"), std::string::npos);
+    logd::LogFollowRequest request{};
+    std::memcpy(&request, daemon.taken().at(0).data.data(), sizeof request);
+    EXPECT_EQ(request.level, SWMGR_LOG_ERROR);
+
+    const auto module = service(-22);
+    const Result refused = run("vlan add 10");
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_NE(refused.err.find("  service: (switch=PSE) This VLAN\\x1b exists\n"),
+              std::string::npos);
+    EXPECT_EQ(refused.err.find("vconfig"), std::string::npos);
+}
+
+TEST_F(Swctl, withoutALogDaemonTheLogEndsWithStatusThree)
+{
+    EXPECT_EQ(run("log --no-follow").status, 3);
+}
+
+TEST_F(Swctl, theCompletionOffersWhatFits)
+{
+    struct Case {
+        const char *words;
+        const char *expected;
+    };
+    const Case cases[] = {{"vlan s", "set"},
+                          {"vlan set 10 --unt", "--untagged"},
+                          {"--json vlan set 10 --data", "--database"},
+                          {"qo", "qos"},
+                          {"snooping --igmp o", "on off"},
+                          {"log --level n", "notice"}};
+    for (const Case &expected : cases) {
+        std::ofstream(directory + "/script")
+            << "source <(" << SWCTL_PROGRAM << " --generate bash)\nCOMP_WORDS=(swctl "
+            << expected.words
+            << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_swctl\necho \"${COMPREPLY[*]}\" >"
+            << directory << "/reply\n";
+        EXPECT_EQ(std::system(("bash " + directory + "/script").c_str()), 0);
+        EXPECT_EQ(contents(directory + "/reply"), expected.expected + "\n"s) << expected.words;
+    }
+}
+
+} // namespace
