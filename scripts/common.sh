@@ -41,28 +41,37 @@ runPackages="g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev sqlite
 testPackages="$runPackages libgtest-dev clang clang-tidy clang-format cppcheck
     libclang-rt-14-dev abigail-tools binutils busybox-static"
 
-# Configures a preset where that was not done yet and builds it. A build with
-# nothing to do takes well under a second and says nothing.
+# Builds targets of a preset: build PRESET "TARGET..." [-DOPTION=VALUE...]. The
+# preset is configured where that was not done yet, or not with these options. A
+# build with nothing to do takes well under a second and says nothing.
 build() {
-    local preset=$1 log=$top/build/$1.log
-    shift
+    local preset=$1 log=$top/build/$1.log folder=$top/build/$1
+    local targets=() option stale=no
+    read -ra targets <<<"$2"
+    shift 2
     mkdir -p "$top/build"
-    if [ ! -e "$top/build/$preset/build.ninja" ]; then
+    [ -e "$folder/build.ninja" ] || stale=yes
+    for option in "$@"; do
+        option=${option#-D}
+        grep -qE "^${option%%=*}:[A-Z]+=${option#*=}$" "$folder/CMakeCache.txt" 2>/dev/null ||
+            stale=yes
+    done
+    if [ $stale = yes ]; then
         say "configuring $preset"
         (cd "$top" && cmake --preset "$preset" "$@") >"$log" 2>&1 || {
             tail -20 "$log" >&2
             fail "cmake could not configure preset $preset"
         }
     fi
-    if ! ninja -C "$top/build/$preset" -n 2>/dev/null | grep -q 'no work to do'; then
-        say "building $preset"
-        if [ -t 1 ]; then
-            # One line that counts up; errors stay visible.
-            (cd "$top" && NINJA_STATUS='    [%f/%t] ' cmake --build --preset "$preset") ||
-                fail "preset $preset does not build"
-        elif ! (cd "$top" && cmake --build --preset "$preset") >"$log" 2>&1; then
-            grep -E 'error|FAILED' -A5 "$log" | head -60 >&2
-            fail "preset $preset does not build; $log has the whole story"
-        fi
+    if ninja -C "$folder" -n "${targets[@]}" 2>/dev/null | grep -q 'no work to do'; then
+        return
+    fi
+    say "building $preset"
+    if [ -t 1 ]; then # one line that counts up; errors stay visible
+        NINJA_STATUS='    [%f/%t] ' ninja -C "$folder" "${targets[@]}" ||
+            fail "preset $preset does not build"
+    elif ! ninja -C "$folder" "${targets[@]}" >"$log" 2>&1; then
+        grep -E 'error|FAILED' -A5 "$log" | head -60 >&2
+        fail "preset $preset does not build; $log has the whole story"
     fi
 }
