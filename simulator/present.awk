@@ -11,7 +11,8 @@ BEGIN {
 }
 /^= / { print substr($0, 3); fflush(); next }
 /^=$/ { print ""; fflush(); next }
-quiet { next }
+# Even then, what a program says of its own failure.
+quiet && !/^(sw[a-z]+|bwrap|gateway): / { next }
 {
     who = substr($0, 1, 4)
     line = $0

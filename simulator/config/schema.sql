@@ -6,7 +6,7 @@
 
 -- One row per switch.
 CREATE TABLE IF NOT EXISTS swGlobalCfg (
-    switchName          TEXT NOT NULL,      -- 'PSE' or 'BCM'; names the backend too; up to 63 characters
+    switchName          TEXT NOT NULL,      -- 'PSE' or 'BCM', which names the backend too
     switchDevice        TEXT,               -- device node of the chip, up to 127 characters
     vlanEnable          INTEGER DEFAULT 0,  -- 802.1Q: 0 off, 1 on
     qosEnable           INTEGER DEFAULT 0,  -- 0 off, 1 on
@@ -21,7 +21,7 @@ CREATE TABLE IF NOT EXISTS swGlobalCfg (
 CREATE TABLE IF NOT EXISTS swPortConfig (
     switchName     TEXT NOT NULL,      -- switch that has the port
     portNumber     INTEGER NOT NULL,   -- number of the port on that switch
-    PVID           INTEGER DEFAULT 1,  -- VLAN of untagged frames, unless a VLAN claims the port untagged
+    PVID           INTEGER DEFAULT 1,  -- unless a VLAN is untagged on the port
     portType       INTEGER DEFAULT 0,
     mirroring      INTEGER DEFAULT 0,
     trustMode      INTEGER DEFAULT 0,  -- 0 to 4
@@ -39,7 +39,7 @@ CREATE TABLE IF NOT EXISTS swPortConfig (
 -- One row per VLAN.
 CREATE TABLE IF NOT EXISTS vlanEncapIf (
     vlanId         INTEGER NOT NULL,   -- 1 to 4094
-    interfaceName  TEXT,               -- Linux interface that gets the sub-interface; up to 63 characters
+    interfaceName  TEXT,               -- Linux interface of the sub-interface, up to 63
     LogicalIfName  TEXT,               -- up to 63 characters
     fwdMap         TEXT,               -- member ports, for example '0,1,2'; up to 511 characters
     untagMap       TEXT,               -- ports that send the VLAN untagged, likewise

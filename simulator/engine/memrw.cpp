@@ -20,8 +20,8 @@ int registerAccess(State &state, const Arguments &arguments)
         return wrongUsage;
     if (!arguments.address(0, "ADDRESS", address))
         return badArguments;
-    const uint32_t place = (address - registerBase) / sizeof(uint32_t);
-    if (address < registerBase || address % sizeof(uint32_t) != 0 || place >= registerCount)
+    const uint32_t place = (address - registerBase) / registerSize;
+    if (address < registerBase || address % registerSize != 0 || place >= registerCount)
         return arguments.fail("there is no 32-bit register at 0x%x", address);
     if (arguments.count == 3) {
         if (!arguments.plainHex(2, "HEXVALUE", value))

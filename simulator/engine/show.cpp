@@ -217,7 +217,7 @@ void showTable(const State &state, FILE *out)
     for (uint32_t i = 0; i < registerCount; i++) {
         if (state.registers[i] == 0)
             continue;
-        std::fprintf(out, " 0x%08x=0x%08x", registerBase + 4 * i, state.registers[i]);
+        std::fprintf(out, " 0x%08x=0x%08x", registerBase + registerSize * i, state.registers[i]);
         any = true;
     }
     std::fputs(any ? "\n" : " all 0\n", out);
@@ -234,7 +234,8 @@ void showJson(const State &state, FILE *out)
     for (uint32_t i = 0; i < registerCount; i++) {
         if (state.registers[i] == 0)
             continue;
-        std::fprintf(out, "%s\"0x%08x\":%u", separator, registerBase + 4 * i, state.registers[i]);
+        std::fprintf(out, "%s\"0x%08x\":%u", separator, registerBase + registerSize * i,
+                     state.registers[i]);
         separator = ",";
     }
     std::fputs("},\n\"ports\":[", out);

@@ -11,7 +11,7 @@ void resetState(State &state)
     constexpr uint32_t longestPause = 0xffff;
     std::memset(&state, 0, sizeof state);
     for (const uint32_t address : pauseRegisters)
-        state.registers[(address - registerBase) / sizeof(uint32_t)] = longestPause;
+        state.registers[(address - registerBase) / registerSize] = longestPause;
     state.version = stateVersion;
     state.size = sizeof state;
     state.magic = stateMagic;
