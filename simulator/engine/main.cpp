@@ -118,7 +118,8 @@ int reset()
     return 0;
 }
 
-int call(const Tool &tool, int count, char **words)
+// `name` is what the caller wrote, a path perhaps.
+int call(const Tool &tool, const char *name, int count, char **words)
 {
     Reply reply = {};
     int status = noState;
@@ -130,7 +131,7 @@ int call(const Tool &tool, int count, char **words)
     }
     std::fputs(reply.output, stdout);
     std::fputs(reply.error, stderr);
-    trace(tool.name, count, words, status, reply.error);
+    trace(name, count, words, status, reply.error);
     return status;
 }
 
@@ -147,7 +148,7 @@ int main(int argc, char **argv)
     const char *slash = argc > 0 ? std::strrchr(argv[0], '/') : nullptr;
     const char *name = slash != nullptr ? slash + 1 : argc > 0 ? argv[0] : "";
     if (const Tool *tool = toolByName(name))
-        return call(*tool, argc - 1, argv + 1);
+        return call(*tool, argv[0], argc - 1, argv + 1);
     if (argc < 2)
         return misused("");
     const char *word = argv[1];
@@ -162,5 +163,5 @@ int main(int argc, char **argv)
     if (std::strcmp(word, "reset") == 0 && argc == 2)
         return reset();
     const Tool *tool = toolByName(word);
-    return tool != nullptr ? call(*tool, argc - 2, argv + 2) : misused(word);
+    return tool != nullptr ? call(*tool, word, argc - 2, argv + 2) : misused(word);
 }
