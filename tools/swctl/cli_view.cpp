@@ -79,12 +79,21 @@ constexpr LevelName levels[] = {{"error", SWMGR_LOG_ERROR, "\x1b[31m"},
                                 {"notice", SWMGR_LOG_NOTICE, "\x1b[1m"},
                                 {"debug", SWMGR_LOG_DEVDEBUG, "\x1b[2m"}};
 
-const LevelName &levelOf(const std::string &name)
+int32_t mostOf(const std::string &name)
+{
+    int32_t most = SWMGR_LOG_DEVDEBUG;
+    for (const LevelName &level : levels)
+        if (level.name == name)
+            most = level.most;
+    return most;
+}
+
+std::string checkLevel(std::string &name)
 {
     for (const LevelName &level : levels)
         if (level.name == name)
-            return level;
-    throw Failure(exitUsage, "there is no level " + printable(name));
+            return {};
+    return "'" + printable(name) + "' is not one of error, info, notice and debug";
 }
 
 void printJsonLine(const LogLine &line)
@@ -116,7 +125,7 @@ void printLine(const LogLine &line, bool json, bool colour)
 int runLog(const Globals &globals, const LogArguments &arguments)
 {
     const bool colour = colourWanted(stdout);
-    LogFollower follower(levelOf(arguments.level).most);
+    LogFollower follower(mostOf(arguments.level));
     const size_t keep = std::stoul(arguments.lines);
     std::deque<LogLine> older;
     follower.read([&](const LogLine &line) {
@@ -146,12 +155,10 @@ void addLog(Program &program)
                    [&program, arguments] { return runLog(program.globals, *arguments); });
     if (!program.mayRun("log"))
         return;
-    command
-        ->add_option("--level", arguments->level,
-                     "Show this level and the more urgent ones: error, info, notice or debug")
-        ->type_name("LEVEL")
+    command->add_option("--level", arguments->level, "Show this level and the more urgent ones")
+        ->type_name("error|info|notice|debug")
         ->capture_default_str()
-        ->check(CLI::IsMember({"error", "info", "notice", "debug"}));
+        ->check(CLI::Validator(&checkLevel, ""));
     command->add_option("--lines", arguments->lines, "Older records to show first, 0 to 512")
         ->type_name("N")
         ->capture_default_str()

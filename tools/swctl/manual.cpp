@@ -2,8 +2,8 @@
 // commands and options, so that neither can say anything else.
 #include "cli.h"
 
+#include <algorithm>
 #include <functional>
-#include <map>
 
 namespace swctl {
 namespace {
@@ -102,18 +102,20 @@ std::string wordsAfter(AppPtr app)
     return words;
 }
 
-// What may stand as the value of an option, as a compgen call.
-std::string valuesOf(const std::string &type)
+// The action that offers what may stand as the value of an option.
+std::string valuesOf(std::string type)
 {
+    std::string generator;
     if (type == "FILE" || type == "PATH")
-        return "compgen -f -- \"$current\"";
-    if (type == "DIR")
-        return "compgen -d -- \"$current\"";
-    if (type == "on|off")
-        return "compgen -W 'on off' -- \"$current\"";
-    if (type == "LEVEL")
-        return "compgen -W 'error info notice debug' -- \"$current\"";
-    return "true";
+        generator = "-f";
+    else if (type == "DIR")
+        generator = "-d";
+    else if (type.find('|') != std::string::npos) {
+        std::replace(type.begin(), type.end(), '|', ' ');
+        generator = "-W '" + type + "'";
+    } else
+        return "return";
+    return "mapfile -t COMPREPLY < <(compgen " + generator + " -- \"$current\"); return";
 }
 
 std::string commandCases(const CLI::App &app)
@@ -136,22 +138,24 @@ std::string groupPattern(const CLI::App &app)
     return pattern;
 }
 
-std::string valueCases(const CLI::App &app)
+// One case for each option with a value: the command and the option before it.
+std::string valueCases(AppPtr level, const std::string &pattern)
 {
-    // By the type: an option name has one meaning in all commands or, like
-    // --ports, one that needs no completion.
-    std::map<std::string, std::string> types;
-    const auto collect = [&](AppPtr level) {
-        for (const CLI::Option *option : shownOptions(level))
-            for (const std::string &name : option->get_lnames())
-                if (takesValue(*option))
-                    types["--" + name] = option->get_type_name();
-    };
-    collect(&app);
-    forEachCommand(&app, collect);
     std::string cases;
-    for (const auto &[name, type] : types)
-        cases += "    " + name + ") mapfile -t COMPREPLY < <(" + valuesOf(type) + "); return ;;\n";
+    for (const CLI::Option *option : shownOptions(level))
+        for (const std::string &name : option->get_lnames())
+            if (takesValue(*option))
+                cases += "    " + pattern + " --" + name + "') " +
+                         valuesOf(option->get_type_name()) + " ;;\n";
+    return cases;
+}
+
+std::string allValueCases(const CLI::App &app)
+{
+    std::string cases = valueCases(&app, "*'");
+    forEachCommand(&app, [&](AppPtr command) {
+        cases += valueCases(command, "'" + fullName(command).substr(app.get_name().size() + 1));
+    });
     return cases;
 }
 
@@ -182,9 +186,6 @@ std::string bashCompletion(const CLI::App &app)
            "_swctl()\n{\n"
            "    local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}\n"
            "    local path='' words='' word next\n"
-           "    case $previous in\n" +
-           valueCases(app) +
-           "    esac\n"
            "    for word in \"${COMP_WORDS[@]:1:COMP_CWORD-1}\"; do\n"
            "        next=${path:+$path }$word\n"
            "        case $next in\n"
@@ -193,6 +194,9 @@ std::string bashCompletion(const CLI::App &app)
            ") path=$next ;;\n"
            "        esac\n"
            "    done\n"
+           "    case \"$path $previous\" in\n" +
+           allValueCases(app) +
+           "    esac\n"
            "    case $path in\n" +
            commandCases(app) +
            "    esac\n"
