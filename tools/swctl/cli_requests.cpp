@@ -156,7 +156,7 @@ std::string sized(std::string_view record, const std::string &length)
 {
     std::string bytes(record);
     if (!length.empty())
-        bytes.resize(toNumber(length));
+        bytes.resize(static_cast<size_t>(toNumber(length)));
     return bytes;
 }
 

@@ -109,7 +109,7 @@ const char *levelName(int32_t level)
 
 std::string timeText(int64_t time)
 {
-    const std::time_t seconds = time / nanosecondsPerSecond;
+    const auto seconds = static_cast<std::time_t>(time / nanosecondsPerSecond);
     const int milliseconds =
         static_cast<int>(time % nanosecondsPerSecond / nanosecondsPerMillisecond);
     std::tm local{};
