@@ -6,6 +6,9 @@ set(CMAKE_SYSTEM_PROCESSOR arm)
 set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
+# Everything is built with one compiler, so its remarks on what older ones
+# passed otherwise concern nobody.
+set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
 
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TARGET_SYSROOT)
 if(NOT EXISTS "${TARGET_SYSROOT}/usr/include")

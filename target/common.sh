@@ -1,0 +1,24 @@
+# What the scripts for the 32-bit ARM target share. Sourced; needs $top.
+source "$top/scripts/common.sh"
+
+arm=$top/build/arm              # the cross build
+sysroot=$top/build/armhf-sysroot # libraries to build against
+guest=$top/build/armhf-guest    # kernel, archives and reports of the guest
+
+armPackages="g++-arm-linux-gnueabihf qemu-user qemu-system-arm cpio kmod
+    cmake ninja-build pkg-config sqlite3 python3"
+
+# Installs the tools, makes the libraries, builds the project and the guest.
+# What is there already is left alone.
+prepareGuest() {
+    packages $armPackages
+    "$top/target/sysroot"
+    build arm
+    "$top/target/guest-image"
+    "$top/target/guest-tree"
+}
+
+# Packs a directory's contents for the kernel, owned by root.
+pack() {
+    (cd "$1" && find . | LC_ALL=C sort | cpio -o -H newc --quiet --owner=+0:+0) > "$2"
+}
