@@ -66,8 +66,8 @@ void databaseMake(const std::string &path, int vlans)
         sql += "INSERT INTO swPortConfig VALUES(" + std::to_string(port) +
                ",0,'','BCM','lan',1,0,0,0,0,4,1,2,4,8);";
     for (int port = 1; port < 5; ++port)
-        sql += "INSERT INTO swPortConfig VALUES(" + std::to_string(port) + ",0,'BCM:" +
-               std::to_string(port) + "','PSE','eth0',1,0,0,0,0,4,1,2,4,8);";
+        sql += "INSERT INTO swPortConfig VALUES(" + std::to_string(port) +
+               ",0,'BCM:" + std::to_string(port) + "','PSE','eth0',1,0,0,0,0,4,1,2,4,8);";
     for (int id = 1; id <= vlans; ++id)
         sql += vlanRow(id);
     run(db, sql + "COMMIT;");
@@ -134,13 +134,8 @@ void start(benchmark::State &state)
     state.counters["command_lines"] = static_cast<double>(measured.commandLines);
     state.counters["heap_kB"] = static_cast<double>(measured.heapBytes) / 1024;
 }
-BENCHMARK(start)
-    ->Arg(16)
-    ->Arg(256)
-    ->Arg(1024)
-    ->Arg(4094)
-    ->UseManualTime()
-    ->Unit(benchmark::kMillisecond);
+BENCHMARK(start)->Arg(16)->Arg(256)->Arg(1024)->Arg(4094)->UseManualTime()->Unit(
+    benchmark::kMillisecond);
 
 int send(int type, void *data, int length, void *buffer, uint32_t bufferLength)
 {
@@ -156,9 +151,9 @@ std::string oldValues(int id)
     for (const char *text : {"vlanId", "inSwitchOnly", "fwdMap", "untagMap", "ingressMap",
                              "egressMap", "interfaceName", "LogicalIfName"})
         block += std::string(text) + '\0';
-    for (const std::string &text : {std::to_string(id), std::string("0"), std::string("1,2,3"),
-                                    std::string("1"), std::string(), std::string(),
-                                    std::string("eth0"), std::string("x")})
+    for (const std::string &text :
+         {std::to_string(id), std::string("0"), std::string("1,2,3"), std::string("1"),
+          std::string(), std::string(), std::string("eth0"), std::string("x")})
         block += text + '\0';
     return block;
 }

@@ -6,6 +6,7 @@
 #include "service/log.h"
 #include "switch/command.h"
 #include "switch/port.h"
+#include "vlan/vlan_list.h"
 
 #include <cstdlib>
 #include <cstring>
@@ -81,13 +82,13 @@ extern "C" int switchVlanCreate(Switch *sw, const SwitchVlan *image)
         free(vlan);
         return status;
     }
-    salListNodeAppend(&sw->vlanList, &vlan->link);
+    vlanListAppend(*sw, *vlan);
     if (vlan->inSwitchOnly != 0)
         portVlanAnnounce(*vlan, portVlanAdd);
     status = switchVlanCfgApply(sw, vlan);
     if (status < 0) {
         LOG_ERROR(switchStrGet(sw), "Failed to apply switch vlan configuration \n");
-        salListNodeRemove(&sw->vlanList, &vlan->link);
+        vlanListRemove(*sw, *vlan);
         free(vlan);
         return status;
     }
@@ -107,9 +108,9 @@ extern "C" int switchVlanUpdate(SwitchVlan *vlan, const SwitchVlan *image)
         return status;
     }
     LOG_INFO(switchStrGet(sw), "updated membership of vlan ID=%d\n", image->vlanId);
-    salListNodeRemove(&sw->vlanList, &vlan->link);
+    vlanListRemove(*sw, *vlan);
     *vlan = *image;
-    salListNodeAppend(&sw->vlanList, &vlan->link);
+    vlanListAppend(*sw, *vlan);
     if (vlan->inSwitchOnly != 0)
         portVlanAnnounce(*vlan, portVlanAdd);
     status = switchVlanCfgApply(sw, vlan);
@@ -136,7 +137,7 @@ extern "C" int switchVlanDelete(SwitchVlan *vlan)
         LOG_ERROR(switchStrGet(sw), "Failed to apply switch vlan configuration \n");
         return status;
     }
-    salListNodeRemove(&sw->vlanList, &vlan->link);
+    vlanListRemove(*sw, *vlan);
     free(vlan);
     return 0;
 }
@@ -228,13 +229,7 @@ extern "C" int switchVlanMembershipUpdate(const SwitchVlan *vlan)
 
 extern "C" SwitchVlan *switchVlanByIdGet(Switch *sw, int32_t vlanId)
 {
-    if (sw == nullptr)
-        return nullptr;
-    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList)) {
-        if (vlan.vlanId == vlanId)
-            return &vlan;
-    }
-    return nullptr;
+    return sw != nullptr ? vlanListFind(*sw, vlanId) : nullptr;
 }
 
 extern "C" SwitchVlan *switchVlanByNameGet(Switch *sw, const char *name)

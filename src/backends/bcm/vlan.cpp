@@ -55,14 +55,15 @@ extern "C" int bcmVlanMembershipUpdate(Switch *sw, const SwitchVlan *image)
     const int32_t vlanId = image->vlanId;
     const uint32_t fwdMap = image->fwdMap;
     const uint32_t untagMap = image->untagMap;
+    // A port sends one VLAN untagged. Bits beyond the chip's ports survive in
+    // other VLANs only where the image has them too.
+    const uint32_t kept = untagMap ^ chipPorts;
     for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList)) {
         if (vlan.vlanId == vlanId) {
             vlan.untagMap = untagMap;
             vlan.fwdMap = fwdMap;
-        } else {
-            // A port sends one VLAN untagged. Bits beyond the chip's ports
-            // survive only where the image has them too.
-            vlan.untagMap &= untagMap ^ chipPorts;
+        } else if ((vlan.untagMap & ~kept) != 0) {
+            vlan.untagMap &= kept;
         }
     }
     return 0;

@@ -1,0 +1,171 @@
+// The daemon on a database file, with the simulated chip but without the time
+// that tools take: how long until it is ready, its memory, its idle time. Beside
+// it runs a sqlite3 shell that reads the same three tables.
+//
+//   daemon_bench BUILD DATABASE CHIP_SOCKET_DIR
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <fstream>
+#include <functional>
+#include <string>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using Words = std::vector<std::string>;
+
+constexpr int rounds = 15;
+
+pid_t start(const Words &words, const Words &environment)
+{
+    const pid_t child = fork();
+    if (child != 0)
+        return child;
+    for (const std::string &entry : environment)
+        putenv(strdup(entry.c_str()));
+    const int nowhere = open("/dev/null", O_RDWR);
+    dup2(nowhere, STDIN_FILENO);
+    dup2(nowhere, STDOUT_FILENO);
+    dup2(nowhere, STDERR_FILENO);
+    std::vector<char *> arguments;
+    for (const std::string &word : words)
+        arguments.push_back(strdup(word.c_str()));
+    arguments.push_back(nullptr);
+    execvp(arguments[0], arguments.data());
+    _exit(127);
+}
+
+double median(std::vector<double> values)
+{
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+double milliseconds(const std::function<void()> &body)
+{
+    const auto begin = Clock::now();
+    body();
+    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
+}
+
+long numberAfter(const std::string &path, const std::string &word)
+{
+    std::ifstream file(path);
+    for (std::string found; file >> found;) {
+        long number = 0;
+        if (found == word && file >> number)
+            return number;
+    }
+    return -1;
+}
+
+long processorTicks(pid_t process)
+{
+    std::ifstream file("/proc/" + std::to_string(process) + "/stat");
+    std::string word;
+    long ticks = 0;
+    for (int field = 1; file >> word; ++field) {
+        if (field == 14 || field == 15)
+            ticks += std::stol(word);
+    }
+    return ticks;
+}
+
+// A socket at which daemons announce that they are ready.
+class ReadySocket {
+public:
+    explicit ReadySocket(const std::string &path) : name(path)
+    {
+        unlink(path.c_str());
+        sockaddr_un address{};
+        address.sun_family = AF_UNIX;
+        strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
+        fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+        if (bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) != 0)
+            perror("bind");
+    }
+    ~ReadySocket()
+    {
+        close(fd);
+        unlink(name.c_str());
+    }
+    ReadySocket(const ReadySocket &) = delete;
+    ReadySocket &operator=(const ReadySocket &) = delete;
+
+    void waitFor(const char *state) const
+    {
+        char text[256];
+        for (ssize_t got = 0; (got = recv(fd, text, sizeof(text) - 1, 0)) > 0;) {
+            text[got] = '\0';
+            if (strstr(text, state) != nullptr)
+                return;
+        }
+    }
+
+private:
+    std::string name;
+    int fd;
+};
+
+void stop(pid_t process)
+{
+    kill(process, SIGTERM);
+    waitpid(process, nullptr, 0);
+}
+
+} // namespace
+
+int main(int count, char **arguments)
+{
+    if (count != 4) {
+        fprintf(stderr, "usage: daemon_bench BUILD DATABASE FOLDER\n");
+        return 2;
+    }
+    const std::string build = arguments[1];
+    const std::string database = arguments[2];
+    const std::string folder = arguments[3];
+    const std::string readyPath = folder + "/ready";
+    const ReadySocket ready(readyPath);
+    const Words environment = {"NOTIFY_SOCKET=" + readyPath, "RELAY_DIR=" + folder + "/relay",
+                               "LD_PRELOAD=" + build + "/lib/libno_tools.so"};
+    const Words daemon = {build + "/bin/swmgrd", "--database", database};
+    const Words shell = {"sqlite3", database,
+                         "SELECT * FROM swGlobalCfg; SELECT * FROM swPortConfig; "
+                         "SELECT * FROM vlanEncapIf;"};
+
+    std::vector<double> readyTimes;
+    std::vector<double> shellTimes;
+    for (int round = 0; round < rounds; ++round) {
+        pid_t process = 0;
+        readyTimes.push_back(milliseconds([&] {
+            process = start(daemon, environment);
+            ready.waitFor("READY=1");
+        }));
+        stop(process);
+        shellTimes.push_back(milliseconds([&] { waitpid(start(shell, {}), nullptr, 0); }));
+    }
+    const pid_t process = start(daemon, environment);
+    ready.waitFor("READY=1");
+    const long memory = numberAfter("/proc/" + std::to_string(process) + "/smaps_rollup", "Pss:");
+    const long before = processorTicks(process);
+    std::this_thread::sleep_for(std::chrono::seconds(5));
+    const long idle = processorTicks(process) - before;
+    stop(process);
+
+    printf("ready after            %8.1f ms (median of %d; sqlite3 reading the tables %.1f ms, "
+           "ratio %.2f)\n",
+           median(readyTimes), rounds, median(shellTimes), median(readyTimes) / median(shellTimes));
+    printf("proportional memory    %8ld kB\n", memory);
+    printf("processor time in 5 s  %8ld ticks while idle\n", idle);
+    return 0;
+}
