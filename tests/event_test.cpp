@@ -1,0 +1,176 @@
+// Database update events, well-formed ones. Broken ones: hostile_test.cpp.
+#include "support/gateway.h"
+
+#include "store/event.h"
+#include "switch/port.h"
+#include "switch/registry.h"
+#include "vlan/vlan.h"
+
+namespace {
+
+struct Events : testing::Test {
+    Gateway gateway;
+};
+
+const std::vector<std::string> vlanColumns = {"vlanId",     "interfaceName", "LogicalIfName",
+                                              "ingressMap", "egressMap",     "fwdMap",
+                                              "untagMap",   "inSwitchOnly"};
+
+std::string vlanRow(const std::string &id, const std::string &interfaceName)
+{
+    return oldValues(vlanColumns, {id, interfaceName, "", "", "", "", "", "0"});
+}
+
+std::string framed(const std::string &event, int status)
+{
+    const std::string start = "64 DBUpdate event: Table: " + event;
+    return start + " processing \\n\n" + start + " status=" + std::to_string(status) + "\\n\n";
+}
+
+TEST_F(Events, rowsInsertedIntoEachTableAreApplied)
+{
+    gateway.start();
+    gateway.addSwitches();
+    gateway.addPorts();
+    gateway.sql("insert into vlanEncapIf(vlanId, interfaceName, fwdMap) values(50, 'eth1', '1')");
+    EXPECT_EQ(0, dbEvent("swGlobalCfg", 18, 1));
+    EXPECT_EQ(0, dbEvent("swGlobalCfg", 18, 2));
+    EXPECT_EQ(0, dbEvent("swPortConfig", 18, 2));
+    EXPECT_EQ(0, dbEvent("swPortConfig", 18, 6));
+    EXPECT_EQ(0, dbEvent("vlanEncapIf", 18, 1));
+    const std::string lines = platform::everything();
+    EXPECT_EQ(std::string::npos, lines.find("Failed "));
+    EXPECT_NE(std::string::npos,
+              lines.find("query SELECT * from vlanEncapIf WHERE rowid=1\n"
+                         "log 64 DBUpdate event: Table: vlanEncapIf opCode:18 rowId:1 "
+                         "processing \\n\n"));
+    EXPECT_EQ("log 64 DBUpdate event: Table: vlanEncapIf opCode:18 rowId:1 status=0\\n\n",
+              lines.substr(lines.rfind("log 64")));
+    Switch *engine = switchByNameGet("PSE");
+    EXPECT_EQ(4, switchPortByNumberGet(engine, 1)->trustMode);
+    EXPECT_EQ(0x2u, switchVlanByIdGet(engine, 50)->fwdMap);
+    EXPECT_EQ("", brokenInvariant());
+}
+
+TEST_F(Events, anUpdateTakesTheNewRowFromTheTableAndTheOldOneFromTheBlock)
+{
+    gateway.startFull();
+    vlanRequest(SW_CMD_VLAN_ADD, 10, "eth0", 0x2, 0);
+    gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap)"
+                " values(7, 11, 'eth1', '2,3')");
+    platform::everything();
+    // Further strings after the row are no harm.
+    EXPECT_EQ(0, dbEvent("vlanEncapIf", 23, 7, vlanRow("10", "eth0") + oldValues({"x"}, {})));
+    for (const char *name : {"BCM", "PSE"}) {
+        Switch *sw = switchByNameGet(name);
+        EXPECT_EQ(nullptr, switchVlanByIdGet(sw, 10));
+        EXPECT_EQ(0xcu, switchVlanByIdGet(sw, 11)->fwdMap);
+        EXPECT_STREQ("eth1", switchVlanByIdGet(sw, 11)->interfaceName);
+    }
+    const std::string lines = platform::everything();
+    for (const char *part :
+         {"query SELECT * from vlanEncapIf WHERE rowid=7\n",
+          "log 64 (switch=BCM) updated membership of vlan ID=11\\n\n",
+          "log 64 (switch=BCM) (vlan:11) Successfully processed DB Update on  VLAN "
+          "configuration.\\n\nlog 64 (switch=BCM) updated switch vlan (11) configuration.\\n\n"})
+        EXPECT_NE(std::string::npos, lines.find(part)) << part;
+    EXPECT_EQ(std::string::npos, lines.find("vconfig"));
+}
+
+TEST_F(Events, aDeletionIsDecodedFromTheBlockAlone)
+{
+    gateway.startFull();
+    vlanRequest(SW_CMD_VLAN_ADD, 10, "eth0", 0x2, 0);
+    platform::everything();
+    EXPECT_EQ(0, dbEvent("vlanEncapIf", 9, 1, vlanRow("10", "eth0")));
+    const std::string lines = platform::everything();
+    EXPECT_EQ(std::string::npos, lines.find("query"));
+    EXPECT_NE(std::string::npos, lines.find("cmd vconfig rem eth0.10\n"));
+    EXPECT_EQ(nullptr, switchVlanByIdGet(switchByNameGet("PSE"), 10));
+    EXPECT_EQ(0, dbEvent("vlanEncapIf", 9, 1)); // no block: an all-zero record
+    EXPECT_LINES(platform::everything(), R"(
+log 64 DBUpdate event: Table: vlanEncapIf opCode:9 rowId:1 processing \n
+cmd vconfig rem .0
+log 8 cmd (vconfig rem .0) returned (0).\n
+unlink /var/VLAN.0.Uptime
+log 64 DBUpdate event: Table: vlanEncapIf opCode:9 rowId:1 status=0\n
+)");
+    EXPECT_EQ("", brokenInvariant());
+}
+
+// Kinds of change that a table does not know, rows that are gone, other tables.
+TEST_F(Events, eachEventEndsWithItsStatus)
+{
+    gateway.sql("create table audit(x); insert into audit values(1)");
+    gateway.sql("create table swglobalcfg2(x); insert into swglobalcfg2 values(1)");
+    gateway.startFull();
+    const std::string old = vlanRow("10", "eth0");
+    const struct {
+        const char *table;
+        int opCode;
+        int64_t rowId;
+        int result;
+        bool processed;
+    } cases[] = {
+        {"swPortConfig", 23, 1, -1, true},  {"swPortConfig", 9, 1, -1, true},
+        {"swGlobalCfg", 23, 1, -1, true},   {"swGlobalCfg", 9, 1, -1, true},
+        {"swGlobalCfg", 77, 1, -1, true},   {"vlanEncapIf", 0, 1, -1, false}, // no row
+        {"vlanEncapIf", 18, 99, -1, false}, {"audit", 18, 1, 0, true},
+        {"audit", 9, 1, 0, true},           {"missing", 18, 1, -1, false},
+        {"swglobalcfg2", 18, 1, 0, true},   {"audit", 23, 0x100000001, 0, true},
+    };
+    for (const auto &c : cases) {
+        platform::everything();
+        EXPECT_EQ(c.result, dbEvent(c.table, c.opCode, c.rowId)) << c.table << c.opCode;
+        const std::string event = std::string(c.table) + " opCode:" + std::to_string(c.opCode) +
+                                  " rowId:" + std::to_string(static_cast<int32_t>(c.rowId));
+        const std::string text = framed(event, c.result);
+        EXPECT_EQ(c.processed ? text : text.substr(text.rfind("64 ")), platform::log());
+    }
+    EXPECT_EQ(-1, dbEvent("audit", 18, -2));
+    EXPECT_LINES(platform::everything(), R"(
+query SELECT * from audit WHERE rowid=-2
+log 64 DBUpdate event: Table: audit opCode:18 rowId:-2 status=-1\n
+)");
+}
+
+TEST_F(Events, aRowThatTheModelRefusesGivesItsResult)
+{
+    gateway.startFull();
+    gateway.sql("insert into swGlobalCfg(switchName) values('PSE')");
+    EXPECT_EQ(-22, dbEvent("swGlobalCfg", 18, 3));
+    EXPECT_EQ("64 DBUpdate event: Table: swGlobalCfg opCode:18 rowId:3 processing \\n\n"
+              "64 Creating PSE Switch \\n\n"
+              "8 There is a switch created already for this name\\n\n"
+              "8 Failed to create switch configuration \\n\n"
+              "8 Failed to create new switch profile \\n\n"
+              "64 DBUpdate event: Table: swGlobalCfg opCode:18 rowId:3 status=-22\\n\n",
+              platform::log());
+    vlanRequest(SW_CMD_VLAN_ADD, 10, "eth0", 0x2, 0);
+    platform::everything();
+    platform::answer("VLAN_ENTRY_SET", -5);
+    gateway.sql("insert into vlanEncapIf(rowid, vlanId) values(5, 10)");
+    EXPECT_EQ(-1, dbEvent("vlanEncapIf", 23, 5, vlanRow("10", "eth0")));
+    EXPECT_EQ(-1, dbEvent("vlanEncapIf", 9, 5, vlanRow("10", "eth0")));
+    const std::string text = platform::log();
+    EXPECT_NE(std::string::npos, text.find("8 Failed to update switch vlan profile \\n\n"));
+    EXPECT_NE(std::string::npos, text.find("8 Failed to delete switch vlan profile \\n\n"));
+    EXPECT_EQ("", brokenInvariant());
+}
+
+TEST(Event, ofAnotherLengthIsIncomplete)
+{
+    SwMgrDbEvent event{};
+    for (const int length : {79, 81, -1, 0})
+        EXPECT_EQ(-1, swMgrDBUpdateHandler(&event, length, nullptr, 0));
+    EXPECT_EQ(-1, swMgrDBUpdateHandler(nullptr, 80, nullptr, 0));
+    EXPECT_LINES(platform::everything(), R"(
+log 8 incomplete DB update information \n
+log 8 incomplete DB update information \n
+log 8 incomplete DB update information \n
+log 8 incomplete DB update information \n
+log 8 incomplete DB update information \n
+)");
+}
+
+} // namespace

@@ -1,0 +1,217 @@
+// Requests that are short, unterminated or made to do harm. Each is refused
+// with a clear error, reaches neither hardware nor database, and the next
+// request is served.
+#include "support/gateway.h"
+
+#include "switch/registry.h"
+#include "vlan/vlan.h"
+
+#include <algorithm>
+
+namespace {
+
+struct Hostile : testing::Test {
+    Hostile()
+    {
+        gateway.startFull();
+        EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_ADD, 10, "eth0", 0x2, 0));
+        gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName) values(3, 10, 'eth0')");
+        platform::everything();
+    }
+    ~Hostile() override
+    {
+        platform::everything();
+        EXPECT_EQ(0, switchRequest("PSE", SW_CMD_QOS_ENABLE, bytesOf(int32_t{1})));
+        EXPECT_EQ("cmd sppe_ioctl rl enable\n", platform::hardware());
+        EXPECT_EQ("", brokenInvariant());
+    }
+
+    // Refused, said so, and nothing was done.
+    static void refused(int wanted, int status, const std::string &what)
+    {
+        EXPECT_EQ(wanted, status) << what;
+        const std::string lines = platform::everything();
+        EXPECT_NE(std::string::npos, lines.find("log 8 ")) << what;
+        for (const char *doing : {"cmd ", "system ", "ioctl ", "unlink ", "file "})
+            EXPECT_EQ(std::string::npos, ("\n" + lines).find(std::string("\n") + doing)) << lines;
+    }
+    Gateway gateway;
+};
+
+const std::string hostileNames[] = {
+    "eth0;reboot", "eth0 up", "$(reboot)", "`reboot`", "eth0|sh", "eth0&", "a\nb",    "a\tb",
+    "../etc",      "eth0'",   "eth0\"",    "eth0>x",   "eth0\\x", "#eth0", "eth0*",   "eth\xc3\xa9",
+    "eth0\x01",    "a,b",     "a%s",       "~root",    "{a,b}",   "a=b",   "eth0\x7f"};
+
+TEST_F(Hostile, shortCommandsAndVlanRequestsAreRefused)
+{
+    const std::string body(bytesOf(SwMgrSwitchCmdRequest{{'P', 'S', 'E'}, {}}));
+    for (const int type : {33, 36, 38, 47, 48, 50, 0, -1, 1000}) {
+        for (const size_t length :
+             {size_t{0}, size_t{1}, size_t{63}, size_t{64}, size_t{76}, size_t{1363}})
+            refused(-22, request(type, body.substr(0, length)), std::to_string(type));
+    }
+    RelayMsgHdr header{0, 1, 0, 0, 1};
+    for (const int type : {36, 47})
+        refused(-22, platform::handler()(nullptr, &header, type, nullptr, 1364, nullptr, nullptr),
+                "no data");
+    std::vector<char> bytes(body.begin(), body.end());
+    refused(-22, platform::handler()(nullptr, &header, 47, bytes.data(), -1, nullptr, nullptr),
+            "negative length");
+}
+
+TEST_F(Hostile, interfaceNamesReachNoShell)
+{
+    int64_t row = 100;
+    for (const std::string &name : hostileNames) {
+        refused(-22, vlanRequest(SW_CMD_VLAN_ADD, 66, name, 0x2, 0), name);
+        refused(-22, vlanRequest(SW_CMD_VLAN_DELETE, 10, name, 0x2, 0), name);
+        std::string quoted = name;
+        for (size_t at = 0; (at = quoted.find('\'', at)) != std::string::npos; at += 2)
+            quoted.insert(at, 1, '\'');
+        gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName) values(" +
+                    std::to_string(++row) + ", 66, '" + quoted + "')");
+        gateway.sql(
+            "insert into swPortConfig(rowid, switchName, portNumber, interfaceName) values(" +
+            std::to_string(row) + ", 'BCM', 9, '" + quoted + "')");
+        refused(-22, dbEvent("vlanEncapIf", 18, row), name);
+        refused(-22, dbEvent("swPortConfig", 18, row), name);
+        const std::string old = oldValues({"vlanId", "interfaceName"}, {"10", name});
+        refused(-22, dbEvent("vlanEncapIf", 9, row, old), name);
+        refused(-22,
+                dbEvent("vlanEncapIf", 23, row,
+                        oldValues({"a", "b", "c", "d", "e", "f", "vlanId", "interfaceName"},
+                                  {"", "", "", "", "", "", "10", "eth0"})),
+                name);
+    }
+    EXPECT_NE(nullptr, switchVlanByIdGet(switchByNameGet("PSE"), 10));
+    EXPECT_EQ(nullptr, switchVlanByIdGet(switchByNameGet("BCM"), 66));
+}
+
+TEST_F(Hostile, unterminatedNamesAreCutAtTheirField)
+{
+    EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_ADD, 5, std::string(64, 'e'), 0, 0));
+    EXPECT_NE(std::string::npos,
+              platform::hardware().find("cmd vconfig add " + std::string(63, 'e') + " 5\n"));
+    EXPECT_EQ(-1, switchRequest(std::string(64, 'P'), 47, ""));
+    EXPECT_EQ("", platform::everything());
+}
+
+TEST_F(Hostile, tableNamesReachNoDatabase)
+{
+    const std::string long63(63, 't');
+    const std::string names[] = {"vlanEncapIf;drop table vlanEncapIf",
+                                 "vlanEncapIf--",
+                                 "a b",
+                                 "a'",
+                                 "\"x\"",
+                                 "(select 1)",
+                                 "t\n",
+                                 "a.b",
+                                 "a-b",
+                                 "[x]",
+                                 "\xff",
+                                 std::string(64, 't'),
+                                 std::string("vlanEncapIf where 1;")};
+    for (const std::string &name : names) {
+        for (const int opCode : {18, 23, 9, 0}) {
+            EXPECT_EQ(-1, dbEvent(name, opCode, 1, oldValues({"vlanId"}, {"10"}))) << name;
+            const std::string lines = platform::everything();
+            EXPECT_EQ("log 8 ", lines.substr(0, 6)) << lines;
+            EXPECT_EQ(std::string::npos, lines.find("query")) << lines;
+            EXPECT_EQ("status=-1\\n\n", lines.substr(lines.size() - 12)) << lines;
+        }
+    }
+    EXPECT_EQ(-1, dbEvent(long63, 18, 1));
+    EXPECT_NE(std::string::npos, platform::everything().find("query SELECT * from " + long63));
+    EXPECT_EQ(-1, dbEvent("", 18, 1));
+}
+
+// Each block with the kind of change it goes with, and the message's beginning
+// where the text is a fixed one.
+TEST_F(Hostile, brokenOldValuesAreRefused)
+{
+    const std::string row =
+        oldValues({"vlanId", "interfaceName", "L", "i", "e", "fwdMap", "untagMap", "inSwitchOnly"},
+                  {"10", "eth0", "", "", "", "1", "1", "0"});
+    const std::string inside = "log 8 old values result does not contain 2 rows.";
+    const std::string inside3 = inside + "j=6 nCols=3 outLen=6\\n\n";
+    const struct {
+        int opCode;
+        std::string block, message;
+    } cases[] = {
+        {9, oldValues({"a", "b", "c"}, {}), inside3},
+        {9, std::string(1, '\0'), inside + "j=1 nCols=1 outLen=1\\n\n"},
+        {9, "vlanId", ""},
+        {9, row + "x", ""},
+        {9, oldValues({"vlanId"}, {}) + "10", ""},
+        {23, "", ""},
+        {23, row.substr(0, row.size() - 1), ""},
+        {23, row.substr(0, row.size() - 2), ""},
+        {23, oldValues({"vlanId"}, {"10"}), ""},
+        {23, std::string(15, '\0'), ""},
+        {18, std::string(15, '\0'), ""},
+        {18, "x", ""},
+        {23, std::string(100000, 'x'), ""},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(-1, dbEvent("vlanEncapIf", c.opCode, 3, c.block)) << c.opCode << c.block.size();
+        const std::string lines = platform::everything();
+        const std::string last =
+            "log 64 DBUpdate event: Table: vlanEncapIf opCode:" + std::to_string(c.opCode) +
+            " rowId:3 status=-1\\n\n";
+        EXPECT_NE(std::string::npos,
+                  lines.find("log 8 " + c.message.substr(std::min<size_t>(6, c.message.size()))))
+            << lines;
+        EXPECT_EQ(last, lines.substr(lines.size() - std::min(lines.size(), last.size())));
+        EXPECT_EQ(std::string::npos, lines.find("ioctl"));
+    }
+    EXPECT_NE(nullptr, switchVlanByIdGet(switchByNameGet("PSE"), 10));
+}
+
+TEST_F(Hostile, aMissingReplyLengthCountsAsNone)
+{
+    RelayMsgHdr header{0, 1, 0, 0, 1};
+    SwMgrDbEvent event{};
+    strcpy(event.tableName, "vlanEncapIf");
+    event.rowId = 3;
+    event.opCode = SWMGR_DB_UPDATE;
+    char block[] = "not to be read";
+    EXPECT_EQ(-1, platform::handler()(nullptr, &header, 4, &event, 80, block, nullptr));
+    uint32_t length = 500; // of a buffer that is not there
+    EXPECT_EQ(-1, platform::handler()(nullptr, &header, 4, &event, 80, nullptr, &length));
+    SwMgrIfDevEvent change{};
+    change.eventCode = 22;
+    platform::everything();
+    for (const uint32_t shortLength : {0u, 43u}) {
+        length = shortLength;
+        EXPECT_EQ(-1, platform::handler()(nullptr, &header, 5, &change, 1132, block, &length));
+        EXPECT_NE(std::string::npos,
+                  platform::log().find("8 No bandwidth information provided in event\\n\n"));
+    }
+}
+
+TEST_F(Hostile, extremeNumbersInCommandsAreHarmless)
+{
+    const int32_t extremes[] = {INT32_MIN, -1, 0, 31, 32, 33, 65536, INT32_MAX};
+    for (const int32_t a : extremes) {
+        for (const int32_t b : extremes) {
+            switchRequest("PSE", SW_CMD_QUEUE_SCHED, bytesOf(SwCmdQueueSched{a, b, b, a, b, a, b}));
+            switchRequest("PSE", SW_CMD_QUEUE_SCHED,
+                          bytesOf(SwCmdQueueSched{-1, 4, 1, a, b, a, b}));
+            switchRequest("PSE", SW_CMD_RATE_LIMIT,
+                          bytesOf(SwCmdRateLimit{static_cast<uint32_t>(a), 1, {}, b}));
+            switchRequest("PSE", SW_CMD_PAUSE_FRAME, bytesOf(a));
+            switchRequest("BCM", SW_CMD_VLAN_ENABLE, bytesOf(a));
+            switchRequest("BCM", b, bytesOf(a));
+            vlanRequest(SW_CMD_VLAN_ADD, a, "eth1", static_cast<uint32_t>(b),
+                        static_cast<uint32_t>(a), b);
+            interfaceEvent(22, static_cast<uint32_t>(a), static_cast<uint32_t>(b));
+        }
+    }
+    for (const int32_t id : extremes)
+        EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_DELETE, id, "eth1", 0, 0));
+    EXPECT_EQ("", brokenInvariant());
+}
+
+} // namespace

@@ -1,0 +1,448 @@
+// The engine's backend: dispatch, forwarding, membership, settings.
+#include "support/gateway.h"
+
+#include "backends/pse/lower.h"
+#include "backends/pse/mac_address.h"
+#include "backends/pse/membership.h"
+#include "backends/pse/pse.h"
+#include "backends/pse/settings.h"
+
+#include <sstream>
+
+namespace {
+
+std::string received; // by the switches below
+int lowerResult = 0;
+
+int lowerBackend(Switch *sw, int cmd, const void *payload, uint32_t length, void *replyBuf,
+                 uint32_t *replyLen)
+{
+    received += std::string(sw->switchName) + ":" + std::to_string(cmd) + "/" +
+                std::to_string(length) + (replyBuf != nullptr && *replyLen == 5 ? "r" : "");
+    for (uint32_t i = 0; i < length && i < 12; ++i) {
+        char hex[4];
+        snprintf(hex, sizeof(hex), " %02x", static_cast<const uint8_t *>(payload)[i]);
+        received += hex;
+    }
+    received += "\n";
+    return lowerResult;
+}
+
+// The engine with ports 0, 1, 3 and 40, above two switches.
+struct Engine : testing::Test {
+    Engine()
+    {
+        strcpy(sw.switchName, "PSE");
+        strcpy(lower[0].switchName, "BCM");
+        strcpy(lower[1].switchName, "L2");
+        salListInit(&sw.lowerLvlSwitchList);
+        salListInit(&sw.portList);
+        EXPECT_EQ(0, pseSwitchRegister(&sw));
+        const int numbers[] = {0, 1, 3, 40};
+        const int mapped[] = {1, 5, 32, 9};
+        for (int i = 0; i < 4; ++i) {
+            ports[i].portNumber = numbers[i];
+            ports[i].ownerSwitch = &sw;
+            salListNodeAppend(&sw.portList, &ports[i].link);
+            below[i].portNumber = mapped[i];
+            map(ports[i], below[i], nodes[i]);
+        }
+    }
+    static void map(SwitchPort &port, SwitchPort &to, SwitchLowerLvlNode &node)
+    {
+        node.mapped = &to;
+        salListNodeAppend(&port.mappedList, &node.link);
+    }
+    void forwardTo(int switches)
+    {
+        sw.lowerLvlCfgEnable = 1;
+        for (int i = 0; i < switches; ++i) {
+            lower[i].configFunc = lowerBackend;
+            lowerNodes[i].lower = &lower[i];
+            salListNodeAppend(&sw.lowerLvlSwitchList, &lowerNodes[i].link);
+        }
+    }
+    template <class Record>
+    int send(int cmd, const Record &record)
+    {
+        uint32_t replyLen = 5;
+        return pseSwitchConfig(&sw, cmd, &record, sizeof(record), &replyLen, &replyLen);
+    }
+    Switch sw{};
+    Switch lower[2]{};
+    SwitchPort ports[4]{}, below[4]{};
+    SwitchLowerLvlNode nodes[5]{}, lowerNodes[2]{};
+};
+
+TEST_F(Engine, bindingChecksTheName)
+{
+    EXPECT_EQ(&pseSwitchConfig, sw.configFunc);
+    EXPECT_EQ(&pseConfTransfer, sw.confTransferFunc);
+    EXPECT_EQ(0, pseSwitchUnRegister(&sw));
+    EXPECT_EQ(nullptr, sw.configFunc);
+    EXPECT_EQ(nullptr, sw.confTransferFunc);
+    EXPECT_EQ(-22, pseSwitchRegister(&lower[0]));
+    EXPECT_EQ(-22, pseSwitchUnRegister(&lower[0]));
+    EXPECT_EQ(-22, pseSwitchRegister(nullptr));
+    EXPECT_EQ(-22, pseSwitchUnRegister(nullptr));
+}
+
+TEST_F(Engine, aWrongLengthStopsBeforeAnythingIsDone)
+{
+    forwardTo(1);
+    SwitchVlan vlan{};
+    for (const auto &[cmd, length] : {std::pair{35, 1300u}, {35, 1311u}, {51, 7u}, {51, 1300u}})
+        EXPECT_EQ(-22, pseSwitchConfig(&sw, cmd, &vlan, length, nullptr, nullptr));
+    EXPECT_EQ("", received);
+    EXPECT_EQ("", platform::hardware());
+}
+
+TEST_F(Engine, forwardingAnswersForTheSwitchesBelow)
+{
+    EXPECT_EQ(0, send(56, uint8_t{1})); // off: its own answer
+    EXPECT_EQ(-1, send(47, int32_t{2}));
+    sw.lowerLvlCfgEnable = 1; // on, with nothing below
+    EXPECT_EQ(0, send(56, uint8_t{1}));
+    forwardTo(2);
+    EXPECT_EQ(0, send(47, int32_t{2}));
+    lowerResult = 1;
+    EXPECT_EQ(0, send(58, uint8_t{9}));
+    EXPECT_EQ("BCM:47/4r 02 00 00 00\nL2:47/4r 02 00 00 00\nBCM:58/1r 09\nL2:58/1r 09\n", received);
+    received.clear();
+    lowerResult = -7;
+    EXPECT_EQ(-7, send(59, uint8_t{9}));
+    EXPECT_EQ("BCM:59/1r 09\n", received);
+    EXPECT_EQ("", platform::hardware());
+}
+
+TEST_F(Engine, forwardingIsLoggedUnderTheEnginesLabel)
+{
+    EXPECT_EQ(0, send(56, uint8_t{1}));
+    sw.lowerLvlCfgEnable = 1;
+    EXPECT_EQ(0, send(56, uint8_t{1}));
+    forwardTo(1);
+    EXPECT_EQ(0, send(57, uint8_t{1}));
+    lowerResult = 1;
+    EXPECT_EQ(0, send(57, uint8_t{1}));
+    lowerResult = -7;
+    EXPECT_EQ(-7, send(57, uint8_t{1}));
+    EXPECT_LINES(platform::log(), R"(
+64 (switch=PSE) handler not defined for command (56)\n
+64 (switch=PSE) Sending command=(56) to lower switches\n
+64 (switch=PSE) Lower switches processed command=(56). Result=Failed\n
+64 (switch=PSE) Sending command=(57) to lower switches\n
+64 (switch=PSE) Lower switches processed command=(57). Result=Success\n
+64 (switch=PSE) Sending command=(57) to lower switches\n
+64 (switch=PSE) Lower switches processed command=(57). Result=Failed\n
+64 (switch=PSE) Sending command=(57) to lower switches\n
+8 (switch=PSE) Failed to process cmd (57) in lower switch BCM\n
+)");
+}
+
+TEST_F(Engine, aRateLimitIsTranslatedForEveryMappedPort)
+{
+    forwardTo(2);
+    SwitchPort another{};
+    another.portNumber = 6;
+    map(ports[1], another, nodes[4]);
+    const SwCmdRateLimit limit{1, 1, {7, 7, 7}, 64};
+    EXPECT_EQ(0, send(50, limit));
+    EXPECT_EQ("BCM:50/12r 05 00 00 00 01 00 00 00 40 00 00 00\n"
+              "BCM:50/12r 06 00 00 00 01 00 00 00 40 00 00 00\n"
+              "L2:50/12r 05 00 00 00 01 00 00 00 40 00 00 00\n"
+              "L2:50/12r 06 00 00 00 01 00 00 00 40 00 00 00\n",
+              received);
+    received.clear();
+    salListInit(&ports[0].mappedList);
+    platform::everything();
+    EXPECT_EQ(-1, send(50, SwCmdRateLimit{0, 0, {}, 1})); // mapped onto nothing
+    EXPECT_EQ(-1, send(50, SwCmdRateLimit{2, 0, {}, 1}));
+    lowerResult = -9;
+    EXPECT_EQ(-9, send(50, limit));
+    EXPECT_EQ("BCM:50/12r 05 00 00 00 01 00 00 00 40 00 00 00\n", received);
+    const std::string processing =
+        "log 64 (switch=PSE) Processing  switch port rate limiting request (50)\\n\n";
+    const std::string sending = "log 64 (switch=PSE) Sending command=(50) to lower switches\\n\n";
+    EXPECT_EQ(processing +
+                  "cmd rate_limit_func set 0 0 0\n"
+                  "log 8 cmd (rate_limit_func set 0 0 0) returned (0).\\n\n" +
+                  sending + processing + "log 8 (switch=PSE) Failed to find port (2). \\n\n" +
+                  sending + "log 8 (switch=PSE) Failed to find port (2).\\n\n" + processing +
+                  "cmd rate_limit_func set 1 1 0\n"
+                  "log 8 cmd (rate_limit_func set 1 1 0) returned (0).\\n\n" +
+                  sending +
+                  "log 8 (switch=PSE) Failed to process cmd (50) in lower switch BCM\\n\n",
+              platform::everything());
+}
+
+TEST_F(Engine, membersComeFromTheMappedPortsAndBringTheCpuPort)
+{
+    const char *mac0 = "socket 2 2 0\nioctl HWADDR eth0\nclose 9\n";
+    const struct {
+        uint32_t fwdMap;
+        const char *name;
+        size_t members;
+        const char *table;
+    } cases[] = {
+        {0x01, "eth0", 1, "4 0 0x5 0x5 100 00:11:22:33:44:50"},       // engine port 0
+        {0x10, "eth0", 1, "4 0 0x6 0x6 100 00:11:22:33:44:50"},       // port 1
+        {0x80000010, "eth0", 2, "4 0 0xe 0xe 100 00:11:22:33:44:50"}, // ports 1 and 3
+        {0x100, "eth0", 1, "4 0 0x4 0x4 100 00:11:22:33:44:50"},      // port 40
+    };
+    for (const auto &c : cases) {
+        SwitchVlan vlan{};
+        vlan.vlanId = 100;
+        vlan.vlanIndex = 4;
+        vlan.fwdMap = c.fwdMap;
+        strcpy(vlan.interfaceName, c.name);
+        EXPECT_EQ(0, pseVlanMembershipSet(&sw, &vlan));
+        std::string lines;
+        for (size_t i = 0; i < c.members; ++i)
+            lines += mac0;
+        EXPECT_EQ(lines + "cmd vlan_table_func edit " + c.table +
+                      " 1\ncmd arl_table_func add 00:11:22:33:44:50 100 0x4 0x1\n",
+                  platform::hardware());
+    }
+    SwitchVlan none{};
+    none.vlanId = 100;
+    none.fwdMap = 0x7ffffeee;
+    strcpy(none.interfaceName, "eth1");
+    EXPECT_EQ(0, pseVlanMembershipSet(&sw, &none));
+    none.fwdMap = 1;
+    EXPECT_EQ(0, pseVlanMembershipSet(&sw, &none));
+    EXPECT_LINES(platform::hardware(), R"(
+cmd vlan_table_func edit 0 0 0x0 0x0 100  1
+cmd arl_table_func del  100
+socket 2 2 0
+ioctl HWADDR eth1
+close 9
+cmd vlan_table_func edit 0 1 0x5 0x5 100 00:11:22:33:44:55 1
+cmd arl_table_func add 00:11:22:33:44:55 100 0x4 0x1
+)");
+    EXPECT_EQ(-22, pseVlanMembershipSet(&sw, nullptr));
+}
+
+TEST_F(Engine, eachStepOfTheMembershipCanFail)
+{
+    const struct {
+        const char *failing;
+        uint32_t fwdMap;
+        int answer, result;
+        const char *lastHardware, *message;
+    } cases[] = {
+        {"socket", 1, -1, -1, "socket 2 2 0",
+         "8 (switch=PSE) (vlan:8) Failed to get the MAC address of eth0\\n\n"},
+        {"HWADDR", 1, -19, -1, "close 9",
+         "8 (switch=PSE) (vlan:8) Failed to get the MAC address of eth0\\n\n"},
+        {"vlan_table", 1, -5, -5, "cmd vlan_table_func edit 0 0 0x5 0x5 8 00:11:22:33:44:50 1",
+         "8 Failed to configure PSE membership for VLAN.\\n\n"},
+        {"vlan_table", 1, 5, 0, "cmd arl_table_func add 00:11:22:33:44:50 8 0x4 0x1", ""},
+        {"arl_table", 1, -6, -6, "cmd arl_table_func add 00:11:22:33:44:50 8 0x4 0x1",
+         "8 Failed to add CPU ARL Entry for VLAN.\\n\n"},
+        {"arl_table", 0, -6, -6, "cmd arl_table_func del  8",
+         "8 Failed to delete CPU ARL Entry for VLAN.\\n\n"},
+        {"arl_table", 0, 6, 0, "cmd arl_table_func del  8", ""},
+    };
+    for (const auto &c : cases) {
+        platform::answerAsUsual();
+        platform::answer(c.failing, c.answer);
+        SwitchVlan vlan{};
+        vlan.vlanId = 8;
+        vlan.fwdMap = c.fwdMap;
+        vlan.ownerSwitch = &sw;
+        strcpy(vlan.interfaceName, "eth0");
+        EXPECT_EQ(c.result, pseVlanMembershipSet(&sw, &vlan)) << c.failing;
+        std::string last, log;
+        std::istringstream lines(platform::everything());
+        for (std::string line; std::getline(lines, line);) {
+            if (line.rfind("log ", 0) == 0)
+                log = line.substr(4) + "\n";
+            else
+                last = line;
+        }
+        EXPECT_EQ(c.lastHardware, last) << c.failing;
+        EXPECT_EQ(*c.message != '\0', log == c.message) << log;
+    }
+}
+
+TEST(HardwareAddress, isAskedForWithAtMost15Characters)
+{
+    char text[32] = "untouched";
+    EXPECT_EQ(-1, switchMacAddressByIfNameGet("an-interface-name-of-24c", text));
+    EXPECT_EQ("socket 2 2 0\nioctl HWADDR an-interface-na\nclose 9\n", platform::everything());
+    EXPECT_EQ(0, switchMacAddressByIfNameGet("eth1", text));
+    EXPECT_STREQ("00:11:22:33:44:55", text);
+}
+
+TEST_F(Engine, ratesGoIntoBandsOfUnits)
+{
+    const struct {
+        uint8_t limitCmd;
+        int32_t rate;
+        int result;
+        const char *arguments;
+    } cases[] = {
+        {1, 64, 0, "1 0"},       {1, 8128, 0, "127 0"},  {1, 8129, 0, "7 1"},
+        {1, 130048, 0, "127 1"}, {1, 130049, 0, "12 2"}, {1, 1300480, 0, "127 2"},
+        {1, 0, 0, "0 1"},        {1, 63, 0, "0 1"},      {1, -2048, 0, "-2 1"},
+        {0, 500, 0, "0 0"},      {0, 9999999, 0, "0 0"}, {1, 1300481, -1, nullptr},
+        {2, 64, -1, nullptr},    {255, 64, -1, nullptr},
+    };
+    for (const auto &c : cases) {
+        const SwCmdRateLimit limit{3, c.limitCmd, {}, c.rate};
+        EXPECT_EQ(c.result, pseRateLimitConfigure(&sw, &limit)) << c.rate;
+        EXPECT_EQ(c.arguments == nullptr
+                      ? ""
+                      : std::string("cmd rate_limit_func set 3 ") + c.arguments + "\n",
+                  platform::hardware())
+            << c.rate;
+    }
+    platform::answer("rate_limit", 3);
+    SwCmdRateLimit limit{3, 0, {}, 0};
+    EXPECT_EQ(3, pseRateLimitConfigure(&sw, &limit));
+    limit.limitCmd = 7;
+    EXPECT_EQ(-1, pseRateLimitConfigure(&sw, &limit));
+    limit.limitCmd = 1;
+    limit.rateLimit = INT32_MAX;
+    EXPECT_EQ(-1, pseRateLimitConfigure(&sw, &limit));
+    EXPECT_EQ(-1, pseRateLimitConfigure(nullptr, &limit));
+    EXPECT_EQ(-1, pseRateLimitConfigure(&sw, nullptr));
+    EXPECT_LINES(platform::log(), R"(
+8 cmd (rate_limit_func set 3 0 0) returned (3).\n
+8 (switch=PSE) rate limit configuration failed \n
+8 (switch=PSE) Invalid cmd (7) to configure rate limiting\n
+8 (switch=PSE) Switch can't configure this rate (2147483647kbps) \n
+)");
+}
+
+TEST_F(Engine, queuesAreCountedModesCodedAndWeightsExponents)
+{
+    const struct {
+        SwCmdQueueSched sched;
+        int result;
+        const char *lines;
+    } cases[] = {
+        {{1, 4, 1, 1, 2, 4, 8}, 0, "cmd tc_func set 2\ncmd queue_weight_func set 1 0 0 1 2 3\n"},
+        {{3, 1, 0, 3, 16, 0, -5}, 0, "cmd tc_func set 0\ncmd queue_weight_func set 3 1 1 4 0 0\n"},
+        {{77, 2, 3, 1, 1, 1, 1}, 0, "cmd tc_func set 1\n"}, // no such port
+        {{-1, 2, 3, 1, 1, 1, 31},
+         0,
+         "cmd tc_func set 1\ncmd queue_weight_func set 0 2 0 0 0 4\n"
+         "cmd queue_weight_func set 1 2 0 0 0 4\ncmd queue_weight_func set 3 2 0 0 0 4\n"
+         "cmd queue_weight_func set 40 2 0 0 0 4\n"},
+        {{1, 3, 2, 1, 1, 1, 1}, -1, ""},
+        {{1, 4, 2, 1, 1, 1, 1}, -1, ""},
+    };
+    for (const auto &c : cases) {
+        EXPECT_EQ(c.result, pseQueueSchedConfigure(&sw, &c.sched));
+        EXPECT_EQ(c.lines, platform::hardware());
+    }
+    platform::answer("tc_func set 0", 1);
+    platform::answer("queue_weight_func set 1", -4);
+    SwCmdQueueSched sched{-1, 4, 0, 1, 1, 1, 1};
+    EXPECT_EQ(-4, pseQueueSchedConfigure(&sw, &sched));
+    sched.numQueues = 1;
+    EXPECT_EQ(1, pseQueueSchedConfigure(&sw, &sched));
+    sched.numQueues = 3;
+    EXPECT_EQ(-1, pseQueueSchedConfigure(&sw, &sched));
+    sched = {3, 2, 2, 1, 1, 1, 1};
+    EXPECT_EQ(-1, pseQueueSchedConfigure(&sw, &sched));
+    sched.schedMode = 3;
+    EXPECT_EQ(0, pseQueueSchedConfigure(&sw, &sched));
+    EXPECT_LINES(platform::log(), R"(
+8 cmd (tc_func set 2) returned (0).\n
+8 cmd (queue_weight_func set 0 1 0 0 0 0) returned (0).\n
+8 cmd (queue_weight_func set 1 1 0 0 0 0) returned (-4).\n
+8 (switch=PSE) (port:1) Port Queues weight configuration failed \n
+8 cmd (tc_func set 0) returned (1).\n
+8 (switch=PSE) Failed to set number of queues in switch\n
+8 (switch=PSE) Invalid number of queues  (3)\n
+8 (switch=PSE) Invalid schedule mode  (2)\n
+8 cmd (tc_func set 1) returned (0).\n
+8 cmd (queue_weight_func set 3 2 0 0 0 0) returned (0).\n
+64 (switch=PSE) Switch ports Queue scheduling configuring Success. \n
+)");
+}
+
+TEST_F(Engine, trustModesAreOneFlagOfFive)
+{
+    const struct {
+        int32_t mode;
+        const char *flags;
+    } cases[] = {
+        {0, "1 0 0 0 0"}, {4, "0 1 0 0 0"}, {2, "0 0 1 0 0"}, {1, "0 0 0 1 0"}, {3, "0 0 0 0 1"}};
+    for (const auto &c : cases) {
+        const SwCmdTrustMode mode{77, c.mode}; // the port is not looked up
+        EXPECT_EQ(0, pseTrustModeConfigure(&sw, &mode));
+        EXPECT_EQ(std::string("cmd pri_ctl_func set 77 ") + c.flags + "\n", platform::hardware());
+    }
+    for (const int32_t wrong : {-1, 5}) {
+        const SwCmdTrustMode mode{1, wrong};
+        EXPECT_EQ(-1, pseTrustModeConfigure(&sw, &mode));
+    }
+    EXPECT_LINES(platform::everything(), R"(
+log 64 (switch=PSE) Configuring TrustMode\n
+log 8 (switch=PSE) Invalid TrustMode value (-1) 
+log 64 (switch=PSE) Configuring TrustMode\n
+log 8 (switch=PSE) Invalid TrustMode value (5) 
+)");
+}
+
+TEST_F(Engine, qosIsOnOffOrRefused)
+{
+    platform::answer("disable", 9);
+    for (const auto &[value, result] : {std::pair{1, 0}, {0, 9}, {2, -1}, {-1, -1}}) {
+        const int32_t enable = value;
+        EXPECT_EQ(result, pseQoSConfigure(&sw, &enable));
+    }
+    EXPECT_LINES(platform::everything(), R"(
+log 64 (switch=PSE) Configuring QoS [Status:1] \n
+cmd sppe_ioctl rl enable
+log 8 cmd (sppe_ioctl rl enable) returned (0).\n
+log 64 (switch=PSE) QoS configuration (Success) \n
+log 64 (switch=PSE) Configuring QoS [Status:0] \n
+cmd sppe_ioctl rl disable
+log 8 cmd (sppe_ioctl rl disable) returned (9).\n
+log 64 (switch=PSE) QoS configuration (Failed) \n
+log 64 (switch=PSE) Configuring QoS [Status:2] \n
+log 64 (switch=PSE) Configuring QoS [Status:-1] \n
+)");
+}
+
+std::string pipeline(const std::string &reg, bool set)
+{
+    return "system /corefs/bin/memrw " + reg +
+           " w |grep Value | cut -d':' -f 2 |     awk '{rl = $1; " +
+           (set ? "val = lshift(1,31); reg = "
+                : "val1 = lshift(1,31); val = val1^0xFFFFFFFF ; reg = ") +
+           reg + " ;     res = " + (set ? "or" : "and") +
+           " (rl, val) ; fh = rshift (res, 16);     sh = and (res, 0xFFFF); final_value = sprintf "
+           "(\"%#x%x\", fh, sh);     cmd = \"/corefs/bin/memrw \"reg\" w \"final_value;  system "
+           "(cmd);}'\n";
+}
+
+TEST_F(Engine, pauseFramesAreABitOfThreeRegisters)
+{
+    for (const int32_t value : {1, 2, 0}) {
+        EXPECT_EQ(0, psePauseFrameConfigure(&sw, &value));
+        const bool set = value == 1;
+        EXPECT_EQ(pipeline("0x7000000c", set) + pipeline("0x70000010", set) +
+                      pipeline("0x70000018", set) +
+                      "log 64 (switch=PSE) Pause Frame configuration Success \\n\n",
+                  platform::everything());
+    }
+    const int32_t on = 1;
+    platform::answer("memrw 0x7000000c", 256);
+    platform::answer("memrw 0x70000018", 512);
+    EXPECT_EQ(512, psePauseFrameConfigure(&sw, &on));
+    platform::answer("memrw 0x70000010", -1);
+    EXPECT_EQ(-1, psePauseFrameConfigure(&sw, &on));
+    EXPECT_EQ(-1, psePauseFrameConfigure(nullptr, &on));
+    EXPECT_EQ(-1, psePauseFrameConfigure(&sw, nullptr));
+    EXPECT_LINES(platform::log(), R"(
+64 (switch=PSE) Pause Frame configuration Failed \n
+8 (switch=PSE) Pause Frame configuration failed \n
+)");
+}
+
+} // namespace
