@@ -24,18 +24,20 @@ constexpr int cellHeight = 26;
 constexpr int leftOfCells = 230; // room for VLAN, interface and logical name
 constexpr int groupGap = 16;     // between the columns of two switches
 
+// Plain colours first, for programs that know neither schemes nor variables.
 constexpr const char *style = R"(<style>
-svg { --back: #ffffff; --ink: #1b1f24; --soft: #59636e; --line: #afb8c1; --box: #f6f8fa;
-  --tagged: #cfe3fb; --untagged: #c4ecd0; --cpu: #fbe3b0; }
+text { font: 13px system-ui, sans-serif; fill: #1b1f24; }
+.b { font-weight: 600; } .m { text-anchor: middle; } .e { text-anchor: end; }
+.s { fill: #59636e; font-size: 11px; }
+.back { fill: #ffffff; } .box { fill: #f6f8fa; stroke: #afb8c1; }
+.map { fill: none; stroke: #59636e; stroke-width: 1.5; }
+.T { fill: #cfe3fb; } .U { fill: #c4ecd0; } .C, .CU { fill: #fbe3b0; }
+.grid { stroke: #afb8c1; stroke-width: .5; }
 @media (prefers-color-scheme: dark) {
-  svg { --back: #0d1117; --ink: #e6edf3; --soft: #9ea7b1; --line: #57606a; --box: #161b22;
-    --tagged: #14407a; --untagged: #14572b; --cpu: #6b4a05; } }
-text { font: 13px system-ui, sans-serif; fill: var(--ink); }
-.b { font-weight: 600; } .s { fill: var(--soft); font-size: 11px; } .m { text-anchor: middle; }
-.e { text-anchor: end; } .back { fill: var(--back); }
-.box { fill: var(--box); stroke: var(--line); } .map { fill: none; stroke: var(--soft); stroke-width: 1.5; }
-.T { fill: var(--tagged); } .U { fill: var(--untagged); } .C, .CU { fill: var(--cpu); }
-.grid { stroke: var(--line); stroke-width: .5; }
+text { fill: #e6edf3; } .s { fill: #9ea7b1; }
+.back { fill: #0d1117; } .box { fill: #161b22; stroke: #57606a; } .map { stroke: #9ea7b1; }
+.T { fill: #14407a; } .U { fill: #14572b; } .C, .CU { fill: #6b4a05; }
+.grid { stroke: #57606a; } }
 </style>
 )";
 
