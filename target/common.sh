@@ -1,3 +1,4 @@
+# shellcheck shell=bash disable=SC2034
 # What the scripts for the 32-bit ARM target share. Sourced; needs $top.
 source "$top/scripts/common.sh"
 
@@ -5,15 +6,15 @@ arm=$top/build/arm              # the cross build
 sysroot=$top/build/armhf-sysroot # libraries to build against
 guest=$top/build/armhf-guest    # kernel, archives and reports of the guest
 
-armPackages="g++-arm-linux-gnueabihf qemu-user qemu-system-arm cpio kmod
-    cmake ninja-build pkg-config sqlite3 python3"
+armPackages=(g++-arm-linux-gnueabihf qemu-user qemu-system-arm cpio kmod
+    cmake ninja-build pkg-config sqlite3 python3)
 
 # Installs the tools, makes the libraries, builds the project and the guest.
 # What is there already is left alone.
 prepareGuest() {
-    packages $armPackages
+    packages "${armPackages[@]}"
     "$top/target/sysroot"
-    build arm
+    build arm "swmgrd swlogd swctl swengine swcuse swready"
     "$top/target/guest-image"
     "$top/target/guest-tree"
 }
