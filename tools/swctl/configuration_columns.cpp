@@ -81,13 +81,13 @@ constexpr ColumnOption vlanArguments[] = {
     {"ID", "ID", "vlanId", true, vlanId, "802.1Q VLAN id, 1 to 4094"},
 };
 constexpr ColumnOption vlanOptions[] = {
-    {"--interface", "NAME", "interfaceName", false, interfaceName, "Linux interface that carries the sub-interface"},
+    {"--interface", "NAME", "interfaceName", false, interfaceName, "Linux interface that carries it"},
     {"--logical", "NAME", "LogicalIfName", false, text63, "Logical interface name"},
     {"--ports", "LIST", "fwdMap", false, portList, "Member ports, e.g. 0,2-4; \"\" for none"},
     {"--untagged", "LIST", "untagMap", false, portList, "Ports that send the VLAN untagged"},
     {"--switch-only", "on|off", "inSwitchOnly", true, onOff, "Keep the VLAN inside the switches"},
-    {"--ingress-map", "TEXT", "ingressMap", false, text511, "Ingress map, stored and not interpreted"},
-    {"--egress-map", "TEXT", "egressMap", false, text511, "Egress map, stored and not interpreted"},
+    {"--ingress-map", "TEXT", "ingressMap", false, text511, "Ingress map, only stored"},
+    {"--egress-map", "TEXT", "egressMap", false, text511, "Egress map, only stored"},
 };
 constexpr const char *vlanIdentity[] = {"vlanId"};
 constexpr ListColumn vlanColumns[] = {
@@ -101,9 +101,9 @@ constexpr ColumnOption portArguments[] = {
 };
 constexpr ColumnOption portOptions[] = {
     {"--interface", "NAME", "interfaceName", false, interfaceName, "Network interface of the port"},
-    {"--map", "LIST", "phyDevice", false, portMapping, "Ports of lower switches, e.g. BCM:0,BCM:1"},
+    {"--map", "LIST", "phyDevice", false, portMapping, "Lower ports, e.g. BCM:0,BCM:1"},
     {"--type", "N", "portType", true, anyNumber, "Kind of port"},
-    {"--pvid", "ID", "PVID", true, pvid, "Port VLAN id while no VLAN is untagged here"},
+    {"--pvid", "ID", "PVID", true, pvid, "VLAN id while none is untagged here"},
     {"--mirroring", "N", "mirroring", true, anyNumber, "Port mirroring"},
     {"--trust-mode", "MODE", "trustMode", true, trustMode, "QoS trust mode, 0 to 4"},
     {"--rate-limit", "KBIT", "rateLimit", true, anyNumber, "Rate limit in kbit/s"},
@@ -122,12 +122,12 @@ constexpr ListColumn portColumns[] = {
 };
 
 constexpr ColumnOption switchArguments[] = {
-    {"NAME", "NAME", "switchName", false, switchName, "Name, which selects the backend: PSE or BCM"},
+    {"NAME", "NAME", "switchName", false, switchName, "PSE or BCM: the name selects the backend"},
 };
 constexpr ColumnOption switchOptions[] = {
     {"--device", "PATH", "switchDevice", false, text127, "Device that the backend drives"},
     {"--ports", "N", "numPorts", true, portCount, "Number of ports"},
-    {"--level", "N", "switchLevel", true, anyNumber, "Level in the hierarchy; the highest is the top"},
+    {"--level", "N", "switchLevel", true, anyNumber, "Level; the highest is the top"},
     {"--vlan", "on|off", "vlanEnable", true, onOff, "802.1Q VLAN mode"},
     {"--qos", "on|off", "qosEnable", true, onOff, "QoS"},
     {"--pause-frames", "on|off", "pauseFrameEnable", true, onOff, "Pause frames"},
