@@ -41,7 +41,7 @@ int send(const Globals &globals, const std::string &what, const SwitchArguments 
          int command, std::string_view payload)
 {
     const int status = askSwitch(arguments.switchName, command, payload);
-    return reportAnswer(globals, what + " on " + arguments.switchName, status);
+    return reportAnswer(globals, what + " for " + arguments.switchName, status);
 }
 
 int runRateLimit(const Globals &globals, const SwitchArguments &arguments)
