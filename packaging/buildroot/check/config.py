@@ -1,0 +1,41 @@
+#!/usr/bin/python3
+"""Reads the package's Config.in against a stub of the symbols that it names.
+
+    config.py EXTERNAL
+
+Turns every option of the package on, then checks that what it selects follows;
+fails on a symbol that nothing defines and on anything the parser warns of.
+"""
+import os
+import pathlib
+import sys
+
+import kconfiglib
+
+ALLOWED = {"MODULES", "UNAME_RELEASE"}  # the parser's own
+SELECTED = ["BR2_PACKAGE_SQLITE", "BR2_PACKAGE_CLI11"]
+
+external = pathlib.Path(sys.argv[1]).resolve()
+os.environ["EXTERNAL"] = os.environ["BR2_EXTERNAL_SWMGR_PATH"] = str(external)
+stub = pathlib.Path(__file__).with_name("Config.stub")
+config = kconfiglib.Kconfig(str(stub), warn_to_stderr=False)
+
+problems = list(config.warnings)
+problems += [
+    f"{symbol.name} is used and not defined"
+    for symbol in config.syms.values()
+    if not symbol.nodes and not symbol.is_constant and symbol.name not in ALLOWED
+]
+for name, symbol in config.syms.items():
+    if name.startswith("BR2_PACKAGE_SWMGR"):
+        symbol.set_value(2)
+        if symbol.str_value != "y":
+            problems.append(f"{name} cannot be turned on")
+for name in SELECTED:
+    if config.syms[name].str_value != "y":
+        problems.append(f"{name} does not follow from the package")
+config.syms["BR2_STATIC_LIBS"].set_value(2)
+if config.syms["BR2_PACKAGE_SWMGR"].str_value != "n":
+    problems.append("the package can be turned on where it cannot be built")
+print("\n".join(problems), end="\n" if problems else "")
+sys.exit(bool(problems))
