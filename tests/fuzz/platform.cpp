@@ -1,0 +1,336 @@
+// The symbols of the platform, and the checks of what reaches it.
+#include "platform.h"
+
+#include "input.h"
+#include "platform/database.h"
+#include "platform/sal.h"
+#include "swmgr/swmgr_client.h"
+
+#include <cstdarg>
+#include <net/if.h>
+#include <set>
+#include <sys/ioctl.h>
+
+using fuzz::require;
+
+namespace {
+
+constexpr int descriptor = 1000; // stands for every device and socket
+constexpr size_t longestLine = 511;
+
+struct State {
+    fuzz::Fault fault{};
+    const char *fileText = "512.34 1000.00\n";
+    uint8_t driverByte = 0;
+    RelayHandler handler = nullptr;
+    bool tracking = false;
+    std::map<void *, size_t> blocks;
+    std::set<FILE *> files;
+    std::set<std::string> shellLines;
+    bool shellLinesFrozen = false;
+};
+
+State &state()
+{
+    static auto *one = new State;
+    return *one;
+}
+
+int answer(int usual)
+{
+    fuzz::Fault &fault = state().fault;
+    if (fault.count == 0)
+        return usual;
+    if (fault.after > 0) {
+        --fault.after;
+        return usual;
+    }
+    --fault.count;
+    return fault.result;
+}
+
+bool consistsOf(const std::string &text, const char *allowed)
+{
+    return text.find_first_not_of(allowed) == std::string::npos;
+}
+
+// Whatever a request or a row holds, a line is one of the device's tools with
+// words that mean nothing to a shell.
+void commandLineCheck(const std::string &line)
+{
+    static const std::set<std::string> tools{
+        "vconfig",    "ifconfig",        "/sbin/vconfig", "vlan_table_func",   "arl_table_func",
+        "sppe_ioctl", "rate_limit_func", "tc_func",       "queue_weight_func", "pri_ctl_func"};
+    const size_t blank = line.find(' ');
+    require(blank != std::string::npos, "a command line has arguments");
+    require(tools.count(line.substr(0, blank)) == 1, "a command line starts with a known tool");
+    require(line.size() <= longestLine, "a command line is of limited length");
+    require(consistsOf(line.substr(blank), "abcdefghijklmnopqrstuvwxyz"
+                                           "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                           "0123456789 _.:@-"),
+            "the arguments of a command line are harmless");
+}
+
+void pathCheck(const std::string &path)
+{
+    const std::string head = "/var/VLAN.";
+    const std::string tail = ".Uptime";
+    const bool isRecord = path.size() > head.size() + tail.size() && path.rfind(head, 0) == 0 &&
+                          path.compare(path.size() - tail.size(), tail.size(), tail) == 0;
+    require(isRecord &&
+                consistsOf(path.substr(head.size(), path.size() - head.size() - tail.size()),
+                           "-0123456789"),
+            "a file is the uptime record of a VLAN");
+}
+
+void hardwareAddressFill(ifreq &request)
+{
+    require(memchr(request.ifr_name, '\0', sizeof(request.ifr_name)) != nullptr,
+            "the name of an interface is terminated");
+    memset(request.ifr_hwaddr.sa_data, state().driverByte, 6);
+}
+
+void driverRecordTouch(unsigned int request, void *record)
+{
+    const size_t size = _IOC_SIZE(request);
+    if (size == 0)
+        return;
+    static volatile uint8_t sum = 0;
+    auto *bytes = static_cast<uint8_t *>(record);
+    for (size_t i = 0; i < size; ++i)
+        sum = static_cast<uint8_t>(sum + bytes[i]);
+    if ((_IOC_DIR(request) & _IOC_READ) != 0)
+        memset(bytes, state().driverByte, size);
+}
+
+} // namespace
+
+namespace fuzz {
+
+void faultArm(const Fault &fault)
+{
+    state().fault = fault;
+}
+void fileTextSet(const char *text)
+{
+    state().fileText = text;
+}
+void driverByteSet(uint8_t byte)
+{
+    state().driverByte = byte;
+}
+RelayHandler registeredHandler()
+{
+    return state().handler;
+}
+const std::map<void *, size_t> &blocksHeld()
+{
+    return state().blocks;
+}
+void blocksForget()
+{
+    state().blocks.clear();
+    state().tracking = true;
+}
+int filesOpen()
+{
+    return static_cast<int>(state().files.size());
+}
+void shellLinesFreeze()
+{
+    state().shellLinesFrozen = true;
+}
+size_t shellLinesSeen()
+{
+    return state().shellLines.size();
+}
+
+} // namespace fuzz
+
+extern "C" {
+
+void *__real_calloc(size_t count, size_t size);
+void __real_free(void *block);
+void *__wrap_calloc(size_t count, size_t size);
+void __wrap_free(void *block);
+
+void *__wrap_calloc(size_t count, size_t size)
+{
+    if (!state().tracking)
+        return __real_calloc(count, size);
+    if (answer(0) < 0)
+        return nullptr;
+    void *block = __real_calloc(count, size);
+    state().blocks[block] = count * size;
+    return block;
+}
+
+void __wrap_free(void *block)
+{
+    if (state().tracking)
+        state().blocks.erase(block);
+    __real_free(block);
+}
+}
+
+void fuzz::blocksFree()
+{
+    state().tracking = false;
+    for (const auto &[block, size] : state().blocks)
+        __real_free(block);
+    state().blocks.clear();
+}
+
+extern "C" {
+
+int relayInit(void)
+{
+    return 0;
+}
+RelayCtx *relayRegister(int, int, RelayHandler handler, void *)
+{
+    state().handler = handler;
+    return reinterpret_cast<RelayCtx *>(&state());
+}
+int relayListen(RelayCtx *, int)
+{
+    return 0;
+}
+int relayUnRegister(RelayCtx *)
+{
+    return 0;
+}
+int relayDeInit(void)
+{
+    return 0;
+}
+int relayIoctl(RelayCtx *, int destModule, int requestType, void *data, int dataLen, void *buf,
+               uint32_t *bufLen, int, int, int)
+{
+    SwMgrLogRecord record;
+    require(destModule == LOGGING_RELAY_MODULE_ID && requestType == LOGGING_MSG_LOG &&
+                dataLen == sizeof(record),
+            "a message is a log record");
+    memcpy(&record, data, sizeof(record));
+    require(record.level == SWMGR_LOG_ERROR || record.level == SWMGR_LOG_INFO ||
+                record.level == SWMGR_LOG_NOTICE || record.level == SWMGR_LOG_DEVDEBUG,
+            "a log record has a level");
+    require(*bufLen <= 1024 && strnlen(static_cast<char *>(buf), *bufLen) + 1 == *bufLen,
+            "a log text is one terminated string");
+    return 0;
+}
+
+void salListInit(SalList *list)
+{
+    *list = {nullptr, nullptr};
+}
+SalListLink *salListFirst(SalList *list)
+{
+    return list->first;
+}
+SalListLink *salListNext(SalListLink *link)
+{
+    return link->next;
+}
+void salListNodeAppend(SalList *list, SalListLink *link)
+{
+    link->next = nullptr;
+    link->prev = list->last;
+    (list->last != nullptr ? list->last->next : list->first) = link;
+    list->last = link;
+}
+void salListNodeRemove(SalList *list, SalListLink *link)
+{
+    (link->prev != nullptr ? link->prev->next : list->first) = link->next;
+    (link->next != nullptr ? link->next->prev : list->last) = link->prev;
+}
+
+int salOpen(const char *, int, int)
+{
+    return answer(descriptor);
+}
+int salClose(int closed)
+{
+    require(closed >= 0, "a descriptor that is closed is one");
+    return answer(0);
+}
+int salIoctl(int, unsigned int request, void *arg)
+{
+    const int result = answer(0);
+    if (request == SIOCGIFHWADDR)
+        hardwareAddressFill(*static_cast<ifreq *>(arg));
+    else
+        driverRecordTouch(request, arg);
+    return result;
+}
+int salCmdExec(const char *commandLine, int, int)
+{
+    commandLineCheck(commandLine);
+    return answer(0);
+}
+FILE *salFileOpen(const char *path, const char *mode)
+{
+    static char written[64];
+    const bool reading = strcmp(mode, "r") == 0;
+    if (!reading || strcmp(path, "/proc/uptime") != 0)
+        pathCheck(path);
+    const char *text = state().fileText;
+    if (answer(0) < 0 || (reading && *text == '\0'))
+        return nullptr;
+    FILE *stream = reading ? fmemopen(const_cast<char *>(text), strlen(text), "r")
+                           : fmemopen(written, sizeof(written), mode);
+    state().files.insert(stream);
+    return stream;
+}
+int salFilePrintf(FILE *stream, const char *format, ...)
+{
+    char text[2048];
+    va_list arguments;
+    va_start(arguments, format);
+    vsnprintf(text, sizeof(text), format, arguments);
+    va_end(arguments);
+    const int result = answer(0);
+    if (stream == stderr || result < 0)
+        return result;
+    require(state().files.count(stream) == 1, "a file that is written is open");
+    return fputs(text, stream);
+}
+int salFileClose(FILE *stream)
+{
+    require(state().files.erase(stream) == 1, "a file that is closed was open");
+    fclose(stream);
+    return answer(0);
+}
+int salUnlink(const char *path)
+{
+    pathCheck(path);
+    return answer(0);
+}
+int system(const char *commandLine)
+{
+    const bool known = state().shellLines.count(commandLine) == 1;
+    require(known || !state().shellLinesFrozen, "the shell gets fixed lines only");
+    if (!known)
+        state().shellLines.insert(commandLine);
+    return answer(0);
+}
+int socket(int, int, int)
+{
+    return answer(descriptor);
+}
+
+char **sqlite3QueryResGet(sqlite3 *db, void *, const char *sql, int *columnCount, int *rowCount)
+{
+    if (answer(0) < 0)
+        return nullptr;
+    char **table = nullptr;
+    if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) == SQLITE_OK)
+        return table;
+    sqlite3_free_table(table);
+    return nullptr;
+}
+int sqliteBusyHandler(void *, int)
+{
+    return 0;
+}
+}

@@ -1,0 +1,153 @@
+// The serving side of the messaging stand-in, through its socket: an input is a
+// sequence of packets on a few connections.
+#include "input.h"
+
+#include "relay/endpoint.h"
+#include "relay/exported.h"
+#include "relay/frame.h"
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+using namespace fuzz;
+
+constexpr int module = 7;
+constexpr size_t connections = 3;
+constexpr size_t longestProgram = 16;
+constexpr int oddResult = -77; // of a handler that was asked
+
+uint32_t asked = 0; // calls of the handler
+
+// Reads and writes all that it was given, as a handler may.
+int handle(void *, RelayMsgHdr *, int type, void *data, int length, void *buffer,
+           uint32_t *bufferLength)
+{
+    ++asked;
+    require(length >= 0 && (data != nullptr) == (length != 0), "data is there when it has bytes");
+    uint8_t sum = 0;
+    for (int i = 0; i < length; ++i)
+        sum = static_cast<uint8_t>(sum + static_cast<uint8_t *>(data)[i]);
+    if (buffer != nullptr)
+        memset(buffer, sum, *bufferLength);
+    if (type < 0)
+        *bufferLength = static_cast<uint32_t>(type); // longer than the buffer
+    return oddResult;
+}
+
+RelayCtx *serviceStart()
+{
+    static char folder[] = "/tmp/relay-fuzz-XXXXXX";
+    require(mkdtemp(folder) != nullptr, "there is a folder for the socket");
+    setenv("RELAY_DIR", folder, 1);
+    RelayCtx *service = relayRegister(module, 2, handle, nullptr);
+    require(service != nullptr, "the service starts");
+    return service;
+}
+
+RelayCtx *running = nullptr; // from the first input on
+
+// Leaves nothing in the file system.
+void serviceStop()
+{
+    relayUnRegister(running);
+    static_cast<void>(rmdir(getenv("RELAY_DIR")));
+}
+
+int connectionOpen()
+{
+    const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0);
+    sockaddr_un address{};
+    require(relay::endpointAddress(module, address) == 0, "the socket has an address");
+    require(connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0,
+            "the service accepts");
+    return fd;
+}
+
+std::string packetRead(Input &input)
+{
+    relay::FrameHeader header{};
+    header.magic = input.below(8) != 0 ? relay::frameMagic : input.number<uint32_t>();
+    header.kind = 1 + static_cast<uint32_t>(input.below(4)) % 4;
+    header.sequence = input.byte();
+    header.type = input.number<int16_t>();
+    header.dataLength = input.byte();
+    header.bufferLength = input.below(4) == 0 ? input.number<uint32_t>() : input.byte();
+    const size_t size = relay::frameSize(header.dataLength, header.bufferLength);
+    std::string packet(size != 0 ? size : sizeof(header), 'x');
+    memcpy(packet.data(), &header, sizeof(header));
+    if (input.below(4) == 0)
+        packet.resize(input.number<uint16_t>());
+    return packet;
+}
+
+void answersTake(int fd)
+{
+    static unsigned char packet[relay::maxFrameSize];
+    for (;;) {
+        const ssize_t length = recv(fd, packet, sizeof(packet), MSG_DONTWAIT);
+        if (length <= 0)
+            return;
+        relay::FrameHeader header;
+        require(static_cast<size_t>(length) >= sizeof(header), "an answer has a header");
+        memcpy(&header, packet, sizeof(header));
+        require(header.magic == relay::frameMagic && header.kind == relay::FRAME_ANSWER &&
+                    static_cast<size_t>(length) == sizeof(header) + header.bufferLength,
+                "an answer is one");
+    }
+}
+
+// Whatever the others sent, a peer that keeps to the rules is served.
+void serviceCheck()
+{
+    const int fd = connectionOpen();
+    relay::FrameHeader header{};
+    header.magic = relay::frameMagic;
+    header.kind = relay::FRAME_REQUEST;
+    header.sequence = 1;
+    const uint32_t before = asked;
+    require(send(fd, &header, sizeof(header), MSG_NOSIGNAL) == sizeof(header), "a request goes");
+    relayListen(running, 0);
+    relay::FrameHeader answer{};
+    require(recv(fd, &answer, sizeof(answer), MSG_DONTWAIT) == sizeof(answer) &&
+                asked == before + 1 && answer.type == oddResult && answer.sequence == 1,
+            "a request is answered");
+    close(fd);
+    relayListen(running, 0);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
+{
+    if (running == nullptr) {
+        running = serviceStart();
+        atexit(serviceStop);
+    }
+    Input input(bytes, size);
+    int fds[connections] = {-1, -1, -1};
+    for (size_t step = 0; step < longestProgram && !input.empty(); ++step) {
+        int &fd = fds[input.below(connections)];
+        if (fd < 0)
+            fd = connectionOpen();
+        if (input.below(8) == 0) { // goes without waiting for its answers
+            close(fd);
+            fd = -1;
+            continue;
+        }
+        const std::string packet = packetRead(input);
+        static_cast<void>(send(fd, packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL));
+        if (input.below(2) == 0) {
+            relayListen(running, 0);
+            answersTake(fd);
+        }
+    }
+    relayListen(running, 0);
+    for (const int fd : fds) {
+        if (fd >= 0)
+            close(fd);
+    }
+    serviceCheck();
+    return 0;
+}

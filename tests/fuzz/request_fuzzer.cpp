@@ -1,0 +1,201 @@
+// The request handler: an input is a small program of requests, changes of the
+// database, and faults of the platform.
+#include "platform.h"
+#include "service.h"
+
+#include "swmgr/swmgr.h"
+
+namespace {
+
+using namespace fuzz;
+
+constexpr size_t longestProgram = 24;
+
+constexpr const char *interfaces[] = {"eth0", "eth1", "", "eth0.5", "br-lan", "a;b", "$(x)", "x y"};
+
+void vlanRequest(Service &service, Input &input, int type)
+{
+    SwMgrVlanRequest body{};
+    body.vlan.vlanId = static_cast<int32_t>(input.below(16));
+    const std::string name = input.pick(interfaces);
+    memcpy(body.vlan.interfaceName, name.data(), name.size());
+    body.vlan.fwdMap = input.byte();
+    body.vlan.untagMap = input.byte();
+    body.vlan.inSwitchOnly = static_cast<int32_t>(input.below(2));
+    switch (input.below(4)) {
+    case 1: // any bytes over the record, unterminated texts among them
+        memset(body.vlan.vlanName, 'v', sizeof(body.vlan) - offsetof(SwitchVlanCfg, vlanName));
+        input.fill(&body.vlan.interfaceName, input.byte());
+        break;
+    case 2:
+        input.fill(&body.vlan.vlanId, sizeof(body.vlan.vlanId));
+        input.fill(&body.vlan.fwdMap, sizeof(body.vlan.fwdMap));
+        input.fill(&body.vlan.untagMap, sizeof(body.vlan.untagMap));
+        break;
+    default:
+        break;
+    }
+    service.request(type, bytesOf(body));
+}
+
+void vlanAdd(Service &service, Input &input)
+{
+    vlanRequest(service, input, SW_CMD_VLAN_ADD);
+}
+
+void vlanDelete(Service &service, Input &input)
+{
+    vlanRequest(service, input, SW_CMD_VLAN_DELETE);
+}
+
+void interfaceEvent(Service &service, Input &input)
+{
+    SwMgrIfDevEvent event{};
+    const std::string name = input.pick(interfaces);
+    memcpy(event.interfaceName, name.data(), name.size());
+    event.eventCode = 20 + static_cast<uint32_t>(input.below(8));
+    if (input.below(8) == 0)
+        memset(event.interfaceName, 'i', sizeof(event.interfaceName));
+    SwMgrIfBandwidth bandwidth{};
+    bandwidth.totalBandwidth = input.number<uint32_t>();
+    bandwidth.percentage = input.byte();
+    std::string reply = bytesOf(bandwidth);
+    reply.resize(reply.size() - input.below(2) * input.below(45));
+    service.request(SWMGR_MSG_IFDEV_EVENT, bytesOf(event), reply);
+}
+
+SwMgrSwitchCmdRequest commandFor(Input &input)
+{
+    constexpr const char *switches[] = {"PSE", "BCM", "PSE", "BCM2"};
+    SwMgrSwitchCmdRequest body{};
+    const std::string name = input.pick(switches);
+    memcpy(body.switchName, name.data(), name.size());
+    return body;
+}
+
+// A command whose numbers are small, as most that mean something are.
+void switchCommand(Service &service, Input &input)
+{
+    constexpr int codes[] = {
+        SW_CMD_VLAN_ENABLE,         SW_CMD_QOS_ENABLE,      SW_CMD_QUEUE_SCHED,  SW_CMD_PAUSE_FRAME,
+        SW_CMD_RATE_LIMIT,          SW_CMD_TRUST_MODE,      SW_CMD_IGMP_SNOOP,   SW_CMD_MLD_SNOOP,
+        SW_CMD_VLAN_MEMBERSHIP_SET, SW_CMD_PORT_CONFIG_SET, SW_CMD_PORT_VLAN_ADD};
+    SwMgrSwitchCmdRequest body = commandFor(input);
+    const int code = input.pick(codes);
+    for (size_t word = 0; word < 7; ++word) {
+        const int32_t value = input.number<int8_t>();
+        memcpy(body.payload + word * sizeof(value), &value, sizeof(value));
+    }
+    if (code == SW_CMD_RATE_LIMIT)
+        input.fill(body.payload + offsetof(SwCmdRateLimit, rateLimit), sizeof(int32_t));
+    service.request(code, bytesOf(body));
+}
+
+void anyCommand(Service &service, Input &input)
+{
+    SwMgrSwitchCmdRequest body = commandFor(input);
+    const int code = static_cast<int>(input.below(64));
+    input.fill(body.payload, input.byte());
+    if (input.below(8) == 0)
+        memset(body.switchName, 'P', sizeof(body.switchName));
+    service.request(code, bytesOf(body), input.text());
+}
+
+void rowChange(Service &service, Input &input)
+{
+    constexpr int32_t kinds[] = {SWMGR_DB_INSERT, SWMGR_DB_UPDATE, SWMGR_DB_INSERT, 0};
+    const Table &table = tableOf(input);
+    const auto rowId = static_cast<int64_t>(input.below(16));
+    service.rowWrite(table, rowId, rowRead(input, table));
+    const int32_t kind = input.pick(kinds);
+    service.eventSend(table, kind, rowId, oldValuesRead(input, table));
+}
+
+void rowRemoval(Service &service, Input &input)
+{
+    const Table &table = tableOf(input);
+    const auto rowId = static_cast<int64_t>(input.below(16));
+    service.rowDelete(table, rowId);
+    service.eventSend(table, SWMGR_DB_DELETE, rowId, oldValuesRead(input, table));
+}
+
+void anyEvent(Service &service, Input &input)
+{
+    constexpr const char *names[] = {"vlanEncapIf", "sqlite_master", "nothing", "",
+                                     "a b",         "vlanEncapIf;--"};
+    SwMgrDbEvent event{};
+    const std::string name = input.pick(names);
+    memcpy(event.tableName, name.data(), name.size());
+    event.opCode = input.byte();
+    event.rowId = input.number<int64_t>();
+    if (input.below(8) == 0)
+        memset(event.tableName, 't', sizeof(event.tableName));
+    service.request(SWMGR_MSG_DB_EVENT, bytesOf(event), input.text());
+}
+
+// Any type, length and bytes; also what no sender of the stand-in produces.
+void anyMessage(Service &service, Input &input)
+{
+    constexpr size_t lengths[] = {0, 1, 79, 80, 81, 1131, 1132, 1133, 1363, 1364, 1365, 4000};
+    constexpr int types[] = {4, 5, 36, 38, 33, 34, 41, 47, 48, 50, 51, 58, 59, 0, -1};
+    const int type = input.below(4) == 0 ? input.number<int32_t>() : input.pick(types);
+    std::string data(input.pick(lengths), '\0');
+    input.fill(data.data(), input.byte() % (data.size() + 1));
+    service.request(type, data, input.text());
+}
+
+void brokenMessage(Service &service, Input &input)
+{
+    RelayMsgHdr header{0, input.byte(), 0, 0, input.byte() & 1u};
+    constexpr int32_t lengths[] = {0, 80, 1132, 1364, -1, INT32_MIN, INT32_MAX};
+    constexpr int types[] = {4, 5, 36, 38, 47, 34};
+    const bool hasHeader = input.below(4) != 0;
+    const int type = input.pick(types);
+    const int32_t length = input.pick(lengths);
+    uint32_t replyLen = input.byte();
+    const int status = registeredHandler()(nullptr, hasHeader ? &header : nullptr, type,
+                                           /*msgData=*/nullptr, length, /*replyBuf=*/nullptr,
+                                           input.below(2) == 0 ? &replyLen : nullptr);
+    require(status <= 0, "a status is 0 or negative");
+    service.invariantsCheck();
+}
+
+void fault(Service &, Input &input)
+{
+    constexpr int32_t results[] = {-1, -22, 1, 127, INT32_MIN, INT32_MAX};
+    const uint32_t after = input.byte();
+    const auto count = static_cast<uint32_t>(1 + input.below(8));
+    faultArm({after, count, input.pick(results)});
+}
+
+void surroundings(Service &, Input &input)
+{
+    constexpr const char *files[] = {"512.34 1000.00\n", "", "x", "99999999999999999999"};
+    fileTextSet(input.pick(files));
+    driverByteSet(input.byte());
+    swMgrDevDebug = static_cast<int32_t>(input.below(2));
+    swMgrForeground = static_cast<int32_t>(input.below(2));
+}
+
+void reload(Service &service, Input &)
+{
+    service.reload();
+}
+
+using Step = void (*)(Service &service, Input &input);
+
+constexpr Step steps[] = {vlanAdd,    vlanDelete, interfaceEvent, switchCommand,
+                          anyCommand, rowChange,  rowRemoval,     anyEvent,
+                          anyMessage, fault,      brokenMessage,  surroundings,
+                          reload,     rowChange,  vlanAdd,        fault};
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
+{
+    Service service;
+    Input input(bytes, size);
+    for (size_t step = 0; step < longestProgram && !input.empty(); ++step)
+        input.pick(steps)(service, input);
+    return 0;
+}
