@@ -20,6 +20,7 @@
 #include <string>
 #include <sys/wait.h>
 #include <thread>
+#include <unistd.h>
 #include <vector>
 
 using namespace std::string_literals;
@@ -280,9 +281,51 @@ TEST_F(Swctl, withoutAServiceOnlyOfflineChangesStay)
 
 TEST_F(Swctl, anErrnoValueFromTheServiceIsARefusalAndNotAnUnreachableService)
 {
-    const auto module = service(-2);
-    EXPECT_EQ(run("qos on").status, 1);
-    EXPECT_EQ(run("vlan set 10 --ports 2").status, 1);
+    for (const int status : {-2, -110, -104}) {
+        const auto module = service(status);
+        EXPECT_EQ(run("qos on").status, 1) << status;
+        EXPECT_EQ(run("vlan set 10 --ports 2").status, 1) << status;
+    }
+}
+
+// Whether the switches hold the change is then unknown; the row must be such that
+// the service's next start makes them agree.
+TEST_F(Swctl, aServiceThatDiesLeavesWhatItsNextStartMakesTrue)
+{
+    const auto dying = [] {
+        int ready[2];
+        EXPECT_EQ(pipe(ready), 0);
+        const pid_t child = fork();
+        if (child == 0) {
+            RelayCtx *context = relayRegister(
+                SWMGR_RELAY_MODULE_ID, 0,
+                [](void *, RelayMsgHdr *, int, void *, int, void *, uint32_t *) -> int {
+                    _exit(0);
+                },
+                nullptr);
+            if (write(ready[1], "", 1) != 1)
+                _exit(1);
+            for (;;)
+                relayListen(context, 1000000);
+        }
+        char byte = 0;
+        EXPECT_EQ(read(ready[0], &byte, 1), 1);
+        close(ready[0]);
+        close(ready[1]);
+        return child;
+    };
+    struct Case {
+        const char *arguments, *rows;
+    };
+    for (const Case &c :
+         {Case{"vlan add 20 --interface eth1 --ports 1", "10\n20\n"},
+          Case{"vlan set 20 --id 21", "10\n21\n"}, Case{"vlan delete 10", "10\n21\n"}}) {
+        const pid_t child = dying();
+        const Result result = run(c.arguments);
+        waitpid(child, nullptr, 0);
+        EXPECT_EQ(result.status, 3) << c.arguments << result.err;
+        EXPECT_EQ(sql("SELECT vlanId FROM vlanEncapIf ORDER BY 1"), c.rows) << result.err;
+    }
 }
 
 TEST_F(Swctl, wrongArgumentsEndWithStatusTwoAndChangeNothing)

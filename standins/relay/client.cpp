@@ -234,11 +234,22 @@ ssize_t receiveOnce(int fd, struct msghdr &message)
     return length < 0 && errno == ECONNRESET ? recvmsg(fd, &message, MSG_DONTWAIT) : length;
 }
 
-int receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, uint32_t &bufferLen)
+// What became of a request: the handler's result, or why there is none.
+struct Answer {
+    int result;
+    bool handled; // the result is the handler's, not the messaging's
+};
+
+Answer unanswered(int reason)
 {
-    int status = waitReadable(fd, deadline);
+    return {reason, false};
+}
+
+Answer receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, uint32_t &bufferLen)
+{
+    const int status = waitReadable(fd, deadline);
     if (status != 0) {
-        return status;
+        return unanswered(status);
     }
     relay::FrameHeader header = {};
     struct iovec parts[] = {{&header, sizeof(header)}, {buffer, bufferLen}};
@@ -247,44 +258,53 @@ int receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, uin
     message.msg_iovlen = bufferLen != 0 ? 2 : 1;
     const ssize_t length = receiveOnce(fd, message);
     if (length <= 0) {
-        return length < 0 ? -errno : -ECONNRESET;
+        return unanswered(length < 0 ? -errno : -ECONNRESET);
     }
     const bool complete = static_cast<size_t>(length) == sizeof(header) + header.bufferLength &&
                           (message.msg_flags & MSG_TRUNC) == 0;
     if (!complete || header.magic != relay::frameMagic || header.kind != relay::FRAME_ANSWER ||
         (header.sequence != sequence && header.sequence != 0)) {
-        return -EBADMSG;
+        return unanswered(-EBADMSG);
     }
     bufferLen = header.bufferLength;
-    return header.type;
+    // A refusal by the messaging itself answers no request in particular.
+    return {header.type, header.sequence == sequence};
 }
 
-int requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
+Answer requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
 {
     const int64_t timeout = answerTimeout();
     const int64_t deadline = milliseconds(CLOCK_MONOTONIC) + timeout;
     standin::Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     if (!connection.valid()) {
-        return -errno;
+        return unanswered(-errno);
     }
     int status = limitWait(connection.get(), timeout);
     if (status == 0) {
         status = connectTo(module, 0, connection);
     }
     if (status == -EAGAIN) {
-        return -ETIMEDOUT;
+        return unanswered(-ETIMEDOUT);
     }
     if (status != 0) {
-        return status;
+        return unanswered(status);
     }
     // A failure here may be a refusal whose reason waits to be read.
     outgoing.header.sequence = 1;
     status = sendOutgoing(connection.get(), outgoing, 0);
     if (status != 0 && !connectionLost(status)) {
-        return status == -EAGAIN ? -ETIMEDOUT : status;
+        return unanswered(status == -EAGAIN ? -ETIMEDOUT : status);
     }
     return receiveAnswer(connection.get(), deadline, outgoing.header.sequence, outgoing.buffer,
                          bufferLen);
+}
+
+// A handler may return an errno value as well: errno tells its answer from a
+// message that did not get through.
+int notSent(int reason)
+{
+    errno = reason;
+    return -reason;
 }
 
 } // namespace
@@ -300,10 +320,10 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
     uint32_t capacity = buf != nullptr && bufLen != nullptr ? *bufLen : 0;
     if (destModule <= 0 || dataLen < 0 || (data == nullptr && dataLen != 0) ||
         (mode != modeWait && mode != modePost)) {
-        return -EINVAL;
+        return notSent(EINVAL);
     }
     if (relay::frameSize(static_cast<size_t>(dataLen), capacity) == 0) {
-        return -EMSGSIZE;
+        return notSent(EMSGSIZE);
     }
     Outgoing outgoing = {};
     outgoing.header.magic = relay::frameMagic;
@@ -318,13 +338,17 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
         return post(destModule, outgoing);
     }
     if (outgoing.header.sender == static_cast<uint32_t>(destModule)) {
-        return -EDEADLK; // nobody would serve it while it waits
+        return notSent(EDEADLK); // nobody would serve it while it waits
     }
-    const int result = requestAnswer(destModule, outgoing, capacity);
+    const Answer answer = requestAnswer(destModule, outgoing, capacity);
     if (buf != nullptr && bufLen != nullptr) {
         *bufLen = capacity;
     }
-    return result;
+    if (!answer.handled && answer.result < 0) {
+        return notSent(-answer.result);
+    }
+    errno = 0;
+    return answer.result;
 }
 
 int relayDeInit(void)

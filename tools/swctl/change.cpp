@@ -59,6 +59,15 @@ void putBack(Database &database, const Written &written, Outcome &outcome)
     }
 }
 
+[[noreturn]] void throwPutBack(Database &database, const Written &written, Outcome &outcome,
+                               const Failure &failure)
+{
+    putBack(database, written, outcome);
+    const std::string fate =
+        outcome.putBack ? "the row is as it was" : "the row was not put back: " + outcome.note;
+    throw Failure(failure.status, std::string(failure.what()) + "; " + fate);
+}
+
 } // namespace
 
 Written writeInsert(Database &database, const std::string &table,
@@ -129,15 +138,22 @@ Outcome announce(Database &database, const Written &written)
     event.opCode = written.opCode;
     const std::string block = written.before ? oldValuesBlock(*written.before) : std::string();
 
+    // After a request without an answer the switches may hold the change or not.
+    // The row is left so that the service's next start makes them agree: what was
+    // added or changed stays, what was deleted comes back.
     Outcome outcome;
     outcome.asked = true;
     try {
         outcome.status = ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event), block);
+    } catch (const Unanswered &failure) {
+        if (written.after.has_value())
+            throw Failure(
+                failure.status,
+                std::string(failure.what()) +
+                    "; the row stays as written, and the service's next start applies it");
+        throwPutBack(database, written, outcome, failure);
     } catch (const Failure &failure) {
-        putBack(database, written, outcome);
-        const std::string fate =
-            outcome.putBack ? "the row is as it was" : "the row was not put back: " + outcome.note;
-        throw Failure(failure.status, std::string(failure.what()) + "; " + fate);
+        throwPutBack(database, written, outcome, failure);
     }
     if (outcome.status < 0)
         putBack(database, written, outcome);

@@ -23,4 +23,9 @@ struct Failure : std::runtime_error {
     ExitStatus status; // what the process ends with
 };
 
+// The request went out and no answer came: whether it was carried out is unknown.
+struct Unanswered : Failure {
+    explicit Unanswered(const std::string &what) : Failure(exitUnreachable, what) {}
+};
+
 } // namespace swctl

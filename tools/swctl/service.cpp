@@ -15,28 +15,15 @@ namespace {
 
 constexpr int relayWaitMode = 1; // relayIoctl waits for the answer
 
-// relayIoctl returns the handler's result or, when the message did not get
-// through, a negative errno value. Handlers return errno values as well, such
-// as -2 for a tool that is missing, so those that a failed system call explains
-// count as messages that did not get through, and those below in any case.
-bool gotThrough(int result, int systemError)
-{
-    if (result >= 0)
-        return true;
-    for (const int lost : {ETIMEDOUT, ECONNRESET, EBADMSG, EACCES, EMSGSIZE, ENAMETOOLONG})
-        if (result == -lost)
-            return false;
-    return result != -systemError;
-}
-
 std::string whyNot(int module, int result)
 {
     const char *name = module == LOGGING_RELAY_MODULE_ID ? "log daemon" : "switch manager";
     const char *directory = std::getenv("RELAY_DIR");
     const char *advice = result == -ENOENT || result == -ECONNREFUSED ? "is it running?"
-                         : result == -EACCES    ? "this user may not talk to it"
-                         : result == -ETIMEDOUT ? "it does not answer"
-                                                : "try again";
+                         : result == -EACCES     ? "this user may not talk to it"
+                         : result == -ETIMEDOUT  ? "it does not answer"
+                         : result == -ECONNRESET ? "it ended before it answered"
+                                                 : "try again";
     return "the " + std::string(name) + " cannot be reached (relay module " +
            std::to_string(module) + (directory != nullptr ? " in " + printable(directory) : "") +
            ": " + strerror(-result) + "); " + advice;
@@ -59,8 +46,14 @@ int exchange(int module, int requestType, std::string_view data, std::string &bu
         relayIoctl(/*ctx=*/nullptr, module, requestType, sent.empty() ? nullptr : sent.data(),
                    static_cast<int>(sent.size()), buffer.empty() ? nullptr : buffer.data(),
                    buffer.empty() ? nullptr : &length, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
-    if (!gotThrough(result, errno))
-        throw Failure(exitUnreachable, whyNot(module, result));
+    // relayIoctl gives the handler's result with errno 0, or the reason why there
+    // is none with errno set.
+    if (result < 0 && errno != 0) {
+        const std::string reason = whyNot(module, result);
+        if (result == -ECONNRESET || result == -ETIMEDOUT)
+            throw Unanswered(reason);
+        throw Failure(exitUnreachable, reason);
+    }
     buffer.resize(std::min<size_t>(length, buffer.size()));
     return result;
 }
