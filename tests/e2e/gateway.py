@@ -19,6 +19,7 @@ import relay
 
 TOP = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("SWMGR_BUILD", TOP / "build/release")).resolve()
+PYTHON = "/usr/bin/python3"  # which the sandbox has too
 CONFIG = TOP / "simulator/config"
 NO_SANDBOX = 77  # exit status that says so, of the sandbox and of these tests
 
@@ -57,7 +58,7 @@ class Gateway:
         shutil.copy(TOP / "tests/e2e/inside.py", self.state / "inside.py")
         self.sandbox = subprocess.Popen(
             [*prefix, str(TOP / "simulator/gateway"), "--build", str(BUILD), "--state",
-             str(self.state), "--trace", "/run/gateway/trace", "--", "/usr/bin/python3",
+             str(self.state), "--trace", "/run/gateway/trace", "--", PYTHON,
              "/run/gateway/inside.py"],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
         if not self.sandbox.stdout.readline():
@@ -108,6 +109,11 @@ class Gateway:
 
     def alive(self):
         return self.inside("end", name="swmgrd", number=0, timeout=0)["status"] is None
+
+    def kill(self):
+        """Ends the switch manager without warning, and waits for its last tool."""
+        self.inside("end", name="swmgrd", number=9, timeout=60)
+        self.inside("tools_ended", timeout=60)
 
     def log(self):
         """What the switch manager has logged since the last call."""

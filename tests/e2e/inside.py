@@ -131,6 +131,11 @@ def tools_ended(timeout):
     return {"ended": False}
 
 
+def descriptors(name):
+    """How many descriptors a daemon has open."""
+    return {"count": len(os.listdir(f"/proc/{children[name].pid}/fd"))}
+
+
 def stop():
     for process in children.values():
         if process.poll() is None:
@@ -141,6 +146,7 @@ def stop():
 trace = Trace(RUN + "/trace")
 OPERATIONS = {
     "spawn": spawn, "end": end, "run": run, "processes": processes, "tools_ended": tools_ended,
+    "descriptors": descriptors,
     "lines": lambda: {"lines": trace.lines},
     "arm": lambda victim, steps: trace.arm(victim, steps) or {},
     "disarm": lambda: {"fired": trace.disarm()},

@@ -48,7 +48,10 @@ def connect(directory, module=SWITCH_MANAGER, timeout=60):
 def receive(connection):
     """The next answer: the handler's result and the reply buffer."""
     try:
-        packet = connection.recv(LIMIT)
+        try:
+            packet = connection.recv(LIMIT)
+        except ConnectionResetError:  # closed, but with the answer still to be read
+            packet = connection.recv(LIMIT)
     except OSError as error:
         raise Unanswered(str(error)) from error
     if len(packet) < HEADER.size:
@@ -61,8 +64,8 @@ def exchange(directory, packet, timeout=60):
     with connect(directory, timeout=timeout) as connection:
         try:
             connection.send(packet)
-        except (BrokenPipeError, ConnectionResetError) as error:
-            raise Unanswered(str(error)) from error
+        except (BrokenPipeError, ConnectionResetError):
+            pass  # closed already; the reason may wait to be read
         return receive(connection)[0]
 
 

@@ -1,0 +1,212 @@
+"""Nothing from a row or a request reaches a shell or SQL as syntax, and only
+root and the service's user or group reach the service."""
+
+import os
+import re
+import shutil
+import subprocess
+import unittest
+
+import relay
+from expected import Expected
+from gateway import BUILD, PYTHON, GatewayTest, main, progress
+
+PWNED = "/run/gateway/pwned"
+TABLES = ("swGlobalCfg", "swPortConfig", "vlanEncapIf")
+STRANGER = 65534  # a user and group that owns nothing
+
+# Each would leave the file behind if a shell took it apart.
+INJECTIONS = (
+    f"eth0;touch {PWNED}", f"eth0\ntouch {PWNED}\n", f"$(touch {PWNED})", f"`touch {PWNED}`",
+    f"eth0|touch {PWNED}", f"eth0||touch {PWNED}", f"eth0&touch {PWNED}&", f"eth0&&touch {PWNED}",
+    f"eth0 > {PWNED}", f"eth0 {PWNED}", f"';touch {PWNED};'", f'";touch {PWNED};"',
+    f"eth0\ttouch {PWNED}", f"${{IFS}}touch {PWNED}", f"\\\ntouch {PWNED}", f"eth0\r{PWNED}",
+    f"../..{PWNED}", f"é{PWNED}", "%s%s%s%n%n", "*", "~", "!!",
+)
+# What a name may hold can still look like an option.
+ODD_BUT_ALLOWED = ("-v", "--help", "-", "..", "@", "eth0:1", "a" * 63)
+SQL = ("vlanEncapIf; DROP TABLE vlanEncapIf", "vlanEncapIf; DELETE FROM vlanEncapIf --",
+       "vlanEncapIf WHERE 1 OR 1 --", "(SELECT 1) --", "vlanEncapIf/**/", "'", '"', "vlanEncapIf\n",
+       "pragma_table_info('vlanEncapIf')")
+PLAIN_CALL = re.compile(r"[A-Za-z0-9_.:@/+,=% -]*")
+
+
+class Hostile(GatewayTest):
+    def setUp(self):
+        self.hardware = self.gateway()
+
+    def dump(self):
+        return {table: self.hardware.rows(table) for table in TABLES}
+
+    def check_harmless(self, what):
+        """No file appeared, and no tool was called with anything but plain words."""
+        places = [self.hardware.state / "pwned", self.hardware.state / "var/pwned"]
+        self.assertFalse(any(place.exists() for place in places), what)
+        calls = [line[8:] for line in self.hardware.trace().splitlines()
+                 if line.startswith("tool  | ")]
+        self.checked = len(calls)
+        for call in calls:
+            # The tools complain about odd names in what follows the arrow.
+            call = call.split(" -> ")[0]
+            self.assertNotIn("touch", call, what)
+            self.assertNotIn("pwned", call, what)
+            self.assertRegex(call, PLAIN_CALL.pattern + r"\Z", what)
+
+    def test_names_in_rows(self):
+        self.assertTrue(self.hardware.start())
+        expected = Expected()
+        expected.start(*(self.hardware.rows(table).values() for table in TABLES))
+        old = self.hardware.rows("vlanEncapIf")[1]
+        for name in INJECTIONS:
+            with self.subTest(name):
+                row_id = self.hardware.write(
+                    "INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap) VALUES (77, ?, '1,2')",
+                    name)
+                self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), -22)
+                self.check_log(self.hardware,
+                               "vlanEncapIf.interfaceName is not a valid interface name")
+                row = dict(old, interfaceName=name)
+                for code in (relay.UPDATE, relay.DELETE):  # as old values
+                    self.assertEqual(self.hardware.event("vlanEncapIf", 1, code, row), -22)
+                self.hardware.write("DELETE FROM vlanEncapIf WHERE rowid=?", row_id)
+                row_id = self.hardware.write(
+                    "INSERT INTO swPortConfig (switchName, portNumber, interfaceName) "
+                    "VALUES ('PSE', 6, ?)", name)
+                self.assertEqual(self.hardware.event("swPortConfig", row_id, relay.INSERT), -22)
+                self.hardware.write("DELETE FROM swPortConfig WHERE rowid=?", row_id)
+                for code in (relay.VLAN_ADD, relay.VLAN_DELETE):
+                    request = relay.vlan_request(77, name.encode()[:64], name.encode(), 6)
+                    self.assertEqual(self.hardware.ask(code, request), -22)
+                self.check_harmless(name)
+        self.assertEqual(expected.differences(self.hardware), [])
+        self.assertTrue(self.hardware.answers(), self.hardware.said)
+        self.assertGreater(self.checked, 0)
+        progress(f"{len(INJECTIONS)} hostile names, {self.checked} tool calls looked at")
+
+    def test_texts_that_no_tool_sees(self):
+        self.assertTrue(self.hardware.start())
+        for number, name in enumerate(INJECTIONS):
+            with self.subTest(name):
+                row_id = self.hardware.write(
+                    "INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap, untagMap, "
+                    "LogicalIfName, ingressMap, egressMap) VALUES (?, 'eth0', ?, ?, ?, ?, ?)",
+                    1000 + number, f"1,{name}", name, name, name, name)
+                # A port list that is none names port 0 at most.
+                self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), 0)
+                self.hardware.write("INSERT INTO swPortConfig (switchName, portNumber, phyDevice) "
+                                    "VALUES ('PSE', 6, ?)", f"{name}:1")
+                row_id = self.hardware.write(
+                    "INSERT INTO swGlobalCfg (switchName, switchDevice) VALUES (?, ?)", name, name)
+                self.assertLess(self.hardware.event("swGlobalCfg", row_id, relay.INSERT), 0)
+                event = relay.interface_event(name.encode(), 22)
+                self.assertEqual(self.hardware.ask(relay.INTERFACE_EVENT, event,
+                                                   relay.bandwidth(1000, 50)), 0)
+                command = relay.switch_command(name.encode()[:64], b"\1")
+                self.assertEqual(self.hardware.ask(47, command), -1)
+                self.check_harmless(name)
+        self.assertTrue(self.hardware.answers(), self.hardware.said)
+
+    def test_odd_names_are_words(self):
+        self.assertTrue(self.hardware.start())
+        for name in ODD_BUT_ALLOWED:
+            with self.subTest(name):
+                row_id = self.hardware.write(
+                    "INSERT INTO vlanEncapIf (vlanId, interfaceName) VALUES (77, ?)", name)
+                row = self.hardware.rows("vlanEncapIf")[row_id]
+                # No such interface: the tool refuses, which counts as done.
+                self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), 0)
+                self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.DELETE, row), 0)
+                self.hardware.write("DELETE FROM vlanEncapIf WHERE rowid=?", row_id)
+                self.check_harmless(name)
+        self.assertTrue(self.hardware.answers(), self.hardware.said)
+
+    def test_start_on_hostile_rows(self):
+        for table, column in (("swGlobalCfg", "switchName"), ("swGlobalCfg", "switchDevice"),
+                              ("swPortConfig", "phyDevice"), ("swPortConfig", "interfaceName"),
+                              ("vlanEncapIf", "interfaceName"), ("vlanEncapIf", "fwdMap")):
+            with self.subTest(column):
+                before = self.hardware.rows(table)[1][column]
+                self.hardware.write(f"UPDATE {table} SET {column}=? WHERE rowid=1",
+                                    f"eth0;touch {PWNED};$(touch {PWNED})")
+                self.assertTrue(self.hardware.start())
+                # Refused or not, it serves.
+                self.hardware.ask(47, relay.switch_command(b"PSE", b"\1"))
+                self.assertEqual(self.hardware.ask(47, b""), -22)
+                self.assertEqual(self.hardware.stop(), 0)
+                self.hardware.write(f"UPDATE {table} SET {column}=? WHERE rowid=1", before)
+                self.check_harmless(column)
+        self.assertGreater(self.checked, 0)
+
+    def test_sql(self):
+        self.assertTrue(self.hardware.start())
+        before = self.dump()
+        for name in SQL:
+            for code in (relay.INSERT, relay.UPDATE, relay.DELETE, 0):
+                with self.subTest(name, code=code):
+                    self.assertEqual(self.hardware.event(name, 1, code, before["vlanEncapIf"][1]),
+                                     -1)
+                    self.check_log(self.hardware, "database event with an invalid table name")
+        self.assertEqual(self.dump(), before)
+        self.assertEqual(self.hardware.sqlite3("PRAGMA integrity_check"), "ok\n")
+        self.assertTrue(self.hardware.answers(), self.hardware.said)
+
+
+# What a process of another user finds at the service's door.
+VISITOR = """
+import sys
+sys.path.insert(0, sys.argv[1])
+import relay
+try:
+    print(relay.exchange(sys.argv[2], relay.frame(relay.REQUEST, 47, b"")))
+except (OSError, relay.Unanswered) as error:
+    print(type(error).__name__)
+"""
+
+
+@unittest.skipUnless(os.geteuid() == 0, "only root can come as somebody else")
+class OtherUsers(GatewayTest):
+    def visit(self, **identity):
+        done = subprocess.run([PYTHON, "-B", "-c", VISITOR, self.modules,
+                               self.hardware.relay], capture_output=True, text=True, **identity)
+        return done.stdout.strip()
+
+    def test_other_users(self):
+        self.hardware = self.gateway()
+        self.hardware.state.chmod(0o755)
+        # Where anybody may read it, unlike the source tree perhaps.
+        self.modules = str(self.hardware.state / "modules")
+        os.mkdir(self.modules)
+        shutil.copy(relay.__file__, self.modules)
+        self.assertTrue(self.hardware.start())
+        directory, door = self.hardware.state / "relay", self.hardware.state / "relay/103.sock"
+        self.assertEqual(oct(directory.stat().st_mode & 0o777), "0o750")
+        self.assertEqual(oct(door.stat().st_mode & 0o777), "0o660")
+
+        nobody = {"user": STRANGER, "group": STRANGER, "extra_groups": []}
+        self.assertEqual(self.visit(), "-22")
+        self.assertEqual(self.visit(**nobody), "PermissionError")
+        self.assertEqual(self.visit(**dict(nobody, group=0)), "-22")
+        self.assertEqual(self.visit(**dict(nobody, extra_groups=[0])), "-22")
+
+        # With the doors left open, the service itself turns strangers away.
+        directory.chmod(0o755)
+        door.chmod(0o666)
+        self.assertEqual(self.visit(**nobody), str(relay.NOT_ADMITTED))
+        client = subprocess.run([BUILD / "bin/swctl", "qos", "on"], **nobody,
+                                env={"RELAY_DIR": self.hardware.relay, "HOME": "/"},
+                                capture_output=True, text=True, cwd="/")
+        if client.returncode != 126:  # the build may lie where a stranger cannot go
+            self.assertEqual(client.returncode, 3, client.stderr)
+            self.assertIn("this user may not talk to it", client.stderr)
+        self.assertTrue(self.hardware.answers(), self.hardware.said)
+
+    def test_directory_that_others_may_write(self):
+        gateway = self.gateway()
+        (gateway.state / "relay").chmod(0o770)
+        self.assertFalse(gateway.start())
+        self.assertEqual(gateway.stop(), 1)
+        self.check_log(gateway, "others may write to directory")
+
+
+if __name__ == "__main__":
+    main()
