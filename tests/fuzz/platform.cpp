@@ -6,7 +6,9 @@
 #include "platform/sal.h"
 #include "swmgr/swmgr_client.h"
 
+#include <algorithm>
 #include <cstdarg>
+#include <iterator>
 #include <net/if.h>
 #include <set>
 #include <sys/ioctl.h>
@@ -49,25 +51,31 @@ int answer(int usual)
     return fault.result;
 }
 
-bool consistsOf(const std::string &text, const char *allowed)
+bool consistsOf(const char *text, const char *end, const char *allowed)
 {
-    return text.find_first_not_of(allowed) == std::string::npos;
+    return text + strspn(text, allowed) >= end;
+}
+
+bool isTool(const char *word, size_t length)
+{
+    constexpr const char *tools[] = {
+        "vconfig",         "ifconfig", "/sbin/vconfig",     "vlan_table_func", "arl_table_func",
+        "rate_limit_func", "tc_func",  "queue_weight_func", "pri_ctl_func",    "sppe_ioctl"};
+    return std::any_of(std::begin(tools), std::end(tools), [word, length](const char *tool) {
+        return strlen(tool) == length && memcmp(tool, word, length) == 0;
+    });
 }
 
 // Whatever a request or a row holds, a line is one of the device's tools with
 // words that mean nothing to a shell.
-void commandLineCheck(const std::string &line)
+void commandLineCheck(const char *line)
 {
-    static const std::set<std::string> tools{
-        "vconfig",    "ifconfig",        "/sbin/vconfig", "vlan_table_func",   "arl_table_func",
-        "sppe_ioctl", "rate_limit_func", "tc_func",       "queue_weight_func", "pri_ctl_func"};
-    const size_t blank = line.find(' ');
-    require(blank != std::string::npos, "a command line has arguments");
-    require(tools.count(line.substr(0, blank)) == 1, "a command line starts with a known tool");
-    require(line.size() <= longestLine, "a command line is of limited length");
-    require(consistsOf(line.substr(blank), "abcdefghijklmnopqrstuvwxyz"
-                                           "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
-                                           "0123456789 _.:@-"),
+    const size_t word = strcspn(line, " ");
+    const size_t length = strlen(line);
+    require(isTool(line, word), "a command line starts with a known tool");
+    require(length > word && length <= longestLine, "a command line has arguments, not too many");
+    require(consistsOf(line + word, line + length,
+                       "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789 _.:@-"),
             "the arguments of a command line are harmless");
 }
 
@@ -77,9 +85,8 @@ void pathCheck(const std::string &path)
     const std::string tail = ".Uptime";
     const bool isRecord = path.size() > head.size() + tail.size() && path.rfind(head, 0) == 0 &&
                           path.compare(path.size() - tail.size(), tail.size(), tail) == 0;
-    require(isRecord &&
-                consistsOf(path.substr(head.size(), path.size() - head.size() - tail.size()),
-                           "-0123456789"),
+    require(isRecord && consistsOf(path.c_str() + head.size(),
+                                   path.c_str() + path.size() - tail.size(), "-0123456789"),
             "a file is the uptime record of a VLAN");
 }
 
