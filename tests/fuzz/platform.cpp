@@ -90,6 +90,21 @@ void pathCheck(const std::string &path)
             "a file is the uptime record of a VLAN");
 }
 
+// A query reads one table, whole or one row of it.
+void queryCheck(const char *query)
+{
+    constexpr const char *head = "SELECT * from ";
+    constexpr const char *condition = " WHERE rowid=";
+    require(strncmp(query, head, strlen(head)) == 0, "a query reads a table");
+    const char *rest = query + strlen(head);
+    rest += strspn(rest, "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_");
+    if (strncmp(rest, condition, strlen(condition)) == 0) {
+        rest += strlen(condition);
+        rest += strspn(rest, "-0123456789");
+    }
+    require(*rest == '\0', "a query holds a name and a number and nothing else");
+}
+
 void hardwareAddressFill(ifreq &request)
 {
     require(memchr(request.ifr_name, '\0', sizeof(request.ifr_name)) != nullptr,
@@ -328,6 +343,7 @@ int socket(int, int, int)
 
 char **sqlite3QueryResGet(sqlite3 *db, void *, const char *sql, int *columnCount, int *rowCount)
 {
+    queryCheck(sql);
     if (answer(0) < 0)
         return nullptr;
     char **table = nullptr;
