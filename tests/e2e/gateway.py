@@ -40,7 +40,7 @@ def progress(text):
 class Gateway:
     """A running sandbox with chip and, once started, switch manager."""
 
-    def __init__(self, config=CONFIG / "sample.sql", chip=True):
+    def __init__(self, config=CONFIG / "sample.sql", chip=True, inside=True):
         # A short path, since the addresses of Unix sockets are short.
         self.state = pathlib.Path(tempfile.mkdtemp(prefix="gateway-", dir="/tmp"))
         self.database = self.state / "switch.db"
@@ -49,8 +49,9 @@ class Gateway:
         self.seen = 0  # bytes of the log that were looked at
         if config is not None:
             self.sqlite3(f".read {CONFIG / 'schema.sql'}", f".read {config}")
-        self.enter()
-        if chip:
+        if inside:
+            self.enter()
+        if inside and chip:
             self.start_chip()
 
     def enter(self, prefix=()):

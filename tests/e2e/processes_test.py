@@ -14,13 +14,14 @@ SEED = setting("SWMGR_E2E_SEED", 20260)
 TABLES = ("swGlobalCfg", "swPortConfig", "vlanEncapIf")
 MOST_STEPS_OF_A_CHANGE = 45
 MOST_VLANS = 3  # each costs 25 tool calls at a start
+DONE, UNREACHABLE = 0, 3  # exit statuses of swctl
 PATIENCE = 60  # s; only what never comes fails
 
 
 class Killed(GatewayTest):
-    """A change whose answer never comes leaves its row in the database when it
-    was added or changed, and puts it back when it was deleted: then the next
-    start brings the hardware to what the database says."""
+    """A client whose answer never comes leaves a row that it has added or changed,
+    and puts back one that it has deleted: then the next start brings the
+    hardware to what the database says."""
 
     def test_killed_at_random_points(self):
         self.random = random.Random(SEED)
@@ -54,30 +55,20 @@ class Killed(GatewayTest):
     def change(self, gateway):
         """Returns whether the answer came."""
         rows = gateway.rows("vlanEncapIf")
-        row_id, old = self.random.choice(list(rows.items())) if rows else (None, None)
-        kinds = ["add"] * (len(rows) < MOST_VLANS) + ["change", "delete"] * (len(rows) > 0)
+        used = [row["vlanId"] for row in rows.values()]
+        kinds = ["add"] * (len(rows) < MOST_VLANS) + ["set", "delete"] * (len(rows) > 0)
         kind = self.random.choice(kinds)
-        members = [port for port in range(5) if self.random.random() < 0.6]
-        maps = (",".join(map(str, members)), ",".join(map(str, members[:2])))
+        vlan = self.random.choice([vlan for vlan in range(1, 9) if vlan not in used]
+                                  if kind == "add" else used)
+        members = [str(port) for port in range(5) if self.random.random() < 0.6]
+        options = ["--ports", ",".join(members), "--untagged", ",".join(members[:2])]
         if kind == "add":
-            free = [vlan for vlan in range(1, 9) if all(r["vlanId"] != vlan for r in rows.values())]
-            row_id = gateway.write(
-                "INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap, untagMap) "
-                "VALUES (?, ?, ?, ?)", self.random.choice(free),
-                self.random.choice(("eth0", "eth1")), *maps)
-        elif kind == "change":
-            gateway.write("UPDATE vlanEncapIf SET fwdMap=?, untagMap=? WHERE rowid=?", *maps, row_id)
-        else:
-            gateway.write("DELETE FROM vlanEncapIf WHERE rowid=?", row_id)
-        code = {"add": relay.INSERT, "change": relay.UPDATE, "delete": relay.DELETE}[kind]
-        try:
-            self.assertEqual(gateway.event("vlanEncapIf", row_id, code, old), 0)
-            return True
-        except relay.Unanswered:
-            if kind == "delete":
-                gateway.write(f"INSERT INTO vlanEncapIf (rowid, {', '.join(old)}) "
-                              f"VALUES (?{', ?' * len(old)})", row_id, *old.values())
-            return False
+            options += ["--interface", self.random.choice(("eth0", "eth1"))]
+        status = gateway.swctl("vlan", kind, vlan, *(options if kind != "delete" else ()))
+        self.assertIn(status, (DONE, UNREACHABLE), gateway.said)
+        stays = vlan in [row["vlanId"] for row in gateway.rows("vlanEncapIf").values()]
+        self.assertEqual(stays, status == UNREACHABLE or kind != "delete", gateway.said)
+        return status == DONE
 
     def differences(self, gateway):
         """Everything that the rows name is there, and nothing forwards that they
