@@ -1,0 +1,46 @@
+/* A host and a client in plain C: the public headers, the records, and the
+ * three entry points against the platform's stand-ins. */
+#include "swmgr/swmgr.h"
+#include "swmgr/swmgr_client.h"
+
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+static int failures = 0;
+
+static void check(int holds, const char *what)
+{
+    if (!holds) {
+        fprintf(stderr, "does not hold: %s\n", what);
+        ++failures;
+    }
+}
+
+int main(void)
+{
+    char directory[] = "/tmp/swmgr-headers-XXXXXX";
+    check(mkdtemp(directory) != NULL, "a directory for the messaging");
+    setenv("RELAY_DIR", directory, 1);
+    swMgrForeground = 1;
+    swMgrDevDebug = 0;
+
+    SwMgrVlanRequest request;
+    memset(&request, 0, sizeof(request));
+    request.vlan.vlanId = 10;
+    check(sizeof(request) == 1364, "a VLAN request has 1364 bytes");
+    check(((const unsigned char *)&request)[64] == 10, "the VLAN id lies at byte 64");
+    check(SW_CMD_VLAN_ADD == 36 && SW_CMD_VLAN_DELETE == 38, "request numbers");
+
+    swMgrRun(); /* returns at once: nothing was started */
+    check(swMgrInit("/no/such/directory/database") < 0, "a start without a database fails");
+    check(swMgrInitialized == 0, "nothing runs after a failed start");
+    check(swMgrInit(":memory:") == 0, "a start with an empty database");
+    check(swMgrInitialized == 1, "the service runs");
+    swMgrInitialized = 0;
+    swMgrRun();
+    check(swMgrDeinit() == 0, "the stop");
+    check(swMgrDeinit() == 0, "a second stop");
+    remove(directory);
+    return failures == 0 ? 0 : 1;
+}
