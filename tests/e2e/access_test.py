@@ -163,13 +163,13 @@ except (OSError, relay.Unanswered) as error:
 """
 
 
-@unittest.skipUnless(os.geteuid() == 0, "only root can come as somebody else")
 class OtherUsers(GatewayTest):
     def visit(self, **identity):
         done = subprocess.run([PYTHON, "-B", "-c", VISITOR, self.modules,
                                self.hardware.relay], capture_output=True, text=True, **identity)
         return done.stdout.strip()
 
+    @unittest.skipUnless(os.geteuid() == 0, "only root can come as somebody else")
     def test_other_users(self):
         self.hardware = self.gateway()
         self.hardware.state.chmod(0o755)

@@ -1,6 +1,7 @@
 """Processes that end or stop at the wrong moment: the switch manager killed at
 random points, a tool that hangs, clients that misbehave, a chip that vanishes."""
 
+import collections
 import random
 import threading
 import time
@@ -156,6 +157,7 @@ class Processes(GatewayTest):
         message = relay.frame(relay.REQUEST, 47, relay.switch_command(b"XYZ", b"\1"))
         post = relay.frame(relay.POST, 47, relay.switch_command(b"XYZ", b"\1"))
         over = threading.Event()
+        sent = collections.Counter()
 
         def flood(packet):
             """Sends without end and never reads."""
@@ -164,6 +166,7 @@ class Processes(GatewayTest):
                     with relay.connect(gateway.relay, timeout=0.2) as connection:
                         while not over.is_set():
                             connection.send(packet)
+                            sent[packet] += 1
                 except OSError:
                     pass  # cut off, or nobody takes more: begin again
 
@@ -173,12 +176,14 @@ class Processes(GatewayTest):
                 try:
                     with relay.connect(gateway.relay, timeout=0.2) as connection:
                         connection.send(message)
+                        sent["dead"] += 1
                 except OSError:
                     pass
 
         silent = []
         for number in range(100):
             connection = relay.connect(gateway.relay)
+            self.addCleanup(connection.close)
             if number % 2:
                 connection.send(message[:len(message) // 2])
             silent.append(connection)
@@ -188,6 +193,8 @@ class Processes(GatewayTest):
             one.start()
         try:
             slowest = 0
+            while len(sent) < 3:
+                self.assertTrue(gateway.alive())
             for _ in range(30):
                 began = time.monotonic()
                 self.assertEqual(relay.exchange(gateway.relay, message, PATIENCE), -1)
@@ -197,7 +204,10 @@ class Processes(GatewayTest):
             over.set()
             for one in crowd:
                 one.join()
-        progress(f"slowest of 30 answers beside a crowd: {slowest * 1000:.0f} ms")
+        progress(f"slowest of 30 answers: {slowest * 1000:.0f} ms, beside 100 silent clients, "
+                 f"{sent[message]} requests of which nobody reads the answer, {sent[post]} posts "
+                 f"and {sent['dead']} clients that died")
+        self.assertEqual(len(sent), 3, "each of the crowd was there")
         for connection in silent:
             connection.close()
         self.assertTrue(gateway.answers(), gateway.said)

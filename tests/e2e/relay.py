@@ -36,7 +36,10 @@ def frame(kind, type_, data=b"", buffer=b"", sequence=1, magic=MAGIC, data_lengt
 
 def connect(directory, module=SWITCH_MANAGER, timeout=60):
     connection = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
-    connection.settimeout(timeout)
+    # By the kernel, so that connecting waits for a place in the queue as well.
+    limit = struct.pack("ll", int(timeout), int(timeout % 1 * 1000000))
+    for option in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO):
+        connection.setsockopt(socket.SOL_SOCKET, option, limit)
     try:
         connection.connect(os.path.join(directory, f"{module}.sock"))
     except OSError:
