@@ -59,6 +59,8 @@ struct Transfer {
 extern "C" int pseLowerSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
                                     void *replyBuf, uint32_t *replyLen)
 {
+    if (sw == nullptr)
+        return statusInvalid;
     LOG_INFO(switchStrGet(sw), "Sending command=(%d) to lower switches\n", cmd);
     int status = statusFailed;
     for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(sw->lowerLvlSwitchList)) {

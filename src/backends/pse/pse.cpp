@@ -77,6 +77,8 @@ extern "C" int pseSwitchUnRegister(Switch *sw)
 extern "C" int pseSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
                                void *replyBuf, uint32_t *replyLen)
 {
+    if (sw == nullptr)
+        return statusInvalid;
     const Command *command = commandOf(cmd);
     int status = 0;
     if (command != nullptr) {
