@@ -13,7 +13,7 @@ from gateway import BUILD, GatewayTest, main, progress, setting
 ROUNDS = setting("SWMGR_E2E_ROUNDS", 50)
 SEED = setting("SWMGR_E2E_SEED", 20260)
 TABLES = ("swGlobalCfg", "swPortConfig", "vlanEncapIf")
-MOST_STEPS_OF_A_CHANGE = 45
+MOST_STEPS_OF_A_CHANGE = 30
 MOST_VLANS = 3  # each costs 25 tool calls at a start
 DONE, UNREACHABLE = 0, 3  # exit statuses of swctl
 PATIENCE = 60  # s; only what never comes fails
