@@ -145,8 +145,13 @@ std::string valueCases(AppPtr level, const std::string &pattern)
     for (const CLI::Option *option : shownOptions(level))
         for (const std::string &name : option->get_lnames())
             if (takesValue(*option))
-                cases += "    " + pattern + " --" + name + "') " +
-                         valuesOf(option->get_type_name()) + " ;;\n";
+                cases.append("    ")
+                    .append(pattern)
+                    .append(" --")
+                    .append(name)
+                    .append("') ")
+                    .append(valuesOf(option->get_type_name()))
+                    .append(" ;;\n");
     return cases;
 }
 

@@ -102,8 +102,13 @@ void readMappings(const std::string &text, const std::string &owner, PortConfig 
         const int32_t number = colon == std::string::npos ? 0 : toInt(entry.substr(colon + 1));
         if (colon == std::string::npos || name == owner ||
             findPort(findSwitch(model, name), number) == nullptr)
-            model.notes.push_back("port " + std::to_string(port.number) + " of " + owner +
-                                  " is mapped to " + entry + ", which no earlier row adds");
+            model.notes.push_back(std::string("port ")
+                                      .append(std::to_string(port.number))
+                                      .append(" of ")
+                                      .append(owner)
+                                      .append(" is mapped to ")
+                                      .append(entry)
+                                      .append(", which no earlier row adds"));
         else
             port.mapped.push_back({name, number});
     }

@@ -52,7 +52,7 @@ extern "C" int psePauseFrameConfigure(Switch *sw, const void *payload)
         else
             clearPipeline(line, reg);
         // Fixed text and numbers of ours alone reach this shell.
-        status = system(line); // NOLINT(cert-env33-c,concurrency-mt-unsafe)
+        status = system(line); // NOLINT(cert-env33-c)
         if (status < 0) {
             LOG_ERROR(switchStrGet(sw), "Pause Frame configuration failed \n");
             return status;
