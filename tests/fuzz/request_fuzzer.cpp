@@ -9,7 +9,7 @@ namespace {
 
 using namespace fuzz;
 
-constexpr size_t longestProgram = 24;
+constexpr size_t longestProgram = 16;
 
 constexpr const char *interfaces[] = {"eth0", "eth1", "", "eth0.5", "br-lan", "a;b", "$(x)", "x y"};
 

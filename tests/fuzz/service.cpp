@@ -226,6 +226,9 @@ int Service::eventSend(const Table &table, int32_t opCode, int64_t rowId,
 
 void Service::reload()
 {
+    if (reloaded)
+        return;
+    reloaded = true;
     const int status = swMgrCfgReload();
     require(status <= 0, "a status is 0 or negative");
     // The objects from before live on by contract, though nothing leads to them.

@@ -31,7 +31,8 @@ public:
     void rowDelete(const Table &table, int64_t rowId);
     int eventSend(const Table &table, int32_t opCode, int64_t rowId, const std::string &oldValues);
 
-    // Loads the configuration again; what was there before is forgotten.
+    // Loads the configuration again; what was there before is forgotten. Once only:
+    // it takes as long as the rest of an input.
     void reload();
 
     // What must hold whenever nothing is going on.
@@ -41,6 +42,7 @@ private:
     void additionCheck();
 
     bool databaseChanged = false;
+    bool reloaded = false;
     std::set<void *> abandoned; // blocks that a reload left behind
 };
 
