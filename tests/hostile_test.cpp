@@ -3,10 +3,23 @@
 // request is served.
 #include "support/gateway.h"
 
+#include "backends/bcm/bcm.h"
+#include "backends/bcm/port_vlan.h"
+#include "backends/bcm/ports.h"
+#include "backends/bcm/qos.h"
+#include "backends/bcm/vlan.h"
+#include "backends/pse/mac_address.h"
+#include "backends/pse/membership.h"
+#include "backends/pse/pse.h"
+#include "backends/pse/settings.h"
+#include "switch/backends.h"
+#include "switch/config.h"
+#include "switch/port.h"
+#include "switch/port_mapping.h"
 #include "switch/registry.h"
+#include "vlan/uptime.h"
 #include "vlan/vlan.h"
-
-#include <algorithm>
+#include "vlan/vlan_config.h"
 
 namespace {
 
@@ -31,7 +44,7 @@ struct Hostile : testing::Test {
     {
         EXPECT_EQ(wanted, status) << what;
         const std::string lines = platform::everything();
-        EXPECT_NE(std::string::npos, lines.find("log 8 ")) << what;
+        EXPECT_HAS(lines, "log 8 ");
         for (const char *doing : {"cmd ", "system ", "ioctl ", "unlink ", "file "})
             EXPECT_EQ(std::string::npos, ("\n" + lines).find(std::string("\n") + doing)) << lines;
     }
@@ -47,8 +60,7 @@ TEST_F(Hostile, shortCommandsAndVlanRequestsAreRefused)
 {
     const std::string body(bytesOf(SwMgrSwitchCmdRequest{{'P', 'S', 'E'}, {}}));
     for (const int type : {33, 36, 38, 47, 48, 50, 0, -1, 1000}) {
-        for (const size_t length :
-             {size_t{0}, size_t{1}, size_t{63}, size_t{64}, size_t{76}, size_t{1363}})
+        for (const size_t length : {0u, 1u, 63u, 64u, 76u, 1363u})
             refused(-22, request(type, body.substr(0, length)), std::to_string(type));
     }
     RelayMsgHdr header{0, 1, 0, 0, 1};
@@ -66,9 +78,7 @@ TEST_F(Hostile, interfaceNamesReachNoShell)
     for (const std::string &name : hostileNames) {
         refused(-22, vlanRequest(SW_CMD_VLAN_ADD, 66, name, 0x2, 0), name);
         refused(-22, vlanRequest(SW_CMD_VLAN_DELETE, 10, name, 0x2, 0), name);
-        std::string quoted = name;
-        for (size_t at = 0; (at = quoted.find('\'', at)) != std::string::npos; at += 2)
-            quoted.insert(at, 1, '\'');
+        const std::string quoted = name == "eth0'" ? "eth0''" : name;
         gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName) values(" +
                     std::to_string(++row) + ", 66, '" + quoted + "')");
         gateway.sql(
@@ -91,8 +101,7 @@ TEST_F(Hostile, interfaceNamesReachNoShell)
 TEST_F(Hostile, unterminatedNamesAreCutAtTheirField)
 {
     EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_ADD, 5, std::string(64, 'e'), 0, 0));
-    EXPECT_NE(std::string::npos,
-              platform::hardware().find("cmd vconfig add " + std::string(63, 'e') + " 5\n"));
+    EXPECT_HAS(platform::hardware(), "cmd vconfig add " + std::string(63, 'e') + " 5\n");
     EXPECT_EQ(-1, switchRequest(std::string(64, 'P'), 47, ""));
     EXPECT_EQ("", platform::everything());
 }
@@ -100,7 +109,7 @@ TEST_F(Hostile, unterminatedNamesAreCutAtTheirField)
 TEST_F(Hostile, tableNamesReachNoDatabase)
 {
     const std::string long63(63, 't');
-    const std::string names[] = {"vlanEncapIf;drop table vlanEncapIf",
+    const std::string names[] = {"a;drop table vlanEncapIf",
                                  "vlanEncapIf--",
                                  "a b",
                                  "a'",
@@ -111,19 +120,18 @@ TEST_F(Hostile, tableNamesReachNoDatabase)
                                  "a-b",
                                  "[x]",
                                  "\xff",
-                                 std::string(64, 't'),
-                                 std::string("vlanEncapIf where 1;")};
+                                 long63 + 't'};
     for (const std::string &name : names) {
         for (const int opCode : {18, 23, 9, 0}) {
             EXPECT_EQ(-1, dbEvent(name, opCode, 1, oldValues({"vlanId"}, {"10"}))) << name;
             const std::string lines = platform::everything();
             EXPECT_EQ("log 8 ", lines.substr(0, 6)) << lines;
-            EXPECT_EQ(std::string::npos, lines.find("query")) << lines;
-            EXPECT_EQ("status=-1\\n\n", lines.substr(lines.size() - 12)) << lines;
+            EXPECT_LACKS(lines, "query");
+            EXPECT_TRUE(lines.ends_with("status=-1\\n\n")) << lines;
         }
     }
     EXPECT_EQ(-1, dbEvent(long63, 18, 1));
-    EXPECT_NE(std::string::npos, platform::everything().find("query SELECT * from " + long63));
+    EXPECT_HAS(platform::everything(), "query SELECT * from " + long63);
     EXPECT_EQ(-1, dbEvent("", 18, 1));
 }
 
@@ -135,36 +143,31 @@ TEST_F(Hostile, brokenOldValuesAreRefused)
         oldValues({"vlanId", "interfaceName", "L", "i", "e", "fwdMap", "untagMap", "inSwitchOnly"},
                   {"10", "eth0", "", "", "", "1", "1", "0"});
     const std::string inside = "log 8 old values result does not contain 2 rows.";
-    const std::string inside3 = inside + "j=6 nCols=3 outLen=6\\n\n";
     const struct {
         int opCode;
         std::string block, message;
-    } cases[] = {
-        {9, oldValues({"a", "b", "c"}, {}), inside3},
-        {9, std::string(1, '\0'), inside + "j=1 nCols=1 outLen=1\\n\n"},
-        {9, "vlanId", ""},
-        {9, row + "x", ""},
-        {9, oldValues({"vlanId"}, {}) + "10", ""},
-        {23, "", ""},
-        {23, row.substr(0, row.size() - 1), ""},
-        {23, row.substr(0, row.size() - 2), ""},
-        {23, oldValues({"vlanId"}, {"10"}), ""},
-        {23, std::string(15, '\0'), ""},
-        {18, std::string(15, '\0'), ""},
-        {18, "x", ""},
-        {23, std::string(100000, 'x'), ""},
-    };
+    } cases[] = {{9, oldValues({"a", "b", "c"}, {}), inside + "j=6 nCols=3 outLen=6\\n\n"},
+                 {9, std::string(1, '\0'), inside + "j=1 nCols=1 outLen=1\\n\n"},
+                 {9, "vlanId", ""},
+                 {9, row + "x", ""},
+                 {9, oldValues({"vlanId"}, {}) + "10", ""},
+                 {23, "", ""},
+                 {23, row.substr(0, row.size() - 1), ""},
+                 {23, row.substr(0, row.size() - 2), ""},
+                 {23, oldValues({"vlanId"}, {"10"}), ""},
+                 {23, std::string(15, '\0'), ""},
+                 {18, std::string(15, '\0'), ""},
+                 {18, "x", ""},
+                 {23, std::string(100000, 'x'), ""}};
     for (const auto &c : cases) {
         EXPECT_EQ(-1, dbEvent("vlanEncapIf", c.opCode, 3, c.block)) << c.opCode << c.block.size();
         const std::string lines = platform::everything();
         const std::string last =
             "log 64 DBUpdate event: Table: vlanEncapIf opCode:" + std::to_string(c.opCode) +
             " rowId:3 status=-1\\n\n";
-        EXPECT_NE(std::string::npos,
-                  lines.find("log 8 " + c.message.substr(std::min<size_t>(6, c.message.size()))))
-            << lines;
-        EXPECT_EQ(last, lines.substr(lines.size() - std::min(lines.size(), last.size())));
-        EXPECT_EQ(std::string::npos, lines.find("ioctl"));
+        EXPECT_HAS(lines, c.message.empty() ? "log 8 " : c.message);
+        EXPECT_TRUE(lines.ends_with(last)) << lines;
+        EXPECT_LACKS(lines, "ioctl");
     }
     EXPECT_NE(nullptr, switchVlanByIdGet(switchByNameGet("PSE"), 10));
 }
@@ -186,8 +189,7 @@ TEST_F(Hostile, aMissingReplyLengthCountsAsNone)
     for (const uint32_t shortLength : {0u, 43u}) {
         length = shortLength;
         EXPECT_EQ(-1, platform::handler()(nullptr, &header, 5, &change, 1132, block, &length));
-        EXPECT_NE(std::string::npos,
-                  platform::log().find("8 No bandwidth information provided in event\\n\n"));
+        EXPECT_HAS(platform::log(), "8 No bandwidth information provided in event\\n\n");
     }
 }
 
@@ -212,6 +214,60 @@ TEST_F(Hostile, extremeNumbersInCommandsAreHarmless)
     for (const int32_t id : extremes)
         EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_DELETE, id, "eth1", 0, 0));
     EXPECT_EQ("", brokenInvariant());
+}
+
+TEST(Arguments, thatAreMissingAreAnsweredWithAnError)
+{
+    for (const int status : {bcmPortVlanConfig(nullptr, nullptr),
+                             bcmPortVlanDeConfig(nullptr, nullptr),
+                             bcmSwitchPortConfigure(nullptr, nullptr),
+                             bcmVlanMembershipSet(nullptr, nullptr),
+                             bcmVlanMembershipUpdate(nullptr, nullptr),
+                             pseVlanMembershipSet(nullptr, nullptr),
+                             bcmSwitchRegister(nullptr),
+                             bcmSwitchUnRegister(nullptr),
+                             pseSwitchRegister(nullptr),
+                             pseSwitchUnRegister(nullptr),
+                             switchConfigFuncRegister(nullptr),
+                             switchConfigFuncUnRegister(nullptr),
+                             pseSwitchConfig(nullptr, 47, nullptr, 0, nullptr, nullptr),
+                             switchPortDeinit(nullptr),
+                             switchPortVlanInfoConfigure(nullptr, nullptr),
+                             switchVlanCreate(nullptr, nullptr),
+                             switchVlanUpdate(nullptr, nullptr),
+                             switchVlanDelete(nullptr),
+                             switchVlanDisable(nullptr),
+                             switchVlanCfgApply(nullptr, nullptr),
+                             switchVlanMembershipUpdate(nullptr)})
+        EXPECT_EQ(-22, status);
+    for (const int status : {bcmLinkStatusGet(0, nullptr),
+                             bcmPortStatsGet(0, nullptr),
+                             bcmQoSConfigure(nullptr, nullptr),
+                             bcmPauseFrameConfigure(nullptr, nullptr),
+                             bcmRateLimitConfigure(nullptr, nullptr),
+                             bcmTrustModeConfigure(nullptr, nullptr),
+                             bcmQueueSchedConfigure(nullptr, nullptr),
+                             bcmCosQueueMapConfigure(nullptr, nullptr),
+                             bcmIGMPSnoopSet(nullptr),
+                             bcmMLDSnoopSet(nullptr),
+                             pseQoSConfigure(nullptr, nullptr),
+                             pseQueueSchedConfigure(nullptr, nullptr),
+                             psePauseFrameConfigure(nullptr, nullptr),
+                             pseRateLimitConfigure(nullptr, nullptr),
+                             pseTrustModeConfigure(nullptr, nullptr),
+                             switchMacAddressByIfNameGet(nullptr, nullptr),
+                             switchCfgDisable(nullptr),
+                             switchLowerLvlSwitchListAppend(nullptr, nullptr),
+                             switchPortMappedListAppend(nullptr, nullptr),
+                             switchConfig(nullptr, 47, nullptr, nullptr),
+                             timeEventGet(nullptr, nullptr),
+                             timeEventRecord(nullptr),
+                             switchPortVlanConfigure(nullptr, 36),
+                             switchVlanConfAdd(nullptr),
+                             switchVlanConfUpdate(nullptr, nullptr),
+                             switchVlanConfDelete(nullptr)})
+        EXPECT_EQ(-1, status);
+    EXPECT_EQ("", platform::everything());
 }
 
 } // namespace

@@ -3,7 +3,6 @@
 
 #include "service/reload.h"
 #include "service/state.h"
-#include "service/zone.h"
 #include "store/database.h"
 
 namespace {
@@ -54,20 +53,9 @@ relayDeInit
 )");
 }
 
-TEST_F(Lifecycle, stopWithoutClearedFlagClearsItAndASecondStopDoesNothing)
+TEST(Start, thatFailsLeavesNothingBehind)
 {
-    gateway.start();
-    EXPECT_EQ(0, swMgrDeinit());
-    EXPECT_EQ(0, swMgrInitialized);
-    EXPECT_EQ(0, swMgrDeinit());
-    EXPECT_LINES(platform::everything(), R"(
-relayUnRegister
-relayDeInit
-)");
-}
-
-TEST(Start, aRefusedRegistrationLeavesNothingBehind)
-{
+    EXPECT_EQ(-1, swMgrInit("/no/such/directory/sw.db"));
     platform::answer("relayRegister", -1);
     platform::answer("relayInit", -1);
     EXPECT_EQ(-1, swMgrInit(Gateway::path));
@@ -77,21 +65,11 @@ TEST(Start, aRefusedRegistrationLeavesNothingBehind)
     EXPECT_LINES(platform::everything(), R"(
 relayInit
 relayRegister 103 2
-)");
-}
-
-TEST(Start, aDatabaseThatCannotBeOpenedEndsTheStart)
-{
-    EXPECT_EQ(-1, swMgrInit("/no/such/directory/sw.db"));
-    EXPECT_EQ(nullptr, pSwMgrRelayCtx);
-    EXPECT_EQ(0, swMgrInitialized);
-    EXPECT_EQ(0, swMgrDeinit());
-    EXPECT_LINES(platform::everything(), R"(
-relayInit
-relayRegister 103 2
 log 8 Couldn't open database /no/such/directory/sw.db \n
 log 8 failed to open database connection\n
 relayUnRegister
+relayInit
+relayRegister 103 2
 )");
 }
 
@@ -118,19 +96,6 @@ query SELECT * from vlanEncapIf
 log 8 Failed to find switch configuration to load. \n
 log 8 Failed to apply switch configuration \n
 )");
-}
-
-TEST(Zone, eth1AndEth0AreZonesOfTheirOwn)
-{
-    const struct {
-        const char *name;
-        int zone;
-    } cases[] = {{"eth1", 2}, {"eth0", 1}, {"eth2", 0}, {"ETH0", 0}, {"eth0.1", 0}, {"", 0}};
-    for (const auto &c : cases) {
-        int32_t zone = -1;
-        EXPECT_EQ(0, swMgrZoneTypeGet(c.name, &zone));
-        EXPECT_EQ(c.zone, zone) << c.name;
-    }
 }
 
 } // namespace

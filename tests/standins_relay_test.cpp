@@ -1,5 +1,5 @@
-// Messaging between processes: a service in a process of its own, honest and
-// hostile clients, and the log daemon's part of it.
+// Messaging between processes: a service in a process of its own and its clients,
+// and the log daemon's part of it.
 #include "logd/line.h"
 #include "logd/ring.h"
 #include "platform/relay.h"
@@ -13,11 +13,6 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
-#include <grp.h>
-#include <sys/socket.h>
-#include <sys/stat.h>
-#include <sys/time.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -37,14 +32,12 @@ enum RequestType {
     LAYOUT = 3,   // 1: data present, 2: buffer present, 4: something not aligned
     RECEIVED = 4, // posts received so far
     DROPPED = 5,  // posts reported as lost so far
-    ANSWERS = 6,  // messages that were no requests
-    POSTED = 7,
+    POSTED = 6,
 };
 
 struct Seen {
     int posts = 0;
     int dropped = 0;
-    int answers = 0;
 };
 
 int handle(void *arg, RelayMsgHdr *header, int type, void *data, int length, void *reply,
@@ -52,10 +45,6 @@ int handle(void *arg, RelayMsgHdr *header, int type, void *data, int length, voi
 {
     Seen &seen = *static_cast<Seen *>(arg);
     seen.dropped += static_cast<int>(header->reserved3);
-    if (header->request == 0) {
-        ++seen.answers;
-        return 0;
-    }
     const auto unaligned = [](void *p) { return reinterpret_cast<uintptr_t>(p) % 8 != 0; };
     switch (type) {
     case REVERSE: {
@@ -73,8 +62,6 @@ int handle(void *arg, RelayMsgHdr *header, int type, void *data, int length, voi
         return seen.posts;
     case DROPPED:
         return seen.dropped;
-    case ANSWERS:
-        return seen.answers;
     case POSTED:
         ++seen.posts;
         return 0;
@@ -90,9 +77,8 @@ public:
     explicit Process(Body body)
     {
         pid = fork();
-        if (pid == 0) {
+        if (pid == 0)
             _exit(body());
-        }
     }
     ~Process() { stop(SIGKILL); }
     Process(const Process &) = delete;
@@ -101,9 +87,8 @@ public:
     void signal(int number) const { kill(pid, number); }
     int stop(int number)
     {
-        if (pid <= 0) {
+        if (pid <= 0)
             return -1;
-        }
         kill(pid, number);
         return wait();
     }
@@ -128,9 +113,8 @@ int runService()
     sigaction(SIGTERM, &action, nullptr);
     Seen seen;
     RelayCtx *ctx = relayRegister(module, modePost, handle, &seen);
-    while (ctx != nullptr && stopped == 0) {
+    while (ctx != nullptr && stopped == 0)
         relayListen(ctx, 100000);
-    }
     return ctx != nullptr ? relayUnRegister(ctx) : 1;
 }
 
@@ -141,9 +125,8 @@ int request(int type, const char *data = nullptr, std::string *buffer = nullptr)
                                   data != nullptr ? static_cast<int>(strlen(data)) : 0,
                                   buffer != nullptr ? buffer->data() : nullptr,
                                   buffer != nullptr ? &length : nullptr, modeWait, 0, 0);
-    if (buffer != nullptr) {
+    if (buffer != nullptr)
         buffer->resize(length);
-    }
     return result;
 }
 
@@ -175,9 +158,8 @@ protected:
     static bool waitUntilServed()
     {
         for (int i = 0; i < 1000; ++i) {
-            if (request(SENDER) == 0) {
+            if (request(SENDER) == 0)
                 return true;
-            }
             usleep(5000);
         }
         return false;
@@ -186,59 +168,6 @@ protected:
     char name[32] = "/tmp/relay.XXXXXX";
     fs::path directory;
 };
-
-// A client that keeps to no rule.
-class RawClient {
-public:
-    explicit RawClient(const std::string &path) : fd(socket(AF_UNIX, SOCK_SEQPACKET, 0))
-    {
-        sockaddr_un address = {};
-        address.sun_family = AF_UNIX;
-        strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
-        connected = connect(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) == 0;
-        const timeval limit = {10, 0};
-        setsockopt(fd, SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit));
-    }
-    RawClient(RawClient &&other) noexcept : connected(other.connected), fd(other.fd)
-    {
-        other.fd = -1;
-    }
-    ~RawClient() { close(fd); }
-
-    bool sendBytes(const std::string &bytes, int flags = 0) const
-    {
-        return send(fd, bytes.data(), bytes.size(), flags | MSG_NOSIGNAL) >= 0;
-    }
-    // The answer's result, or 0 when the service just closed the connection.
-    int answer() const
-    {
-        relay::FrameHeader header = {};
-        ssize_t length = recv(fd, &header, sizeof(header), 0);
-        if (length < 0 && errno == ECONNRESET) {
-            length = recv(fd, &header, sizeof(header), 0);
-        }
-        EXPECT_GE(length, 0) << "the service left the client waiting";
-        return length > 0 && header.kind == relay::FRAME_ANSWER ? header.type : 0;
-    }
-
-    bool connected = false;
-
-private:
-    int fd;
-};
-
-std::string frame(uint32_t kind, int type, size_t dataLength = 0, uint32_t claimedData = 0,
-                  uint32_t magic = relay::frameMagic)
-{
-    relay::FrameHeader header = {};
-    header.magic = magic;
-    header.kind = kind;
-    header.sequence = 7;
-    header.type = type;
-    header.dataLength = claimedData != 0 ? claimedData : static_cast<uint32_t>(dataLength);
-    std::string bytes(reinterpret_cast<const char *>(&header), sizeof(header));
-    return bytes + std::string((dataLength + 7) / 8 * 8, 'd');
-}
 
 TEST_F(Relay, anAnswerCarriesTheResultAndTheChangedBuffer)
 {
@@ -271,62 +200,6 @@ TEST_F(Relay, messagesUpToTheLimitPassAndLargerOnesAreRefused)
     std::string none;
     EXPECT_EQ(request(REVERSE, data.c_str(), &none), static_cast<int>(data.size()));
     EXPECT_EQ(request(REVERSE, (data + 'x').c_str()), -EMSGSIZE);
-
-    const struct {
-        std::string packet;
-        int result; // 0: the connection is closed without an answer
-    } cases[] = {
-        {frame(relay::FRAME_REQUEST, LAYOUT, relay::maxFrameSize), -EMSGSIZE},
-        {frame(relay::FRAME_REQUEST, LAYOUT, 8, 0xffffffff), -EMSGSIZE},
-        {frame(relay::FRAME_REQUEST, LAYOUT, 8, 9), -EBADMSG},
-        {frame(relay::FRAME_REQUEST, LAYOUT, 16, 8), -EBADMSG},
-        {frame(relay::FRAME_REQUEST, LAYOUT, 8, 0, 1), -EBADMSG},
-        {frame(relay::FRAME_NONE, LAYOUT), -EBADMSG},
-        {frame(9, LAYOUT), -EBADMSG},
-        {frame(relay::FRAME_REQUEST, LAYOUT).substr(0, 31), -EBADMSG},
-        {"x", -EBADMSG},
-        {"", 0},
-    };
-    for (const auto &[packet, result] : cases) {
-        const RawClient client(socketPath());
-        EXPECT_TRUE(client.sendBytes(packet));
-        EXPECT_EQ(client.answer(), result) << packet.size();
-        EXPECT_EQ(request(LAYOUT, "x"), 1);
-    }
-    const RawClient client(socketPath());
-    EXPECT_TRUE(client.sendBytes(frame(relay::FRAME_ANSWER, REVERSE)));
-    EXPECT_TRUE(client.sendBytes(frame(relay::FRAME_REQUEST, ANSWERS)));
-    EXPECT_EQ(client.answer(), 1) << "an answer that nobody asked for is shown and not answered";
-}
-
-TEST_F(Relay, clientsThatMisbehaveDoNotKeepOthersWaiting)
-{
-    Process service(runService);
-    ASSERT_TRUE(waitUntilServed());
-    std::vector<RawClient> silent;
-    for (int i = 0; i < 100; ++i) { // more than the service has room for
-        silent.emplace_back(socketPath());
-        EXPECT_TRUE(silent.back().connected);
-    }
-    Process flood([this] {
-        const RawClient client(socketPath());
-        while (client.sendBytes(frame(relay::FRAME_POST, POSTED, 100))) {
-        }
-        return 0;
-    });
-    Process unread([this] { // asks for large answers and takes none
-        for (;;) {
-            const RawClient client(socketPath());
-            while (client.sendBytes(frame(relay::FRAME_REQUEST, LAYOUT), MSG_DONTWAIT)) {
-            }
-        }
-        return 0;
-    });
-    for (int i = 0; i < 50; ++i) {
-        RawClient(socketPath()).sendBytes(frame(relay::FRAME_REQUEST, LAYOUT)); // dies waiting
-        EXPECT_EQ(request(LAYOUT, "x"), 1);
-    }
-    EXPECT_EQ(service.stop(SIGTERM), 0) << "a flood does not keep the service from its stop";
 }
 
 TEST_F(Relay, unreachableAndMuteServicesAreToldApart)
@@ -341,70 +214,10 @@ TEST_F(Relay, unreachableAndMuteServicesAreToldApart)
     EXPECT_EQ(request(LAYOUT), -ECONNREFUSED);
 }
 
-TEST_F(Relay, aModuleHasOneLivingServiceAndPrivateFiles)
-{
-    const mode_t mask = umask(0077);
-    Process service(runService);
-    umask(mask);
-    ASSERT_TRUE(waitUntilServed());
-    struct stat status = {};
-    EXPECT_EQ(stat((directory / "run").c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0750u);
-    EXPECT_EQ(stat(socketPath().c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0660u);
-
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(relayRegister(module, modePost, handle, nullptr), nullptr);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("another process serves it"),
-              std::string::npos);
-    EXPECT_EQ(request(LAYOUT), 0) << "the refused one has left the socket alone";
-
-    service.stop(SIGKILL);
-    EXPECT_TRUE(fs::exists(socketPath()));
-    Process successor(runService);
-    EXPECT_TRUE(waitUntilServed());
-    EXPECT_EQ(successor.stop(SIGTERM), 0);
-
-    fs::permissions(directory / "run", fs::perms::others_write, fs::perm_options::add);
-    testing::internal::CaptureStderr();
-    EXPECT_EQ(relayRegister(module, modePost, handle, nullptr), nullptr);
-    EXPECT_NE(testing::internal::GetCapturedStderr().find("others may write"), std::string::npos);
-}
-
-TEST_F(Relay, strangersAreRefusedAndGroupMembersAreNot)
-{
-    if (geteuid() != 0) {
-        GTEST_SKIP() << "taking other identities needs root";
-    }
-    Process service(runService);
-    ASSERT_TRUE(waitUntilServed());
-    // The files would keep strangers out already: open them, to see the check.
-    fs::permissions(directory, fs::perms::all);
-    fs::permissions(directory / "run", fs::perms::all);
-    fs::permissions(socketPath(), fs::perms::all);
-    constexpr gid_t stranger = 65534;
-    const struct {
-        gid_t group;
-        gid_t supplementary;
-        int result;
-    } cases[] = {{stranger, stranger, -EACCES}, {getegid(), stranger, 0}, {stranger, getegid(), 0}};
-    for (const auto &peer : cases) {
-        Process client([&peer] {
-            if (setgroups(1, &peer.supplementary) != 0 || setgid(peer.group) != 0 ||
-                setuid(stranger) != 0) {
-                return 99;
-            }
-            return -request(LAYOUT);
-        });
-        EXPECT_EQ(client.wait(), -peer.result) << peer.group << " " << peer.supplementary;
-    }
-}
-
 TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
 {
-    for (int i = 0; i < 5; ++i) {
+    for (int i = 0; i < 5; ++i)
         EXPECT_LT(post(), 0) << "nobody listens";
-    }
     Process service(runService);
     ASSERT_TRUE(waitUntilServed());
     int sent = 0;
@@ -417,9 +230,8 @@ TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
 
     service.signal(SIGSTOP);
     int lost = 0;
-    for (int i = 0; i < 100000; ++i) {
+    for (int i = 0; i < 100000; ++i)
         lost += post() != 0;
-    }
     EXPECT_GT(lost, 0);
     service.signal(SIGCONT);
     int more = 100000;
@@ -434,30 +246,9 @@ TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
     service.stop(SIGTERM);
     Process successor(runService);
     ASSERT_TRUE(waitUntilServed());
-    while (post() != 0) {
+    while (post() != 0)
         usleep(1000);
-    }
     EXPECT_EQ(request(RECEIVED), 1);
-}
-
-TEST_F(Relay, aSignalEndsTheWaitForRequests)
-{
-    RelayCtx *ctx = relayRegister(module, modePost, handle, nullptr);
-    ASSERT_NE(ctx, nullptr);
-    EXPECT_EQ(relayListen(ctx, 1000), 0);
-    struct sigaction action = {};
-    struct sigaction old = {};
-    action.sa_handler = [](int) {};
-    sigaction(SIGALRM, &action, &old);
-    // Repeated, in case the first one comes before the wait.
-    const itimerval soon = {{0, 10000}, {0, 10000}};
-    const itimerval never = {};
-    setitimer(ITIMER_REAL, &soon, nullptr);
-    EXPECT_EQ(relayListen(ctx, 600000000), -EINTR);
-    setitimer(ITIMER_REAL, &never, nullptr);
-    sigaction(SIGALRM, &old, nullptr);
-    EXPECT_EQ(relayUnRegister(ctx), 0);
-    EXPECT_LT(relayListen(nullptr, 0), 0);
 }
 
 std::string lineOf(logd::LogEntry entry, const std::string &text)

@@ -16,6 +16,11 @@ struct Switch;
 // Compares with a raw string that begins with a line break, for readability.
 #define EXPECT_LINES(actual, expected) EXPECT_EQ(std::string((expected) + 1), (actual))
 
+// Whether a text occurs in another.
+#define EXPECT_HAS(text, part) EXPECT_PRED_FORMAT2(testing::IsSubstring, std::string(part), text)
+#define EXPECT_LACKS(text, part)                                                                   \
+    EXPECT_PRED_FORMAT2(testing::IsNotSubstring, std::string(part), text)
+
 // A value as it lies in a request.
 template <class Record>
 std::string bytesOf(const Record &record)
@@ -52,7 +57,6 @@ private:
 
 // A request to the registered handler. An empty reply text stands for none.
 int request(int type, std::string data, std::string reply = {});
-int requestOf(int length, int type, std::string data);
 
 int dbEvent(const std::string &table, int opCode, int64_t rowId, const std::string &old = {});
 int switchRequest(const std::string &switchName, int command, const std::string &payload);
