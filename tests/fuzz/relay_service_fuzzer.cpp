@@ -18,7 +18,8 @@ constexpr size_t connections = 3;
 constexpr size_t longestProgram = 16;
 constexpr int oddResult = -77; // of a handler that was asked
 
-uint32_t asked = 0; // calls of the handler
+uint32_t asked = 0;               // calls of the handler
+std::vector<uint32_t> capacities; // reply buffers of the packets of an input, by sequence
 
 // Reads and writes all that it was given, as a handler may.
 int handle(void *, RelayMsgHdr *, int type, void *data, int length, void *buffer,
@@ -32,7 +33,7 @@ int handle(void *, RelayMsgHdr *, int type, void *data, int length, void *buffer
     if (buffer != nullptr)
         memset(buffer, sum, *bufferLength);
     if (type < 0)
-        *bufferLength = static_cast<uint32_t>(type); // longer than the buffer
+        *bufferLength += 64; // as a handler that does not keep to its contract
     return oddResult;
 }
 
@@ -70,10 +71,11 @@ std::string packetRead(Input &input)
     relay::FrameHeader header{};
     header.magic = input.below(8) != 0 ? relay::frameMagic : input.number<uint32_t>();
     header.kind = 1 + static_cast<uint32_t>(input.below(4)) % 4;
-    header.sequence = input.byte();
+    header.sequence = static_cast<uint32_t>(capacities.size());
     header.type = input.number<int16_t>();
     header.dataLength = input.byte();
     header.bufferLength = input.below(4) == 0 ? input.number<uint32_t>() : input.byte();
+    capacities.push_back(header.bufferLength);
     const size_t size = relay::frameSize(header.dataLength, header.bufferLength);
     std::string packet(size != 0 ? size : sizeof(header), 'x');
     memcpy(packet.data(), &header, sizeof(header));
@@ -95,6 +97,9 @@ void answersTake(int fd)
         require(header.magic == relay::frameMagic && header.kind == relay::FRAME_ANSWER &&
                     static_cast<size_t>(length) == sizeof(header) + header.bufferLength,
                 "an answer is one");
+        require(header.sequence < capacities.size() &&
+                    header.bufferLength <= capacities[header.sequence],
+                "an answer fits the buffer of its request");
     }
 }
 
@@ -127,6 +132,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
     }
     Input input(bytes, size);
     int fds[connections] = {-1, -1, -1};
+    capacities.assign(1, 0); // sequence 0 belongs to no request
     for (size_t step = 0; step < longestProgram && !input.empty(); ++step) {
         int &fd = fds[input.below(connections)];
         if (fd < 0)

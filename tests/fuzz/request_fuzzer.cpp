@@ -3,6 +3,7 @@
 #include "platform.h"
 #include "service.h"
 
+#include "switch/config.h"
 #include "swmgr/swmgr.h"
 
 namespace {
@@ -182,12 +183,18 @@ void reload(Service &service, Input &)
     service.reload();
 }
 
+void disable(Service &service, Input &)
+{
+    require(switchCfgDisable(/*sw=*/nullptr) <= 0, "a status is 0 or negative");
+    service.invariantsCheck();
+}
+
 using Step = void (*)(Service &service, Input &input);
 
 constexpr Step steps[] = {vlanAdd,    vlanDelete, interfaceEvent, switchCommand,
                           anyCommand, rowChange,  rowRemoval,     anyEvent,
                           anyMessage, fault,      brokenMessage,  surroundings,
-                          reload,     rowChange,  vlanAdd,        fault};
+                          reload,     rowChange,  disable,        fault};
 
 } // namespace
 
