@@ -23,6 +23,9 @@ PYTHON = "/usr/bin/python3"  # which the sandbox has too
 CONFIG = TOP / "simulator/config"
 NO_SANDBOX = 77  # exit status that says so, of the sandbox and of these tests
 
+# Objects of the switch model are kept for the life of the process, listed or not.
+KEPT = ("switchCreate", "switchPortCreate", "switchVlanCreate", "switchPortMappedListAppend",
+        "switchLowerLvlSwitchListAppend")
 SANITIZED = ("AddressSanitizer", "LeakSanitizer", "runtime error:")
 
 
@@ -84,7 +87,8 @@ class Gateway:
         for name, text in logs.items():
             for word in SANITIZED:
                 if word in text:
-                    raise AssertionError(f"{name}:\n{text[max(0, text.index(word) - 500):][:8000]}")
+                    begin = max(0, text.index(word) - 500)
+                    raise AssertionError(f"{name}:\n{text[begin:begin + 8000]}")
 
     # --- daemons ------------------------------------------------------------
 
@@ -100,6 +104,8 @@ class Gateway:
 
     def start(self, env=None, kill_after=0, database="/run/gateway/switch.db", ready=300):
         """Starts the switch manager; false when it is not ready before its end."""
+        (self.state / "leaks").write_text("".join(f"leak:{name}\n" for name in KEPT))
+        env = dict(env or {}, LSAN_OPTIONS="suppressions=/run/gateway/leaks:print_suppressions=0")
         answer = self.inside("spawn", name="swmgrd", env=env, ready=ready, kill_after=kill_after,
                              argv=["swmgrd", "--database", database, "--foreground"])
         return answer["ready"]

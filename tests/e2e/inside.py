@@ -9,7 +9,6 @@ that a daemon can be killed after a given number of steps.
 import json
 import os
 import select
-import signal
 import socket
 import subprocess
 import sys

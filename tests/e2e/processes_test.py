@@ -107,7 +107,7 @@ class Processes(GatewayTest):
     def test_tool_that_hangs(self):
         gateway = self.gateway()
         path = f"/run/gateway/hang:/gateway/tools:{BUILD}/bin:/sbin:/usr/sbin:/usr/bin:/bin"
-        self.assertTrue(gateway.start(env={"PATH": path, "SAL_CMD_TIMEOUT": "1"}))
+        self.assertTrue(gateway.start(env={"PATH": path, "SAL_CMD_TIMEOUT": "5"}))
         expected = Expected()
         expected.start(*(gateway.rows(table).values() for table in TABLES))
         row_id = gateway.write("INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap) "
@@ -120,7 +120,7 @@ class Processes(GatewayTest):
         tool.write_text("#!/bin/sh\ntrap '' TERM\nsleep 321 &\nsleep 321\nsleep 321\n")
         tool.chmod(0o755)
         self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.INSERT), -1)
-        self.check_log(gateway, "has not ended within 1 s and is ended",
+        self.check_log(gateway, "has not ended within 5 s and is ended",
                        "Failed to configure PSE membership for VLAN.", "returned (-110)")
         running = [words for words in gateway.inside("processes")["processes"]
                    if "321" in words or str(tool) in words]

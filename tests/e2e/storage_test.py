@@ -235,11 +235,11 @@ class Storage(GatewayTest):
         for column, most in (("interfaceName", 63), ("LogicalIfName", 63), ("fwdMap", 511),
                              ("untagMap", 511), ("ingressMap", 511), ("egressMap", 511)):
             with self.subTest(column):
-                row_id = gateway.write(f"INSERT INTO vlanEncapIf (vlanId, {column}) VALUES (77, ?)",
-                                       "1" * MEGABYTE)
+                row_id = gateway.write(
+                    f"INSERT INTO vlanEncapIf (vlanId, {column}) VALUES (77, ?)", "1" * MEGABYTE)
                 self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.INSERT), -22)
-                self.check_log(gateway, f"vlanEncapIf.{column} is too long: {MEGABYTE} characters, "
-                                        f"at most {most} fit")
+                self.check_log(gateway, f"vlanEncapIf.{column} is too long: {MEGABYTE} "
+                                        f"characters, at most {most} fit")
                 gateway.write("DELETE FROM vlanEncapIf WHERE rowid=?", row_id)
         # A column that nobody reads may hold anything. The row's old values are
         # more than a message may carry, so it cannot be changed by an event.
