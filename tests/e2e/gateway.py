@@ -50,12 +50,16 @@ class Gateway:
         self.relay = str(self.state / "relay")
         self.sandbox = None
         self.seen = 0  # bytes of the log that were looked at
-        if config is not None:
-            self.sqlite3(f".read {CONFIG / 'schema.sql'}", f".read {config}")
-        if inside:
-            self.enter()
-        if inside and chip:
-            self.start_chip()
+        try:
+            if config is not None:
+                self.sqlite3(f".read {CONFIG / 'schema.sql'}", f".read {config}")
+            if inside:
+                self.enter()
+            if inside and chip:
+                self.start_chip()
+        except Exception:
+            self.close()
+            raise
 
     def enter(self, prefix=()):
         """Makes the sandbox; `prefix` is a command that runs it."""
@@ -79,9 +83,10 @@ class Gateway:
 
     def close(self):
         """Ends everything. Whatever a sanitizer has found fails the test here."""
-        self.sandbox.stdin.close()
-        self.sandbox.wait(120)
-        self.sandbox.stdout.close()
+        if self.sandbox is not None:
+            self.sandbox.stdin.close()
+            self.sandbox.wait(120)
+            self.sandbox.stdout.close()
         logs = {log.name: log.read_text(errors="replace") for log in self.state.glob("*.log")}
         shutil.rmtree(self.state)
         for name, text in logs.items():
