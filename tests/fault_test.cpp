@@ -17,6 +17,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+using namespace std::string_literals;
+
 namespace {
 
 // What a failed call must lead to. The first row that matches counts.
@@ -101,53 +103,33 @@ void rowsInsert(Gateway &gateway)
 // Requests between start and stop; whatever they answer, what must hold holds.
 std::deque<std::function<void()>> requests(Gateway &gateway)
 {
+    const auto row = [&](const char *table, int opCode, int rowId, const char *sql) {
+        return [&gateway, table, opCode, rowId, sql] {
+            gateway.sql(sql);
+            dbEvent(table, opCode, rowId, oldRow);
+        };
+    };
     return {
-        [&] {
-            gateway.sql(
-                "insert into swPortConfig(rowid, switchName, portNumber) values(90, 'BCM', 6)");
-            dbEvent("swPortConfig", 18, 90);
-        },
-        [&] {
-            gateway.sql("insert into swPortConfig(rowid, switchName, portNumber, phyDevice)"
-                        " values(91, 'PSE', 6, 'BCM:6,BCM:3')");
-            dbEvent("swPortConfig", 18, 91, oldValues({"x"}, {"y"}));
-        },
-        [&] {
-            gateway.sql("insert into swGlobalCfg(rowid, switchName) values(92, 'BCM')");
-            dbEvent("swGlobalCfg", 18, 92);
-        },
-        [&] {
-            gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap)"
-                        " values(50, 50, 'eth1', '1')");
-            dbEvent("vlanEncapIf", 18, 50);
-        },
-        [&] {
-            gateway.sql("update vlanEncapIf set fwdMap = '3', inSwitchOnly = 1 where vlanId = 14");
-            dbEvent("vlanEncapIf", 23, 5, oldRow);
-        },
+        row("swPortConfig", 18, 90,
+            "insert into swPortConfig(rowid, switchName, portNumber) values(90, 'BCM', 6)"),
+        row("swPortConfig", 18, 91,
+            "insert into swPortConfig(rowid, switchName, portNumber, phyDevice)"
+            " values(91, 'PSE', 6, 'BCM:6,BCM:3')"),
+        row("swGlobalCfg", 18, 92, "insert into swGlobalCfg(rowid, switchName) values(92, 'BCM')"),
+        row("vlanEncapIf", 18, 50,
+            "insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap) values(50, 50, 'eth1', '1')"),
+        row("vlanEncapIf", 23, 5,
+            "update vlanEncapIf set fwdMap = '3', inSwitchOnly = 1 where vlanId = 14"),
         [] { dbEvent("vlanEncapIf", 9, 5, oldRow); },
         [] { interfaceEvent(22, 10000, 50); },
         [] { switchRequest("PSE", 47, bytesOf(int32_t{0})); },
-        [] {
-            switchRequest("PSE", 48, bytesOf(SwCmdQueueSched{-1, 4, 1, 1, 2, 4, 8}));
-        },
+        [] { switchRequest("PSE", 48, "\xff\xff\xff\xff\4\0\0\0\1"s); },
         [] { switchRequest("PSE", 49, bytesOf(int32_t{0})); },
-        [] {
-            switchRequest("PSE", 50, bytesOf(SwCmdRateLimit{2, 1, {}, 640}));
-        },
+        [] { switchRequest("PSE", 50, "\2\0\0\0\1\0\0\0\x80\2"s); },
         [] { switchRequest("BCM", 33, bytesOf(int32_t{1})); },
         [] { vlanRequest(SW_CMD_VLAN_ADD, 60, "eth0", 0x6, 0x2, 1); },
         [] { vlanRequest(SW_CMD_VLAN_DELETE, 60, "eth0", 0, 0); },
     };
-}
-
-bool inEverySwitch(int vlanId, bool there)
-{
-    for (Switch &sw : ListOf<Switch>(switchTbl)) {
-        if ((switchVlanByIdGet(&sw, vlanId) != nullptr) != there)
-            return false;
-    }
-    return true;
 }
 
 // After a fault the service answers well-formed requests as always.
@@ -156,21 +138,15 @@ void nextRequestsCheck(std::string &broken)
     platform::everything();
     check(broken, switchRequest("none", 47, "") == -1, "an unknown switch is answered otherwise");
     check(broken, request(4, std::string(79, 'x')) == -1, "a short event is answered otherwise");
-    check(broken, dbEvent("audit", 9, 1) == 0, "an unknown table is answered otherwise");
-    check(broken,
-          platform::log() == "8 Invalid database event\\n\n"
-                             "64 DBUpdate event: Table: audit opCode:9 rowId:1 processing \\n\n"
-                             "64 DBUpdate event: Table: audit opCode:9 rowId:1 status=0\\n\n",
-          "the log of the next requests differs");
-    const bool top = switchAtTopLevelGet() != nullptr;
-    check(broken, vlanRequest(SW_CMD_VLAN_ADD, 77, "eth0", 0x2, 0) == (top ? 0 : -22), "no add");
-    if (!top)
-        return;
-    check(broken, inEverySwitch(77, true), "VLAN 77 is not everywhere");
-    check(broken, platform::hardware().find("cmd ifconfig eth0.77 up\n") != std::string::npos,
-          "no sub-interface");
-    check(broken, vlanRequest(SW_CMD_VLAN_DELETE, 77, "eth0", 0, 0) == 0, "no delete");
-    check(broken, inEverySwitch(77, false), "VLAN 77 is still there");
+    check(broken, platform::log() == "8 Invalid database event\\n\n", "another log");
+    Switch *top = switchAtTopLevelGet();
+    const int wanted = top != nullptr ? 0 : -22;
+    check(broken, vlanRequest(SW_CMD_VLAN_ADD, 77, "eth0", 0x2, 0) == wanted, "no add");
+    const std::string done = platform::hardware();
+    check(broken, top == nullptr || done.ends_with(" eth0.77 7 7\n"), "no sub-interface");
+    check(broken, top == nullptr || switchVlanByIdGet(top, 77) != nullptr, "no VLAN 77");
+    check(broken, vlanRequest(SW_CMD_VLAN_DELETE, 77, "eth0", 0, 0) == wanted, "no delete");
+    check(broken, switchVlanByIdGet(top, 77) == nullptr, "VLAN 77 is still there");
 }
 
 struct Injected {

@@ -129,20 +129,9 @@ L2:50/12r 05 00 00 00 01 00 00 00 40 00 00 00
 L2:50/12r 06 00 00 00 01 00 00 00 40 00 00 00
 BCM:50/12r 05 00 00 00 01 00 00 00 40 00 00 00
 )");
-    EXPECT_LINES(platform::everything(), R"(
-log 64 (switch=PSE) Processing  switch port rate limiting request (50)\n
+    EXPECT_LINES(platform::hardware(), R"(
 cmd rate_limit_func set 0 0 0
-log 8 cmd (rate_limit_func set 0 0 0) returned (0).\n
-log 64 (switch=PSE) Sending command=(50) to lower switches\n
-log 64 (switch=PSE) Processing  switch port rate limiting request (50)\n
-log 8 (switch=PSE) Failed to find port (2). \n
-log 64 (switch=PSE) Sending command=(50) to lower switches\n
-log 8 (switch=PSE) Failed to find port (2).\n
-log 64 (switch=PSE) Processing  switch port rate limiting request (50)\n
 cmd rate_limit_func set 1 1 0
-log 8 cmd (rate_limit_func set 1 1 0) returned (0).\n
-log 64 (switch=PSE) Sending command=(50) to lower switches\n
-log 8 (switch=PSE) Failed to process cmd (50) in lower switch BCM\n
 )");
 }
 

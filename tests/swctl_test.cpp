@@ -103,20 +103,6 @@ std::string contents(const std::string &path)
     return text.str();
 }
 
-constexpr const char *schema = R"(
-CREATE TABLE swGlobalCfg(switchName TEXT, switchDevice TEXT, numPorts INTEGER, vlanEnable INTEGER,
-  qosEnable INTEGER, pauseFrameEnable INTEGER, igmpSnoopingEnable INTEGER,
-  mldSnoopingEnable INTEGER, switchLevel INTEGER);
-CREATE TABLE swPortConfig(switchName TEXT, portNumber INTEGER, PVID INTEGER, portType INTEGER,
-  mirroring INTEGER, trustMode INTEGER, interfaceName TEXT, phyDevice TEXT, rateLimit INTEGER,
-  schedMode INTEGER, numQueues INTEGER, queue1Weight INTEGER, queue2Weight INTEGER,
-  queue3Weight INTEGER, queue4Weight INTEGER);
-CREATE TABLE vlanEncapIf(vlanId INTEGER, interfaceName TEXT, LogicalIfName TEXT, ingressMap TEXT,
-  egressMap TEXT, fwdMap TEXT, untagMap TEXT, inSwitchOnly INTEGER);
-INSERT INTO vlanEncapIf(rowid, vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)
-  VALUES(7, 10, 'eth0', '0,1', '1', 0);
-)";
-
 class Swctl : public ::testing::Test {
 protected:
     Swctl()
@@ -127,7 +113,9 @@ protected:
         setenv("RELAY_DIR", directory.c_str(), 1);
         setenv("SWMGR_DATABASE", database.c_str(), 1);
         unsetenv("NO_COLOR");
-        sql(schema);
+        sql(contents(SCHEMA) +
+            "INSERT INTO vlanEncapIf(rowid, vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)"
+            " VALUES(7, 10, 'eth0', '0,1', '1', 0)");
     }
     ~Swctl() override { std::filesystem::remove_all(directory); }
 
@@ -187,10 +175,10 @@ std::string eventFor(const std::string &table, char row, char opCode)
 }
 
 const std::string vlanColumnNames =
-    "vlanId\0interfaceName\0LogicalIfName\0ingressMap\0egressMap\0fwdMap\0untagMap\0inSwitchOnly\0"s;
-const std::string oldVlan10 = vlanColumnNames + "10\0eth0\0\0\0\0"
+    "vlanId\0interfaceName\0LogicalIfName\0fwdMap\0untagMap\0ingressMap\0egressMap\0inSwitchOnly\0"s;
+const std::string oldVlan10 = vlanColumnNames + "10\0eth0\0\0"
                                                 "0,1\0"
-                                                "1\0"
+                                                "1\0\0\0"
                                                 "0\0"s;
 
 TEST_F(Swctl, aChangeIsWrittenAndAnnouncedWithTheOldValues)
@@ -202,18 +190,18 @@ TEST_F(Swctl, aChangeIsWrittenAndAnnouncedWithTheOldValues)
     };
     const Case cases[] = {
         {"vlan add 20 --interface eth1 --ports 3,1-2 --untagged 2 --switch-only on",
-         "8|20|eth1|NULL|NULL|NULL|1,2,3|2|1\n", eventFor("vlanEncapIf", 8, 18), ""},
-        {"vlan set 10 --untagged '' --logical lan10", "7|10|eth0|lan10|NULL|NULL|0,1||0\n",
+         "8|20|eth1|NULL|1,2,3|2|NULL|NULL|1\n", eventFor("vlanEncapIf", 8, 18), ""},
+        {"vlan set 10 --untagged '' --logical lan10", "7|10|eth0|lan10|0,1||NULL|NULL|0\n",
          eventFor("vlanEncapIf", 7, 23), oldVlan10},
-        {"vlan set 20 --id 21", "8|21|eth1|NULL|NULL|NULL|1,2,3|2|1\n",
+        {"vlan set 20 --id 21", "8|21|eth1|NULL|1,2,3|2|NULL|NULL|1\n",
          eventFor("vlanEncapIf", 8, 23),
-         vlanColumnNames + "20\0eth1\0\0\0\0"
+         vlanColumnNames + "20\0eth1\0\0"
                            "1,2,3\0"
-                           "2\0"
+                           "2\0\0\0"
                            "1\0"s},
-        {"vlan delete 10", "8|21|eth1|NULL|NULL|NULL|1,2,3|2|1\n", eventFor("vlanEncapIf", 7, 9),
-         vlanColumnNames + "10\0eth0\0lan10\0\0\0"
-                           "0,1\0\0"
+        {"vlan delete 10", "8|21|eth1|NULL|1,2,3|2|NULL|NULL|1\n", eventFor("vlanEncapIf", 7, 9),
+         vlanColumnNames + "10\0eth0\0lan10\0"
+                           "0,1\0\0\0\0"
                            "0\0"s},
     };
     for (const Case &expected : cases) {
@@ -382,7 +370,8 @@ TEST_F(Swctl, requestsCarryTheirRecords)
 }
 
 constexpr const char *gateway = R"(
-INSERT INTO swGlobalCfg VALUES('BCM','/dev/bcm',5,1,0,0,0,0,1),('PSE','',4,0,1,0,0,0,2);
+INSERT INTO swGlobalCfg(switchName, switchDevice, vlanEnable, qosEnable, switchLevel)
+  VALUES('BCM','/dev/bcm',1,0,1),('PSE','',0,1,2);
 INSERT INTO swPortConfig(switchName, portNumber, PVID) VALUES
   ('BCM',0,1),('BCM',1,1),('BCM',2,1),('BCM',3,1),('BCM',4,1);
 INSERT INTO swPortConfig(switchName, portNumber, interfaceName, phyDevice) VALUES
@@ -483,29 +472,6 @@ TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
     EXPECT_EQ(refused.status, 1);
     EXPECT_HAS(refused.err, "  service: (switch=PSE) This VLAN\\x1b exists\n");
     EXPECT_LACKS(refused.err, "vconfig");
-}
-
-TEST_F(Swctl, theCompletionOffersWhatFits)
-{
-    struct Case {
-        const char *words;
-        const char *expected;
-    };
-    const Case cases[] = {{"vlan s", "set"},
-                          {"vlan set 10 --unt", "--untagged"},
-                          {"--json vlan set 10 --data", "--database"},
-                          {"qo", "qos"},
-                          {"snooping --igmp o", "on off"},
-                          {"log --level n", "notice"}};
-    for (const Case &expected : cases) {
-        std::ofstream(directory + "/script")
-            << "source <(" << SWCTL_PROGRAM << " --generate bash)\nCOMP_WORDS=(swctl "
-            << expected.words
-            << ")\nCOMP_CWORD=$((${#COMP_WORDS[@]} - 1))\n_swctl\necho \"${COMPREPLY[*]}\" >"
-            << directory << "/reply\n";
-        EXPECT_EQ(std::system(("bash " + directory + "/script").c_str()), 0);
-        EXPECT_EQ(contents(directory + "/reply"), expected.expected + "\n"s) << expected.words;
-    }
 }
 
 } // namespace

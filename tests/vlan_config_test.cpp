@@ -93,6 +93,17 @@ ioctl NON8021Q_FRAMES_SET 040001000000
               platform::hardware());
     EXPECT_EQ(4, switchVlanByIdGet(engine, 20)->vlanIndex);
     EXPECT_EQ(5, switchNextVlanIndexGet());
+    EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_ADD, 21, "eth1", 0, 0));
+    EXPECT_HAS(platform::log(), R"(
+64 (switch=PSE) handler not defined for command (41)\n
+128 (switch=PSE) (vlan:21) Applying VLAN Configuration.\n
+64 (switch=PSE) Processing vlan membership configure request (35)\n
+8 cmd (vlan_table_func edit 5 0 0x0 0x0 21  1) returned (0).\n
+8 cmd (arl_table_func del  21) returned (0).\n
+64 (switch=PSE) Created switch vlan (ID=21)\n
+)");
+    EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_DELETE, 21, "eth1", 0, 0));
+    platform::everything();
     EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_DELETE, 20, "eth1", 0, 0));
     const std::string emptied =
         "ioctl VLAN_CLEAR 1400000000\nioctl VLAN_ENTRY_SET 14000000000000\n";
@@ -107,39 +118,6 @@ ioctl NON8021Q_FRAMES_SET 040001000000
                   emptied + "cmd vconfig rem eth1.20\nunlink /var/VLAN.20.Uptime\n",
               platform::hardware());
     EXPECT_EQ("", brokenInvariant());
-}
-
-TEST_F(VlanConfig, anAddedVlanIsLoggedStepByStep)
-{
-    SwitchVlanCfg cfg{};
-    cfg.vlanId = 9;
-    cfg.inSwitchOnly = 1;
-    cfg.vlanIndex = 77;
-    EXPECT_EQ(0, switchVlanConfAdd(&cfg));
-    EXPECT_EQ(4, cfg.vlanIndex);
-    std::string text = platform::log();
-    text.resize(text.find("8 cmd (vconfig"));
-    std::string::size_type at;
-    while ((at = text.find("64 Configuring non8021q")) != std::string::npos)
-        text.erase(at, text.find('\n', at) - at + 1);
-    EXPECT_LINES(text, R"(
-64 (switch=BCM) Processing vlan membership update request (34)\n
-8 (switch=BCM) Invalid command (58)\n
-8 (switch=BCM) (58) processing returned 0 \n
-64 (switch=BCM) Processing switch port configuration set request (41)\n
-128 (switch=BCM) (vlan:9) Applying VLAN Configuration.\n
-64 (switch=BCM) Processing vlan membership apply request (35)\n
-128 Modifying untag value to 0 and fwdMap to 0 for vlanid: 9 \n
-64 (switch=BCM) Created switch vlan (ID=9)\n
-64 (switch=PSE) handler not defined for command (34)\n
-64 (switch=PSE) handler not defined for command (58)\n
-64 (switch=PSE) handler not defined for command (41)\n
-128 (switch=PSE) (vlan:9) Applying VLAN Configuration.\n
-64 (switch=PSE) Processing vlan membership configure request (35)\n
-8 cmd (vlan_table_func edit 4 0 0x0 0x0 9  1) returned (0).\n
-8 cmd (arl_table_func del  9) returned (0).\n
-64 (switch=PSE) Created switch vlan (ID=9)\n
-)");
 }
 
 TEST_F(VlanConfig, aFailedAddKeepsTheIndexAndSaysNothingToTheRequester)

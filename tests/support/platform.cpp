@@ -5,6 +5,7 @@
 #include "platform/sal.h"
 #include "swmgr/swmgr.h"
 
+#include <algorithm>
 #include <cstdarg>
 #include <cstring>
 #include <deque>
@@ -83,28 +84,26 @@ struct IoctlName {
     size_t size; // of its record
 };
 
-constexpr IoctlName ioctlNames[] = {
-    {0x5301, "VLAN_ENABLE", 0},
-    {0x5302, "VLAN_DISABLE", 0},
-    {0x40045303, "PORT_VLAN_MEMBER_GET", 4},
-    {0x40045304, "PORT_VLAN_MEMBER_ADD", 4},
-    {0x40045305, "PORT_VLAN_MEMBER_DEL", 4},
-    {0xc0065306, "DEFAULT_TAG_GET", 6},
-    {0x40065307, "DEFAULT_TAG_SET", 6},
-    {0x40055308, "VLAN_FWD_MEMBER_GET", 5},
-    {0x4005530b, "VLAN_UNTAG_MEMBER_GET", 5},
-    {0x40055310, "VLAN_CLEAR", 5},
-    {0x40065311, "NON8021Q_FRAMES_SET", 6},
-    {0x40075312, "VLAN_ENTRY_SET", 7},
-    {0xc0325314, "PORT_STATS_GET", 50},
-    {0x5319, "LINK_STATUS_GET", 0},
-    {0xc006531e, "TRUST_MODE_SET", 6},
-    {0xc008531f, "QUEUE_SCHED_SET", 8},
-    {0xc0045320, "QOS_SET", 4},
-    {0xc0045321, "PAUSE_FRAME_SET", 4},
-    {0xc0075322, "RATE_LIMIT_SET", 7},
-    {0xc0055323, "COS_QUEUE_MAP_SET", 5},
-};
+constexpr IoctlName ioctlNames[] = {{0x5301, "VLAN_ENABLE", 0},
+                                    {0x5302, "VLAN_DISABLE", 0},
+                                    {0x40045303, "PORT_VLAN_MEMBER_GET", 4},
+                                    {0x40045304, "PORT_VLAN_MEMBER_ADD", 4},
+                                    {0x40045305, "PORT_VLAN_MEMBER_DEL", 4},
+                                    {0xc0065306, "DEFAULT_TAG_GET", 6},
+                                    {0x40065307, "DEFAULT_TAG_SET", 6},
+                                    {0x40055308, "VLAN_FWD_MEMBER_GET", 5},
+                                    {0x4005530b, "VLAN_UNTAG_MEMBER_GET", 5},
+                                    {0x40055310, "VLAN_CLEAR", 5},
+                                    {0x40065311, "NON8021Q_FRAMES_SET", 6},
+                                    {0x40075312, "VLAN_ENTRY_SET", 7},
+                                    {0xc0325314, "PORT_STATS_GET", 50},
+                                    {0x5319, "LINK_STATUS_GET", 0},
+                                    {0xc006531e, "TRUST_MODE_SET", 6},
+                                    {0xc008531f, "QUEUE_SCHED_SET", 8},
+                                    {0xc0045320, "QOS_SET", 4},
+                                    {0xc0045321, "PAUSE_FRAME_SET", 4},
+                                    {0xc0075322, "RATE_LIMIT_SET", 7},
+                                    {0xc0055323, "COS_QUEUE_MAP_SET", 5}};
 
 // The interfaces of the gateway and their hardware addresses.
 int hardwareAddress(ifreq &request)
@@ -275,22 +274,16 @@ int salIoctl(int descriptor, unsigned int request, void *arg)
 {
     if (request == 0x8927) // SIOCGIFHWADDR
         return hardwareAddress(*static_cast<ifreq *>(arg));
-    std::string line = "ioctl ";
-    size_t size = 0;
-    const char *name = nullptr;
-    for (const IoctlName &known : ioctlNames) {
-        if (known.request == request) {
-            name = known.name;
-            size = known.size;
-        }
-    }
-    line += name != nullptr ? name : "unknown request " + std::to_string(request);
+    const auto known = std::find_if(std::begin(ioctlNames), std::end(ioctlNames),
+                                    [&](const IoctlName &one) { return one.request == request; });
+    if (known == std::end(ioctlNames))
+        return record("ioctl of unknown number " + std::to_string(request), -25);
+    std::string line = std::string("ioctl ") + known->name + " ";
     if (descriptor != 7)
-        line += " on " + std::to_string(descriptor);
-    line += ' ';
-    if (size == 0)
+        line += "on " + std::to_string(descriptor) + " ";
+    if (known->size == 0)
         line += std::to_string(reinterpret_cast<intptr_t>(arg));
-    for (size_t i = 0; i < size; ++i) {
+    for (size_t i = 0; i < known->size; ++i) {
         char hex[3];
         snprintf(hex, sizeof(hex), "%02x", static_cast<uint8_t *>(arg)[i]);
         line += hex;
