@@ -10,12 +10,15 @@
 #include "vlan/model.h"
 #include "vlan/vlan.h"
 
+#include <map>
 #include <set>
 #include <sqlite3.h>
 
 namespace fuzz {
 
 namespace {
+
+constexpr int32_t mostUsedId = 16; // inputs use ids up to this one more than others
 
 constexpr const char *path = "file:fuzz?mode=memory&cache=shared";
 
@@ -131,6 +134,20 @@ private:
             require(vlan.ownerSwitch == &sw, "a VLAN is in the list of its owner");
             require(vlan.vlanIndex > 0, "a VLAN has an index");
         }
+        lookUpCheck(sw);
+    }
+
+    // A look-up by id finds what a walk finds, also where it does not walk.
+    static void lookUpCheck(Switch &sw)
+    {
+        std::map<int32_t, SwitchVlan *> firsts;
+        for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList))
+            firsts.emplace(vlan.vlanId, &vlan);
+        for (const auto &[id, first] : firsts)
+            require(switchVlanByIdGet(&sw, id) == first, "a VLAN is found by its id");
+        for (int32_t id = -1; id <= mostUsedId; ++id)
+            require(firsts.count(id) == 1 || switchVlanByIdGet(&sw, id) == nullptr,
+                    "what is not listed is not found");
     }
 
     void portAdd(Switch &sw, SwitchPort &port)
