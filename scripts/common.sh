@@ -38,7 +38,7 @@ packages() {
 
 runPackages="g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev sqlite3
     bubblewrap gawk iproute2"
-testPackages="$runPackages libgtest-dev clang clang-tidy clang-format cppcheck
+testPackages="$runPackages python3 libgtest-dev clang clang-tidy clang-format cppcheck
     libclang-rt-14-dev abigail-tools binutils busybox-static"
 
 # Builds targets of a preset: build PRESET "TARGET..." [-DOPTION=VALUE...]. The

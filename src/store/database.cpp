@@ -45,6 +45,15 @@ extern "C" int swMgrDBDeinit(void)
     return 0;
 }
 
+bool databaseFileIsGone()
+{
+    int moved = 0;
+    // A database without a file cannot tell, and has none to lose.
+    return pDB != nullptr &&
+           sqlite3_file_control(pDB, "main", SQLITE_FCNTL_HAS_MOVED, &moved) == SQLITE_OK &&
+           moved != 0;
+}
+
 extern "C" char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows)
 {
     return sqlite3QueryResGet(pDB, /*reserved=*/nullptr, query, nCols, nRows);

@@ -25,3 +25,7 @@ SWMGR_API int swMgrDBDeinit(void);
 // port n. Numbers outside 0 to 31 set no bit. The text is taken apart.
 [[nodiscard]] SWMGR_API uint32_t str2num(char *list);
 }
+
+// Whether the file behind the connection was deleted or replaced since it was
+// opened: SQLite would go on reading the old one.
+[[nodiscard]] bool databaseFileIsGone();

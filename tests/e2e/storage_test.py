@@ -172,7 +172,7 @@ class Storage(GatewayTest):
         os.rename(aside, database)
         row_id = gateway.write(ADD, 77)
         self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.INSERT), -1)
-        self.check_log(gateway, f"rowId:{row_id} status=-1")
+        self.check_log(gateway, "was deleted or replaced", f"rowId:{row_id} status=-1")
         self.check_serving()
         self.assertEqual(gateway.stop(), 0)
         self.assertTrue(gateway.start())
