@@ -33,11 +33,12 @@ TEST_F(Events, rowsInsertedIntoEachTableAreApplied)
     gateway.addSwitches();
     gateway.addPorts();
     gateway.sql("insert into vlanEncapIf(vlanId, interfaceName, fwdMap) values(50, 'eth1', '1')");
-    for (const auto &[table, row] : {std::pair{"swGlobalCfg", 1},
-                                     {"swGlobalCfg", 2},
-                                     {"swPortConfig", 2},
-                                     {"swPortConfig", 6},
-                                     {"vlanEncapIf", 1}})
+    const std::pair<const char *, int> rows[] = {{"swGlobalCfg", 1},
+                                                 {"swGlobalCfg", 2},
+                                                 {"swPortConfig", 2},
+                                                 {"swPortConfig", 6},
+                                                 {"vlanEncapIf", 1}};
+    for (const auto &[table, row] : rows)
         EXPECT_EQ(0, dbEvent(table, 18, row));
     const std::string lines = platform::everything();
     EXPECT_LACKS(lines, "Failed ");
@@ -136,13 +137,10 @@ TEST_F(Events, aRowThatTheModelRefusesGivesItsResult)
     gateway.startFull();
     gateway.sql("insert into swGlobalCfg(switchName) values('PSE')");
     EXPECT_EQ(-22, dbEvent("swGlobalCfg", 18, 3));
-    EXPECT_LINES(platform::log(), R"(
-64 DBUpdate event: Table: swGlobalCfg opCode:18 rowId:3 processing \n
-64 Creating PSE Switch \n
+    EXPECT_HAS(platform::log(), R"(
 8 There is a switch created already for this name\n
 8 Failed to create switch configuration \n
 8 Failed to create new switch profile \n
-64 DBUpdate event: Table: swGlobalCfg opCode:18 rowId:3 status=-22\n
 )");
     vlanRequest(SW_CMD_VLAN_ADD, 10, "eth0", 0x2, 0);
     platform::everything();

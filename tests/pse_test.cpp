@@ -239,14 +239,15 @@ TEST_F(Engine, queuesAreCountedModesCodedAndWeightsExponents)
 {
     platform::answer("cmd tc_func set 0", 1, 2);
     platform::answer("queue_weight_func set 40", -4);
-    for (const auto &[sched, result] : {std::pair{SwCmdQueueSched{1, 4, 1, 1, 2, 4, 8}, 0},
-                                        {{3, 1, 0, 3, 16, 0, -5}, 0},
-                                        {{77, 2, 3, 1, 1, 1, 1}, 0}, // no such port
-                                        {{-1, 2, 3, 1, 1, 1, 31}, -4},
-                                        {{-1, 1, 3, 1, 1, 1, 1}, 1},
-                                        {{1, 3, 1, 1, 1, 1, 1}, -1},
-                                        {{1, 4, 2, 1, 1, 1, 1}, -1}})
-        EXPECT_EQ(result, pseQueueSchedConfigure(&sw, &sched));
+    const struct {
+        SwCmdQueueSched sched;
+        int result;
+    } cases[] = {{{1, 4, 1, 1, 2, 4, 8}, 0},  {{3, 1, 0, 3, 16, 0, -5}, 0},
+                 {{77, 2, 3, 1, 1, 1, 1}, 0}, {{-1, 2, 3, 1, 1, 1, 31}, -4},
+                 {{-1, 1, 3, 1, 1, 1, 1}, 1}, {{1, 3, 1, 1, 1, 1, 1}, -1},
+                 {{1, 4, 2, 1, 1, 1, 1}, -1}};
+    for (const auto &c : cases)
+        EXPECT_EQ(c.result, pseQueueSchedConfigure(&sw, &c.sched));
     EXPECT_LINES(platform::log(), R"(
 8 cmd (tc_func set 2) returned (0).\n
 8 cmd (queue_weight_func set 1 0 0 1 2 3) returned (0).\n

@@ -169,61 +169,6 @@ std::string padded(std::string text, size_t size)
     return text;
 }
 
-std::string eventFor(const std::string &table, char row, char opCode)
-{
-    return padded(table, 64) + padded({row}, 8) + padded({opCode}, 4) + padded("", 4);
-}
-
-const std::string vlanColumnNames =
-    "vlanId\0interfaceName\0LogicalIfName\0fwdMap\0untagMap\0ingressMap\0egressMap\0inSwitchOnly\0"s;
-const std::string oldVlan10 = vlanColumnNames + "10\0eth0\0\0"
-                                                "0,1\0"
-                                                "1\0\0\0"
-                                                "0\0"s;
-
-TEST_F(Swctl, aChangeIsWrittenAndAnnouncedWithTheOldValues)
-{
-    const auto module = service(0);
-    struct Case {
-        const char *arguments;
-        std::string row, data, buffer;
-    };
-    const Case cases[] = {
-        {"vlan add 20 --interface eth1 --ports 3,1-2 --untagged 2 --switch-only on",
-         "8|20|eth1|NULL|1,2,3|2|NULL|NULL|1\n", eventFor("vlanEncapIf", 8, 18), ""},
-        {"vlan set 10 --untagged '' --logical lan10", "7|10|eth0|lan10|0,1||NULL|NULL|0\n",
-         eventFor("vlanEncapIf", 7, 23), oldVlan10},
-        {"vlan set 20 --id 21", "8|21|eth1|NULL|1,2,3|2|NULL|NULL|1\n",
-         eventFor("vlanEncapIf", 8, 23),
-         vlanColumnNames + "20\0eth1\0\0"
-                           "1,2,3\0"
-                           "2\0\0\0"
-                           "1\0"s},
-        {"vlan delete 10", "8|21|eth1|NULL|1,2,3|2|NULL|NULL|1\n", eventFor("vlanEncapIf", 7, 9),
-         vlanColumnNames + "10\0eth0\0lan10\0"
-                           "0,1\0\0\0\0"
-                           "0\0"s},
-    };
-    for (const Case &expected : cases) {
-        const Result result = run(expected.arguments);
-        EXPECT_EQ(result.status, 0) << expected.arguments << result.err;
-        const std::vector<Message> messages = module->taken();
-        ASSERT_EQ(messages.size(), 1u);
-        EXPECT_EQ(messages[0].type, 4);
-        EXPECT_EQ(messages[0].data, expected.data);
-        EXPECT_EQ(messages[0].buffer, expected.buffer) << expected.arguments;
-        EXPECT_EQ(
-            sql("SELECT rowid, * FROM vlanEncapIf WHERE rowid = " + expected.row.substr(0, 1)),
-            expected.row);
-    }
-    EXPECT_EQ(run("switch add BCM --device /dev/bcm --vlan on --level 1").status, 0);
-    EXPECT_EQ(module->taken().at(0).data, eventFor("swGlobalCfg", 1, 18));
-    EXPECT_EQ(run("port add PSE 3 --map BCM:4 --trust-mode 2").status, 0);
-    EXPECT_EQ(module->taken().at(0).data, eventFor("swPortConfig", 1, 18));
-    EXPECT_EQ(sql("SELECT switchName, portNumber, phyDevice, trustMode FROM swPortConfig"),
-              "PSE|3|BCM:4|2\n");
-}
-
 constexpr const char *changes[] = {"vlan add 20 --ports 1", "vlan set 10 --ports 4 --logical x",
                                    "vlan delete 10", "port add PSE 1", "switch add PSE --level 2"};
 
@@ -343,7 +288,6 @@ TEST_F(Swctl, requestsCarryTheirRecords)
         {"queues --port all --queues 2 --mode 3 --weights 1,2,4,8", 48,
          pse + "\xff\xff\xff\xff\2\0\0\0\3\0\0\0\1\0\0\0\2\0\0\0\4\0\0\0\x08"s, 1364, ""},
         {"qos on", 47, pse + "\1", 1364, ""},
-        {"pause-frames off", 49, pse, 1364, ""},
         {"vlan-mode on", 33, pse + "\1", 1364, ""},
         {"snooping --mld on", 57, pse + "\1", 1364, ""},
         {"bandwidth eth1 100000 50 --event 25", 5, padded("eth1", 132) + "\x19", 1132, bandwidth},
