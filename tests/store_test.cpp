@@ -61,7 +61,7 @@ struct Row {
     explicit Row(std::vector<std::string> cells)
         : texts(std::move(cells)), columns(static_cast<int>(texts.size() / 2))
     {
-        for (const size_t first : {0, 1}) {
+        for (const size_t first : {0u, 1u}) {
             for (size_t i = first; i < texts.size(); i += 2)
                 table.push_back(texts[i] == "-" ? nullptr : texts[i].data());
         }
