@@ -43,7 +43,8 @@ int misused(const char *why)
 
 bool linkDown(chip::Model &model, const char *port)
 {
-    if (std::strlen(port) != 1 || port[0] < '0' || port[0] >= '0' + chip::portCount)
+    if (port == nullptr || std::strlen(port) != 1 || port[0] < '0' ||
+        port[0] >= '0' + chip::portCount)
         return false;
     model.ports[static_cast<size_t>(port[0] - '0')].linkStatus = 0;
     return true;

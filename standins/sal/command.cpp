@@ -20,8 +20,6 @@
 #define SYS_pidfd_open 434 // the same on every architecture
 #endif
 
-extern char **environ;
-
 namespace {
 
 constexpr size_t maxPlainLine = 1024; // longer lines go to the shell

@@ -82,10 +82,11 @@ int openSimulated(const char *path)
 {
     struct sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    if (strlen(path) >= sizeof(address.sun_path)) {
+    const size_t length = strlen(path);
+    if (length >= sizeof(address.sun_path)) {
         return -ENAMETOOLONG;
     }
-    strcpy(address.sun_path, path);
+    memcpy(address.sun_path, path, length);
     const int fd = connectDevice(address);
     if (fd > 0) {
         remember(fd, address);

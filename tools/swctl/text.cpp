@@ -14,14 +14,14 @@ namespace {
 size_t sequenceLength(std::string_view text, uint32_t &codePoint)
 {
     struct Form {
-        unsigned char mask, lead; // what the first byte shows
         size_t length;            // bytes
         uint32_t least;           // smallest code point that needs this form
+        unsigned char mask, lead; // what the first byte shows
     };
-    static constexpr Form forms[] = {{0x80, 0x00, 1, 0},
-                                     {0xe0, 0xc0, 2, 0x80},
-                                     {0xf0, 0xe0, 3, 0x800},
-                                     {0xf8, 0xf0, 4, 0x10000}};
+    static constexpr Form forms[] = {{1, 0, 0x80, 0x00},
+                                     {2, 0x80, 0xe0, 0xc0},
+                                     {3, 0x800, 0xf0, 0xe0},
+                                     {4, 0x10000, 0xf8, 0xf0}};
     const auto lead = static_cast<unsigned char>(text[0]);
     for (const Form &form : forms) {
         if ((lead & form.mask) != form.lead)
