@@ -35,9 +35,9 @@ TEST_F(LogTest, aRecordGoesToModule20WithItsTerminatorCounted)
     swMgrDebug("pre ", SWMGR_LOG_INFO, nullptr, 0, "%s%d", "abcd", 25);
     const platform::LogSent &sent = platform::lastLog();
     EXPECT_EQ(pSwMgrRelayCtx, sent.ctx);
-    EXPECT_EQ(
-        (std::vector{20, 32, 40, 2, 0, 0}),
-        (std::vector{sent.module, sent.type, sent.recordLength, sent.mode, sent.arg1, sent.arg2}));
+    EXPECT_EQ((std::vector{20, 32, 40, 2, 0, 0}),
+              (std::vector{sent.module, sent.type, int(sent.record.size()), sent.mode, sent.arg1,
+                           sent.arg2}));
     platform::Bytes record(40, 0);
     record[0] = 103;
     record[4] = 64;

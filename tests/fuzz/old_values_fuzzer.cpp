@@ -1,6 +1,9 @@
 // The old values of a row that was deleted or changed: any block of bytes.
 #include "service.h"
 
+#include "support/requests.h"
+#include "swmgr/swmgr_client.h"
+
 using namespace fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
@@ -11,6 +14,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
     const Table &table = tableOf(input);
     const int32_t kind = input.pick(kinds);
     const auto rowId = static_cast<int64_t>(input.below(8));
-    service.eventSend(table, kind, rowId, input.rest());
+    service.check(dbEvent(table.name, kind, rowId, input.rest()));
     return 0;
 }

@@ -4,6 +4,6 @@ extern "C" const char *__asan_default_options();
 
 extern "C" const char *__asan_default_options()
 {
-    return "quarantine_size_mb=4:malloc_context_size=12:max_malloc_fill_size=64:"
+    return "quarantine_size_mb=4:malloc_context_size=3:max_malloc_fill_size=64:"
            "detect_stack_use_after_return=1";
 }

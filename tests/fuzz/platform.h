@@ -1,12 +1,8 @@
-// A platform in the fuzz program: nothing happens, every call is looked at, and
-// the input decides which calls fail.
+// The recording platform in a fuzz program: every call is looked at, and the
+// input decides which calls fail.
 #pragma once
 
-#include "platform/relay.h"
-
-#include <cstddef>
 #include <cstdint>
-#include <map>
 
 namespace fuzz {
 
@@ -20,24 +16,11 @@ struct Fault {
 
 void faultArm(const Fault &fault);
 
-// What files hold and what the driver writes into records, until changed.
-void fileTextSet(const char *text);
-void driverByteSet(uint8_t byte);
+// From here on calls are checked and blocks are known; blocksFree ends that.
+void watchBegin();
+void blocksFree(); // also those that the service keeps for the life of a process
 
-// The handler that the service registered.
-RelayHandler registeredHandler();
-
-// Blocks that the service has allocated and not freed, with their sizes, from
-// blocksForget on.
-const std::map<void *, size_t> &blocksHeld();
-void blocksForget();
-void blocksFree();
-
-// Files that are open.
-int filesOpen();
-
-// From now on the shell gets no line but those that it has got already.
+// The shell has got the few lines that it ever gets. From now on no other.
 void shellLinesFreeze();
-size_t shellLinesSeen();
 
 } // namespace fuzz

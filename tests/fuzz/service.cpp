@@ -4,21 +4,19 @@
 #include "platform.h"
 #include "platform/list_of.h"
 #include "service/reload.h"
-#include "switch/model.h"
+#include "support/invariants.h"
+#include "support/platform.h"
+#include "support/requests.h"
 #include "switch/registry.h"
 #include "swmgr/swmgr.h"
-#include "vlan/model.h"
+#include "swmgr/swmgr_client.h"
 #include "vlan/vlan.h"
 
-#include <map>
-#include <set>
 #include <sqlite3.h>
 
 namespace fuzz {
 
 namespace {
-
-constexpr int32_t mostUsedId = 16; // inputs use ids up to this one more than others
 
 constexpr const char *path = "file:fuzz?mode=memory&cache=shared";
 
@@ -71,21 +69,13 @@ void databaseOpen()
     databaseFill();
 }
 
-int pauseFramesSend(Service &service, int32_t on)
-{
-    SwMgrSwitchCmdRequest body{};
-    memcpy(body.switchName, "PSE", sizeof("PSE"));
-    memcpy(body.payload, &on, sizeof(on));
-    return service.request(SW_CMD_PAUSE_FRAME, bytesOf(body));
-}
-
 // Once: lets the service say every line that it ever gives to a shell.
 void shellLinesLearn()
 {
     Service service;
-    require(pauseFramesSend(service, 0) == 0, "pause frames are switched off");
-    require(pauseFramesSend(service, 1) == 0, "pause frames are switched on");
-    require(shellLinesSeen() == 6, "three registers are set and cleared");
+    for (const int32_t on : {0, 1})
+        require(switchRequest("PSE", SW_CMD_PAUSE_FRAME, bytesOf(on)) == 0,
+                "pause frames are switched");
     shellLinesFreeze();
 }
 
@@ -99,86 +89,20 @@ void setUpOnce()
     shellLinesLearn();
 }
 
-// The blocks that can be reached from the list of switches.
-class Reached {
-public:
-    Reached()
-    {
-        for (Switch &sw : ListOf<Switch>(switchTbl))
-            switchAdd(sw);
-    }
-
-    [[nodiscard]] bool has(void *block) const { return blocks.count(block) == 1; }
-
-private:
-    void add(void *block) { require(blocks.insert(block).second, "an object is in one list only"); }
-
-    void switchAdd(Switch &sw)
-    {
-        add(&sw);
-        require(sw.lowerLvlCfgEnable == 1, "a switch hands commands on");
-        require(sw.configFunc != nullptr, "a switch has its backend");
-        require(names.insert(sw.switchName).second, "a switch's name is its own");
-        for (SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(sw.lowerLvlSwitchList)) {
-            add(&node);
-            require(node.lower != &sw, "a switch is not below itself");
-        }
-        std::set<int32_t> numbers;
-        for (SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {
-            portAdd(sw, port);
-            require(numbers.insert(port.portNumber).second, "a port's number is its own");
-            require(indices.insert(port.portIndex).second, "a port's index is its own");
-        }
-        for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
-            add(&vlan);
-            require(vlan.ownerSwitch == &sw, "a VLAN is in the list of its owner");
-            require(vlan.vlanIndex > 0, "a VLAN has an index");
-        }
-        lookUpCheck(sw);
-    }
-
-    // A look-up by id finds what a walk finds, also where it does not walk.
-    static void lookUpCheck(Switch &sw)
-    {
-        std::map<int32_t, SwitchVlan *> firsts;
-        for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList))
-            firsts.emplace(vlan.vlanId, &vlan);
-        for (const auto &[id, first] : firsts)
-            require(switchVlanByIdGet(&sw, id) == first, "a VLAN is found by its id");
-        for (int32_t id = -1; id <= mostUsedId; ++id)
-            require(firsts.count(id) == 1 || switchVlanByIdGet(&sw, id) == nullptr,
-                    "what is not listed is not found");
-    }
-
-    void portAdd(Switch &sw, SwitchPort &port)
-    {
-        add(&port);
-        require(port.ownerSwitch == &sw, "a port is in the list of its owner");
-        for (SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(port.mappedList)) {
-            add(&node);
-            require(node.mapped->ownerSwitch != &sw, "a port is mapped onto another switch");
-        }
-    }
-
-    std::set<void *> blocks;
-    std::set<std::string> names;
-    std::set<uint32_t> indices;
-};
-
 } // namespace
 
 Service::Service()
 {
     setUpOnce();
     faultArm({0, 0, 0});
-    fileTextSet("512.34 1000.00\n");
-    driverByteSet(0);
+    platform::answerAsUsual();
+    platform::fileContent("/proc/uptime", "512.34 1000.00\n");
     swMgrDevDebug = 0;
     swMgrForeground = 0;
-    blocksForget();
+    watchBegin();
     require(swMgrInit(path) == 0, "the service starts");
     require(switchVlanByIdGet(switchByNameGet("PSE"), 100) != nullptr, "the VLANs are loaded");
-    invariantsCheck();
+    check(0);
 }
 
 Service::~Service()
@@ -191,17 +115,11 @@ Service::~Service()
         databaseFill();
 }
 
-int Service::request(int type, const std::string &data, const std::string &reply)
+int Service::check(int status) const
 {
-    RelayMsgHdr header{0, 55, 0, 0, 1};
-    const Block dataBlock(data);
-    const Block replyBlock(reply);
-    auto replyLen = static_cast<uint32_t>(reply.size());
-    const int status =
-        registeredHandler()(nullptr, &header, type, dataBlock.data(), static_cast<int>(data.size()),
-                            reply.empty() ? nullptr : replyBlock.data(), &replyLen);
     require(status <= 0, "a status is 0 or negative");
-    invariantsCheck();
+    const std::string broken = brokenInvariant(abandoned);
+    require(broken.empty(), broken.c_str());
     return status;
 }
 
@@ -231,65 +149,40 @@ void Service::rowDelete(const Table &table, int64_t rowId)
     sql("delete from " + std::string(table.name) + " where rowid = " + std::to_string(rowId));
 }
 
-int Service::eventSend(const Table &table, int32_t opCode, int64_t rowId,
-                       const std::string &oldValues)
-{
-    SwMgrDbEvent event{};
-    memcpy(event.tableName, table.name, strlen(table.name));
-    event.rowId = rowId;
-    event.opCode = opCode;
-    return request(SWMGR_MSG_DB_EVENT, bytesOf(event), oldValues);
-}
-
 void Service::reload()
 {
     if (reloaded)
         return;
     reloaded = true;
     const int status = swMgrCfgReload();
-    require(status <= 0, "a status is 0 or negative");
     // The objects from before live on by contract, though nothing leads to them.
-    const Reached reached;
-    for (const auto &[block, size] : blocksHeld()) {
-        if (!reached.has(block))
-            abandoned.insert(block);
-    }
-    invariantsCheck();
-}
-
-void Service::invariantsCheck() const
-{
-    const Reached reached;
-    // A switch that could not be set up is kept, though nothing lists it.
-    for (const auto &[block, size] : blocksHeld())
-        require(reached.has(block) || size == sizeof(Switch) || abandoned.count(block) == 1,
-                "a block that is held is reachable");
-    require(filesOpen() == 0, "no file stays open");
+    abandoned.merge(unreachedBlocks());
+    check(status);
 }
 
 // Whatever happened, the next well-formed requests are served.
 void Service::additionCheck()
 {
-    Switch *top = switchAtTopLevelGet();
-    SwMgrVlanRequest body{};
-    body.vlan.vlanId = 4001;
-    const auto isListed = [&body](Switch &sw) {
-        return switchVlanByIdGet(&sw, body.vlan.vlanId) != nullptr;
+    const bool served = switchAtTopLevelGet() != nullptr;
+    int32_t id = 4001;
+    const auto listing = [&id] {
+        int count = 0;
+        for (Switch &sw : ListOf<Switch>(switchTbl))
+            count += switchVlanByIdGet(&sw, id) != nullptr ? 1 : 0;
+        return count;
     };
-    for (Switch &sw : ListOf<Switch>(switchTbl)) {
-        while (isListed(sw))
-            ++body.vlan.vlanId;
-    }
-    memcpy(body.vlan.interfaceName, "eth1", sizeof("eth1"));
-    body.vlan.fwdMap = 0xe;
-    body.vlan.untagMap = 0x2;
-    const int expected = top != nullptr ? 0 : -22;
-    require(request(SW_CMD_VLAN_ADD, bytesOf(body)) == expected, "an addition is answered");
-    for (Switch &sw : ListOf<Switch>(switchTbl))
-        require(isListed(sw) == (top != nullptr), "an added VLAN is in every switch");
-    require(request(SW_CMD_VLAN_DELETE, bytesOf(body)) == expected, "a deletion is answered");
-    for (Switch &sw : ListOf<Switch>(switchTbl))
-        require(!isListed(sw), "a deleted VLAN is in no switch");
+    int switches = 0;
+    for ([[maybe_unused]] Switch &sw : ListOf<Switch>(switchTbl))
+        ++switches;
+    while (listing() != 0)
+        ++id;
+    const int expected = served ? 0 : -22;
+    require(check(vlanRequest(SW_CMD_VLAN_ADD, id, "eth1", 0xe, 0x2)) == expected,
+            "an addition is answered");
+    require(listing() == (served ? switches : 0), "an added VLAN is in every switch");
+    require(check(vlanRequest(SW_CMD_VLAN_DELETE, id, "eth1", 0, 0)) == expected,
+            "a deletion is answered");
+    require(listing() == 0, "a deleted VLAN is in no switch");
 }
 
 } // namespace fuzz

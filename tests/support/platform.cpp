@@ -1,5 +1,4 @@
-// Defines the symbols of the platform seam, and of the C library where the
-// seam runs through it.
+// Defines the symbols of the platform seam, but for those in process.cpp.
 #include "support/platform.h"
 
 #include "platform/sal.h"
@@ -11,6 +10,8 @@
 #include <deque>
 #include <map>
 #include <net/if.h>
+#include <sstream>
+#include <utility>
 
 namespace {
 
@@ -23,10 +24,10 @@ struct Rule {
 };
 
 struct State {
-    std::vector<std::string> lines;
+    std::string lines; // with a line break after each
     std::vector<Rule> rules;
     std::map<std::string, std::string> files{{"/proc/uptime", "512.34 1000.00\n"}};
-    std::map<FILE *, std::string> written; // open for writing: path
+    std::map<FILE *, std::string> open; // and the path of each
     std::deque<std::function<void()>> bodies;
     platform::Intercept hook;
     platform::LogSent sent{};
@@ -39,11 +40,15 @@ State &state()
     return *one;
 }
 
-std::string shown(std::string text)
+void append(std::string &lines, const std::string &line)
 {
-    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2)
-        text.replace(at, 1, "\\n");
-    return text;
+    for (const char c : line) {
+        if (c == '\n')
+            lines += "\\n";
+        else
+            lines += c;
+    }
+    lines += '\n';
 }
 
 int record(const std::string &line, int result, platform::Bytes *reply = nullptr)
@@ -51,7 +56,7 @@ int record(const std::string &line, int result, platform::Bytes *reply = nullptr
     State &s = state();
     // Memory and SQLite's own calls can fail but are no visible behaviour.
     if (line != "calloc" && line.rfind("sqlite3_", 0) != 0)
-        s.lines.push_back(shown(line));
+        append(s.lines, line);
     for (Rule &rule : s.rules) {
         if (line.find(rule.match) == std::string::npos ||
             (rule.nth != 0 && ++rule.seen != rule.nth))
@@ -64,18 +69,16 @@ int record(const std::string &line, int result, platform::Bytes *reply = nullptr
     return s.hook ? s.hook(line, result) : result;
 }
 
-std::string taken(const std::function<std::string(const std::string &)> &shape)
+// Takes the lines that are of the log, or that are not.
+std::string taken(bool ofLog)
 {
-    std::string out;
-    for (const std::string &line : state().lines)
-        out += shape(line);
-    state().lines.clear();
-    return out;
-}
-
-bool isLog(const std::string &line)
-{
-    return line.rfind("log ", 0) == 0;
+    std::string text;
+    std::istringstream lines(platform::everything());
+    for (std::string line; std::getline(lines, line);) {
+        if (line.starts_with("log ") == ofLog)
+            text += line.substr(ofLog ? 4 : 0) + "\n";
+    }
+    return text;
 }
 
 struct IoctlName {
@@ -139,15 +142,19 @@ void answerAsUsual()
 }
 std::string everything()
 {
-    return taken([](const std::string &line) { return line + "\n"; });
+    return std::exchange(state().lines, "");
 }
 std::string hardware()
 {
-    return taken([](const std::string &line) { return isLog(line) ? "" : line + "\n"; });
+    return taken(false);
 }
 std::string log()
 {
-    return taken([](const std::string &line) { return isLog(line) ? line.substr(4) + "\n" : ""; });
+    return taken(true);
+}
+void forget()
+{
+    state().lines.clear();
 }
 const LogSent &lastLog()
 {
@@ -159,6 +166,10 @@ void fileContent(const std::string &path, const std::string &content)
         state().files.erase(path);
     else
         state().files[path] = content;
+}
+int filesOpen()
+{
+    return static_cast<int>(state().open.size());
 }
 void onListen(std::function<void()> body)
 {
@@ -222,11 +233,17 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
     auto *bytes = static_cast<uint8_t *>(data);
     int32_t level = 0;
     memcpy(&level, bytes + 4, sizeof(level));
-    const std::string text(static_cast<char *>(buf));
-    state().sent = {ctx,  destModule, requestType, dataLen,
-                    mode, arg1,       arg2,        platform::Bytes(bytes, bytes + dataLen),
-                    text, *bufLen};
-    return record("log " + std::to_string(level) + " " + text, 0);
+    platform::LogSent &sent = state().sent;
+    sent.ctx = ctx;
+    sent.module = destModule;
+    sent.type = requestType;
+    sent.mode = mode;
+    sent.arg1 = arg1;
+    sent.arg2 = arg2;
+    sent.record.assign(bytes, bytes + dataLen);
+    sent.text = static_cast<char *>(buf);
+    sent.length = *bufLen;
+    return record("log " + std::to_string(level) + " " + sent.text, 0);
 }
 
 void salListInit(SalList *list)
@@ -291,7 +308,7 @@ int salIoctl(int descriptor, unsigned int request, void *arg)
     platform::Bytes reply;
     const int result = record(line, 0, &reply);
     if (!reply.empty())
-        memcpy(arg, reply.data(), reply.size());
+        memcpy(arg, reply.data(), std::min(reply.size(), known->size));
     return result;
 }
 
@@ -307,12 +324,11 @@ FILE *salFileOpen(const char *path, const char *mode)
     const bool reading = *mode == 'r';
     const auto found = s.files.find(path);
     const bool there = !reading || found != s.files.end();
-    if (record(std::string("file ") + path + " " + mode, there ? 0 : -1) < 0)
+    if (record(std::string("file ") + path + " " + mode, there ? 0 : -1) < 0 || !there)
         return nullptr;
-    if (reading)
-        return fmemopen(found->second.data(), found->second.size(), "r");
-    FILE *stream = fopen("/dev/null", "w");
-    s.written[stream] = path;
+    FILE *stream = reading ? fmemopen(found->second.data(), found->second.size(), "r")
+                           : fopen("/dev/null", "w");
+    s.open[stream] = path;
     return stream;
 }
 
@@ -325,13 +341,13 @@ int salFilePrintf(FILE *stream, const char *format, ...)
     va_end(arguments);
     if (stream == stderr)
         return record(std::string("stderr [") + format + "] " + text, 1);
-    const int result = record("write " + state().written[stream] + " " + text, 1);
+    const int result = record("write " + state().open[stream] + " " + text, 1);
     return result < 0 ? result : fputs(text, stream);
 }
 
 int salFileClose(FILE *stream)
 {
-    state().written.erase(stream);
+    state().open.erase(stream);
     fclose(stream);
     return record("file closed", 0);
 }
@@ -348,12 +364,7 @@ int socket(int domain, int type, int protocol)
                   9);
 }
 
-int system(const char *command)
-{
-    return record(std::string("system ") + command, 0);
-}
-
-int platformMemoryCall(const char *line, int result) // support/memory.cpp reports here
+int platformProcessCall(const char *line, int result) // support/process.cpp reports here
 {
     return record(line, result);
 }

@@ -15,23 +15,25 @@ namespace platform {
 using Bytes = std::vector<uint8_t>;
 
 // Answers the calls whose line contains `match` with `result`: all of them, or
-// only the nth (from 1). `reply` is copied over the record of an ioctl.
+// only the nth (from 1). `reply` is copied over the record of an ioctl,
+// as far as it reaches.
 void answer(const std::string &match, int result, int nth = 0, Bytes reply = {});
 
 // Forgets the scripted answers; calls get their defaults again.
 void answerAsUsual();
 
-// The lines recorded since the last call of any of the three, one per call:
+// The lines recorded since the last call of any of these, one per call:
 // everything, everything but the log, or "LEVEL TEXT" of the log alone. A line
 // break inside a text shows as \n.
 std::string everything();
 std::string hardware();
 std::string log();
+void forget();
 
 // The records of the log with all their bytes: what relayIoctl received last.
 struct LogSent {
     RelayCtx *ctx;
-    int module, type, recordLength, mode, arg1, arg2;
+    int module, type, mode, arg1, arg2;
     Bytes record;
     std::string text;
     uint32_t length;
@@ -60,6 +62,9 @@ struct Block {
 };
 std::vector<Block> blocksHeld();
 bool blocksAreTracked();
+
+// Files that the library has opened and not closed.
+int filesOpen();
 
 // Result tables and query texts that the library has not released.
 int sqliteHeld();

@@ -1,5 +1,6 @@
-// SQLite and the allocator as the library sees them: real, but each call can be
-// made to fail, and what the library has not given back is known.
+// SQLite, the allocator and the shell as the library sees them: the first two are
+// real, but each call can be made to fail, and what the library has not given
+// back is known.
 #include "support/platform.h"
 
 #include "platform/database.h"
@@ -19,7 +20,7 @@
 #endif
 #endif
 
-extern "C" int platformMemoryCall(const char *line, int result);
+extern "C" int platformProcessCall(const char *line, int result);
 
 namespace {
 
@@ -117,7 +118,7 @@ const char *__lsan_default_suppressions(void)
 void *calloc(size_t count, size_t size)
 {
     static auto real = next<void *(*)(size_t, size_t)>("calloc");
-    if (fromLibrary(__builtin_return_address(0)) && platformMemoryCall("calloc", 0) < 0)
+    if (fromLibrary(__builtin_return_address(0)) && platformProcessCall("calloc", 0) < 0)
         return nullptr;
     return real(count, size);
 }
@@ -130,7 +131,7 @@ void *calloc(size_t count, size_t size)
     if (!fromLibrary(__builtin_return_address(0)))
         return __libc_calloc(count, size);
     busy = true;
-    const bool fails = platformMemoryCall("calloc", 0) < 0;
+    const bool fails = platformProcessCall("calloc", 0) < 0;
     void *block = fails ? nullptr : __libc_calloc(count, size);
     if (block != nullptr)
         blocks()[block] = count * size;
@@ -155,13 +156,13 @@ int sqlite3_open(const char *path, sqlite3 **db)
     const int status = real(path, db);
     if (!fromLibrary(__builtin_return_address(0)))
         return status;
-    return platformMemoryCall("sqlite3_open", status);
+    return platformProcessCall("sqlite3_open", status);
 }
 
 char *sqlite3_mprintf(const char *format, ...)
 {
     const bool ours = fromLibrary(__builtin_return_address(0));
-    if (ours && platformMemoryCall("sqlite3_mprintf", 0) < 0)
+    if (ours && platformProcessCall("sqlite3_mprintf", 0) < 0)
         return nullptr;
     va_list arguments;
     va_start(arguments, format);
@@ -191,12 +192,17 @@ char **sqlite3QueryResGet(sqlite3 *db, void *reserved, const char *sql, int *col
 {
     char **table = nullptr;
     const std::string line = std::string("query ") + sql + (reserved == nullptr ? "" : " reserved");
-    if (platformMemoryCall(line.c_str(), 0) < 0)
+    if (platformProcessCall(line.c_str(), 0) < 0)
         return nullptr;
     if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK)
         return nullptr;
     sqliteBlocks().insert(table);
     return table;
+}
+
+int system(const char *command)
+{
+    return platformProcessCall((std::string("system ") + command).c_str(), 0);
 }
 
 int sqliteBusyHandler(void *, int)
