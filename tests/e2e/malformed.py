@@ -36,78 +36,52 @@ def unanswered():
     yield "a post that is refused", frame(POST, DB_EVENT, bytes(79))
 
 
-def events():
+def requests():
+    """Well-formed messages whose content is wrong: (what, type, data, reply buffer, answer).
+    One of each kind; the tests of the library have the variants."""
     def event(what, answer, table, row_id, op_code, block=b""):
         return what, DB_EVENT, db_event(table, row_id, op_code), block, answer
 
-    for length in (0, 1, 79, 81, 1364):
-        yield f"an event of {length} bytes", DB_EVENT, bytes(length), b"", FAILED
-    yield event("an empty table name", FAILED, "", 1, INSERT)
-    yield event("a table name without end", FAILED, "v" * 64, 1, INSERT)
-    for name in ("vlanEncapIf;", "vlanEncapIf--", "vlanEncapIf WHERE 1", "main.vlanEncapIf",
-                 "vlanEncapIf'", "(SELECT 1)", b"vlanEncapIf\n", b"\xff\xfe"):
-        yield event(f"the table name {name}", FAILED, name, 1, INSERT)
+    def command(what, answer, code, payload=b"", name=b"PSE"):
+        return what, code, switch_command(name, payload), b"", answer
+
+    hostile = b"eth0;reboot"
+    yield "a short event", DB_EVENT, bytes(79), b"", FAILED
+    yield event("a table name without end", FAILED, b"v" * 64, 1, INSERT)
     yield event("a table that is not there", FAILED, "audit", 1, INSERT)
     yield event("a table of no interest", DONE, "sqlite_master", 1, INSERT)
-    yield event("a table in other letters", DONE, "SWGLOBALCFG", 1, INSERT)
-    yield event("a row that is not there", FAILED, "vlanEncapIf", UNKNOWN_ROW, INSERT)
     yield event("a row id beyond 32 bits", FAILED, "vlanEncapIf", (1 << 32) + UNKNOWN_ROW, INSERT)
-    yield event("a negative row id", FAILED, "vlanEncapIf", -1, INSERT)
-    for op_code in (0, -1, 19, 0x7FFFFFFF):
-        yield event(f"kind of change {op_code}", FAILED, "swGlobalCfg", 1, op_code)
+    yield event("an unknown kind of change", FAILED, "swGlobalCfg", 1, 19)
     for table, again in (("swGlobalCfg", INVALID), ("swPortConfig", FAILED)):
         yield event(f"an update of {table}", FAILED, table, 1, UPDATE)
         yield event(f"a deletion from {table}", FAILED, table, 1, DELETE, b"a\0001\0")
         yield event(f"a second {table}", again, table, 1, INSERT)
-    for what, block in (("old values without end", b"vlanId\00010"),
-                        ("three old values", b"vlanId\0fwdMap\00010\0"),
-                        ("old values that are names only", b"vlanId\0")):
-        yield event(f"a deletion with {what}", FAILED, "vlanEncapIf", 1, DELETE, block)
+    yield event("old values without end", FAILED, "vlanEncapIf", 1, DELETE, b"vlanId\00010")
     yield event("a deletion with a hostile name", INVALID, "vlanEncapIf", 1, DELETE,
-                b"vlanId\0interfaceName\0" b"77\0eth0;reboot\0")
+                b"vlanId\0interfaceName\0" b"77\0" + hostile + b"\0")
     yield event("a deletion without old values", DONE, "vlanEncapIf", 1, DELETE)
 
-    for length in (0, 132, 1131, 1133):
-        yield (f"an interface event of {length} bytes", INTERFACE_EVENT,
-               interface_event(b"eth1", 22, length), bandwidth(1000, 50), FAILED)
-    for code in (0, 23, 0xFFFFFFFF):
-        yield (f"interface event {code}", INTERFACE_EVENT, interface_event(b"eth1", code),
-               bandwidth(1000, 50), UNSUPPORTED)
-    for length in (0, 1, 43):
-        yield (f"a bandwidth of {length} bytes", INTERFACE_EVENT,
-               interface_event(b"e" * 132, 22), bandwidth(1000, 50)[:length], FAILED)
+    eth1 = interface_event(b"eth1", 22)
+    yield "a short interface event", INTERFACE_EVENT, eth1[:-1], bandwidth(1000, 50), FAILED
+    yield ("an unknown interface event", INTERFACE_EVENT, interface_event(b"eth1", 23),
+           bandwidth(1000, 50), UNSUPPORTED)
+    yield "a short bandwidth", INTERFACE_EVENT, eth1, bandwidth(1000, 50)[:43], FAILED
 
-
-def commands():
     for code in (VLAN_ADD, VLAN_DELETE):
-        for length in (0, 63, 64, 1363):
-            yield (f"VLAN request {code} of {length} bytes", code, bytes(length), b"", INVALID)
-        for name in (b"eth0;reboot", b"$(reboot)", b"`reboot`", b"eth0\nreboot", b"a b", b"\xff"):
-            yield f"VLAN request {code} on {name}", code, vlan_request(77, name), b"", INVALID
-    for length in (0, 63, 64, 1363):
-        yield (f"a command of {length} bytes", 47, switch_command(b"PSE", b"\1")[:length], b"",
-               INVALID)
-    for name in (b"", b"pse", b"XYZ", b"PSE;", b"P" * 64):
-        yield f"a command for {name}", 47, switch_command(name, b"\1"), b"", FAILED
-    for code in (34, 35, 41):
-        for name in (b"PSE", b"BCM"):
-            yield (f"command {code} for {name}", code, switch_command(name, b"\xff" * 1300),
-                   b"", INVALID)
-    yield "a trust mode", 51, switch_command(b"PSE", bytes(8)), b"", INVALID
-    yield "802.1Q mode 2", 33, switch_command(b"BCM", b"\2"), b"", FAILED
-    yield "a limit for an unknown port", 50, switch_command(b"PSE", b"\x63"), b"", FAILED
+        yield f"a short VLAN request {code}", code, bytes(1363), b"", INVALID
+        yield f"VLAN request {code} on {hostile}", code, vlan_request(77, hostile), b"", INVALID
+    yield "a short command", 47, switch_command(b"PSE")[:1363], b"", INVALID
+    yield command("a switch name without end", FAILED, 47, b"\1", b"P" * 64)
+    for code, name in ((34, b"BCM"), (35, b"PSE"), (41, b"BCM"), (51, b"PSE")):
+        yield command(f"command {code}", INVALID, code, b"\xff" * 1300, name)
+    yield command("802.1Q mode 2", FAILED, 33, b"\2", b"BCM")
+    yield command("a limit for an unknown port", FAILED, 50, b"\x63")
     # The engine refuses these; what is answered comes from the chip, which
     # has no such commands and says that all is well.
-    yield "QoS 2", 47, switch_command(b"PSE", b"\2"), b"", DONE
-    yield "three queues", 48, switch_command(b"PSE", b"\1\0\0\0\3"), b"", DONE
-    yield "limit command 9", 50, switch_command(b"PSE", b"\1\0\0\0\x09"), b"", DONE
-    for code in (-2147483648, -1, 0, 3, 32, 46, 60, 2147483647):
-        yield f"command {code}", code, switch_command(b"PSE", b"\xff" * 1300), b"", DONE
-
-
-def requests():
-    yield from events()
-    yield from commands()
+    yield command("QoS 2", DONE, 47, b"\2")
+    yield command("three queues", DONE, 48, b"\1\0\0\0\3")
+    for code in (-2147483648, 0, 60):
+        yield command(f"command {code}", DONE, code, b"\xff" * 1300)
 
 
 def everything():
