@@ -1,5 +1,5 @@
-// The platform's symbols, doing as little as their contracts allow. Lists and
-// queries are real: the library cannot work without them.
+// The platform's symbols, doing as little as their contracts allow. Lists are
+// the stand-in's, queries are real: the library cannot work without them.
 #include "null_platform.h"
 
 #include "platform/database.h"
@@ -43,31 +43,6 @@ int relayIoctl(RelayCtx *, int, int, void *, int, void *, uint32_t *, int, int, 
 {
     ++platformCalls.logRecords;
     return 0;
-}
-
-void salListInit(SalList *list)
-{
-    *list = {nullptr, nullptr};
-}
-SalListLink *salListFirst(SalList *list)
-{
-    return list->first;
-}
-SalListLink *salListNext(SalListLink *link)
-{
-    return link->next;
-}
-void salListNodeAppend(SalList *list, SalListLink *link)
-{
-    link->next = nullptr;
-    link->prev = list->last;
-    (list->last != nullptr ? list->last->next : list->first) = link;
-    list->last = link;
-}
-void salListNodeRemove(SalList *list, SalListLink *link)
-{
-    (link->prev != nullptr ? link->prev->next : list->first) = link->next;
-    (link->next != nullptr ? link->next->prev : list->last) = link->prev;
 }
 
 int salOpen(const char *, int, int)

@@ -6,6 +6,9 @@
 #include "switch/registry.h"
 #include "vlan/vlan.h"
 
+#include <cstdlib>
+#include <unistd.h>
+
 namespace {
 
 struct Events : testing::Test {
@@ -152,6 +155,25 @@ TEST_F(Events, aRowThatTheModelRefusesGivesItsResult)
     EXPECT_HAS(text, "8 Failed to update switch vlan profile \\n\n");
     EXPECT_HAS(text, "8 Failed to delete switch vlan profile \\n\n");
     EXPECT_EQ("", brokenInvariant());
+}
+
+// SQLite would go on reading the file that it has open.
+TEST(DeletedFile, isNotReadOn)
+{
+    char path[] = "/tmp/event-test-XXXXXX";
+    close(mkstemp(path));
+    sqlite3 *db = nullptr;
+    ASSERT_EQ(SQLITE_OK, sqlite3_open(path, &db));
+    EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, "create table t(x); insert into t values(1)", nullptr,
+                                      nullptr, nullptr));
+    sqlite3_close(db);
+    EXPECT_EQ(0, swMgrInit(path));
+    EXPECT_EQ(0, dbEvent("t", SWMGR_DB_INSERT, 1));
+    unlink(path);
+    platform::everything();
+    EXPECT_EQ(-1, dbEvent("t", SWMGR_DB_INSERT, 1));
+    EXPECT_HAS(platform::everything(), "log 8 the database file was deleted or replaced");
+    EXPECT_EQ(0, swMgrDeinit());
 }
 
 } // namespace

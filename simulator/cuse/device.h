@@ -10,8 +10,8 @@
 namespace chip {
 
 struct DeviceOptions {
-    std::string name = "bcmsw"; // of the node in /dev
-    FILE *trace = nullptr;      // where each request is written; null for nowhere
+    std::string name;      // of the node in /dev
+    FILE *trace = nullptr; // where each request is written; null for nowhere
 };
 
 // What a process writes to the node to choose the form of what it reads from it.

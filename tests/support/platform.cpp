@@ -1,4 +1,5 @@
-// Defines the symbols of the platform seam, but for those in process.cpp.
+// Defines the symbols of the platform seam, but for those in process.cpp and the
+// lists, which are the stand-in's.
 #include "support/platform.h"
 
 #include "platform/sal.h"
@@ -244,36 +245,6 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
     sent.text = static_cast<char *>(buf);
     sent.length = *bufLen;
     return record("log " + std::to_string(level) + " " + sent.text, 0);
-}
-
-void salListInit(SalList *list)
-{
-    list->first = list->last = nullptr;
-}
-
-SalListLink *salListFirst(SalList *list)
-{
-    return list->first;
-}
-
-SalListLink *salListNext(SalListLink *link)
-{
-    return link->next;
-}
-
-void salListNodeAppend(SalList *list, SalListLink *link)
-{
-    link->next = nullptr;
-    link->prev = list->last;
-    (list->last != nullptr ? list->last->next : list->first) = link;
-    list->last = link;
-}
-
-void salListNodeRemove(SalList *list, SalListLink *link)
-{
-    (link->prev != nullptr ? link->prev->next : list->first) = link->next;
-    (link->next != nullptr ? link->next->prev : list->last) = link->prev;
-    link->next = link->prev = nullptr;
 }
 
 int salOpen(const char *path, int flags, int mode)

@@ -1,0 +1,77 @@
+// Options of the programs that play the chip.
+#include "chip/program.h"
+
+#include <getopt.h>
+
+#include <cstdio>
+#include <cstring>
+
+namespace chip {
+
+namespace {
+
+bool linkDown(Model &model, const char *port)
+{
+    if (std::strlen(port) != 1 || port[0] < '0' || port[0] >= '0' + portCount)
+        return false;
+    model.ports[static_cast<size_t>(port[0] - '0')].linkStatus = 0;
+    return true;
+}
+
+// Takes one option. Returns a status to end with, or -1.
+int optionTake(const Program &program, int letter, Choice &choice, Model &model)
+{
+    switch (letter) {
+    case 'p':
+        choice.place = optarg;
+        return -1;
+    case 't':
+        choice.tracePath = optarg != nullptr ? optarg : "-";
+        return -1;
+    case 'd':
+        return linkDown(model, optarg) ? -1 : misused(program, "--down takes a port from 0 to 4");
+    case 'S':
+        choice.showing = true;
+        return -1;
+    case 'j':
+        choice.json = true;
+        return -1;
+    case 'h':
+        return std::fputs(program.usage, stdout) < 0 ? 1 : 0;
+    case 'V':
+        return std::printf("%s " SWMGR_VERSION "\n", program.name) < 0 ? 1 : 0;
+    default:
+        return misused(program, "unknown or incomplete option");
+    }
+}
+
+} // namespace
+
+int misused(const Program &program, const char *why)
+{
+    std::fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.name, why, program.name);
+    return 2;
+}
+
+Choice choiceRead(const Program &program, int argc, char **argv, Model &model)
+{
+    const option options[] = {
+        {program.place, required_argument, nullptr, 'p'},
+        {"trace", optional_argument, nullptr, 't'},
+        {"down", required_argument, nullptr, 'd'},
+        {"show", no_argument, nullptr, 'S'},
+        {"json", no_argument, nullptr, 'j'},
+        {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'V'},
+        {nullptr, 0, nullptr, 0},
+    };
+    Choice choice;
+    for (int letter;
+         choice.status < 0 && (letter = getopt_long(argc, argv, "h", options, nullptr)) != -1;)
+        choice.status = optionTake(program, letter, choice, model);
+    if (choice.status < 0 && optind != argc)
+        choice.status = misused(program, "unexpected argument");
+    return choice;
+}
+
+} // namespace chip
