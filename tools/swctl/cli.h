@@ -3,6 +3,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 namespace swctl {
 
 constexpr const char *defaultDatabase = "/etc/swmgr/config.db";
+constexpr int64_t mostRate = 1300480; // kbit/s, 127 of the coarsest steps of the engine's limiter
 
 // Options that hold for every command.
 struct Globals {

@@ -228,7 +228,7 @@ int runList(const Program &program, const TableCommands &table)
     return exitDone;
 }
 
-using Arguments = std::shared_ptr<ChangeArguments>;
+using SharedChangeArguments = std::shared_ptr<ChangeArguments>;
 
 void addOfflineFlag(CLI::App &command, ChangeArguments &arguments)
 {
@@ -238,7 +238,7 @@ void addOfflineFlag(CLI::App &command, ChangeArguments &arguments)
 void addAddCommand(Program &program, CLI::App &group, const TableCommands &table,
                    const std::string &description, const std::string &examples)
 {
-    const Arguments arguments = std::make_shared<ChangeArguments>();
+    const SharedChangeArguments arguments = std::make_shared<ChangeArguments>();
     CLI::App *command =
         addCommand(program, group, "add", description, examples,
                    [&program, &table, arguments] { return runAdd(program, table, *arguments); });
@@ -258,7 +258,7 @@ void addListCommand(Program &program, CLI::App &group, const TableCommands &tabl
 CLI::App *addVlanCommand(Program &program, CLI::App &group, const std::string &name,
                          const std::string &description, const std::string &examples,
                          int (*run)(const Program &, const ChangeArguments &),
-                         const Arguments &arguments)
+                         const SharedChangeArguments &arguments)
 {
     CLI::App *command = addCommand(program, group, name, description, examples,
                                    [&program, run, arguments] { return run(program, *arguments); });
@@ -279,7 +279,7 @@ void addVlanCommands(Program &program)
     addAddCommand(program, *group, vlanTable, "Add a VLAN",
                   "  swctl vlan add 10 --interface eth0 --ports 0-2 --untagged 2\n"
                   "  swctl vlan add 20 --interface eth1 --ports 3 --switch-only on --offline");
-    const Arguments set = std::make_shared<ChangeArguments>();
+    const SharedChangeArguments set = std::make_shared<ChangeArguments>();
     CLI::App *command =
         addVlanCommand(program, *group, "set", "Change a VLAN; what is not named stays as it is",
                        "  swctl vlan set 10 --ports 0,1,3\n"

@@ -15,8 +15,6 @@
 namespace swctl {
 namespace {
 
-constexpr int64_t mostRate = 1300480; // kbit/s that the engine can limit a port to
-
 uint64_t toNumber(const std::string &text)
 {
     return std::strtoull(text.c_str(), nullptr, 10);

@@ -1,11 +1,11 @@
 // Commands for one switch, sent as they are and not stored: rate-limit, queues,
 // qos, pause-frames, vlan-mode and snooping.
 #include "cli.h"
+#include "number.h"
 #include "outcome.h"
 #include "service.h"
 #include "validate.h"
 
-#include <cstdlib>
 #include <limits>
 #include <memory>
 
@@ -13,9 +13,8 @@ namespace swctl {
 namespace {
 
 constexpr const char *defaultSwitch = "PSE";
-constexpr int64_t leastRate = 64;     // kbit/s, the finest step of the engine's limiter
-constexpr int64_t mostRate = 1300480; // kbit/s, 127 of its coarsest steps
-constexpr size_t queueCount = 4;      // queues with a weight in the record
+constexpr int64_t leastRate = 64;    // kbit/s, the finest step of the engine's limiter
+constexpr size_t weightedQueues = 4; // queues with a weight in the record
 
 // What the options of these commands hold; each command uses its own part.
 struct SwitchArguments {
@@ -30,12 +29,7 @@ struct SwitchArguments {
     std::string igmp, mld;            // "1", "0" or not given
 };
 
-using Arguments = std::shared_ptr<SwitchArguments>;
-
-int32_t toInt(const std::string &text)
-{
-    return static_cast<int32_t>(std::strtol(text.c_str(), nullptr, 10));
-}
+using SharedSwitchArguments = std::shared_ptr<SwitchArguments>;
 
 int send(const Globals &globals, const std::string &what, const SwitchArguments &arguments,
          int command, std::string_view payload)
@@ -62,9 +56,9 @@ int runQueues(const Globals &globals, const SwitchArguments &arguments)
     record.portNumber = arguments.port == "all" ? -1 : toInt(arguments.port);
     record.numQueues = toInt(arguments.queues);
     record.schedMode = toInt(arguments.mode);
-    int32_t *weights[queueCount] = {&record.queue1Weight, &record.queue2Weight,
-                                    &record.queue3Weight, &record.queue4Weight};
-    for (size_t i = 0; i < queueCount; ++i)
+    int32_t *weights[weightedQueues] = {&record.queue1Weight, &record.queue2Weight,
+                                        &record.queue3Weight, &record.queue4Weight};
+    for (size_t i = 0; i < weightedQueues; ++i)
         *weights[i] = i < arguments.weights.size() ? toInt(arguments.weights[i]) : 1;
     return send(globals, "queue scheduling of port " + arguments.port, arguments,
                 SW_CMD_QUEUE_SCHED, bytesOf(record));
@@ -108,7 +102,7 @@ constexpr StateCommand stateCommands[] = {
 
 // Gives null for a command that is not to be set up.
 CLI::App *addSwitchCommand(Program &program, const char *name, const std::string &description,
-                           const std::string &examples, const Arguments &arguments,
+                           const std::string &examples, const SharedSwitchArguments &arguments,
                            std::function<int()> run)
 {
     CLI::App *command =
@@ -126,7 +120,7 @@ CLI::App *addSwitchCommand(Program &program, const char *name, const std::string
 
 void addStateCommand(Program &program, const StateCommand &row)
 {
-    const Arguments arguments = std::make_shared<SwitchArguments>();
+    const SharedSwitchArguments arguments = std::make_shared<SwitchArguments>();
     CLI::App *command = addSwitchCommand(
         program, row.name, row.description, row.examples, arguments, [&program, &row, arguments] {
             const int32_t value = toInt(arguments->state);
@@ -150,7 +144,7 @@ CLI::Validator portOrAll()
 
 void addRateLimit(Program &program)
 {
-    const Arguments arguments = std::make_shared<SwitchArguments>();
+    const SharedSwitchArguments arguments = std::make_shared<SwitchArguments>();
     CLI::App *command = addSwitchCommand(
         program, "rate-limit", "Limit the rate of a port, or remove its limit",
         "  swctl rate-limit --port 1 --rate 20480\n  swctl rate-limit --port 1 --off", arguments,
@@ -172,7 +166,7 @@ void addRateLimit(Program &program)
 
 void addQueues(Program &program)
 {
-    const Arguments arguments = std::make_shared<SwitchArguments>();
+    const SharedSwitchArguments arguments = std::make_shared<SwitchArguments>();
     CLI::App *command = addSwitchCommand(
         program, "queues", "Set the queue scheduling of a port or of all ports",
         "  swctl queues --port all --queues 4 --mode 1 --weights 1,2,4,8\n"
@@ -198,13 +192,13 @@ void addQueues(Program &program)
                      "one that is missing is 1")
         ->type_name("W,...")
         ->delimiter(',')
-        ->expected(1, static_cast<int>(queueCount))
+        ->expected(1, static_cast<int>(weightedQueues))
         ->transform(decimal(1, std::numeric_limits<int32_t>::max()));
 }
 
 void addSnooping(Program &program)
 {
-    const Arguments arguments = std::make_shared<SwitchArguments>();
+    const SharedSwitchArguments arguments = std::make_shared<SwitchArguments>();
     CLI::App *command =
         addSwitchCommand(program, "snooping", "Turn multicast snooping on or off",
                          "  swctl snooping --igmp on --mld off", arguments, [&program, arguments] {

@@ -1,11 +1,10 @@
 // The configuration and the membership that follows from it; see the header.
 #include "model.h"
 
+#include "number.h"
 #include "text.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <limits>
 #include <set>
 
 namespace swctl {
@@ -16,15 +15,6 @@ constexpr uint32_t chipPorts = 0x1f;   // the chip's five ports
 constexpr int32_t chipTablePorts = 16; // ports in an entry of the chip's VLAN table
 constexpr int32_t engineCpuPort = 2;
 constexpr int32_t chipWanCpuPort = 4; // of VLANs on eth0
-
-// Numbers are read as the service reads them: up to the first other character,
-// saturating.
-int32_t toInt(const std::string &text)
-{
-    const long long value = std::strtoll(text.c_str(), nullptr, 10);
-    return static_cast<int32_t>(std::clamp<long long>(value, std::numeric_limits<int32_t>::min(),
-                                                      std::numeric_limits<int32_t>::max()));
-}
 
 // The parts of a text between commas; a run of commas separates once.
 std::vector<std::string> entriesOf(const std::string &text)
