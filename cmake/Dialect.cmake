@@ -1,7 +1,9 @@
 # The dialect and the warnings that hold for every target of the project.
 #
-# swmgr_target(<target> [DEVICE])  apply them. DEVICE marks code that goes into
-#   a process on the gateway: no exceptions, no RTTI, hardened, hidden symbols.
+# swmgr_target(<target> [DEVICE] [BRIEF])  apply them. DEVICE marks code that goes
+#   into a process on the gateway: no exceptions, no RTTI, hardened, hidden
+#   symbols. BRIEF marks what runs for a moment: under the sanitizers optimising
+#   it would take longer than it saves.
 
 add_library(swmgr_dialect INTERFACE)
 target_compile_features(swmgr_dialect INTERFACE cxx_std_20 c_std_11)
@@ -39,8 +41,11 @@ else()
 endif()
 
 function(swmgr_target target)
-    cmake_parse_arguments(PARSE_ARGV 1 arg "DEVICE" "" "")
+    cmake_parse_arguments(PARSE_ARGV 1 arg "DEVICE;BRIEF" "" "")
     target_link_libraries(${target} PRIVATE swmgr_dialect)
+    if(arg_BRIEF AND SWMGR_SANITIZE)
+        target_compile_options(${target} PRIVATE -O0)
+    endif()
     if(arg_DEVICE)
         target_link_libraries(${target} PRIVATE swmgr_device)
     endif()
