@@ -7,46 +7,46 @@
 #include "switch/port.h"
 #include "vlan/vlan_config.h"
 
+namespace {
+
+// What the model answered; a failure is reported in the words of the handler.
+int answered(int status, const char *func, const char *message)
+{
+    if (status >= 0)
+        return 0;
+    LOG_AT(SWMGR_LOG_ERROR, noLabel, func, __LINE__, "%s", message);
+    return status;
+}
+
+} // namespace
+
 extern "C" int swGlobalCfgDBInsertHandler(char **table, int nCols, int row)
 {
     SwitchGlobalCfg cfg{};
-    int status = swGlobalCfgFromQueryResultRead(&cfg, table, nCols, row);
+    const int status = swGlobalCfgFromQueryResultRead(&cfg, table, nCols, row);
     if (status < 0)
         return status;
-    status = switchConfAdd(&cfg);
-    if (status < 0) {
-        LOG_ERROR(noLabel, "Failed to create new switch profile \n");
-        return status;
-    }
-    return 0;
+    return answered(switchConfAdd(&cfg), __func__, "Failed to create new switch profile \n");
 }
 
 extern "C" int swPortCfgDBInsertHandler(char **table, int nCols, int row)
 {
     SwitchPortCfg cfg{};
-    int status = swPortCfgFromQueryResultRead(&cfg, table, nCols, row);
+    const int status = swPortCfgFromQueryResultRead(&cfg, table, nCols, row);
     if (status < 0)
         return status;
-    status = switchPortConfAdd(&cfg);
-    if (status < 0) {
-        LOG_ERROR(noLabel, "Failed to create new switch port profile \n");
-        return status;
-    }
-    return 0;
+    return answered(switchPortConfAdd(&cfg), __func__,
+                    "Failed to create new switch port profile \n");
 }
 
 extern "C" int swVlanCfgDBInsertHandler(char **table, int nCols, int row)
 {
     SwitchVlanCfg cfg{};
-    int status = swVlanCfgFromQueryResultRead(&cfg, table, nCols, row);
+    const int status = swVlanCfgFromQueryResultRead(&cfg, table, nCols, row);
     if (status < 0)
         return status;
-    status = switchVlanConfAdd(&cfg);
-    if (status < 0) {
-        LOG_ERROR(noLabel, "Failed to create new switch vlan profile \n");
-        return status;
-    }
-    return 0;
+    return answered(switchVlanConfAdd(&cfg), __func__,
+                    "Failed to create new switch vlan profile \n");
 }
 
 extern "C" int swVlanCfgDBUpdateHandler(char **newTable, char **oldTable, int nCols, int row)
@@ -59,24 +59,16 @@ extern "C" int swVlanCfgDBUpdateHandler(char **newTable, char **oldTable, int nC
     status = swVlanCfgFromQueryResultRead(&oldCfg, oldTable, nCols, row);
     if (status < 0)
         return status;
-    status = switchVlanConfUpdate(&newCfg, &oldCfg);
-    if (status < 0) {
-        LOG_ERROR(noLabel, "Failed to update switch vlan profile \n");
-        return status;
-    }
-    return 0;
+    return answered(switchVlanConfUpdate(&newCfg, &oldCfg), __func__,
+                    "Failed to update switch vlan profile \n");
 }
 
 extern "C" int swVlanCfgDBDeleteHandler(char **oldTable, int nCols, int row)
 {
     SwitchVlanCfg cfg{};
-    int status = swVlanCfgFromQueryResultRead(&cfg, oldTable, nCols, row);
+    const int status = swVlanCfgFromQueryResultRead(&cfg, oldTable, nCols, row);
     if (status < 0)
         return status;
-    status = switchVlanConfDelete(&cfg);
-    if (status < 0) {
-        LOG_ERROR(noLabel, "Failed to delete switch vlan profile \n");
-        return status;
-    }
-    return 0;
+    return answered(switchVlanConfDelete(&cfg), __func__,
+                    "Failed to delete switch vlan profile \n");
 }
