@@ -232,6 +232,31 @@ log 64 configuring default port VLAN #4: [FWD 1]\n
 )");
 }
 
+TEST_F(Chip, aRefusedMemberEndsTheDefaultMapButNotAReset)
+{
+    SwitchVlan one{};
+    one.fwdMap = 0x10;
+    EXPECT_EQ(0, bcmPortVlanConfig(nullptr, &one));
+    platform::answer("MEMBER_GET", 1);
+    EXPECT_EQ(0, bcmPortVlanDeConfig(nullptr, &one));
+    platform::answer("MEMBER_DEL", -5);
+    platform::everything();
+    EXPECT_EQ(0, bcmPortVlanReset(9));
+    platform::answerAsUsual();
+    platform::answer("MEMBER_ADD", -5);
+    EXPECT_EQ(-5, bcmDefPortVlanConfig(3));
+    EXPECT_LINES(platform::log(), R"(
+64 Resetting port VLAN for #9\n
+8 ERROR#-5 deleting Port 0 in forward map of port:9\n
+8 ERROR#-5 deleting Port 1 in forward map of port:9\n
+8 ERROR#-5 deleting Port 2 in forward map of port:9\n
+8 ERROR#-5 deleting Port 3 in forward map of port:9\n
+8 ERROR#-5 deleting Port 4 in forward map of port:9\n
+64 configuring default port VLAN #3: [FWD 1f]\n
+8 ERROR#-5 adding Port 0 in forward map of port:3\n
+)");
+}
+
 // Each function for the driver's results 0, 1 and -5.
 TEST_F(Chip, settingsReportTheirOutcome)
 {

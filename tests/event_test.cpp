@@ -104,6 +104,7 @@ TEST_F(Events, eachEventEndsWithItsStatus)
 {
     gateway.sql("create table audit(x); insert into audit values(1)");
     gateway.sql("create table swglobalcfg2(x); insert into swglobalcfg2 values(1)");
+    gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName) values(6, 6, 'eth0')");
     gateway.startFull();
     const std::string old = vlanRow("10", "eth0");
     const struct {
@@ -113,17 +114,12 @@ TEST_F(Events, eachEventEndsWithItsStatus)
         int result;
         bool processed;
     } cases[] = {
-        {"swPortConfig", 23, 1, -1, true},
-        {"swPortConfig", 9, 1, -1, true},
-        {"swGlobalCfg", 77, 1, -1, true},
-        {"vlanEncapIf", 0, 1, -1, false}, // no row
-        {"vlanEncapIf", 18, 99, -1, false},
-        {"audit", 18, 1, 0, true},
-        {"audit", 9, 1, 0, true},
-        {"missing", 18, 1, -1, false},
-        {"audit", 18, -2, -1, false},
-        {"swglobalcfg2", 18, 1, 0, true},
-        {"audit", 23, 0x100000001, 0, true},
+        {"swPortConfig", 23, 1, -1, true}, {"swPortConfig", 9, 1, -1, true},
+        {"swGlobalCfg", 77, 1, -1, true},  {"vlanEncapIf", 0, 1, -1, false}, // no row
+        {"vlanEncapIf", 77, 6, -1, true},  {"vlanEncapIf", 18, 99, -1, false},
+        {"audit", 18, 1, 0, true},         {"audit", 9, 1, 0, true},
+        {"missing", 18, 1, -1, false},     {"audit", 18, -2, -1, false},
+        {"swglobalcfg2", 18, 1, 0, true},  {"audit", 23, 0x100000001, 0, true},
     };
     for (const auto &c : cases) {
         platform::everything();
