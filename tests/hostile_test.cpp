@@ -51,11 +51,6 @@ struct Hostile : testing::Test {
     Gateway gateway;
 };
 
-const std::string hostileNames[] = {
-    "eth0;reboot", "eth0 up", "$(reboot)", "`reboot`", "eth0|sh", "eth0&", "a\nb",    "a\tb",
-    "../etc",      "eth0'",   "eth0\"",    "eth0>x",   "eth0\\x", "#eth0", "eth0*",   "eth\xc3\xa9",
-    "eth0\x01",    "a,b",     "a%s",       "~root",    "{a,b}",   "a=b",   "eth0\x7f"};
-
 TEST_F(Hostile, shortCommandsAndVlanRequestsAreRefused)
 {
     const std::string body(bytesOf(SwMgrSwitchCmdRequest{{'P', 'S', 'E'}, {}}));
@@ -72,32 +67,6 @@ TEST_F(Hostile, shortCommandsAndVlanRequestsAreRefused)
             "negative length");
 }
 
-TEST_F(Hostile, interfaceNamesReachNoShell)
-{
-    int64_t row = 100;
-    for (const std::string &name : hostileNames) {
-        refused(-22, vlanRequest(SW_CMD_VLAN_ADD, 66, name, 0x2, 0), name);
-        refused(-22, vlanRequest(SW_CMD_VLAN_DELETE, 10, name, 0x2, 0), name);
-        const std::string quoted = name == "eth0'" ? "eth0''" : name;
-        gateway.sql("insert into vlanEncapIf(rowid, vlanId, interfaceName) values(" +
-                    std::to_string(++row) + ", 66, '" + quoted + "')");
-        gateway.sql(
-            "insert into swPortConfig(rowid, switchName, portNumber, interfaceName) values(" +
-            std::to_string(row) + ", 'BCM', 9, '" + quoted + "')");
-        refused(-22, dbEvent("vlanEncapIf", 18, row), name);
-        refused(-22, dbEvent("swPortConfig", 18, row), name);
-        const std::string old = oldValues({"vlanId", "interfaceName"}, {"10", name});
-        refused(-22, dbEvent("vlanEncapIf", 9, row, old), name);
-        refused(-22,
-                dbEvent("vlanEncapIf", 23, row,
-                        oldValues({"a", "b", "c", "d", "e", "f", "vlanId", "interfaceName"},
-                                  {"", "", "", "", "", "", "10", "eth0"})),
-                name);
-    }
-    EXPECT_NE(nullptr, switchVlanByIdGet(switchByNameGet("PSE"), 10));
-    EXPECT_EQ(nullptr, switchVlanByIdGet(switchByNameGet("BCM"), 66));
-}
-
 TEST_F(Hostile, unterminatedNamesAreCutAtTheirField)
 {
     EXPECT_EQ(0, vlanRequest(SW_CMD_VLAN_ADD, 5, std::string(64, 'e'), 0, 0));
@@ -106,32 +75,19 @@ TEST_F(Hostile, unterminatedNamesAreCutAtTheirField)
     EXPECT_EQ("", platform::everything());
 }
 
-TEST_F(Hostile, tableNamesReachNoDatabase)
+// What else a name may not hold is tried on the simulated gateway.
+TEST_F(Hostile, tableNamesHaveALimitAndASetOfCharacters)
 {
-    const std::string long63(63, 't');
-    const std::string names[] = {"a;drop table vlanEncapIf",
-                                 "vlanEncapIf--",
-                                 "a b",
-                                 "a'",
-                                 "\"x\"",
-                                 "(select 1)",
-                                 "t\n",
-                                 "a.b",
-                                 "a-b",
-                                 "[x]",
-                                 "\xff",
-                                 long63 + 't'};
-    for (const std::string &name : names) {
-        for (const int opCode : {18, 23, 9, 0}) {
-            EXPECT_EQ(-1, dbEvent(name, opCode, 1, oldValues({"vlanId"}, {"10"}))) << name;
-            const std::string lines = platform::everything();
-            EXPECT_EQ("log 8 ", lines.substr(0, 6)) << lines;
-            EXPECT_LACKS(lines, "query");
-            EXPECT_TRUE(lines.ends_with("status=-1\\n\n")) << lines;
-        }
+    const std::string longest(63, 't');
+    for (const std::string &name : {longest + 't', std::string("a b"), std::string("\xff")}) {
+        EXPECT_EQ(-1, dbEvent(name, 18, 1)) << name;
+        const std::string lines = platform::everything();
+        EXPECT_EQ("log 8 ", lines.substr(0, 6)) << lines;
+        EXPECT_LACKS(lines, "query");
+        EXPECT_TRUE(lines.ends_with("status=-1\\n\n")) << lines;
     }
-    EXPECT_EQ(-1, dbEvent(long63, 18, 1));
-    EXPECT_HAS(platform::everything(), "query SELECT * from " + long63);
+    EXPECT_EQ(-1, dbEvent(longest, 18, 1));
+    EXPECT_HAS(platform::everything(), "query SELECT * from " + longest);
     EXPECT_EQ(-1, dbEvent("", 18, 1));
 }
 
