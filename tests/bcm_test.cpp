@@ -2,6 +2,7 @@
 #include "support/gateway.h"
 
 #include "backends/bcm/bcm.h"
+#include "backends/bcm/device.h"
 #include "backends/bcm/port_vlan.h"
 #include "backends/bcm/ports.h"
 #include "backends/bcm/qos.h"

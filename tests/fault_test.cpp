@@ -3,8 +3,8 @@
 // call failed, to the end. So every fault is tried with the true past before it.
 #include "support/gateway.h"
 
+#include "base/state.h"
 #include "platform/list_of.h"
-#include "service/state.h"
 #include "store/database.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"

@@ -3,6 +3,7 @@
 // request is served.
 #include "support/gateway.h"
 
+#include "backends/backends.h"
 #include "backends/bcm/bcm.h"
 #include "backends/bcm/port_vlan.h"
 #include "backends/bcm/ports.h"
@@ -12,14 +13,13 @@
 #include "backends/pse/membership.h"
 #include "backends/pse/pse.h"
 #include "backends/pse/settings.h"
-#include "switch/backends.h"
-#include "switch/config.h"
+#include "config/switch_config.h"
+#include "config/vlan_config.h"
 #include "switch/port.h"
 #include "switch/port_mapping.h"
 #include "switch/registry.h"
 #include "vlan/uptime.h"
 #include "vlan/vlan.h"
-#include "vlan/vlan_config.h"
 
 namespace {
 

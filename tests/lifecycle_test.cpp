@@ -1,8 +1,8 @@
 // Start, run and stop.
 #include "support/gateway.h"
 
+#include "base/state.h"
 #include "service/reload.h"
-#include "service/state.h"
 #include "store/database.h"
 
 namespace {

@@ -1,10 +1,10 @@
 // Logging: levels, labels, developer logging, bounds, the record that is sent.
 #include "support/gateway.h"
 
-#include "service/labels.h"
-#include "service/log.h"
-#include "switch/model.h"
-#include "vlan/model.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/switch.h"
+#include "model/vlan.h"
 
 #include <algorithm>
 #include <sstream>

@@ -1,8 +1,8 @@
 // Ports, their mapping onto ports of the switch below, and their commands.
 #include "support/gateway.h"
 
+#include "config/switch_config.h"
 #include "platform/list_of.h"
-#include "switch/config.h"
 #include "switch/port.h"
 #include "switch/port_mapping.h"
 #include "switch/registry.h"

@@ -1,8 +1,8 @@
 // Switch list, levels, backend table, switch configuration.
 #include "support/gateway.h"
 
-#include "switch/backends.h"
-#include "switch/config.h"
+#include "backends/backends.h"
+#include "config/switch_config.h"
 #include "switch/registry.h"
 
 namespace {

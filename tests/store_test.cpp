@@ -2,6 +2,7 @@
 #include "support/gateway.h"
 
 #include "store/database.h"
+#include "store/port_list.h"
 #include "store/decode.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"

@@ -1,11 +1,11 @@
 // VLAN records: objects in every switch and the Linux sub-interface.
 #include "support/gateway.h"
 
+#include "config/vlan_config.h"
 #include "switch/registry.h"
 #include "vlan/encap.h"
 #include "vlan/uptime.h"
 #include "vlan/vlan.h"
-#include "vlan/vlan_config.h"
 
 #include <algorithm>
 

@@ -2,8 +2,7 @@
 // and the records that travel in requests. Everything is little-endian; every
 // byte called reserved is sent as zero and never read.
 //
-// The answer to a request is a status: 0 done; -1 failed; -22 refused as
-// invalid; -12 out of memory; -95 unsupported interface event.
+// The answer to a request is a status, SWMGR_STATUS_...
 #ifndef SWMGR_SWMGR_CLIENT_H
 #define SWMGR_SWMGR_CLIENT_H
 
@@ -16,6 +15,16 @@ extern "C" {
 #else
 #define SWMGR_ASSERT_LAYOUT(expression) _Static_assert(expression, #expression)
 #endif
+
+// Answers to requests. Failures are negative; what a driver or a tool returned
+// comes through as it is, so other negative values occur.
+enum {
+    SWMGR_STATUS_OK = 0,
+    SWMGR_STATUS_FAILED = -1,      // the log says why
+    SWMGR_STATUS_NO_MEMORY = -12,  // out of memory
+    SWMGR_STATUS_INVALID = -22,    // refused: too short, unknown, or a row that must not be used
+    SWMGR_STATUS_UNSUPPORTED = -95 // an interface event that the service does not act on
+};
 
 // Relay modules and the request type under which log records travel.
 enum {
@@ -48,6 +57,37 @@ enum {
     SW_CMD_MLD_SNOOP = 57,              // one byte
     SW_CMD_PORT_VLAN_ADD = 58,          // the service's own VLAN object
     SW_CMD_PORT_VLAN_DELETE = 59        // the service's own VLAN object
+};
+
+// As a port number in a command's record: every port of the receiving switch.
+enum {
+    SWMGR_EVERY_PORT = -1
+};
+
+// Trust modes of a port: which field of a frame decides its priority. The
+// engine has five flags for it, of which a mode sets one; what each stands for
+// is the engine's to say.
+enum {
+    SW_TRUST_MODE_FLAG_1 = 0,
+    SW_TRUST_MODE_FLAG_2 = 4,
+    SW_TRUST_MODE_FLAG_3 = 2,
+    SW_TRUST_MODE_FLAG_4 = 1,
+    SW_TRUST_MODE_FLAG_5 = 3,
+    SW_TRUST_MODE_COUNT = 5
+};
+
+// Scheduling modes of a port's queues, by the engine's code for each. There is
+// no mode 2.
+enum {
+    SW_SCHED_MODE_CODE_0 = 1,
+    SW_SCHED_MODE_CODE_1 = 0,
+    SW_SCHED_MODE_CODE_2 = 3
+};
+
+// What a rate limit command does.
+enum {
+    SW_RATE_LIMIT_REMOVE = 0,
+    SW_RATE_LIMIT_APPLY = 1
 };
 
 // Log levels, as they travel in a log record.
@@ -123,11 +163,11 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrSwitchCmdRequest, payload) == 64);
 
 // Queue scheduling of one port or of every port.
 typedef struct SwCmdQueueSched {
-    int32_t portNumber; // port of the receiving switch, -1 for every port
-    int32_t numQueues;  // 1, 2 or 4
-    int32_t schedMode;  // 0, 1 or 3
-    int32_t queue1Weight;
-    int32_t queue2Weight;
+    int32_t portNumber;   // port of the receiving switch, or SWMGR_EVERY_PORT
+    int32_t numQueues;    // 1, 2 or 4
+    int32_t schedMode;    // SW_SCHED_MODE_...
+    int32_t queue1Weight; // shares of the bandwidth; the engine keeps the power of
+    int32_t queue2Weight; // two that is not above each
     int32_t queue3Weight;
     int32_t queue4Weight;
 } SwCmdQueueSched;
@@ -142,7 +182,7 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwCmdQueueSched, queue4Weight) == 24);
 // Rate limit of one port.
 typedef struct SwCmdRateLimit {
     uint32_t portNumber; // port of the receiving switch
-    uint8_t limitCmd;    // 0 removes the limit, 1 applies it
+    uint8_t limitCmd;    // SW_RATE_LIMIT_...
     uint8_t reserved[3];
     int32_t rateLimit; // kbit/s
 } SwCmdRateLimit;
@@ -153,7 +193,7 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwCmdRateLimit, rateLimit) == 8);
 // Trust mode of one port.
 typedef struct SwCmdTrustMode {
     int32_t portNumber; // port of the receiving switch
-    int32_t trustMode;  // 0 to 4
+    int32_t trustMode;  // SW_TRUST_MODE_...
 } SwCmdTrustMode;
 SWMGR_ASSERT_LAYOUT(sizeof(SwCmdTrustMode) == 8);
 SWMGR_ASSERT_LAYOUT(offsetof(SwCmdTrustMode, trustMode) == 4);

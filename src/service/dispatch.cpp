@@ -3,14 +3,15 @@
 // sender's buffer before anything reads them.
 #include "service/dispatch.h"
 
+#include "base/interface_name.h"
+#include "base/log.h"
+#include "config/vlan_config.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/text.h"
 #include "service/interface_event.h"
-#include "service/log.h"
 #include "store/event.h"
-#include "switch/records.h"
 #include "switch/registry.h"
-#include "vlan/interface_name.h"
-#include "vlan/vlan_config.h"
 
 namespace {
 
@@ -79,8 +80,9 @@ int switchCommand(const Request &request, const char *func)
                request.type, request.length);
         return statusInvalid;
     }
-    return answer(switchConfig(static_cast<const SwMgrSwitchCmdRequest *>(request.data),
-                               request.type, request.replyBuf, request.replyLen));
+    SwMgrSwitchCmdRequest copy;
+    memcpy(&copy, request.data, sizeof(copy));
+    return answer(switchConfig(&copy, request.type, request.replyBuf, request.replyLen));
 }
 
 } // namespace

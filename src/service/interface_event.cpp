@@ -1,10 +1,11 @@
 // Turns an interface event into command 50 for the top-level switch.
 #include "service/interface_event.h"
 
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/text.h"
-#include "service/log.h"
 #include "switch/command.h"
-#include "switch/records.h"
 #include "switch/registry.h"
 
 namespace {

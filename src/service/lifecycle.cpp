@@ -1,12 +1,12 @@
 // The host's entry points: start, run and stop of the service.
 #include "swmgr/swmgr.h"
 
+#include "base/log.h"
+#include "base/state.h"
+#include "model/status.h"
 #include "service/dispatch.h"
-#include "service/log.h"
 #include "service/reload.h"
-#include "service/state.h"
 #include "store/database.h"
-#include "switch/records.h"
 #include "switch/registry.h"
 
 namespace {

@@ -2,10 +2,10 @@
 // onto, a VLAN is made in every switch there is.
 #include "service/reload.h"
 
-#include "service/log.h"
+#include "base/log.h"
+#include "config/switch_config.h"
+#include "model/status.h"
 #include "store/load.h"
-#include "switch/config.h"
-#include "switch/records.h"
 #include "switch/registry.h"
 
 namespace {

@@ -2,17 +2,12 @@
 // busy handler waits for them.
 #include "store/database.h"
 
-#include "platform/number.h"
-#include "service/log.h"
-#include "switch/records.h"
-
-#include <cstring>
+#include "base/log.h"
+#include "model/status.h"
 
 constinit sqlite3 *pDB = nullptr; // written by swMgrDBInit and swMgrDBDeinit
 
 namespace {
-
-constexpr int32_t ports = 32; // what a mask can hold
 
 constinit char busyHandlerName[32] = "swMgr"; // the busy handler's argument
 
@@ -57,20 +52,4 @@ bool databaseFileIsGone()
 extern "C" char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows)
 {
     return sqlite3QueryResGet(pDB, /*reserved=*/nullptr, query, nCols, nRows);
-}
-
-extern "C" uint32_t str2num(char *list)
-{
-    uint32_t mask = 0;
-    if (list == nullptr)
-        return mask;
-    char *rest = nullptr;
-    for (char *text = strtok_r(list, ",", &rest); text != nullptr;
-         text = strtok_r(nullptr, ",", &rest)) {
-        int32_t port = 0;
-        static_cast<void>(decimalRead(text, port)); // a text without digits counts as 0
-        if (port >= 0 && port < ports)
-            mask |= 1u << port;
-    }
-    return mask;
 }

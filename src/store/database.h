@@ -20,10 +20,6 @@ SWMGR_API int swMgrDBDeinit(void);
 // sqlite3_free_table; none when the query fails. The counts are those of
 // columns and of data rows.
 [[nodiscard]] SWMGR_API char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows);
-
-// The bit mask of a comma-separated list of decimal port numbers, bit n for
-// port n. Numbers outside 0 to 31 set no bit. The text is taken apart.
-[[nodiscard]] SWMGR_API uint32_t str2num(char *list);
 }
 
 // Whether the file behind the connection was deleted or replaced since it was

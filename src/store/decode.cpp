@@ -2,11 +2,11 @@
 // by the type of its field.
 #include "store/decode.h"
 
+#include "base/interface_name.h"
+#include "base/log.h"
+#include "model/status.h"
 #include "platform/number.h"
-#include "service/log.h"
-#include "store/database.h"
-#include "switch/records.h"
-#include "vlan/interface_name.h"
+#include "store/port_list.h"
 
 #include <cstring>
 #include <iterator>

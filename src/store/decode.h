@@ -7,7 +7,7 @@
 // place in one. The record is then partly written.
 #pragma once
 
-#include "store/records.h"
+#include "model/configuration.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

@@ -2,12 +2,12 @@
 // table's handler. Each event is dealt with completely within one call.
 #include "store/event.h"
 
+#include "base/log.h"
+#include "model/status.h"
 #include "platform/text.h"
-#include "service/log.h"
 #include "store/database.h"
 #include "store/old_values.h"
 #include "store/rows.h"
-#include "switch/records.h"
 
 namespace {
 

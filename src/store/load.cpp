@@ -1,10 +1,10 @@
 // Reads a table and feeds its rows to their handler in the table's own order.
 #include "store/load.h"
 
-#include "service/log.h"
+#include "base/log.h"
+#include "model/status.h"
 #include "store/database.h"
 #include "store/rows.h"
-#include "switch/records.h"
 
 namespace {
 

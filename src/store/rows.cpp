@@ -1,11 +1,11 @@
 // Between the decoders and the model.
 #include "store/rows.h"
 
-#include "service/log.h"
+#include "base/log.h"
+#include "config/switch_config.h"
+#include "config/vlan_config.h"
 #include "store/decode.h"
-#include "switch/config.h"
 #include "switch/port.h"
-#include "vlan/vlan_config.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Hands commands to backends.
 #include "switch/command.h"
 
-#include "service/labels.h"
-#include "service/log.h"
-#include "switch/records.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/status.h"
 
 int switchCommandSend(Switch &sw, int cmd, const void *payload, uint32_t payloadLen, void *replyBuf,
                       uint32_t *replyLen)

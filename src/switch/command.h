@@ -1,7 +1,7 @@
 // The one way in which a command reaches a switch's backend.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 
 // Calls the backend of `sw`. A switch that was detached from its backend is
 // reported and answered with -1.

@@ -1,20 +1,19 @@
 // Creates and lists ports and sends the commands that name one.
 #include "switch/port.h"
 
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
 #include "platform/text.h"
-#include "service/labels.h"
-#include "service/log.h"
 #include "switch/command.h"
 #include "switch/port_mapping.h"
-#include "switch/records.h"
 #include "switch/registry.h"
 
 #include <cstdlib>
 
 namespace {
-
-constexpr int allPorts = -1; // what a message about every port shows
 
 constinit uint32_t switchPortCount = 0; // ports added since the library was loaded
 
@@ -119,27 +118,6 @@ extern "C" int switchPortDeinit(const SwitchPortCfg *cfg)
     return 0;
 }
 
-extern "C" SwitchPort *switchPortByNumberGet(Switch *sw, int number)
-{
-    if (sw == nullptr)
-        return nullptr;
-    for (SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
-        if (port.portNumber == number)
-            return &port;
-    }
-    return nullptr;
-}
-
-extern "C" SwitchPort *switchPortByNumberAndSwitchNameGet(const char *name, int number)
-{
-    Switch *sw = switchByNameGet(name);
-    if (sw == nullptr) {
-        LOG_ERROR(noLabel, "%s switch is not yet created \n", name != nullptr ? name : "");
-        return nullptr;
-    }
-    return switchPortByNumberGet(sw, number);
-}
-
 extern "C" int switchPortCfgApply(Switch *sw, SwitchPort *port)
 {
     if (sw == nullptr)
@@ -179,6 +157,6 @@ extern "C" int switchPortVlanInfoConfigure(Switch *sw, SwitchPort *port)
     const int status = switchCommandSend(*sw, SW_CMD_PORT_CONFIG_SET, port, switchPortRecordLength);
     if (status < 0)
         LOG_ERROR(noLabel, "Failed to configure port%d in %s\n",
-                  port != nullptr ? port->portNumber : allPorts, sw->switchName);
+                  port != nullptr ? port->portNumber : int{SWMGR_EVERY_PORT}, sw->switchName);
     return status;
 }

@@ -1,8 +1,8 @@
 // Ports of a switch and the per-port commands.
 #pragma once
 
-#include "store/records.h"
-#include "switch/model.h"
+#include "model/configuration.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {
@@ -19,13 +19,6 @@ SWMGR_API int switchPortDestroy(void);
 // Looks the record's port up; it stays listed and configured. 0, or -22 when
 // there is no such port.
 [[nodiscard]] SWMGR_API int switchPortDeinit(const SwitchPortCfg *cfg);
-
-// The first port of `sw` with that number, or none.
-[[nodiscard]] SWMGR_API SwitchPort *switchPortByNumberGet(Switch *sw, int number);
-
-// The same on a switch given by its name; an unknown switch is reported.
-[[nodiscard]] SWMGR_API SwitchPort *switchPortByNumberAndSwitchNameGet(const char *name,
-                                                                       int number);
 
 // Sends the trust mode of `port`, or of every port of `sw` when none is given.
 // 0 or the first negative result.

@@ -1,12 +1,11 @@
 // Parses mapping texts and links ports of neighbouring levels.
 #include "switch/port_mapping.h"
 
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/status.h"
 #include "platform/list_of.h"
 #include "platform/number.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "switch/port.h"
-#include "switch/records.h"
 #include "switch/registry.h"
 
 #include <cstdlib>

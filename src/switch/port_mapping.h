@@ -2,7 +2,7 @@
 // the hierarchy of switches.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

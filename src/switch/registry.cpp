@@ -1,11 +1,12 @@
-// Owns the switch list and the level bookkeeping.
+// Owns the switch list and the level bookkeeping, and finds switches and ports.
 #include "switch/registry.h"
 
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
 #include "platform/text.h"
-#include "service/log.h"
 #include "switch/command.h"
-#include "switch/records.h"
 
 #include <cstdlib>
 
@@ -113,6 +114,27 @@ extern "C" int switchLowerLvlSwitchListAppend(Switch *sw, Switch *lower)
     node->lower = lower;
     salListNodeAppend(&sw->lowerLvlSwitchList, &node->link);
     return 0;
+}
+
+extern "C" SwitchPort *switchPortByNumberGet(Switch *sw, int number)
+{
+    if (sw == nullptr)
+        return nullptr;
+    for (SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
+        if (port.portNumber == number)
+            return &port;
+    }
+    return nullptr;
+}
+
+extern "C" SwitchPort *switchPortByNumberAndSwitchNameGet(const char *name, int number)
+{
+    Switch *sw = switchByNameGet(name);
+    if (sw == nullptr) {
+        LOG_ERROR(noLabel, "%s switch is not yet created \n", name != nullptr ? name : "");
+        return nullptr;
+    }
+    return switchPortByNumberGet(sw, number);
 }
 
 extern "C" int switchConfig(const SwMgrSwitchCmdRequest *request, int cmd, void *replyBuf,

@@ -1,8 +1,9 @@
-// The switches of the gateway: one list, looked up by name and by level.
+// The switches of the gateway: one list, looked up by name and by level, and
+// their ports, looked up by number.
 #pragma once
 
-#include "store/records.h"
-#include "switch/model.h"
+#include "model/configuration.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
 
@@ -35,6 +36,13 @@ SWMGR_API int switchDestroy(Switch *sw);
 
 // Puts `lower` below `sw`, once. 0; -1 when either is none; -12 without memory.
 [[nodiscard]] SWMGR_API int switchLowerLvlSwitchListAppend(Switch *sw, Switch *lower);
+
+// The first port of `sw` with that number, or none.
+[[nodiscard]] SWMGR_API SwitchPort *switchPortByNumberGet(Switch *sw, int number);
+
+// The same on a switch given by its name; an unknown switch is reported.
+[[nodiscard]] SWMGR_API SwitchPort *switchPortByNumberAndSwitchNameGet(const char *name,
+                                                                       int number);
 
 // Hands a relay request's command to the switch that it names, with the length
 // of the whole payload area, 1300. -1 when no switch has that name, else the

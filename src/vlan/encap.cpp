@@ -3,8 +3,8 @@
 
 #include "platform/sal.h"
 #include "platform/text.h"
-#include "service/log.h"
-#include "service/tool.h"
+#include "base/log.h"
+#include "base/tool.h"
 #include "vlan/uptime.h"
 
 namespace {

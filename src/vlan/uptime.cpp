@@ -1,8 +1,8 @@
 // The uptime comes from /proc/uptime, whose first number is in seconds.
 #include "vlan/uptime.h"
 
+#include "model/status.h"
 #include "platform/releaser.h"
-#include "switch/records.h"
 
 extern "C" int timeEventGet(uint32_t *value, const char *path)
 {

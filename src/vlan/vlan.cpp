@@ -1,9 +1,11 @@
 // VLAN objects and the order of the commands that go with each change.
 #include "vlan/vlan.h"
 
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
 #include "switch/command.h"
 #include "switch/port.h"
 #include "vlan/vlan_list.h"

@@ -2,8 +2,9 @@
 // of it reaches the hardware as commands to the owning switch.
 #pragma once
 
+#include "model/command.h"
+#include "model/vlan.h"
 #include "swmgr/swmgr.h"
-#include "vlan/model.h"
 
 // Operations of switchPortVlanConfigure, numbered like the requests.
 constexpr int32_t portVlanAdd = SW_CMD_VLAN_ADD;

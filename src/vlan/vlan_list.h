@@ -3,7 +3,7 @@
 // answers those without a walk.
 #pragma once
 
-#include "vlan/model.h"
+#include "model/vlan.h"
 
 // Appends a VLAN, under the id that it has by then.
 void vlanListAppend(Switch &sw, SwitchVlan &vlan);

@@ -78,6 +78,6 @@ collect power
 cp /var/log/swmgr.log /var/log/chip.log $report/
 /etc/init.d/S60swmgr stop > /dev/null || fail "the service does not stop at the end"
 
-echo "@@report"
+echo "report"
 tar -C /tmp -czf - report | base64
-echo "@@end"
+echo "end"

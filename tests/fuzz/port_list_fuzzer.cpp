@@ -2,6 +2,7 @@
 #include "input.h"
 
 #include "store/database.h"
+#include "store/port_list.h"
 
 namespace {
 

@@ -3,9 +3,9 @@
 #include "platform.h"
 #include "service.h"
 
+#include "config/switch_config.h"
 #include "support/platform.h"
 #include "support/requests.h"
-#include "switch/config.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
 

@@ -1,8 +1,8 @@
 // The three decoders, on result tables of any shape.
 #include "rows.h"
 
+#include "base/interface_name.h"
 #include "store/decode.h"
-#include "vlan/interface_name.h"
 
 #include <memory>
 

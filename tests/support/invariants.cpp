@@ -3,10 +3,10 @@
 
 #include "support/platform.h"
 
+#include "model/switch.h"
+#include "model/vlan.h"
 #include "platform/list_of.h"
-#include "switch/model.h"
 #include "switch/registry.h"
-#include "vlan/model.h"
 #include "vlan/vlan.h"
 
 #include <map>

@@ -1,30 +1,23 @@
 // Binds the chip to its switch and dispatches the commands it understands.
 #include "backends/bcm/bcm.h"
 
+#include "backends/bcm/device.h"
 #include "backends/bcm/ports.h"
 #include "backends/bcm/vlan.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "service/zone.h"
-#include "switch/records.h"
+#include "backends/command_table.h"
+#include "backends/payload.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 
 #include <cstring>
-#include <fcntl.h>
-
-constinit int32_t fd = 0; // written by bcmSwitchRegister; 0 while nothing was opened
 
 namespace {
 
-constexpr int cpuPortLan = 4;
-constexpr int cpuPortOther = 0;
-
 int vlanEnableRun(Switch *, const void *payload)
 {
-    int32_t state = 0;
-    if (payload == nullptr)
-        return statusInvalid;
-    memcpy(&state, payload, sizeof(state));
-    return bcmVlanEnable(state);
+    return payload != nullptr ? bcmVlanEnable(recordOf<int32_t>(payload)) : statusInvalid;
 }
 
 int membershipUpdateRun(Switch *sw, const void *payload)
@@ -42,14 +35,7 @@ int portConfigureRun(Switch *sw, const void *payload)
     return bcmSwitchPortConfigure(sw, static_cast<const SwitchPort *>(payload));
 }
 
-struct Command {
-    int code;
-    uint32_t length;     // the exact length a sender declares
-    const char *message; // takes one %d, the code
-    int (*run)(Switch *sw, const void *payload);
-};
-
-constexpr Command commands[] = {
+constexpr BackendCommand commands[] = {
     {SW_CMD_VLAN_ENABLE, commandAreaLength, "Processing vlan enable update request (%d)\n",
      vlanEnableRun},
     {SW_CMD_VLAN_MEMBERSHIP_UPDATE, switchVlanRecordLength,
@@ -60,14 +46,7 @@ constexpr Command commands[] = {
      "Processing switch port configuration set request (%d)\n", portConfigureRun},
 };
 
-const Command *commandOf(int code)
-{
-    for (const Command &command : commands) {
-        if (command.code == code)
-            return &command;
-    }
-    return nullptr;
-}
+static_assert(codesAreUnique(commands));
 
 bool isChip(const Switch *sw)
 {
@@ -81,8 +60,7 @@ extern "C" int bcmSwitchRegister(Switch *sw)
     if (!isChip(sw))
         return statusInvalid;
     sw->configFunc = bcmSwitchConfig;
-    fd = salOpen(sw->switchDevice, O_RDWR, /*mode=*/0);
-    if (fd < 0) {
+    if (chipOpen(sw->switchDevice) < 0) {
         LOG_ERROR(switchStrGet(sw), "Failed to open the device %s \n", sw->switchDevice);
         return statusInvalid;
     }
@@ -94,32 +72,23 @@ extern "C" int bcmSwitchUnRegister(Switch *sw)
     if (!isChip(sw))
         return statusInvalid;
     sw->configFunc = nullptr;
-    if (fd > 0)
-        static_cast<void>(salClose(fd)); // the descriptor is gone either way
+    chipClose();
     return 0;
 }
 
 extern "C" int bcmSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
                                void *, uint32_t *)
 {
-    const Command *command = commandOf(cmd);
+    const BackendCommand *command = commandOf(commands, cmd);
     if (command == nullptr) {
         LOG_ERROR(switchStrGet(sw), "Invalid command (%d)\n", cmd);
         LOG_ERROR(switchStrGet(sw), "(%d) processing returned %d \n", cmd, 0);
         return 0;
     }
     LOG_INFO(switchStrGet(sw), command->message, cmd);
-    if (payloadLen != command->length) {
+    if (!command->accepts(payloadLen)) {
         LOG_ERROR(switchStrGet(sw), "(%d) processing returned %d \n", cmd, statusInvalid);
         return statusInvalid;
     }
     return command->run(sw, payload);
-}
-
-extern "C" int bcmCPUPortNumberGet(const SwitchVlan *vlan)
-{
-    int32_t zone = zoneOther;
-    if (vlan != nullptr)
-        static_cast<void>(swMgrZoneTypeGet(vlan->interfaceName, &zone)); // never fails
-    return zone == zoneLan ? cpuPortLan : cpuPortOther;
 }

@@ -1,14 +1,10 @@
 // The Broadcom chip's backend: binding to a switch and command dispatch.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
-#include "vlan/model.h"
 
 extern "C" {
-// Descriptor of the chip's device node. There is one chip per process.
-extern SWMGR_API int32_t fd;
-
 // Binds a switch named "BCM": installs the configuration function and opens the
 // device node. 0; -22 for none, another name, or a node that cannot be opened
 // (the function then stays installed).
@@ -22,7 +18,4 @@ SWMGR_API int bcmSwitchUnRegister(Switch *sw);
 [[nodiscard]] SWMGR_API int bcmSwitchConfig(Switch *sw, int cmd, const void *payload,
                                             uint32_t payloadLen, void *replyBuf,
                                             uint32_t *replyLen);
-
-// The chip port through which a VLAN reaches the host: 4 on "eth0", else 0.
-[[nodiscard]] SWMGR_API int bcmCPUPortNumberGet(const SwitchVlan *vlan);
 }

@@ -8,6 +8,7 @@
 #include <type_traits>
 
 constexpr int bcmPortCount = 5; // chip ports 0 to 4
+constexpr uint32_t bcmEveryPort = (1u << bcmPortCount) - 1;
 
 enum BcmRequest : uint32_t {
     BCM_IOC_VLAN_ENABLE = 0x5301,              // no record

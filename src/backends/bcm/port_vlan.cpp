@@ -1,30 +1,25 @@
 // Edits the ports' forward maps, one member per request.
 #include "backends/bcm/port_vlan.h"
 
-#include "backends/bcm/request.h"
-#include "service/log.h"
+#include "backends/bcm/device.h"
+#include "base/log.h"
+#include "model/port_mask.h"
+#include "model/status.h"
 
 namespace {
 
-constexpr int32_t mapBits = 32;
 constexpr int32_t uplinkOfLan = 4; // of ports 0 to 3
 constexpr int32_t uplinkOfRest = 0;
-constexpr uint32_t allPorts = 0x1f;
-constexpr uint32_t uplinkOnly = 1u << uplinkOfRest;
+constexpr uint32_t uplinkOnly = portBit(uplinkOfRest);
 
 bool isLanPort(int32_t port)
 {
     return port >= 0 && port < uplinkOfLan;
 }
 
-bool has(uint32_t map, int32_t port)
-{
-    return (map >> port & 1u) != 0;
-}
-
 uint32_t withUplink(uint32_t map, int32_t port)
 {
-    return map | 1u << (isLanPort(port) ? uplinkOfLan : uplinkOfRest);
+    return map | portBit(isLanPort(port) ? uplinkOfLan : uplinkOfRest);
 }
 
 int memberRequest(BcmRequest request, int32_t port, int32_t member)
@@ -44,9 +39,7 @@ bool isMember(int32_t port, int32_t member)
 // first that fails.
 int membersRequest(BcmRequest request, int32_t port, uint32_t members)
 {
-    for (int32_t member = 0; member < mapBits; ++member) {
-        if (!has(members, member))
-            continue;
+    for (const int32_t member : PortsOf{members}) {
         const int status = memberRequest(request, port, member);
         if (status < 0)
             return status;
@@ -58,25 +51,19 @@ int membersRequest(BcmRequest request, int32_t port, uint32_t members)
 
 extern "C" int bcmDefPortVlanConfig(int32_t port)
 {
-    const uint32_t wanted = isLanPort(port) ? allPorts : uplinkOnly;
+    const uint32_t wanted = isLanPort(port) ? bcmEveryPort : uplinkOnly;
     LOG_INFO(noLabel, "configuring default port VLAN #%u: [FWD %x]\n", static_cast<unsigned>(port),
              wanted);
-    for (int32_t member = 0; member < mapBits && wanted >> member != 0; ++member) {
-        const bool present = isMember(port, member);
-        if (present && !has(wanted, member)) {
-            const int status = memberRequest(BCM_IOC_PORT_VLAN_MEMBER_DEL, port, member);
-            if (status < 0) {
-                LOG_ERROR(noLabel, "ERROR#%d deleting Port %d in forward map of port:%d\n", status,
-                          member, port);
-                return status;
-            }
-        } else if (!present && has(wanted, member)) {
-            const int status = memberRequest(BCM_IOC_PORT_VLAN_MEMBER_ADD, port, member);
-            if (status < 0) {
-                LOG_ERROR(noLabel, "ERROR#%d adding Port %d in forward map of port:%d\n", status,
-                          member, port);
-                return status;
-            }
+    // Neither map has a gap below its highest port, so there is nothing to take
+    // out; members above it are left alone.
+    for (const int32_t member : PortsOf{wanted}) {
+        if (isMember(port, member))
+            continue;
+        const int status = memberRequest(BCM_IOC_PORT_VLAN_MEMBER_ADD, port, member);
+        if (status < 0) {
+            LOG_ERROR(noLabel, "ERROR#%d adding Port %d in forward map of port:%d\n", status,
+                      member, port);
+            return status;
         }
     }
     return 0;
@@ -100,9 +87,7 @@ extern "C" int bcmPortVlanConfig(Switch *, const SwitchVlan *vlan)
 {
     if (vlan == nullptr)
         return statusInvalid;
-    for (int32_t port = 0; port < mapBits; ++port) {
-        if (!has(vlan->fwdMap, port))
-            continue;
+    for (const int32_t port : PortsOf{vlan->fwdMap}) {
         static_cast<void>(bcmPortVlanReset(port)); // never fails
         const uint32_t members = withUplink(vlan->fwdMap, port);
         LOG_INFO(noLabel, "configuring Port VLAN #%u: [PMAP:%x FWD %x]\n",
@@ -121,9 +106,7 @@ extern "C" int bcmPortVlanDeConfig(Switch *, const SwitchVlan *vlan)
 {
     if (vlan == nullptr)
         return statusInvalid;
-    for (int32_t port = 0; port < mapBits; ++port) {
-        if (!has(vlan->fwdMap, port))
-            continue;
+    for (const int32_t port : PortsOf{vlan->fwdMap}) {
         const uint32_t members = withUplink(vlan->fwdMap, port);
         LOG_INFO(noLabel, "De-configuring Port VLAN #%u: [PMAP:%x FWD %x]\n",
                  static_cast<unsigned>(port), members, vlan->fwdMap);

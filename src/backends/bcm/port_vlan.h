@@ -2,9 +2,9 @@
 // command reaches these operations.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
+#include "model/vlan.h"
 #include "swmgr/swmgr.h"
-#include "vlan/model.h"
 
 extern "C" {
 // Gives a port its default forward map: every port for ports 0 to 3, port 0

@@ -1,20 +1,15 @@
 // Derives the ports' settings from the VLANs of the switch and writes them.
 #include "backends/bcm/ports.h"
 
-#include "backends/bcm/request.h"
+#include "backends/bcm/device.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/port_mask.h"
+#include "model/vlan.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
 
 namespace {
-
-constexpr int32_t mapBits = 32;
-
-// The bit of a port in a map; none for a number that maps cannot express.
-uint32_t bitOf(const SwitchPort &port)
-{
-    return port.portNumber >= 0 && port.portNumber < mapBits ? 1u << port.portNumber : 0;
-}
 
 // Gives each port the last VLAN of the list that sends it untagged; a port that
 // none does keeps its PVID. Returns the ports that are untagged somewhere.
@@ -26,11 +21,11 @@ uint32_t pvidsDerive(Switch &sw, const char *func)
         if (vlan.untagMap == 0 && swMgrDevDebug == 0)
             continue;
         for (SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {
-            if ((vlan.untagMap & bitOf(port)) != 0) {
+            if ((vlan.untagMap & portBit(port.portNumber)) != 0) {
                 LOG_AT(SWMGR_LOG_NONE, noLabel, func, __LINE__, "Updating PVID of port %d to %d\n",
                        static_cast<int>(port.portIndex), vlan.vlanId);
                 port.PVID = vlan.vlanId;
-                untagged |= bitOf(port);
+                untagged |= portBit(port.portNumber);
             }
             LOG_AT(SWMGR_LOG_NONE, noLabel, func, __LINE__,
                    "After port (%d) iteration non8021qFramesStatus is %d \n", port.portNumber,
@@ -74,7 +69,7 @@ extern "C" int bcmSwitchPortConfigure(Switch *sw, const SwitchPort *port)
     for (SwitchPort &listed : ListOf<SwitchPort>(sw->portList)) {
         if (port != nullptr && port != &listed)
             continue;
-        listed.non8021qFramesStatus = (untagged & bitOf(listed)) == 0 ? 1 : 0;
+        listed.non8021qFramesStatus = (untagged & portBit(listed.portNumber)) == 0 ? 1 : 0;
         const int status = portWrite(listed, __func__);
         if (status < 0)
             return status;

@@ -2,7 +2,7 @@
 // default tag (PVID) and the non-802.1Q frames state.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

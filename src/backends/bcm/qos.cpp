@@ -1,26 +1,15 @@
 // Builds the driver's QoS records from command payloads and reports outcomes.
 #include "backends/bcm/qos.h"
 
-#include "backends/bcm/request.h"
+#include "backends/bcm/device.h"
+#include "backends/payload.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "switch/records.h"
-
-#include <cstring>
 
 namespace {
-
-constexpr int32_t everyPort = -1;
-
-// The payload may lie at any address in a request.
-template <class Payload>
-Payload copyOf(const Payload *payload)
-{
-    Payload copy;
-    memcpy(&copy, static_cast<const void *>(payload), sizeof(copy));
-    return copy;
-}
 
 const char *outcome(int status)
 {
@@ -29,7 +18,7 @@ const char *outcome(int status)
 
 bool selected(const SwitchPort &port, int32_t portNumber)
 {
-    return portNumber == everyPort || portNumber == port.portNumber;
+    return portNumber == SWMGR_EVERY_PORT || portNumber == port.portNumber;
 }
 
 BcmQueueSchedRecord schedRecord(const SwitchPort &port, const SwCmdQueueSched &sched)
@@ -85,7 +74,7 @@ extern "C" int bcmQoSConfigure(Switch *sw, const int32_t *qosEnable)
 {
     if (sw == nullptr || qosEnable == nullptr)
         return statusFailed;
-    BcmEnableRecord record{copyOf(qosEnable)};
+    BcmEnableRecord record{recordOf<int32_t>(qosEnable)};
     LOG_INFO(switchStrGet(sw), "QoS Enable status %d\n", int{record.enable});
     const int status = driverRequest(BCM_IOC_QOS_SET, record);
     if (status < 0) {
@@ -100,7 +89,7 @@ extern "C" int bcmPauseFrameConfigure(Switch *sw, const int32_t *pauseFrameEnabl
 {
     if (sw == nullptr || pauseFrameEnable == nullptr)
         return statusFailed;
-    BcmEnableRecord record{copyOf(pauseFrameEnable)};
+    BcmEnableRecord record{recordOf<int32_t>(pauseFrameEnable)};
     const int status = driverRequest(BCM_IOC_PAUSE_FRAME_SET, record);
     if (status < 0) {
         LOG_ERROR(switchStrGet(sw), "configuring  pause frames failed.\n");
@@ -114,7 +103,7 @@ extern "C" int bcmRateLimitConfigure(Switch *sw, const SwCmdRateLimit *limitPayl
 {
     if (sw == nullptr || limitPayload == nullptr)
         return statusFailed;
-    const SwCmdRateLimit limit = copyOf(limitPayload);
+    const auto limit = recordOf<SwCmdRateLimit>(limitPayload);
     const int port = static_cast<int>(limit.portNumber);
     BcmRateLimitRecord record{};
     record.portNumber = static_cast<uint16_t>(limit.portNumber);
@@ -134,7 +123,7 @@ extern "C" int bcmTrustModeConfigure(Switch *sw, const SwCmdTrustMode *modePaylo
 {
     if (sw == nullptr || modePayload == nullptr)
         return statusFailed;
-    const SwCmdTrustMode mode = copyOf(modePayload);
+    const auto mode = recordOf<SwCmdTrustMode>(modePayload);
     BcmTrustModeRecord record{};
     record.portNumber = static_cast<uint16_t>(mode.portNumber);
     record.trustMode = mode.trustMode;
@@ -152,7 +141,7 @@ extern "C" int bcmQueueSchedConfigure(Switch *sw, const SwCmdQueueSched *schedPa
 {
     if (sw == nullptr || schedPayload == nullptr)
         return statusFailed;
-    const SwCmdQueueSched sched = copyOf(schedPayload);
+    const auto sched = recordOf<SwCmdQueueSched>(schedPayload);
     int status = statusFailed;
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
         if (!selected(port, sched.portNumber))
@@ -173,7 +162,7 @@ extern "C" int bcmCosQueueMapConfigure(Switch *sw, const BcmCosQueueMapArgs *map
 {
     if (sw == nullptr || mapPayload == nullptr)
         return statusFailed;
-    const BcmCosQueueMapArgs map = copyOf(mapPayload);
+    const auto map = recordOf<BcmCosQueueMapArgs>(mapPayload);
     int status = statusFailed;
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
         if (!selected(port, map.portNumber))

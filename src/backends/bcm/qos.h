@@ -7,14 +7,15 @@
 #pragma once
 
 #include "backends/bcm/driver.h"
-#include "switch/model.h"
+#include "model/command.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
 
 // What the CoS-to-queue mapping is given. The driver defines which of the two
 // values is the class of service and which the queue.
 struct BcmCosQueueMapArgs {
-    int32_t portNumber; // -1 for every port
+    int32_t portNumber; // or SWMGR_EVERY_PORT
     int32_t mapValue1;
     int32_t reserved; // not read
     int32_t mapValue2;

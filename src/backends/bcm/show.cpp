@@ -1,7 +1,7 @@
 // Prints what the driver says about VLANs and tags.
 #include "backends/bcm/show.h"
 
-#include "backends/bcm/request.h"
+#include "backends/bcm/device.h"
 #include "backends/bcm/vlan.h"
 
 #include <cstdio>

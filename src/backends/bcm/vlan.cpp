@@ -2,16 +2,19 @@
 // written.
 #include "backends/bcm/vlan.h"
 
-#include "backends/bcm/request.h"
+#include "backends/bcm/device.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "base/zone.h"
+#include "model/port_mask.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
 
 namespace {
 
-constexpr uint32_t chipPorts = 0x1f;
-constexpr int32_t mapBits = 32;
 constexpr int32_t cpuPortInSwitch = 0;
+constexpr int32_t cpuPortLan = 4;
+constexpr int32_t cpuPortOther = 0;
 
 int membershipConfigure(const SwitchVlan &vlan, const char *func)
 {
@@ -57,7 +60,7 @@ extern "C" int bcmVlanMembershipUpdate(Switch *sw, const SwitchVlan *image)
     const uint32_t untagMap = image->untagMap;
     // A port sends one VLAN untagged. Bits beyond the chip's ports survive in
     // other VLANs only where the image has them too.
-    const uint32_t kept = untagMap ^ chipPorts;
+    const uint32_t kept = untagMap ^ bcmEveryPort;
     for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList)) {
         if (vlan.vlanId == vlanId) {
             vlan.untagMap = untagMap;
@@ -90,8 +93,8 @@ extern "C" int bcmVlanMembershipConfigure(uint16_t vlanId, uint32_t fwdMap, uint
 {
     LOG_DEVELOPER(noLabel, "Clearing VLAN Membership %d\n", vlanId);
     static_cast<void>(bcmVlanMembershipClear(vlanId)); // a failure shows again when writing
-    if (fwdMap != 0 && cpuPort >= 0 && cpuPort < mapBits)
-        fwdMap |= 1u << cpuPort;
+    if (fwdMap != 0)
+        fwdMap |= portBit(cpuPort);
     LOG_NOTICE(noLabel, "Modifying untag value to %d and fwdMap to %d for vlanid: %d \n",
                static_cast<int>(untagMap), static_cast<int>(fwdMap), vlanId);
     BcmVlanEntryRecord record{};
@@ -116,6 +119,14 @@ extern "C" int bcmVlanMembershipClear(uint16_t vlanId)
         return status;
     }
     return 0;
+}
+
+extern "C" int bcmCPUPortNumberGet(const SwitchVlan *vlan)
+{
+    int32_t zone = zoneOther;
+    if (vlan != nullptr)
+        static_cast<void>(swMgrZoneTypeGet(vlan->interfaceName, &zone)); // never fails
+    return zone == zoneLan ? cpuPortLan : cpuPortOther;
 }
 
 extern "C" int bcmIsPortInVlanFwdMap(uint16_t port, uint16_t vlanId)

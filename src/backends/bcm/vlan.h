@@ -2,9 +2,9 @@
 // VLAN id with a forward map and an untag map.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
+#include "model/vlan.h"
 #include "swmgr/swmgr.h"
-#include "vlan/model.h"
 
 extern "C" {
 // Turns 802.1Q mode off (0) or on (1). The driver's result; -1 for other states.
@@ -26,6 +26,9 @@ extern "C" {
 
 // Clears one entry. 0 or the driver's negative result.
 [[nodiscard]] SWMGR_API int bcmVlanMembershipClear(uint16_t vlanId);
+
+// The chip port through which a VLAN reaches the host: 4 on "eth0", else 0.
+[[nodiscard]] SWMGR_API int bcmCPUPortNumberGet(const SwitchVlan *vlan);
 
 // Whether a port is in an entry's map: 1, 0, or -1 when the driver cannot tell.
 [[nodiscard]] SWMGR_API int bcmIsPortInVlanFwdMap(uint16_t port, uint16_t vlanId);

@@ -1,14 +1,14 @@
 // Forwards commands down the hierarchy and translates port numbers.
 #include "backends/pse/lower.h"
 
+#include "backends/payload.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
 #include "switch/command.h"
-#include "switch/port.h"
-#include "switch/records.h"
-
-#include <cstring>
+#include "switch/registry.h"
 
 namespace {
 
@@ -85,7 +85,5 @@ extern "C" int pseConfTransfer(Switch *sw, Switch *lower, int cmd, const void *p
         return transfer.send(payload, payloadLen);
     if (payload == nullptr)
         return statusFailed;
-    SwCmdRateLimit limit;
-    memcpy(&limit, payload, sizeof(limit)); // a request's payload may lie unaligned
-    return transfer.rateLimitSend(limit);
+    return transfer.rateLimitSend(recordOf<SwCmdRateLimit>(payload));
 }

@@ -1,7 +1,7 @@
 // Handing a command on to the switches below the engine.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

@@ -1,8 +1,8 @@
 // Asks the kernel through a socket, as ifconfig does.
 #include "backends/pse/mac_address.h"
 
+#include "model/status.h"
 #include "platform/releaser.h"
-#include "switch/records.h"
 
 #include <cstring>
 #include <net/if.h>

@@ -3,17 +3,17 @@
 #include "backends/pse/membership.h"
 
 #include "backends/pse/mac_address.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "base/tool.h"
+#include "base/zone.h"
+#include "model/port_mask.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "service/tool.h"
-#include "service/zone.h"
-#include "switch/records.h"
 
 namespace {
 
-constexpr uint32_t PSE_CPU_PORT_BIT = 4; // port 2 is the engine's CPU port
-constexpr int32_t mapBits = 32;
+constexpr int32_t cpuPort = 2;
 
 // What the engine's tables say about one VLAN.
 struct Membership {
@@ -27,8 +27,8 @@ struct Membership {
 bool carries(SwitchPort &port, uint32_t fwdMap)
 {
     for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(port.mappedList)) {
-        const int32_t bit = node.mapped->portNumber;
-        if (bit >= 1 && bit <= mapBits && (fwdMap >> (bit - 1) & 1u) != 0)
+        const int32_t number = node.mapped->portNumber;
+        if (number >= 1 && (fwdMap & portBit(number - 1)) != 0)
             return true;
     }
     return false;
@@ -39,9 +39,7 @@ int memberAdd(Membership &membership, const SwitchPort &port, const SwitchVlan &
 {
     LOG_AT(SWMGR_LOG_NONE, swVlanStrGet(&vlan), func, __LINE__, "Adding port(%d) to membership. \n",
            port.portNumber);
-    uint32_t bits = PSE_CPU_PORT_BIT;
-    if (port.portNumber >= 0 && port.portNumber < mapBits)
-        bits |= 1u << port.portNumber;
+    const uint32_t bits = portBit(cpuPort) | portBit(port.portNumber);
     membership.mbMap |= bits;
     membership.etagMap |= bits;
 

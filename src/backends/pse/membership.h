@@ -2,9 +2,9 @@
 // VLAN that sends the gateway's own frames to the engine's CPU port.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
+#include "model/vlan.h"
 #include "swmgr/swmgr.h"
-#include "vlan/model.h"
 
 extern "C" {
 // Derives the engine's member ports from the VLAN's forward map and writes both

@@ -1,32 +1,27 @@
 // Binds the engine to its switch and dispatches its commands.
 #include "backends/pse/pse.h"
 
+#include "backends/command_table.h"
 #include "backends/pse/lower.h"
 #include "backends/pse/membership.h"
 #include "backends/pse/settings.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "switch/records.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 
 #include <cstring>
 
 namespace {
 
-constexpr uint32_t anyLength = 0;
+constexpr uint32_t anyLength = BackendCommand::anyLength;
 
 int membershipSetRun(Switch *sw, const void *payload)
 {
     return pseVlanMembershipSet(sw, static_cast<const SwitchVlan *>(payload));
 }
 
-struct Command {
-    int code;
-    uint32_t length;     // the exact length a sender declares, or anyLength
-    const char *message; // takes one %d, the code
-    int (*run)(Switch *sw, const void *payload);
-};
-
-constexpr Command commands[] = {
+constexpr BackendCommand commands[] = {
     {SW_CMD_VLAN_MEMBERSHIP_SET, switchVlanRecordLength,
      "Processing vlan membership configure request (%d)\n", membershipSetRun},
     {SW_CMD_QOS_ENABLE, anyLength, "Processing QoS Configuration request (%d)\n", pseQoSConfigure},
@@ -40,14 +35,7 @@ constexpr Command commands[] = {
      "Processing  switch port trust mode configuration request (%d)\n", pseTrustModeConfigure},
 };
 
-const Command *commandOf(int code)
-{
-    for (const Command &command : commands) {
-        if (command.code == code)
-            return &command;
-    }
-    return nullptr;
-}
+static_assert(codesAreUnique(commands));
 
 bool isEngine(const Switch *sw)
 {
@@ -79,11 +67,11 @@ extern "C" int pseSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_
 {
     if (sw == nullptr)
         return statusInvalid;
-    const Command *command = commandOf(cmd);
+    const BackendCommand *command = commandOf(commands, cmd);
     int status = 0;
     if (command != nullptr) {
         LOG_INFO(switchStrGet(sw), command->message, cmd);
-        if (command->length != anyLength && command->length != payloadLen)
+        if (!command->accepts(payloadLen))
             return statusInvalid;
         status = command->run(sw, payload);
     }

@@ -1,7 +1,7 @@
 // The packet switch engine's backend: binding to a switch and command dispatch.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

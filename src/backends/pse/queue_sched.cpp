@@ -1,17 +1,17 @@
 // Queue count of the engine, scheduling mode and queue weights of its ports.
-#include "backends/pse/payload.h"
+#include "backends/payload.h"
 #include "backends/pse/settings.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "base/tool.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "service/tool.h"
-#include "switch/records.h"
 
 #include <cmath>
 
 namespace {
 
-constexpr int32_t everyPort = -1;
 constexpr double ln2 = 0.6931471805599453;
 
 // A value of a command and the engine's code for it.
@@ -21,7 +21,8 @@ struct Code {
 };
 
 constexpr Code queueCounts[] = {{1, 0}, {2, 1}, {4, 2}};
-constexpr Code schedModes[] = {{0, 1}, {1, 0}, {3, 2}};
+constexpr Code schedModes[] = {
+    {SW_SCHED_MODE_CODE_1, 1}, {SW_SCHED_MODE_CODE_0, 0}, {SW_SCHED_MODE_CODE_2, 2}};
 
 template <size_t N>
 const Code *codeOf(const Code (&codes)[N], int32_t value)
@@ -63,7 +64,7 @@ extern "C" int pseQueueSchedConfigure(Switch *sw, const void *payload)
         return status;
     }
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
-        if (sched.portNumber != everyPort && sched.portNumber != port.portNumber)
+        if (sched.portNumber != SWMGR_EVERY_PORT && sched.portNumber != port.portNumber)
             continue;
         status = TOOL_RUN("queue_weight_func set %d %d %d %d %d %d", port.portNumber, mode->code,
                           weightCode(sched.queue1Weight), weightCode(sched.queue2Weight),

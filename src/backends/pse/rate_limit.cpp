@@ -1,11 +1,12 @@
 // Rate limits: the engine takes a value of at most 127 and a unit.
-#include "backends/pse/payload.h"
+#include "backends/payload.h"
 #include "backends/pse/settings.h"
-#include "service/labels.h"
-#include "service/log.h"
-#include "service/tool.h"
-#include "switch/port.h"
-#include "switch/records.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "base/tool.h"
+#include "model/command.h"
+#include "model/status.h"
+#include "switch/registry.h"
 
 namespace {
 
@@ -46,7 +47,7 @@ extern "C" int pseRateLimitConfigure(Switch *sw, const void *payload)
     }
     int value = 0;
     int unitCode = 0;
-    if (limit.limitCmd == 1) {
+    if (limit.limitCmd == SW_RATE_LIMIT_APPLY) {
         const Band *band = bandOf(limit.rateLimit);
         if (band == nullptr) {
             LOG_ERROR(switchStrGet(sw), "Switch can't configure this rate (%dkbps) \n",
@@ -55,7 +56,7 @@ extern "C" int pseRateLimitConfigure(Switch *sw, const void *payload)
         }
         value = limit.rateLimit / band->unit;
         unitCode = band->code;
-    } else if (limit.limitCmd != 0) {
+    } else if (limit.limitCmd != SW_RATE_LIMIT_REMOVE) {
         LOG_ERROR(switchStrGet(sw), "Invalid cmd (%d) to configure rate limiting\n",
                   limit.limitCmd);
         return statusFailed;

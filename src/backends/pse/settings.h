@@ -2,7 +2,7 @@
 // command's record, wherever it lies, and turns it into the engine's tools.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

@@ -1,8 +1,8 @@
 // From a configuration record to a working switch, and back.
 #pragma once
 
-#include "store/records.h"
-#include "switch/model.h"
+#include "model/configuration.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 extern "C" {

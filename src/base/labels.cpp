@@ -1,9 +1,9 @@
 // Builds the labels in their shared buffers.
-#include "service/labels.h"
+#include "base/labels.h"
 
+#include "model/switch.h"
+#include "model/vlan.h"
 #include "platform/text.h"
-#include "switch/model.h"
-#include "vlan/model.h"
 
 // Written by the helper of the same kind at each call.
 constinit char switchStr[512] = {};

@@ -1,8 +1,8 @@
 // One place where command lines are run, so that each is logged alike.
-#include "service/tool.h"
+#include "base/tool.h"
 
+#include "base/log.h"
 #include "platform/sal.h"
-#include "service/log.h"
 
 #include <cstdarg>
 

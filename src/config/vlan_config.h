@@ -2,10 +2,10 @@
 // its Linux sub-interface; and back.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
+#include "model/vlan.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
-#include "vlan/model.h"
 
 extern "C" {
 // Requests 36 (add) and 38 (delete). 0 whatever the outcome, which has been

@@ -1,13 +1,14 @@
 // The life of a switch: added, applied, disabled, detached. Every command goes
 // to one switch; handing it down the hierarchy is the backend's business.
-#include "switch/config.h"
+#include "config/switch_config.h"
 
-#include "service/labels.h"
-#include "service/log.h"
-#include "switch/backends.h"
+#include "backends/backends.h"
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "switch/command.h"
 #include "switch/port.h"
-#include "switch/records.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"
 

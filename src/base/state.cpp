@@ -1,5 +1,5 @@
 // Definitions of the flags and of the registration handle.
-#include "service/state.h"
+#include "base/state.h"
 
 constinit int32_t swMgrForeground = 0;           // written by the host before the start
 constinit int32_t swMgrDevDebug = 0;             // written by the host

@@ -1,10 +1,10 @@
 // The only place that knows which backends there are. A new one is a row here,
 // a folder beside the others, and a test.
-#include "switch/backends.h"
+#include "backends/backends.h"
 
 #include "backends/bcm/bcm.h"
 #include "backends/pse/pse.h"
-#include "switch/records.h"
+#include "model/status.h"
 
 #include <cstring>
 

@@ -1,6 +1,6 @@
 // Composes log messages and hands them to standard error or to the device's
 // logging module. Every room logs through swMgrDebug.
-#include "service/log.h"
+#include "base/log.h"
 
 #include "platform/sal.h"
 

@@ -1,5 +1,5 @@
 // The fixed assignment of interfaces to zones.
-#include "service/zone.h"
+#include "base/zone.h"
 
 #include <cstring>
 

@@ -1,5 +1,5 @@
 // One rule for names from requests and from rows.
-#include "vlan/interface_name.h"
+#include "base/interface_name.h"
 
 #include <cstring>
 

@@ -1,7 +1,7 @@
 // The table of backends. A switch's name selects its driver.
 #pragma once
 
-#include "switch/model.h"
+#include "model/switch.h"
 #include "swmgr/swmgr.h"
 
 // One backend. The name is an array, so that the table can be read from outside

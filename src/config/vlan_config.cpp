@@ -1,11 +1,13 @@
 // Walks the switch list for each configured VLAN. Every switch gets its own
 // object and its own commands, so no switch hands them on meanwhile.
-#include "vlan/vlan_config.h"
+#include "config/vlan_config.h"
 
+#include "base/labels.h"
+#include "base/log.h"
+#include "model/command.h"
+#include "model/status.h"
 #include "platform/list_of.h"
 #include "platform/text.h"
-#include "service/labels.h"
-#include "service/log.h"
 #include "switch/registry.h"
 #include "vlan/encap.h"
 #include "vlan/vlan.h"

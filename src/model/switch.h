@@ -3,6 +3,7 @@
 // lists, and are never freed once listed.
 #pragma once
 
+#include "model/command.h"
 #include "platform/sal.h"
 
 #include <cstdint>
@@ -24,12 +25,14 @@ struct Switch {
     uint32_t switchIndex;   // 1-based, in the order of adding; 0 before
     char switchName[512];   // unique; also selects the backend
     char switchDevice[512]; // device node that the backend drives
+    // Switch-wide settings from the switch's row, each sent with a command of its
+    // own: 0 off, 1 on. Of the two for snooping the low byte alone travels.
     int32_t qosEnable;
     int32_t vlanEnable;
-    int32_t pauseFrameEnable;
+    int32_t pauseFrameEnable; // any value but 1: off
     int32_t igmpSnoopingEnable;
     int32_t mldSnoopingEnable;
-    int32_t numPorts;
+    int32_t numPorts;            // from the row; kept, not used
     int32_t switchLevel;         // higher is nearer the top
     int32_t lowerLvlCfgEnable;   // non-zero: the backend hands commands on to the switches below
     SwitchConfigFunc configFunc; // none while no backend is bound
@@ -46,24 +49,27 @@ struct SwitchPort {
     Switch *ownerSwitch;          // the switch whose portList holds the port
     int32_t PVID;                 // VLAN of untagged frames; kept up by the chip's backend
     int32_t non8021qFramesStatus; // 1: untagged in no VLAN; written by the chip's backend
-    int32_t portType;
-    char interfaceName[64]; // may be full without a terminator
-    int32_t trustMode;      // 0 to 4
-    int32_t mirroring;
-    SalList mappedList; // SwitchLowerLvlNode, each to a SwitchPort of another switch
-    int32_t rateLimit;  // kbit/s
-    int32_t schedMode;
-    int32_t numQueues;
-    int32_t queue1Weight;
+    int32_t portType;             // from the row; kept, not used
+    char interfaceName[64];       // from the row; may be full without a terminator
+    int32_t trustMode;            // SW_TRUST_MODE_..., sent when the port is added
+    int32_t mirroring;            // from the row; kept, not used
+    SalList mappedList;           // SwitchLowerLvlNode, each to a SwitchPort of another switch
+
+    // From the row and kept; what is in force comes with commands 48 and 50.
+    int32_t rateLimit;    // kbit/s
+    int32_t schedMode;    // SW_SCHED_MODE_...
+    int32_t numQueues;    // 1, 2 or 4
+    int32_t queue1Weight; // share of the bandwidth, as those of the other queues
     int32_t queue2Weight;
     int32_t queue3Weight;
     int32_t queue4Weight;
 };
+static_assert(sizeof(void *) != 4 || sizeof(SwitchPort) == switchPortRecordLength);
 
 // An element of lowerLvlSwitchList or of mappedList: a block of its own, since
 // a switch or port may be named in several lists.
 struct SwitchLowerLvlNode {
-    SalListLink link;
+    SalListLink link; // in the list that it is an element of
     union {
         Switch *lower;      // in a lowerLvlSwitchList
         SwitchPort *mapped; // in a mappedList

@@ -2,7 +2,8 @@
 // from the first byte, is also the payload of commands 34, 35, 58 and 59.
 #pragma once
 
-#include "switch/records.h"
+#include "model/command.h"
+#include "model/switch.h"
 
 #include <cstddef>
 

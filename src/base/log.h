@@ -7,7 +7,7 @@
 // while it is off.
 #pragma once
 
-#include "service/state.h"
+#include "base/state.h"
 #include "swmgr/swmgr_client.h"
 
 // Composes label, function name with line (when given) and message into at most

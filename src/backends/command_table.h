@@ -1,0 +1,43 @@
+// The commands that a backend carries out, as rows of a table.
+#pragma once
+
+#include "model/switch.h"
+
+#include <cstddef>
+
+struct BackendCommand {
+    int code;
+    uint32_t length;     // the exact length that a sender declares, or anyLength
+    const char *message; // logged on arrival; takes one %d, the code
+    int (*run)(Switch *sw, const void *payload);
+
+    static constexpr uint32_t anyLength = 0;
+
+    [[nodiscard]] bool accepts(uint32_t payloadLen) const
+    {
+        return length == anyLength || length == payloadLen;
+    }
+};
+
+template <size_t N>
+constexpr bool codesAreUnique(const BackendCommand (&commands)[N])
+{
+    for (size_t i = 0; i < N; ++i) {
+        for (size_t j = 0; j < i; ++j) {
+            if (commands[i].code == commands[j].code)
+                return false;
+        }
+    }
+    return true;
+}
+
+// The row of a code, or none.
+template <size_t N>
+const BackendCommand *commandOf(const BackendCommand (&commands)[N], int code)
+{
+    for (const BackendCommand &command : commands) {
+        if (command.code == code)
+            return &command;
+    }
+    return nullptr;
+}
