@@ -26,18 +26,16 @@ void bareSpawn(benchmark::State &state)
 
 void salCommand(benchmark::State &state)
 {
-    for (auto _ : state) {
+    for (auto _ : state)
         if (salCmdExec("true set", 0, 0) != 0)
             abort();
-    }
 }
 
 void shell(benchmark::State &state)
 {
-    for (auto _ : state) {
+    for (auto _ : state)
         if (system("/bin/true set") != 0)
             abort();
-    }
 }
 
 // Interleaved repetitions, so that a busy machine hits all three alike.

@@ -74,10 +74,9 @@ long processorTicks(pid_t process)
     std::ifstream file("/proc/" + std::to_string(process) + "/stat");
     std::string word;
     long ticks = 0;
-    for (int field = 1; file >> word; ++field) {
+    for (int field = 1; file >> word; ++field)
         if (field == 14 || field == 15)
             ticks += std::stol(word);
-    }
     return ticks;
 }
 

@@ -213,16 +213,17 @@ BENCHMARK(liveAddAndDelete)->Arg(16)->Arg(1024)->Unit(benchmark::kMicrosecond);
 
 void switchCommand(benchmark::State &state)
 {
-    inService(state, 16, [](benchmark::State &inner) {
-        SwMgrSwitchCmdRequest request{};
-        strcpy(request.switchName, "PSE");
-        const SwCmdRateLimit limit{1, 1, {}, 50000};
-        memcpy(request.payload, &limit, sizeof(limit));
-        for (auto _ : inner) {
-            if (send(SW_CMD_RATE_LIMIT, &request, sizeof(request), nullptr, 0) != 0)
-                abort();
-        }
-    });
+    inService(
+        state, 16,
+        [](benchmark::State &inner) {
+            SwMgrSwitchCmdRequest request{};
+            strcpy(request.switchName, "PSE");
+            const SwCmdRateLimit limit{1, 1, {}, 50000};
+            memcpy(request.payload, &limit, sizeof(limit));
+            for (auto _ : inner)
+                if (send(SW_CMD_RATE_LIMIT, &request, sizeof(request), nullptr, 0) != 0)
+                    abort();
+        });
 }
 BENCHMARK(switchCommand)->Unit(benchmark::kMicrosecond);
 

@@ -14,20 +14,16 @@ constexpr char magic[] = "SQLite format 3"; // 16 bytes with its terminator
 const char *contentFault(int fd)
 {
     struct stat status = {};
-    if (fstat(fd, &status) != 0) {
+    if (fstat(fd, &status) != 0)
         return strerror(errno);
-    }
-    if (!S_ISREG(status.st_mode)) {
+    if (!S_ISREG(status.st_mode))
         return "not a regular file";
-    }
-    if (status.st_size == 0) {
+    if (status.st_size == 0)
         return nullptr; // a database without tables yet
-    }
     char head[sizeof(magic)] = {};
     const ssize_t length = read(fd, head, sizeof(head));
-    if (length < 0) {
+    if (length < 0)
         return strerror(errno);
-    }
     const bool known =
         length == static_cast<ssize_t>(sizeof(head)) && memcmp(head, magic, sizeof(head)) == 0;
     return known ? nullptr : "not an SQLite database";
@@ -39,9 +35,8 @@ const char *databaseFileFault(const char *path)
 {
     // Non-blocking: the path may be a pipe that nobody writes to.
     const int fd = open(path, O_RDONLY | O_CLOEXEC | O_NONBLOCK);
-    if (fd < 0) {
+    if (fd < 0)
         return strerror(errno);
-    }
     const char *fault = contentFault(fd);
     close(fd);
     return fault;

@@ -102,11 +102,10 @@ int serve(const char *database)
                 status, database);
         return EXIT_FAILED;
     }
-    if (stopRequested != 0) {
+    if (stopRequested != 0)
         swMgrInitialized = 0; // the start has set it after the signal
-    } else if (!notifyManager("READY=1\nSTATUS=Serving requests\n")) {
+    else if (!notifyManager("READY=1\nSTATUS=Serving requests\n"))
         fputs("swmgrd: NOTIFY_SOCKET cannot be written to; readiness is not announced\n", stderr);
-    }
     swMgrRun();
     static_cast<void>(notifyManager("STOPPING=1\n"));
     swMgrDeinit();
@@ -119,9 +118,8 @@ int main(int argc, char **argv)
 {
     const char *database = nullptr;
     const int status = readArguments(argc, argv, database);
-    if (status >= 0) {
+    if (status >= 0)
         return status;
-    }
     const char *fault = databaseFileFault(database);
     if (fault != nullptr) {
         fprintf(stderr, "swmgrd: database %s: %s\n", database, fault);

@@ -32,9 +32,8 @@ public:
 
     void reset(int number = -1)
     {
-        if (fd >= 0) {
+        if (fd >= 0)
             close(fd);
-        }
         fd = number;
     }
 

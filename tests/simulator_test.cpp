@@ -144,7 +144,7 @@ struct Engine {
     std::string json() const
     {
         char text[1 << 16] = {};
-        FILE *out = fmemopen(text, sizeof text, "w");
+        FILE *out = fmemopen(text, sizeof(text), "w");
         engine::showJson(*state, out);
         fclose(out);
         return text;
@@ -172,7 +172,7 @@ TEST(Engine, refusesWrongArgumentsAndChangesNothing)
         EXPECT_PRED_FORMAT2(testing::IsSubstring, why, std::string(engine.reply.error)) << line;
     }
     EXPECT_EQ(engine.json(), before);
-    for (int i = 0; i < 4; i++)
+    for (int i = 0; i < 4; ++i)
         EXPECT_EQ(
             engine.run("arl_table_func add 00:00:00:00:00:0" + std::to_string(i) + " 7 0x4 0x1"),
             0);
@@ -190,7 +190,7 @@ Outcome shell(const std::string &command)
     Outcome outcome;
     FILE *pipe = popen(("( " + command + " ) 2>&1").c_str(), "r");
     char buffer[4096];
-    for (size_t length; (length = fread(buffer, 1, sizeof buffer, pipe)) > 0;)
+    for (size_t length; (length = fread(buffer, 1, sizeof(buffer), pipe)) > 0;)
         outcome.text.append(buffer, length);
     const int status = pclose(pipe);
     outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
@@ -210,7 +210,7 @@ TEST(EngineProgram, keepsItsStateAndTracesItsCalls)
               "tc_func: CODE '9' is not a number from 0 to 2\n");
     const Outcome shown = shell(use + "./swengine show --json");
     EXPECT_EQ(shown.status, 0);
-    for (int port = 1; port <= 7; port++)
+    for (int port = 1; port <= 7; ++port)
         EXPECT_PRED_FORMAT2(testing::IsSubstring,
                             "{\"value\":" + std::to_string(port) + ",\"unit\":1}", shown.text);
     EXPECT_EQ(shell("sort " + in + "/trace | head -2").text,

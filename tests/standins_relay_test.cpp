@@ -221,9 +221,8 @@ TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
     Process service(runService);
     ASSERT_TRUE(waitUntilServed());
     int sent = 0;
-    for (; post() != 0; usleep(1000)) { // the pause between attempts to connect
+    for (; post() != 0; usleep(1000)) // the pause between attempts to connect
         ++sent;
-    }
     ++sent;
     EXPECT_EQ(request(RECEIVED), 1);
     EXPECT_EQ(request(DROPPED), 5 + sent - 1);

@@ -2,8 +2,8 @@
 #include "support/gateway.h"
 
 #include "store/database.h"
-#include "store/port_list.h"
 #include "store/decode.h"
+#include "store/port_list.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"
 
@@ -62,10 +62,9 @@ struct Row {
     explicit Row(std::vector<std::string> cells)
         : texts(std::move(cells)), columns(static_cast<int>(texts.size() / 2))
     {
-        for (const size_t first : {0u, 1u}) {
+        for (const size_t first : {0u, 1u})
             for (size_t i = first; i < texts.size(); i += 2)
                 table.push_back(texts[i] == "-" ? nullptr : texts[i].data());
-        }
     }
     std::vector<std::string> texts;
     std::vector<char *> table;

@@ -74,7 +74,7 @@ private:
         std::string reply;
         const int status = module.answer(message, reply);
         if (!reply.empty()) {
-            std::memcpy(buffer, reply.data(), reply.size());
+            memcpy(buffer, reply.data(), reply.size());
             *bufferLength = static_cast<uint32_t>(reply.size());
         }
         const std::lock_guard guard(module.lock);
@@ -149,7 +149,7 @@ protected:
     {
         const std::string line = std::string(SWCTL_PROGRAM) + " " + arguments + " >" + directory +
                                  "/out 2>" + directory + "/err";
-        const int status = std::system(line.c_str());
+        const int status = system(line.c_str());
         return {WEXITSTATUS(status), contents(directory + "/out"), contents(directory + "/err")};
     }
 
@@ -389,7 +389,7 @@ std::string logEntry(uint64_t number, int32_t level, const std::string &text)
     const logd::LogEntry entry{
         number, int64_t{4102444800} * 1000000000,  SWMGR_RELAY_MODULE_ID, level,
         0,      static_cast<uint32_t>(text.size())};
-    return padded(std::string(reinterpret_cast<const char *>(&entry), sizeof entry) + text,
+    return padded(std::string(reinterpret_cast<const char *>(&entry), sizeof(entry)) + text,
                   logd::entrySize(text.size()));
 }
 
@@ -398,7 +398,7 @@ TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
     EXPECT_EQ(run("log --no-follow").status, 3);
     Module daemon(LOGGING_RELAY_MODULE_ID, [](const Message &, std::string &reply) {
         const logd::LogAnswer answer{1, 2, 2, 0, 2, 0};
-        reply.assign(reinterpret_cast<const char *>(&answer), sizeof answer);
+        reply.assign(reinterpret_cast<const char *>(&answer), sizeof(answer));
         reply += logEntry(1, SWMGR_LOG_ERROR, "cmd (vconfig) returned (0).\n");
         reply += logEntry(2, SWMGR_LOG_ERROR, "(switch=PSE) This VLAN\x1b exists \n");
         return 0;
@@ -408,7 +408,7 @@ TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
     EXPECT_HAS(log.out, "error   (switch=PSE) This VLAN\\x1b exists\n");
     EXPECT_LACKS(log.out, "vconfig");
     logd::LogFollowRequest request{};
-    std::memcpy(&request, daemon.taken().at(0).data.data(), sizeof request);
+    memcpy(&request, daemon.taken().at(0).data.data(), sizeof(request));
     EXPECT_EQ(request.level, SWMGR_LOG_ERROR);
 
     const auto module = service(-22);

@@ -35,14 +35,14 @@ template <class Record>
 Record load(const uint8_t *bytes)
 {
     Record record{};
-    std::memcpy(&record, bytes, sizeof record);
+    memcpy(&record, bytes, sizeof(record));
     return record;
 }
 
 template <class Record>
 void store(uint8_t *bytes, const Record &record)
 {
-    std::memcpy(bytes, &record, sizeof record);
+    memcpy(bytes, &record, sizeof(record));
 }
 
 int vlanModeOn(Model &model, int64_t, uint8_t *)
@@ -177,8 +177,8 @@ int portStatsGet(Model &model, int64_t, uint8_t *bytes)
     if (!isPort(record.portNumber))
         return refusal;
     const auto &counters = model.ports[record.portNumber].counters;
-    static_assert(sizeof counters == sizeof record.statistics);
-    std::memcpy(record.statistics, counters.data(), sizeof record.statistics);
+    static_assert(sizeof(counters) == sizeof(record.statistics));
+    memcpy(record.statistics, counters.data(), sizeof(record.statistics));
     store(bytes, record);
     return 0;
 }
@@ -297,17 +297,17 @@ int dispatch(Model &model, uint32_t number, int64_t argument, uint8_t *record, s
 
 Model::Model()
 {
-    for (uint32_t port = 0; port < portCount; port++)
-        for (uint32_t i = 0; i < counterCount; i++)
+    for (uint32_t port = 0; port < portCount; ++port)
+        for (uint32_t i = 0; i < counterCount; ++i)
             ports[port].counters[i] = 1000 * (port + 1) + i;
 }
 
 int Model::handle(uint32_t request, int64_t argument, uint8_t *record, size_t size)
 {
     const int result = dispatch(*this, request, argument, record, size);
-    handled++;
+    ++handled;
     if (result < 0)
-        refused++;
+        ++refused;
     return result;
 }
 

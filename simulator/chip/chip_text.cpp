@@ -17,7 +17,7 @@ namespace {
     char buffer[256];
     va_list arguments;
     va_start(arguments, format);
-    std::vsnprintf(buffer, sizeof buffer, format, arguments);
+    vsnprintf(buffer, sizeof(buffer), format, arguments);
     va_end(arguments);
     return buffer;
 }
@@ -26,7 +26,7 @@ template <class Record>
 Record load(const uint8_t *bytes)
 {
     Record record{};
-    std::memcpy(&record, bytes, sizeof record);
+    memcpy(&record, bytes, sizeof(record));
     return record;
 }
 
@@ -34,7 +34,7 @@ Record load(const uint8_t *bytes)
 std::string mapText(uint16_t map)
 {
     std::string ports;
-    for (int bit = 0; bit < 16; bit++)
+    for (int bit = 0; bit < 16; ++bit)
         if ((map >> bit) & 1)
             ports += text("%s%d", ports.empty() ? "" : ",", bit);
     return ports.empty() ? text("0x%02x", map) : text("0x%02x (%s)", map, ports.c_str());
@@ -93,10 +93,10 @@ std::string statsFields(int64_t, const uint8_t *bytes, int result)
     std::string line = text("port %u", record.portNumber);
     if (result < 0)
         return line;
-    for (int i = 0; i < counterCount; i++) {
+    for (int i = 0; i < counterCount; ++i) {
         uint32_t counter = 0;
-        std::memcpy(&counter, record.statistics + sizeof counter * static_cast<size_t>(i),
-                    sizeof counter);
+        memcpy(&counter, record.statistics + sizeof(counter) * static_cast<size_t>(i),
+                    sizeof(counter));
         line += text("%s%u", i == 0 ? " counters " : ",", counter);
     }
     return line;
@@ -165,7 +165,7 @@ constexpr Name names[] = {
 
 std::string resultText(int result)
 {
-    return result < 0 ? text("-> %d (%s)", result, std::strerror(-result)) : text("-> %d", result);
+    return result < 0 ? text("-> %d (%s)", result, strerror(-result)) : text("-> %d", result);
 }
 
 // One letter per port: T tagged, U untagged, u untagged without being a member.
@@ -204,7 +204,7 @@ std::string stateTable(const Model &model)
              static_cast<unsigned long long>(model.refused));
     table += "\nport  link  PVID  non-802.1Q  trust  sched  weights   CoS queues  rate kbit/s  "
              "forwards to\n";
-    for (size_t i = 0; i < portCount; i++) {
+    for (size_t i = 0; i < portCount; ++i) {
         const Port &port = model.ports[i];
         const std::string weights =
             text("%u,%u,%u,%u", port.weights[0], port.weights[1], port.weights[2], port.weights[3]);
@@ -219,13 +219,13 @@ std::string stateTable(const Model &model)
     }
     table += "\nVLAN  0 1 2 3 4  forward  untag   (T tagged, U untagged, - not a member)\n";
     bool any = false;
-    for (size_t id = 0; id < model.vlans.size(); id++) {
+    for (size_t id = 0; id < model.vlans.size(); ++id) {
         const Vlan &vlan = model.vlans[id];
         if (!vlan.present)
             continue;
         any = true;
         table += text("%4zu ", id);
-        for (int port = 0; port < portCount; port++)
+        for (int port = 0; port < portCount; ++port)
             table += text(" %c", membership(vlan, port));
         table += text("     0x%02x   0x%02x\n", vlan.fwdMap, vlan.untagMap);
     }
@@ -239,7 +239,7 @@ std::string stateJson(const Model &model)
                             model.vlanMode, model.qos, model.pauseFrames,
                             static_cast<unsigned long long>(model.handled),
                             static_cast<unsigned long long>(model.refused));
-    for (size_t i = 0; i < portCount; i++) {
+    for (size_t i = 0; i < portCount; ++i) {
         const Port &port = model.ports[i];
         json += text("%s\n{\"port\":%zu,\"link\":%d,\"pvid\":%u,\"priority\":%u,\"cfi\":%u,"
                      "\"non8021q\":%u,\"forwardMap\":%u,",
@@ -249,13 +249,13 @@ std::string stateJson(const Model &model)
                      "\"rateLimit\":%d,\"cosQueue\":[",
                      port.trustMode, port.schedMode, port.weights[0], port.weights[1],
                      port.weights[2], port.weights[3], port.rateLimit);
-        for (size_t priority = 0; priority < priorityCount; priority++)
+        for (size_t priority = 0; priority < priorityCount; ++priority)
             json += text("%s%u", priority == 0 ? "" : ",", port.cosQueue[priority]);
         json += "]}";
     }
     json += "],\n\"vlans\":[";
     const char *separator = "";
-    for (size_t id = 0; id < model.vlans.size(); id++) {
+    for (size_t id = 0; id < model.vlans.size(); ++id) {
         const Vlan &vlan = model.vlans[id];
         if (!vlan.present)
             continue;

@@ -12,7 +12,7 @@ namespace {
 
 bool linkDown(Model &model, const char *port)
 {
-    if (std::strlen(port) != 1 || port[0] < '0' || port[0] >= '0' + portCount)
+    if (strlen(port) != 1 || port[0] < '0' || port[0] >= '0' + portCount)
         return false;
     model.ports[static_cast<size_t>(port[0] - '0')].linkStatus = 0;
     return true;
@@ -37,9 +37,9 @@ int optionTake(const Program &program, int letter, Choice &choice, Model &model)
         choice.json = true;
         return -1;
     case 'h':
-        return std::fputs(program.usage, stdout) < 0 ? 1 : 0;
+        return fputs(program.usage, stdout) < 0 ? 1 : 0;
     case 'V':
-        return std::printf("%s " SWMGR_VERSION "\n", program.name) < 0 ? 1 : 0;
+        return printf("%s " SWMGR_VERSION "\n", program.name) < 0 ? 1 : 0;
     default:
         return misused(program, "unknown or incomplete option");
     }
@@ -49,7 +49,7 @@ int optionTake(const Program &program, int letter, Choice &choice, Model &model)
 
 int misused(const Program &program, const char *why)
 {
-    std::fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.name, why, program.name);
+    fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.name, why, program.name);
     return 2;
 }
 

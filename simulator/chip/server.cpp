@@ -50,11 +50,11 @@ bool fillAddress(const std::string &path, sockaddr_un &address)
 {
     address = {};
     address.sun_family = AF_UNIX;
-    if (path.empty() || path.size() >= sizeof address.sun_path) {
+    if (path.empty() || path.size() >= sizeof(address.sun_path)) {
         errno = ENAMETOOLONG;
         return false;
     }
-    std::memcpy(address.sun_path, path.c_str(), path.size());
+    memcpy(address.sun_path, path.c_str(), path.size());
     return true;
 }
 
@@ -80,7 +80,7 @@ Descriptor listenAt(const std::string &path)
         return listener;
     const mode_t mask = umask(0117);
     const int bound =
-        bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof address);
+        bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address));
     umask(mask);
     if (bound != 0 || listen(listener.get(), 16) != 0)
         return Descriptor();
@@ -100,7 +100,7 @@ void traceLine(const Server &server, const std::string &line)
 bool answer(const Opener &opener, int32_t result, const void *bytes, size_t size)
 {
     device::AnswerHeader header = {.result = result, .reserved = 0};
-    iovec parts[] = {{.iov_base = &header, .iov_len = sizeof header},
+    iovec parts[] = {{.iov_base = &header, .iov_len = sizeof(header)},
                      {.iov_base = const_cast<void *>(bytes), .iov_len = size}};
     msghdr message = {};
     message.msg_iov = parts;
@@ -127,15 +127,15 @@ bool answerState(Server &server, Opener &opener, int64_t argument)
 bool answerPacket(Server &server, Opener &opener, size_t length)
 {
     device::RequestHeader header = {};
-    if (length < sizeof header) {
+    if (length < sizeof(header)) {
         traceLine(server, "packet of " + std::to_string(length) + " bytes is no request");
         return answer(opener, -EINVAL, nullptr, 0);
     }
-    std::memcpy(&header, server.packet.data(), sizeof header);
+    memcpy(&header, server.packet.data(), sizeof(header));
     if (header.request == device::stateRequest)
         return answerState(server, opener, header.argument);
-    uint8_t *record = server.packet.data() + sizeof header;
-    const size_t size = length - sizeof header;
+    uint8_t *record = server.packet.data() + sizeof(header);
+    const size_t size = length - sizeof(header);
     const int result = server.model.handle(header.request, header.argument, record, size);
     if (server.trace.valid())
         traceLine(server, requestText(header.request, header.argument, record, size, result));
@@ -209,7 +209,7 @@ int connectTo(const std::string &socketPath)
     const int fd = socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0);
     if (fd < 0)
         return -1;
-    if (connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) == 0)
+    if (connect(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) == 0)
         return fd;
     const int reason = errno;
     close(fd);
@@ -227,15 +227,15 @@ int serve(Model &model, const ServerOptions &options)
                 ? dup(STDOUT_FILENO)
                 : open(options.tracePath.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
         if (!trace.valid()) {
-            std::fprintf(stderr, "swchip: cannot write the trace to %s: %s\n",
-                         options.tracePath.c_str(), std::strerror(errno));
+            fprintf(stderr, "swchip: cannot write the trace to %s: %s\n",
+                         options.tracePath.c_str(), strerror(errno));
             return 1;
         }
     }
     Descriptor listener = listenAt(options.socketPath);
     if (!listener.valid()) {
-        std::fprintf(stderr, "swchip: cannot listen at %s: %s\n", options.socketPath.c_str(),
-                     std::strerror(errno));
+        fprintf(stderr, "swchip: cannot listen at %s: %s\n", options.socketPath.c_str(),
+                     strerror(errno));
         return 1;
     }
     Server server{

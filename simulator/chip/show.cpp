@@ -19,19 +19,19 @@ int fetchPart(int fd, int64_t argument, std::string &state)
 {
     const device::RequestHeader request = {
         .request = device::stateRequest, .reserved = 0, .argument = argument};
-    if (send(fd, &request, sizeof request, MSG_NOSIGNAL) < 0)
+    if (send(fd, &request, sizeof(request), MSG_NOSIGNAL) < 0)
         return -1;
     std::vector<char> packet(sizeof(device::AnswerHeader) + device::maxStatePart);
     const ssize_t length = recv(fd, packet.data(), packet.size(), 0);
     device::AnswerHeader header = {};
     errno = length < 0 ? errno : EPROTO;
-    if (length < static_cast<ssize_t>(sizeof header))
+    if (length < static_cast<ssize_t>(sizeof(header)))
         return -1;
-    std::memcpy(&header, packet.data(), sizeof header);
-    const auto text = static_cast<size_t>(length) - sizeof header;
+    memcpy(&header, packet.data(), sizeof(header));
+    const auto text = static_cast<size_t>(length) - sizeof(header);
     if (header.result < 0 || static_cast<size_t>(header.result) != text)
         return -1;
-    state.append(packet.data() + sizeof header, text);
+    state.append(packet.data() + sizeof(header), text);
     return header.result;
 }
 
@@ -41,8 +41,8 @@ int show(const std::string &socketPath, bool json)
 {
     const Descriptor device(connectTo(socketPath));
     if (!device.valid()) {
-        std::fprintf(stderr, "swchip: no chip answers at %s: %s\n", socketPath.c_str(),
-                     std::strerror(errno));
+        fprintf(stderr, "swchip: no chip answers at %s: %s\n", socketPath.c_str(),
+                     strerror(errno));
         return 1;
     }
     std::string state;
@@ -50,12 +50,12 @@ int show(const std::string &socketPath, bool json)
     while (part > 0)
         part = fetchPart(device.get(), device::stateNext, state);
     if (part < 0) {
-        std::fprintf(stderr, "swchip: the chip at %s gave no state: %s\n", socketPath.c_str(),
-                     std::strerror(errno));
+        fprintf(stderr, "swchip: the chip at %s gave no state: %s\n", socketPath.c_str(),
+                     strerror(errno));
         return 1;
     }
-    std::fputs(state.c_str(), stdout);
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    fputs(state.c_str(), stdout);
+    return fflush(stdout) == 0 ? 0 : 1;
 }
 
 } // namespace chip

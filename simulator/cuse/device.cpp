@@ -89,13 +89,13 @@ void onRequest(fuse_req_t call, int command, void *argument, fuse_file_info *, u
     std::array<uint8_t, device::maxRecordSize> record{};
     const size_t size = std::min(std::max(inSize, outSize), record.size());
     if (inSize != 0)
-        std::memcpy(record.data(), in, std::min(inSize, size));
+        memcpy(record.data(), in, std::min(inSize, size));
     const int64_t value = size == 0 ? reinterpret_cast<intptr_t>(argument) : 0;
     const int result = servedModel->handle(request, value, record.data(), size);
     if (traceFile != nullptr) {
         const std::string line = requestText(request, value, record.data(), size, result);
-        std::fprintf(traceFile, "chip  | %s\n", line.c_str());
-        std::fflush(traceFile);
+        fprintf(traceFile, "chip  | %s\n", line.c_str());
+        fflush(traceFile);
     }
     if (result < 0)
         fuse_reply_err(call, -result);
@@ -126,7 +126,7 @@ int serveDevice(Model &model, const DeviceOptions &options)
     char *arguments[] = {program, foreground, oneThread, nullptr};
     if (cuse_lowlevel_main(3, arguments, &info, &calls, nullptr) == 0)
         return 0;
-    std::fprintf(stderr,
+    fprintf(stderr,
                  "swcuse: cannot serve /dev/%s. It takes root, the kernel module cuse "
                  "(modprobe cuse) and a name that no device has.\n",
                  options.name.c_str());

@@ -36,16 +36,16 @@ int serve(chip::Model &model, const std::string &name, const std::string &traceP
     if (tracePath == "-") {
         options.trace = stdout;
     } else if (!tracePath.empty()) {
-        options.trace = std::fopen(tracePath.c_str(), "ae");
+        options.trace = fopen(tracePath.c_str(), "ae");
         if (options.trace == nullptr) {
-            std::fprintf(stderr, "swcuse: cannot write the trace to %s: %s\n", tracePath.c_str(),
-                         std::strerror(errno));
+            fprintf(stderr, "swcuse: cannot write the trace to %s: %s\n", tracePath.c_str(),
+                         strerror(errno));
             return 1;
         }
     }
     const int status = chip::serveDevice(model, options);
     if (options.trace != nullptr && options.trace != stdout)
-        std::fclose(options.trace);
+        fclose(options.trace);
     return status;
 }
 

@@ -16,7 +16,7 @@ namespace {
 
 int failed(const char *what, const std::string &path)
 {
-    std::fprintf(stderr, "swcuse: cannot %s %s: %s\n", what, path.c_str(), std::strerror(errno));
+    fprintf(stderr, "swcuse: cannot %s %s: %s\n", what, path.c_str(), strerror(errno));
     return 1;
 }
 
@@ -33,10 +33,10 @@ int showDevice(const std::string &path, bool json)
     std::array<char, 4096> part;
     ssize_t length = 0;
     while ((length = read(device.get(), part.data(), part.size())) > 0)
-        std::fwrite(part.data(), 1, static_cast<size_t>(length), stdout);
+        fwrite(part.data(), 1, static_cast<size_t>(length), stdout);
     if (length < 0)
         return failed("read", path);
-    return std::fflush(stdout) == 0 ? 0 : 1;
+    return fflush(stdout) == 0 ? 0 : 1;
 }
 
 } // namespace chip

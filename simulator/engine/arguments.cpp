@@ -25,7 +25,7 @@ bool number(const char *text, uint32_t base, uint32_t highest, uint32_t &result)
     uint64_t value = 0;
     if (*text == '\0')
         return false;
-    for (; *text != '\0'; text++) {
+    for (; *text != '\0'; ++text) {
         const auto digit = static_cast<uint32_t>(digitValue(*text));
         if (digit >= base)
             return false;
@@ -44,9 +44,9 @@ bool hasPrefix(const char *text)
 
 bool macAddress(const char *text, Mac &result)
 {
-    if (std::strlen(text) != 17)
+    if (strlen(text) != 17)
         return false;
-    for (size_t i = 0; i < sizeof result.bytes; i++) {
+    for (size_t i = 0; i < sizeof(result.bytes); ++i) {
         const int high = digitValue(text[3 * i]);
         const int low = digitValue(text[3 * i + 1]);
         if (high > 15 || low > 15 || (i < 5 && text[3 * i + 2] != ':'))
@@ -60,7 +60,7 @@ bool macAddress(const char *text, Mac &result)
 
 bool Arguments::is(int at, const char *word) const
 {
-    return at < count && std::strcmp(values[at], word) == 0;
+    return at < count && strcmp(values[at], word) == 0;
 }
 
 bool Arguments::decimal(int at, const char *name, uint32_t lowest, uint32_t highest,
@@ -113,16 +113,16 @@ int Arguments::fail(const char *format, ...) const
     char text[192];
     va_list list;
     va_start(list, format);
-    std::vsnprintf(text, sizeof text, format, list);
+    vsnprintf(text, sizeof(text), format, list);
     va_end(list);
-    std::snprintf(reply->error, sizeof reply->error, "%s: %s\n", tool, text);
+    snprintf(reply->error, sizeof(reply->error), "%s: %s\n", tool, text);
     return badArguments;
 }
 
 bool collect(Arguments &arguments, int count, const char *const *words)
 {
     arguments.count = 0;
-    for (int i = 0; i < count; i++) {
+    for (int i = 0; i < count; ++i) {
         if (words[i][0] == '\0')
             continue;
         if (arguments.count == maxArguments)

@@ -30,20 +30,20 @@ int request(unsigned long number, void *argument)
 ifreq named(const char *name)
 {
     ifreq about = {};
-    strncpy(about.ifr_name, name, sizeof about.ifr_name - 1);
+    strncpy(about.ifr_name, name, sizeof(about.ifr_name) - 1);
     return about;
 }
 
 bool interfaceExists(const char *name)
 {
     ifreq about = named(name);
-    return std::strlen(name) < sizeof about.ifr_name && request(SIOCGIFINDEX, &about) == 0;
+    return strlen(name) < sizeof(about.ifr_name) && request(SIOCGIFINDEX, &about) == 0;
 }
 
 bool kernelHasVlans()
 {
-    const char *wish = std::getenv("SWENGINE_VLAN");
-    if (wish != nullptr && std::strcmp(wish, "simulated") == 0)
+    const char *wish = getenv("SWENGINE_VLAN");
+    if (wish != nullptr && strcmp(wish, "simulated") == 0)
         return false;
     return access("/proc/net/vlan", F_OK) == 0;
 }

@@ -19,22 +19,22 @@ constexpr uint32_t highestVlan = vlanIdCount - 1;
 
 int failure(const Arguments &arguments, const char *what, int reason)
 {
-    return arguments.fail("cannot %s %.64s: %s", what, arguments.values[1], std::strerror(reason));
+    return arguments.fail("cannot %s %.64s: %s", what, arguments.values[1], strerror(reason));
 }
 
 // Finds "parent.id" among the simulated sub-interfaces; null when missing.
 SubInterface *find(State &state, const char *name)
 {
-    const char *dot = std::strrchr(name, '.');
+    const char *dot = strrchr(name, '.');
     if (dot == nullptr || dot == name || dot[1] < '0' || dot[1] > '9')
         return nullptr;
     char *end = nullptr;
-    const unsigned long vlanId = std::strtoul(dot + 1, &end, 10);
+    const unsigned long vlanId = strtoul(dot + 1, &end, 10);
     const auto length = static_cast<size_t>(dot - name);
     if (*end != '\0' || vlanId > highestVlan || length >= interfaceNameSize)
         return nullptr;
     for (SubInterface &way : state.interfaces[vlanId])
-        if (way.present && std::strncmp(way.parent, name, length) == 0 &&
+        if (way.present && strncmp(way.parent, name, length) == 0 &&
             way.parent[length] == '\0')
             return &way;
     return nullptr;
@@ -46,7 +46,7 @@ int simulatedAdd(State &state, const Host &host, const char *parent, uint32_t vl
     char name[2 * interfaceNameSize];
     if (!host.interfaceExists(parent))
         return ENODEV;
-    const int length = std::snprintf(name, sizeof name, "%s.%u", parent, vlanId);
+    const int length = snprintf(name, sizeof(name), "%s.%u", parent, vlanId);
     if (length < 0 || length >= static_cast<int>(interfaceNameSize))
         return ENAMETOOLONG;
     if (find(state, name) != nullptr)
@@ -56,7 +56,7 @@ int simulatedAdd(State &state, const Host &host, const char *parent, uint32_t vl
             continue;
         way = {};
         way.present = 1;
-        std::memcpy(way.parent, parent, std::strlen(parent) + 1);
+        memcpy(way.parent, parent, strlen(parent) + 1);
         return 0;
     }
     return ENOBUFS;
@@ -66,7 +66,7 @@ vlan_ioctl_args kernelArguments(int command, const char *device)
 {
     vlan_ioctl_args request = {};
     request.cmd = command;
-    strncpy(request.device1, device, sizeof request.device1 - 1);
+    strncpy(request.device1, device, sizeof(request.device1) - 1);
     return request;
 }
 
@@ -137,9 +137,9 @@ int print(const SubInterface *simulated, const Arguments &arguments)
 {
     const char *name = arguments.values[0];
     if (simulated == nullptr && !arguments.host->interfaceExists(name))
-        return arguments.fail("%.64s: %s", name, std::strerror(ENODEV));
+        return arguments.fail("%.64s: %s", name, strerror(ENODEV));
     const char *state = simulated == nullptr ? "present" : simulated->up ? "up" : "down";
-    std::snprintf(arguments.reply->output, sizeof arguments.reply->output, "%.64s: %s\n", name,
+    snprintf(arguments.reply->output, sizeof(arguments.reply->output), "%.64s: %s\n", name,
                   state);
     return 0;
 }
@@ -175,7 +175,7 @@ int interfaceState(State &state, const Arguments &arguments)
         return 0;
     }
     const int reason = arguments.host->interfaceUpSet(name, up);
-    return reason == 0 ? 0 : arguments.fail("%.64s: %s", name, std::strerror(reason));
+    return reason == 0 ? 0 : arguments.fail("%.64s: %s", name, strerror(reason));
 }
 
 } // namespace engine

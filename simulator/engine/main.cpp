@@ -44,17 +44,17 @@ int printUsage()
 {
     size_t count = 0;
     const Tool *all = tools(count);
-    std::fputs(usageHead, stdout);
-    for (size_t i = 0; i < count; i++)
-        std::printf("  %-17s  %s\n", all[i].name, all[i].usage);
-    return std::fputs(usageTail, stdout) < 0 ? badArguments : 0;
+    fputs(usageHead, stdout);
+    for (size_t i = 0; i < count; ++i)
+        printf("  %-17s  %s\n", all[i].name, all[i].usage);
+    return fputs(usageTail, stdout) < 0 ? badArguments : 0;
 }
 
 // The call as one line in one write. A pipe that nobody reads is no reason to
 // wait, let alone to fail.
 void trace(const char *name, int count, char **words, int status, const char *error)
 {
-    const char *path = std::getenv("SWENGINE_TRACE");
+    const char *path = getenv("SWENGINE_TRACE");
     if (path == nullptr || *path == '\0')
         return;
     const int fd = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0640);
@@ -62,17 +62,17 @@ void trace(const char *name, int count, char **words, int status, const char *er
         return;
     static_cast<void>(fcntl(fd, F_SETFL, O_APPEND)); // a reader that is slow is waited for
     char line[1024];
-    constexpr size_t last = sizeof line - 1;
+    constexpr size_t last = sizeof(line) - 1;
     size_t at = 0;
     const auto add = [&](const char *before, const char *text) {
-        const int length = std::snprintf(line + at, sizeof line - at, "%s%s", before, text);
+        const int length = snprintf(line + at, sizeof(line) - at, "%s%s", before, text);
         at = std::min(at + static_cast<size_t>(std::max(length, 0)), last);
     };
     add("tool  | ", name);
-    for (int i = 0; i < count; i++)
+    for (int i = 0; i < count; ++i)
         add(" ", words[i]);
     char result[16];
-    std::snprintf(result, sizeof result, "%d", status);
+    snprintf(result, sizeof(result), "%d", status);
     add(" -> ", result);
     if (status != 0) {
         add(" (", error);
@@ -89,12 +89,12 @@ void trace(const char *name, int count, char **words, int status, const char *er
 State *openState(StateFile &file)
 {
     char why[256];
-    const char *path = std::getenv("SWENGINE_STATE");
+    const char *path = getenv("SWENGINE_STATE");
     if (path == nullptr || *path == '\0')
         path = defaultStatePath;
-    State *state = file.open(path, why, sizeof why);
+    State *state = file.open(path, why, sizeof(why));
     if (state == nullptr)
-        std::fprintf(stderr, "swengine: %s\n", why);
+        fprintf(stderr, "swengine: %s\n", why);
     return state;
 }
 
@@ -105,7 +105,7 @@ int show(bool json)
     if (state == nullptr)
         return noState;
     json ? showJson(*state, stdout) : showTable(*state, stdout);
-    return std::fflush(stdout) == 0 ? 0 : badArguments;
+    return fflush(stdout) == 0 ? 0 : badArguments;
 }
 
 int reset()
@@ -129,15 +129,15 @@ int call(const Tool &tool, const char *name, int count, char **words)
         if (state != nullptr)
             status = runTool(tool, thisHost, *state, count, words, reply);
     }
-    std::fputs(reply.output, stdout);
-    std::fputs(reply.error, stderr);
+    fputs(reply.output, stdout);
+    fputs(reply.error, stderr);
     trace(name, count, words, status, reply.error);
     return status;
 }
 
 int misused(const char *word)
 {
-    std::fprintf(stderr, "swengine: '%s' is no tool. Try 'swengine --help'.\n", word);
+    fprintf(stderr, "swengine: '%s' is no tool. Try 'swengine --help'.\n", word);
     return badArguments;
 }
 
@@ -145,22 +145,22 @@ int misused(const char *word)
 
 int main(int argc, char **argv)
 {
-    const char *slash = argc > 0 ? std::strrchr(argv[0], '/') : nullptr;
+    const char *slash = argc > 0 ? strrchr(argv[0], '/') : nullptr;
     const char *name = slash != nullptr ? slash + 1 : argc > 0 ? argv[0] : "";
     if (const Tool *tool = toolByName(name))
         return call(*tool, argv[0], argc - 1, argv + 1);
     if (argc < 2)
         return misused("");
     const char *word = argv[1];
-    if (std::strcmp(word, "--help") == 0)
+    if (strcmp(word, "--help") == 0)
         return printUsage();
-    if (std::strcmp(word, "--version") == 0)
-        return std::puts("swengine " SWMGR_VERSION) < 0 ? badArguments : 0;
-    if (std::strcmp(word, "show") == 0 && argc == 2)
+    if (strcmp(word, "--version") == 0)
+        return puts("swengine " SWMGR_VERSION) < 0 ? badArguments : 0;
+    if (strcmp(word, "show") == 0 && argc == 2)
         return show(/*json=*/false);
-    if (std::strcmp(word, "show") == 0 && argc == 3 && std::strcmp(argv[2], "--json") == 0)
+    if (strcmp(word, "show") == 0 && argc == 3 && strcmp(argv[2], "--json") == 0)
         return show(/*json=*/true);
-    if (std::strcmp(word, "reset") == 0 && argc == 2)
+    if (strcmp(word, "reset") == 0 && argc == 2)
         return reset();
     const Tool *tool = toolByName(word);
     return tool != nullptr ? call(*tool, word, argc - 2, argv + 2) : misused(word);

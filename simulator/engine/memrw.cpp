@@ -30,7 +30,7 @@ int registerAccess(State &state, const Arguments &arguments)
         return 0;
     }
     value = state.registers[place];
-    std::snprintf(arguments.reply->output, sizeof arguments.reply->output,
+    snprintf(arguments.reply->output, sizeof(arguments.reply->output),
                   "Address : 0x%08x\nValue : %u (0x%08x)\n", address, value, value);
     return 0;
 }

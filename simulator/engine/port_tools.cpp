@@ -49,13 +49,13 @@ int queueWeights(State &state, const Arguments &arguments)
     if (!arguments.decimal(1, "PORT", 0, portCount - 1, port) ||
         !arguments.decimal(2, "MODE", 0, highestSchedMode, mode))
         return badArguments;
-    for (int i = 0; i < static_cast<int>(queueCount); i++)
+    for (int i = 0; i < static_cast<int>(queueCount); ++i)
         if (!arguments.decimal(3 + i, "WEIGHT", 0, highestWeight, weights[i]))
             return badArguments;
     PortState &settings = state.ports[port];
     settings.schedSet = 1;
     settings.schedMode = static_cast<uint8_t>(mode);
-    for (uint32_t i = 0; i < queueCount; i++)
+    for (uint32_t i = 0; i < queueCount; ++i)
         settings.weights[i] = static_cast<uint8_t>(weights[i]);
     return 0;
 }
@@ -69,7 +69,7 @@ int priorityControl(State &state, const Arguments &arguments)
         return wrongUsage;
     if (!arguments.decimal(1, "PORT", 0, portCount - 1, port))
         return badArguments;
-    for (uint32_t i = 0; i < trustModeCount; i++) {
+    for (uint32_t i = 0; i < trustModeCount; ++i) {
         uint32_t flag = 0;
         if (!arguments.decimal(2 + static_cast<int>(i), "FLAG", 0, 1, flag))
             return badArguments;

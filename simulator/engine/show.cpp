@@ -15,7 +15,7 @@ MacText macText(const Mac &mac)
 {
     MacText result = {};
     const uint8_t *b = mac.bytes;
-    std::snprintf(result.text, sizeof result.text, "%02x:%02x:%02x:%02x:%02x:%02x", b[0], b[1],
+    snprintf(result.text, sizeof(result.text), "%02x:%02x:%02x:%02x:%02x:%02x", b[0], b[1],
                   b[2], b[3], b[4], b[5]);
     return result;
 }
@@ -29,20 +29,20 @@ MapText mapText(uint32_t map)
 {
     MapText result = {};
     size_t at = 0;
-    const auto room = [&] { return sizeof result.text - at; };
+    const auto room = [&] { return sizeof(result.text) - at; };
     const auto advance = [&](int length) {
-        at = std::min(at + static_cast<size_t>(std::max(length, 0)), sizeof result.text - 1);
+        at = std::min(at + static_cast<size_t>(std::max(length, 0)), sizeof(result.text) - 1);
     };
-    advance(std::snprintf(result.text, room(), "0x%02x", map));
+    advance(snprintf(result.text, room(), "0x%02x", map));
     const char *separator = " (";
-    for (uint32_t port = 0; port < portCount; port++) {
+    for (uint32_t port = 0; port < portCount; ++port) {
         if (((map >> port) & 1) == 0)
             continue;
-        advance(std::snprintf(result.text + at, room(), "%s%u", separator, port));
+        advance(snprintf(result.text + at, room(), "%s%u", separator, port));
         separator = ",";
     }
     if (map != 0)
-        advance(std::snprintf(result.text + at, room(), ")"));
+        advance(snprintf(result.text + at, room(), ")"));
     return result;
 }
 
@@ -54,96 +54,96 @@ uint32_t vlanEnd(const State &state)
 
 void portsTable(const State &state, FILE *out)
 {
-    std::fputs("\nport  rate value  unit  sched mode  weights (2^n)  trust flag\n", out);
-    for (uint32_t i = 0; i < portCount; i++) {
+    fputs("\nport  rate value  unit  sched mode  weights (2^n)  trust flag\n", out);
+    for (uint32_t i = 0; i < portCount; ++i) {
         const PortState &port = state.ports[i];
         if (!port.rateSet && !port.schedSet && !port.trustSet)
             continue;
-        std::fprintf(out, "%4u", i);
+        fprintf(out, "%4u", i);
         if (port.rateSet)
-            std::fprintf(out, "  %10u  %4u", port.rateValue, port.rateUnit);
+            fprintf(out, "  %10u  %4u", port.rateValue, port.rateUnit);
         else
-            std::fprintf(out, "  %10s  %4s", "-", "-");
+            fprintf(out, "  %10s  %4s", "-", "-");
         if (port.schedSet)
-            std::fprintf(out, "  %10u  %u,%u,%u,%u      ", port.schedMode, port.weights[0],
+            fprintf(out, "  %10u  %u,%u,%u,%u      ", port.schedMode, port.weights[0],
                          port.weights[1], port.weights[2], port.weights[3]);
         else
-            std::fprintf(out, "  %10s  %-13s", "-", "-");
+            fprintf(out, "  %10s  %-13s", "-", "-");
         if (port.trustSet)
-            std::fprintf(out, "  %10u\n", port.trustFlag + 1u);
+            fprintf(out, "  %10u\n", port.trustFlag + 1u);
         else
-            std::fprintf(out, "  %10s\n", "-");
+            fprintf(out, "  %10s\n", "-");
     }
 }
 
 void vlansTable(const State &state, FILE *out)
 {
-    std::fputs("\nindex  VLAN  WAN  tagged          members         MAC\n", out);
-    for (uint32_t i = 0; i < vlanEnd(state); i++) {
+    fputs("\nindex  VLAN  WAN  tagged          members         MAC\n", out);
+    for (uint32_t i = 0; i < vlanEnd(state); ++i) {
         const VlanEntry &vlan = state.vlans[i];
         if (!vlan.present)
             continue;
-        std::fprintf(out, "%5u  %4u  %-3s  %-14s  %-14s  %s\n", i, vlan.vlanId,
+        fprintf(out, "%5u  %4u  %-3s  %-14s  %-14s  %s\n", i, vlan.vlanId,
                      vlan.isWan ? "yes" : "no", mapText(vlan.etagMap).text,
                      mapText(vlan.mbMap).text, vlan.hasMac ? macText(vlan.mac).text : "-");
     }
-    std::fputs("\naddress            VLAN  ports           flag\n", out);
-    for (uint32_t id = 0; id < vlanIdCount; id++)
+    fputs("\naddress            VLAN  ports           flag\n", out);
+    for (uint32_t id = 0; id < vlanIdCount; ++id)
         for (const ArlEntry &entry : state.arl[id])
             if (entry.present)
-                std::fprintf(out, "%s  %4u  %-14s  %u\n", macText(entry.mac).text, id,
+                fprintf(out, "%s  %4u  %-14s  %u\n", macText(entry.mac).text, id,
                              mapText(entry.portMap).text, entry.flag);
 }
 
 void interfacesTable(const State &state, FILE *out)
 {
-    std::fputs("\nsub-interface    state  tag to packet    packet to tag\n", out);
-    for (uint32_t id = 0; id < vlanIdCount; id++) {
+    fputs("\nsub-interface    state  tag to packet    packet to tag\n", out);
+    for (uint32_t id = 0; id < vlanIdCount; ++id) {
         for (const SubInterface &way : state.interfaces[id]) {
             if (!way.present)
                 continue;
-            const int width = std::fprintf(out, "%.15s.%u", way.parent, id);
-            std::fprintf(out, "%*s  %-5s ", std::max(15 - width, 0), "", way.up ? "up" : "down");
+            const int width = fprintf(out, "%.15s.%u", way.parent, id);
+            fprintf(out, "%*s  %-5s ", std::max(15 - width, 0), "", way.up ? "up" : "down");
             for (const uint8_t priority : way.ingress)
-                std::fprintf(out, " %u", priority);
-            std::fputs(" ", out);
-            for (uint32_t i = 0; i < ingressCount; i++)
-                std::fprintf(out, " %u", way.egress[i]);
-            std::fputc('\n', out);
+                fprintf(out, " %u", priority);
+            fputs(" ", out);
+            for (uint32_t i = 0; i < ingressCount; ++i)
+                fprintf(out, " %u", way.egress[i]);
+            fputc('\n', out);
         }
     }
 }
 
 void portsJson(const State &state, FILE *out)
 {
-    for (uint32_t i = 0; i < portCount; i++) {
+    for (uint32_t i = 0; i < portCount; ++i) {
         const PortState &port = state.ports[i];
-        std::fprintf(out, "%s\n{\"port\":%u,\"rate\":", i == 0 ? "" : ",", i);
+        fprintf(out, "%s\n{\"port\":%u,\"rate\":", i == 0 ? "" : ",", i);
         if (port.rateSet)
-            std::fprintf(out, "{\"value\":%u,\"unit\":%u}", port.rateValue, port.rateUnit);
+            fprintf(out, "{\"value\":%u,\"unit\":%u}", port.rateValue, port.rateUnit);
         else
-            std::fputs("null", out);
-        std::fputs(",\"queues\":", out);
+            fputs("null", out);
+        fputs(",\"queues\":", out);
         if (port.schedSet)
-            std::fprintf(out, "{\"mode\":%u,\"weights\":[%u,%u,%u,%u]}", port.schedMode,
+            fprintf(out, "{\"mode\":%u,\"weights\":[%u,%u,%u,%u]}", port.schedMode,
                          port.weights[0], port.weights[1], port.weights[2], port.weights[3]);
         else
-            std::fputs("null", out);
+            fputs("null", out);
         if (port.trustSet)
-            std::fprintf(out, ",\"trustFlag\":%u}", port.trustFlag + 1u);
+            fprintf(out, ",\"trustFlag\":%u}", port.trustFlag + 1u);
         else
-            std::fputs(",\"trustFlag\":null}", out);
+            fputs(",\"trustFlag\":null}", out);
     }
 }
 
 void vlansJson(const State &state, FILE *out)
 {
     const char *separator = "";
-    for (uint32_t i = 0; i < vlanEnd(state); i++) {
+    for (uint32_t i = 0; i < vlanEnd(state); ++i) {
         const VlanEntry &vlan = state.vlans[i];
         if (!vlan.present)
             continue;
-        std::fprintf(out,
+        fprintf(out,
                      "%s\n{\"index\":%u,\"vlan\":%u,\"isWan\":%u,\"etagMap\":%u,\"mbMap\":%u,"
                      "\"mac\":\"%s\"}",
                      separator, i, vlan.vlanId, vlan.isWan, vlan.etagMap, vlan.mbMap,
@@ -155,11 +155,11 @@ void vlansJson(const State &state, FILE *out)
 void arlJson(const State &state, FILE *out)
 {
     const char *separator = "";
-    for (uint32_t id = 0; id < vlanIdCount; id++) {
+    for (uint32_t id = 0; id < vlanIdCount; ++id) {
         for (const ArlEntry &entry : state.arl[id]) {
             if (!entry.present)
                 continue;
-            std::fprintf(out, "%s\n{\"vlan\":%u,\"mac\":\"%s\",\"portMap\":%u,\"flag\":%u}",
+            fprintf(out, "%s\n{\"vlan\":%u,\"mac\":\"%s\",\"portMap\":%u,\"flag\":%u}",
                          separator, id, macText(entry.mac).text, entry.portMap, entry.flag);
             separator = ",";
         }
@@ -168,39 +168,39 @@ void arlJson(const State &state, FILE *out)
 
 void listJson(const char *name, const uint8_t *values, size_t count, FILE *out)
 {
-    std::fprintf(out, ",\"%s\":[", name);
-    for (size_t i = 0; i < count; i++)
-        std::fprintf(out, "%s%u", i == 0 ? "" : ",", values[i]);
-    std::fputc(']', out);
+    fprintf(out, ",\"%s\":[", name);
+    for (size_t i = 0; i < count; ++i)
+        fprintf(out, "%s%u", i == 0 ? "" : ",", values[i]);
+    fputc(']', out);
 }
 
 // A parent's name is what a tool was given: it may hold any character.
 void stringJson(const char *text, size_t size, FILE *out)
 {
-    std::fputc('"', out);
-    for (size_t i = 0; i < size && text[i] != '\0'; i++) {
+    fputc('"', out);
+    for (size_t i = 0; i < size && text[i] != '\0'; ++i) {
         const auto c = static_cast<unsigned char>(text[i]);
         if (c < 0x20 || c == '"' || c == '\\' || c > 0x7e)
-            std::fprintf(out, "\\u%04x", c);
+            fprintf(out, "\\u%04x", c);
         else
-            std::fputc(c, out);
+            fputc(c, out);
     }
-    std::fputc('"', out);
+    fputc('"', out);
 }
 
 void interfacesJson(const State &state, FILE *out)
 {
     const char *separator = "";
-    for (uint32_t id = 0; id < vlanIdCount; id++) {
+    for (uint32_t id = 0; id < vlanIdCount; ++id) {
         for (const SubInterface &way : state.interfaces[id]) {
             if (!way.present)
                 continue;
-            std::fprintf(out, "%s\n{\"parent\":", separator);
-            stringJson(way.parent, sizeof way.parent, out);
-            std::fprintf(out, ",\"vlan\":%u,\"up\":%u", id, way.up);
+            fprintf(out, "%s\n{\"parent\":", separator);
+            stringJson(way.parent, sizeof(way.parent), out);
+            fprintf(out, ",\"vlan\":%u,\"up\":%u", id, way.up);
             listJson("ingress", way.ingress, ingressCount, out);
             listJson("egress", way.egress, egressCount, out);
-            std::fputc('}', out);
+            fputc('}', out);
             separator = ",";
         }
     }
@@ -211,16 +211,16 @@ void interfacesJson(const State &state, FILE *out)
 void showTable(const State &state, FILE *out)
 {
     constexpr const char *queues[] = {"1 queue", "2 queues", "4 queues"};
-    std::fprintf(out, "rate limiter %s, %s; registers", state.rateLimiter ? "on" : "off",
+    fprintf(out, "rate limiter %s, %s; registers", state.rateLimiter ? "on" : "off",
                  queues[std::min(state.queueCode, 2u)]);
     bool any = false;
-    for (uint32_t i = 0; i < registerCount; i++) {
+    for (uint32_t i = 0; i < registerCount; ++i) {
         if (state.registers[i] == 0)
             continue;
-        std::fprintf(out, " 0x%08x=0x%08x", registerBase + registerSize * i, state.registers[i]);
+        fprintf(out, " 0x%08x=0x%08x", registerBase + registerSize * i, state.registers[i]);
         any = true;
     }
-    std::fputs(any ? "\n" : " all 0\n", out);
+    fputs(any ? "\n" : " all 0\n", out);
     portsTable(state, out);
     vlansTable(state, out);
     interfacesTable(state, out);
@@ -228,25 +228,25 @@ void showTable(const State &state, FILE *out)
 
 void showJson(const State &state, FILE *out)
 {
-    std::fprintf(out, "{\"rateLimiter\":%u,\"queueCode\":%u,\n\"registers\":{", state.rateLimiter,
+    fprintf(out, "{\"rateLimiter\":%u,\"queueCode\":%u,\n\"registers\":{", state.rateLimiter,
                  state.queueCode);
     const char *separator = "";
-    for (uint32_t i = 0; i < registerCount; i++) {
+    for (uint32_t i = 0; i < registerCount; ++i) {
         if (state.registers[i] == 0)
             continue;
-        std::fprintf(out, "%s\"0x%08x\":%u", separator, registerBase + registerSize * i,
+        fprintf(out, "%s\"0x%08x\":%u", separator, registerBase + registerSize * i,
                      state.registers[i]);
         separator = ",";
     }
-    std::fputs("},\n\"ports\":[", out);
+    fputs("},\n\"ports\":[", out);
     portsJson(state, out);
-    std::fputs("],\n\"vlans\":[", out);
+    fputs("],\n\"vlans\":[", out);
     vlansJson(state, out);
-    std::fputs("],\n\"arl\":[", out);
+    fputs("],\n\"arl\":[", out);
     arlJson(state, out);
-    std::fputs("],\n\"interfaces\":[", out);
+    fputs("],\n\"interfaces\":[", out);
     interfacesJson(state, out);
-    std::fputs("]}\n", out);
+    fputs("]}\n", out);
 }
 
 } // namespace engine

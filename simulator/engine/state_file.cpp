@@ -27,16 +27,16 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
     fd_ = ::open(path, O_RDWR | O_CREAT | O_CLOEXEC, 0660);
     if (fd_ < 0 || flock(fd_, LOCK_EX) != 0 || fstat(fd_, &info) != 0 ||
         (info.st_size == 0 && ftruncate(fd_, sizeof(State)) != 0)) {
-        std::snprintf(why, whySize, "cannot use the state file %s: %s", path, std::strerror(errno));
+        snprintf(why, whySize, "cannot use the state file %s: %s", path, strerror(errno));
         return nullptr;
     }
     if (info.st_size != 0 && info.st_size != static_cast<off_t>(sizeof(State))) {
-        std::snprintf(why, whySize, "%s is no state file of this version; remove it", path);
+        snprintf(why, whySize, "%s is no state file of this version; remove it", path);
         return nullptr;
     }
     void *memory = mmap(nullptr, sizeof(State), PROT_READ | PROT_WRITE, MAP_SHARED, fd_, 0);
     if (memory == MAP_FAILED) {
-        std::snprintf(why, whySize, "cannot map the state file %s: %s", path, std::strerror(errno));
+        snprintf(why, whySize, "cannot map the state file %s: %s", path, strerror(errno));
         return nullptr;
     }
     state_ = static_cast<State *>(memory);
@@ -44,7 +44,7 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
         resetState(*state_);
     if (state_->magic != stateMagic || state_->version != stateVersion ||
         state_->size != sizeof(State)) {
-        std::snprintf(why, whySize, "%s is no state file of this version; remove it", path);
+        snprintf(why, whySize, "%s is no state file of this version; remove it", path);
         return nullptr;
     }
     return state_;

@@ -9,7 +9,7 @@ namespace {
 
 bool sameMac(const Mac &left, const Mac &right)
 {
-    return std::memcmp(left.bytes, right.bytes, sizeof left.bytes) == 0;
+    return memcmp(left.bytes, right.bytes, sizeof(left.bytes)) == 0;
 }
 
 int arlAdd(State &state, const Arguments &arguments)

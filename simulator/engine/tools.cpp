@@ -28,14 +28,14 @@ constexpr Tool table[] = {
 
 const Tool *tools(size_t &count)
 {
-    count = sizeof table / sizeof table[0];
+    count = sizeof(table) / sizeof(table[0]);
     return table;
 }
 
 const Tool *toolByName(const char *name)
 {
     for (const Tool &tool : table)
-        if (std::strcmp(tool.name, name) == 0)
+        if (strcmp(tool.name, name) == 0)
             return &tool;
     return nullptr;
 }
@@ -51,7 +51,7 @@ int runTool(const Tool &tool, const Host &host, State &state, int count, const c
         status = tool.run(state, arguments);
     if (status != wrongUsage)
         return status;
-    std::snprintf(reply.error, sizeof reply.error, "usage: %s %s\n", tool.name, tool.usage);
+    snprintf(reply.error, sizeof(reply.error), "usage: %s %s\n", tool.name, tool.usage);
     return badArguments;
 }
 

@@ -30,13 +30,13 @@ int listenAt(const char *path)
 {
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
-    if (std::strlen(path) >= sizeof address.sun_path) {
+    if (strlen(path) >= sizeof(address.sun_path)) {
         errno = ENAMETOOLONG;
         return -1;
     }
     std::strcpy(address.sun_path, path);
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof address) != 0)
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0)
         return -1;
     return fd;
 }
@@ -64,7 +64,7 @@ bool waitReady(int fd, std::chrono::seconds limit)
         if (left <= 0 || poll(&wait, 1, static_cast<int>(left)) == 0)
             return false;
         char message[1024];
-        const ssize_t length = recv(fd, message, sizeof message, MSG_DONTWAIT);
+        const ssize_t length = recv(fd, message, sizeof(message), MSG_DONTWAIT);
         if (length > 0 && saysReady({message, static_cast<size_t>(length)}))
             return true;
     }
@@ -72,7 +72,7 @@ bool waitReady(int fd, std::chrono::seconds limit)
 
 int misused()
 {
-    std::fputs("swready: wrong arguments. Try 'swready --help'.\n", stderr);
+    fputs("swready: wrong arguments. Try 'swready --help'.\n", stderr);
     return 2;
 }
 
@@ -82,21 +82,21 @@ int main(int argc, char **argv)
 {
     const std::string_view first = argc > 1 ? argv[1] : "";
     if (first == "--help")
-        return std::fputs(usage, stdout) < 0 ? 1 : 0;
+        return fputs(usage, stdout) < 0 ? 1 : 0;
     if (first == "--version")
-        return std::puts("swready " SWMGR_VERSION) < 0 ? 1 : 0;
+        return puts("swready " SWMGR_VERSION) < 0 ? 1 : 0;
     if (argc < 2 || argc > 3 || first.empty() || first[0] == '-')
         return misused();
     long seconds = 30;
     if (argc == 3) {
         char *end = nullptr;
-        seconds = std::strtol(argv[2], &end, 10);
+        seconds = strtol(argv[2], &end, 10);
         if (*end != '\0' || end == argv[2] || seconds < 1 || seconds > 3600)
             return misused();
     }
     const int fd = listenAt(argv[1]);
     if (fd < 0) {
-        std::fprintf(stderr, "swready: cannot listen at %s: %s\n", argv[1], std::strerror(errno));
+        fprintf(stderr, "swready: cannot listen at %s: %s\n", argv[1], strerror(errno));
         return 1;
     }
     const bool ready = waitReady(fd, std::chrono::seconds(seconds));

@@ -18,10 +18,9 @@ namespace {
 
 const SwitchConfigFuncEntry *backendOf(const Switch &sw)
 {
-    for (const SwitchConfigFuncEntry &entry : switchConfigFuncRegisterTbl) {
+    for (const SwitchConfigFuncEntry &entry : switchConfigFuncRegisterTbl)
         if (entry.registerFunc != nullptr && strcmp(entry.name, sw.switchName) == 0)
             return &entry;
-    }
     return nullptr;
 }
 

@@ -23,10 +23,9 @@ template <size_t N>
 constexpr bool codesAreUnique(const BackendCommand (&commands)[N])
 {
     for (size_t i = 0; i < N; ++i) {
-        for (size_t j = 0; j < i; ++j) {
+        for (size_t j = 0; j < i; ++j)
             if (commands[i].code == commands[j].code)
                 return false;
-        }
     }
     return true;
 }
@@ -35,9 +34,8 @@ constexpr bool codesAreUnique(const BackendCommand (&commands)[N])
 template <size_t N>
 const BackendCommand *commandOf(const BackendCommand (&commands)[N], int code)
 {
-    for (const BackendCommand &command : commands) {
+    for (const BackendCommand &command : commands)
         if (command.code == code)
             return &command;
-    }
     return nullptr;
 }

@@ -167,10 +167,9 @@ const char *valueOf(const char *column, char **table, int nCols, int row)
     if (table == nullptr || nCols <= 0)
         return nullptr;
     const auto columns = static_cast<size_t>(nCols);
-    for (size_t c = 0; c < columns; ++c) {
+    for (size_t c = 0; c < columns; ++c)
         if (table[c] != nullptr && strcmp(table[c], column) == 0)
             return table[(static_cast<size_t>(row) + 1) * columns + c];
-    }
     return nullptr;
 }
 

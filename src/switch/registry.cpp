@@ -72,19 +72,17 @@ extern "C" Switch *switchByNameGet(const char *name)
 {
     if (name == nullptr)
         return nullptr;
-    for (Switch &sw : ListOf<Switch>(switchTbl)) {
+    for (Switch &sw : ListOf<Switch>(switchTbl))
         if (strcmp(sw.switchName, name) == 0)
             return &sw;
-    }
     return nullptr;
 }
 
 extern "C" Switch *switchAtTopLevelGet(void)
 {
-    for (Switch &sw : ListOf<Switch>(switchTbl)) {
+    for (Switch &sw : ListOf<Switch>(switchTbl))
         if (sw.switchLevel == switchTopLevel)
             return &sw;
-    }
     return nullptr;
 }
 
@@ -92,10 +90,9 @@ extern "C" Switch *switchLowerLvlSwitchByNameGet(Switch *sw, const char *name)
 {
     if (sw == nullptr || name == nullptr)
         return nullptr;
-    for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(sw->lowerLvlSwitchList)) {
+    for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(sw->lowerLvlSwitchList))
         if (strcmp(node.lower->switchName, name) == 0)
             return node.lower;
-    }
     return nullptr;
 }
 
@@ -120,10 +117,9 @@ extern "C" SwitchPort *switchPortByNumberGet(Switch *sw, int number)
 {
     if (sw == nullptr)
         return nullptr;
-    for (SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
+    for (SwitchPort &port : ListOf<SwitchPort>(sw->portList))
         if (port.portNumber == number)
             return &port;
-    }
     return nullptr;
 }
 

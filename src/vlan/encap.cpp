@@ -1,10 +1,10 @@
 // Sub-interfaces through vconfig and ifconfig. Nothing is kept in memory.
 #include "vlan/encap.h"
 
-#include "platform/sal.h"
-#include "platform/text.h"
 #include "base/log.h"
 #include "base/tool.h"
+#include "platform/sal.h"
+#include "platform/text.h"
 #include "vlan/uptime.h"
 
 namespace {

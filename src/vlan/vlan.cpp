@@ -238,10 +238,9 @@ extern "C" SwitchVlan *switchVlanByNameGet(Switch *sw, const char *name)
 {
     if (sw == nullptr || name == nullptr)
         return nullptr;
-    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList)) {
+    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList))
         if (strcmp(vlan.vlanName, name) == 0)
             return &vlan;
-    }
     return nullptr;
 }
 

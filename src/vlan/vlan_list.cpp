@@ -30,20 +30,18 @@ constinit unsigned nextTaken = 0;               // the count that a new switch t
 
 IdCount *countOf(const Switch &sw)
 {
-    for (IdCount &count : counts) {
+    for (IdCount &count : counts)
         if (count.holds(sw))
             return &count;
-    }
     return nullptr;
 }
 
 // A switch whose list is still empty starts a count of its own.
 IdCount *countStart(const Switch &sw)
 {
-    for (IdCount &stale : counts) {
+    for (IdCount &stale : counts)
         if (stale.sw == &sw)
             stale.sw = nullptr;
-    }
     IdCount &count = counts[nextTaken++ % switchesCounted];
     memset(&count, 0, sizeof(count));
     count.sw = &sw;
@@ -79,9 +77,8 @@ SwitchVlan *vlanListFind(Switch &sw, int32_t vlanId)
     IdCount *count = countOf(sw);
     if (count != nullptr && count->of(vlanId) == 0)
         return nullptr;
-    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
+    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList))
         if (vlan.vlanId == vlanId)
             return &vlan;
-    }
     return nullptr;
 }

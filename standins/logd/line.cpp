@@ -31,20 +31,17 @@ constexpr Name modules[] = {
 template <size_t Count>
 const char *nameOf(const Name (&names)[Count], int32_t value)
 {
-    for (const Name &name : names) {
-        if (name.value == value) {
+    for (const Name &name : names)
+        if (name.value == value)
             return name.text;
-        }
-    }
     return nullptr;
 }
 
 // The name, or the number in `digits`.
 const char *nameOrNumber(const char *name, long long value, char (&digits)[16])
 {
-    if (name != nullptr) {
+    if (name != nullptr)
         return name;
-    }
     snprintf(digits, sizeof(digits), "%lld", value);
     return digits;
 }
@@ -56,9 +53,8 @@ size_t formatHead(const LogEntry &entry, char (&line)[maxLine])
     struct tm local = {};
     localtime_r(&seconds, &local);
     char stamp[32];
-    if (strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local) == 0) {
+    if (strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local) == 0)
         stamp[0] = '\0';
-    }
     char level[16];
     char module[16];
     const int length = snprintf(
@@ -92,9 +88,8 @@ size_t formatLine(const LogEntry &entry, const char *text, char (&line)[maxLine]
     constexpr char digits[] = "0123456789abcdef";
     size_t length = formatHead(entry, line);
     size_t textLength = entry.textLength < maxText ? entry.textLength : maxText;
-    while (textLength > 0 && text[textLength - 1] == '\n') {
+    while (textLength > 0 && text[textLength - 1] == '\n')
         --textLength;
-    }
     for (size_t i = 0; i < textLength; ++i) {
         const auto byte = static_cast<unsigned char>(text[i]);
         if (byte >= ' ' && byte < 0x7f) {

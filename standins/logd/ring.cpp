@@ -50,9 +50,8 @@ int ringAnswer(const void *request, int requestLength, void *answer, uint32_t *a
 {
     LogFollowRequest wanted;
     if (request == nullptr || requestLength != static_cast<int>(sizeof(wanted)) ||
-        answer == nullptr || *answerLength < sizeof(LogAnswer)) {
+        answer == nullptr || *answerLength < sizeof(LogAnswer))
         return -EINVAL;
-    }
     memcpy(&wanted, request, sizeof(wanted));
 
     LogAnswer header = {};
@@ -70,9 +69,8 @@ int ringAnswer(const void *request, int requestLength, void *answer, uint32_t *a
         const Slot &slot = slotOf(header.last + 1);
         if (slot.entry.level <= wanted.level) {
             const size_t size = entrySize(slot.entry.textLength);
-            if (size > *answerLength - used) {
+            if (size > *answerLength - used)
                 break;
-            }
             memset(bytes + used, 0, size);
             memcpy(bytes + used, &slot.entry, sizeof(slot.entry));
             memcpy(bytes + used + sizeof(slot.entry), slot.text, slot.entry.textLength);

@@ -54,11 +54,10 @@ constexpr char usage[] =
 
 void onSignal(int number)
 {
-    if (number == SIGHUP) {
+    if (number == SIGHUP)
         reopenRequested = 1;
-    } else {
+    else
         stopRequested = 1;
-    }
 }
 
 void installSignals()
@@ -72,17 +71,15 @@ void installSignals()
 
 int openOutput()
 {
-    if (options.output == nullptr) {
+    if (options.output == nullptr)
         return 0;
-    }
     const int fd = open(options.output, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
     if (fd < 0) {
         fprintf(stderr, "swlogd: cannot open %s: %s\n", options.output, strerror(errno));
         return -1;
     }
-    if (outputFd != STDOUT_FILENO) {
+    if (outputFd != STDOUT_FILENO)
         close(outputFd);
-    }
     outputFd = fd;
     return 0;
 }
@@ -107,9 +104,8 @@ int64_t currentTime()
 void writeEntry(const logd::LogEntry &entry, const char *text)
 {
     char line[logd::maxLine];
-    if (entry.level <= options.level) {
+    if (entry.level <= options.level)
         writeLine(line, logd::formatLine(entry, text, line));
-    }
 }
 
 void writeDropped(const logd::LogEntry &entry)
@@ -129,9 +125,8 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
                uint32_t textLength)
 {
     SwMgrLogRecord record;
-    if (data == nullptr || length != static_cast<int>(sizeof(record)) || text == nullptr) {
+    if (data == nullptr || length != static_cast<int>(sizeof(record)) || text == nullptr)
         return -EINVAL;
-    }
     memcpy(&record, data, sizeof(record));
     logd::LogEntry entry = {};
     entry.time = currentTime();
@@ -140,9 +135,8 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
     entry.dropped = header.reserved3;
     const size_t bound = textLength < logd::maxText ? textLength : logd::maxText;
     entry.textLength = static_cast<uint32_t>(strnlen(text, bound));
-    if (entry.dropped != 0) {
+    if (entry.dropped != 0)
         writeDropped(entry);
-    }
     writeEntry(entry, text);
     logd::ringAppend(entry, text);
     return 0;
@@ -151,12 +145,10 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
 int onMessage(void * /*arg*/, RelayMsgHdr *header, int type, void *data, int length, void *reply,
               uint32_t *replyLength)
 {
-    if (header->request == 0) {
+    if (header->request == 0)
         return 0;
-    }
-    if (type == LOGGING_MSG_LOG) {
+    if (type == LOGGING_MSG_LOG)
         return takeRecord(*header, data, length, static_cast<const char *>(reply), *replyLength);
-    }
     return type == logd::LOG_FOLLOW ? logd::ringAnswer(data, length, reply, replyLength) : -EINVAL;
 }
 
@@ -205,13 +197,11 @@ int readArguments(int argc, char **argv)
 int main(int argc, char **argv)
 {
     const int status = readArguments(argc, argv);
-    if (status >= 0) {
+    if (status >= 0)
         return status;
-    }
     installSignals();
-    if (openOutput() != 0) {
+    if (openOutput() != 0)
         return EXIT_FAILED;
-    }
     relayInit();
     RelayCtx *ctx = relayRegister(LOGGING_RELAY_MODULE_ID, /*mode=*/2, onMessage, nullptr);
     if (ctx == nullptr) {

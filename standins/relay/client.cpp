@@ -86,15 +86,12 @@ int connectTo(int module, int flags, standin::Descriptor &connection)
 {
     struct sockaddr_un address = {};
     const int status = relay::endpointAddress(module, address);
-    if (status != 0) {
+    if (status != 0)
         return status;
-    }
-    if (!connection.valid()) {
+    if (!connection.valid())
         connection.reset(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | flags, 0));
-    }
-    if (!connection.valid()) {
+    if (!connection.valid())
         return -errno;
-    }
     int connected = 0;
     do {
         connected = connect(connection.get(), reinterpret_cast<const struct sockaddr *>(&address),
@@ -108,9 +105,8 @@ int connectTo(int module, int flags, standin::Descriptor &connection)
 Destination *findDestination(int module)
 {
     for (Destination &destination : destinations) {
-        if (destination.module == module) {
+        if (destination.module == module)
             return &destination;
-        }
         if (destination.module == 0) {
             destination = {module, -1, 0, 0, minPause};
             return &destination;
@@ -130,9 +126,8 @@ void disconnect(Destination &destination)
 int reconnect(Destination &destination)
 {
     const int64_t now = milliseconds(CLOCK_MONOTONIC_COARSE);
-    if (now < destination.retryAt) {
+    if (now < destination.retryAt)
         return -EAGAIN;
-    }
     standin::Descriptor connection;
     const int status = connectTo(destination.module, SOCK_NONBLOCK, connection);
     destination.retryAt = now + destination.pause;
@@ -160,14 +155,12 @@ int trySend(Destination &destination, Outgoing &outgoing)
 {
     if (destination.fd < 0) {
         const int status = reconnect(destination);
-        if (status != 0) {
+        if (status != 0)
             return status;
-        }
     }
     const int status = sendOutgoing(destination.fd, outgoing, MSG_DONTWAIT);
-    if (connectionLost(status)) {
+    if (connectionLost(status))
         disconnect(destination);
-    }
     return status;
 }
 
@@ -175,19 +168,16 @@ int post(int module, Outgoing &outgoing)
 {
     const Locked locked;
     Destination *destination = findDestination(module);
-    if (destination == nullptr) {
+    if (destination == nullptr)
         return -ENOSPC;
-    }
     outgoing.header.dropped = destination->dropped;
     int status = trySend(*destination, outgoing);
-    if (connectionLost(status)) {
+    if (connectionLost(status))
         status = trySend(*destination, outgoing); // the receiver may have been restarted
-    }
-    if (status == 0) {
+    if (status == 0)
         destination->dropped = 0;
-    } else {
+    else
         ++destination->dropped;
-    }
     return status;
 }
 
@@ -214,15 +204,12 @@ int waitReadable(int fd, int64_t deadline)
         const int64_t left = deadline - milliseconds(CLOCK_MONOTONIC);
         struct pollfd ready = {fd, POLLIN, 0};
         const int count = left > 0 ? poll(&ready, 1, static_cast<int>(left)) : 0;
-        if (count > 0) {
+        if (count > 0)
             return 0;
-        }
-        if (count == 0) {
+        if (count == 0)
             return -ETIMEDOUT;
-        }
-        if (errno != EINTR) {
+        if (errno != EINTR)
             return -errno;
-        }
     }
 }
 
@@ -248,24 +235,21 @@ Answer unanswered(int reason)
 Answer receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, uint32_t &bufferLen)
 {
     const int status = waitReadable(fd, deadline);
-    if (status != 0) {
+    if (status != 0)
         return unanswered(status);
-    }
     relay::FrameHeader header = {};
     struct iovec parts[] = {{&header, sizeof(header)}, {buffer, bufferLen}};
     struct msghdr message = {};
     message.msg_iov = parts;
     message.msg_iovlen = bufferLen != 0 ? 2 : 1;
     const ssize_t length = receiveOnce(fd, message);
-    if (length <= 0) {
+    if (length <= 0)
         return unanswered(length < 0 ? -errno : -ECONNRESET);
-    }
     const bool complete = static_cast<size_t>(length) == sizeof(header) + header.bufferLength &&
                           (message.msg_flags & MSG_TRUNC) == 0;
     if (!complete || header.magic != relay::frameMagic || header.kind != relay::FRAME_ANSWER ||
-        (header.sequence != sequence && header.sequence != 0)) {
+        (header.sequence != sequence && header.sequence != 0))
         return unanswered(-EBADMSG);
-    }
     bufferLen = header.bufferLength;
     // A refusal by the messaging itself answers no request in particular.
     return {header.type, header.sequence == sequence};
@@ -276,25 +260,20 @@ Answer requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
     const int64_t timeout = answerTimeout();
     const int64_t deadline = milliseconds(CLOCK_MONOTONIC) + timeout;
     standin::Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
-    if (!connection.valid()) {
+    if (!connection.valid())
         return unanswered(-errno);
-    }
     int status = limitWait(connection.get(), timeout);
-    if (status == 0) {
+    if (status == 0)
         status = connectTo(module, 0, connection);
-    }
-    if (status == -EAGAIN) {
+    if (status == -EAGAIN)
         return unanswered(-ETIMEDOUT);
-    }
-    if (status != 0) {
+    if (status != 0)
         return unanswered(status);
-    }
     // A failure here may be a refusal whose reason waits to be read.
     outgoing.header.sequence = 1;
     status = sendOutgoing(connection.get(), outgoing, 0);
-    if (status != 0 && !connectionLost(status)) {
+    if (status != 0 && !connectionLost(status))
         return unanswered(status == -EAGAIN ? -ETIMEDOUT : status);
-    }
     return receiveAnswer(connection.get(), deadline, outgoing.header.sequence, outgoing.buffer,
                          bufferLen);
 }
@@ -319,12 +298,10 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
 {
     uint32_t capacity = buf != nullptr && bufLen != nullptr ? *bufLen : 0;
     if (destModule <= 0 || dataLen < 0 || (data == nullptr && dataLen != 0) ||
-        (mode != modeWait && mode != modePost)) {
+        (mode != modeWait && mode != modePost))
         return notSent(EINVAL);
-    }
-    if (relay::frameSize(static_cast<size_t>(dataLen), capacity) == 0) {
+    if (relay::frameSize(static_cast<size_t>(dataLen), capacity) == 0)
         return notSent(EMSGSIZE);
-    }
     Outgoing outgoing = {};
     outgoing.header.magic = relay::frameMagic;
     outgoing.header.kind = mode == modeWait ? relay::FRAME_REQUEST : relay::FRAME_POST;
@@ -334,19 +311,15 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
     outgoing.header.bufferLength = capacity;
     outgoing.data = data;
     outgoing.buffer = buf;
-    if (mode == modePost) {
+    if (mode == modePost)
         return post(destModule, outgoing);
-    }
-    if (outgoing.header.sender == static_cast<uint32_t>(destModule)) {
+    if (outgoing.header.sender == static_cast<uint32_t>(destModule))
         return notSent(EDEADLK); // nobody would serve it while it waits
-    }
     const Answer answer = requestAnswer(destModule, outgoing, capacity);
-    if (buf != nullptr && bufLen != nullptr) {
+    if (buf != nullptr && bufLen != nullptr)
         *bufLen = capacity;
-    }
-    if (!answer.handled && answer.result < 0) {
+    if (!answer.handled && answer.result < 0)
         return notSent(-answer.result);
-    }
     errno = 0;
     return answer.result;
 }
@@ -355,9 +328,8 @@ int relayDeInit(void)
 {
     const Locked locked;
     for (Destination &destination : destinations) {
-        if (destination.module != 0 && destination.fd >= 0) {
+        if (destination.module != 0 && destination.fd >= 0)
             disconnect(destination);
-        }
         destination = {};
     }
     return 0;

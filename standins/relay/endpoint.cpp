@@ -41,20 +41,16 @@ int prepareDirectory(int moduleId)
         // The file creation mask must not take away the group's access.
         return chmod(directory(), directoryMode) == 0 ? 0 : complain(moduleId, "chmod", errno);
     }
-    if (errno != EEXIST) {
+    if (errno != EEXIST)
         return complain(moduleId, "cannot create directory", errno);
-    }
     struct stat status = {};
-    if (stat(directory(), &status) != 0) {
+    if (stat(directory(), &status) != 0)
         return complain(moduleId, "cannot use directory", errno);
-    }
-    if (!S_ISDIR(status.st_mode)) {
+    if (!S_ISDIR(status.st_mode))
         return complain(moduleId, "cannot use", ENOTDIR);
-    }
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ||
-        (status.st_uid != 0 && status.st_uid != geteuid())) {
+        (status.st_uid != 0 && status.st_uid != geteuid()))
         return complain(moduleId, "others may write to directory", EPERM);
-    }
     return 0;
 }
 
@@ -69,23 +65,19 @@ int lockPath(int moduleId, char *path, size_t size)
 int takeLock(int moduleId, standin::Descriptor &lock)
 {
     char path[sizeof(sockaddr_un::sun_path)];
-    if (lockPath(moduleId, path, sizeof(path)) != 0) {
+    if (lockPath(moduleId, path, sizeof(path)) != 0)
         return -ENAMETOOLONG;
-    }
     for (int attempt = 0; attempt < maxLockAttempts; ++attempt) {
         lock.reset(open(path, O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, lockMode));
-        if (!lock.valid()) {
+        if (!lock.valid())
             return -errno;
-        }
-        if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0) {
+        if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
             return errno == EWOULDBLOCK ? -EADDRINUSE : -errno;
-        }
         struct stat held = {};
         struct stat found = {};
         if (fstat(lock.get(), &held) == 0 && lstat(path, &found) == 0 &&
-            held.st_ino == found.st_ino && held.st_dev == found.st_dev) {
+            held.st_ino == found.st_ino && held.st_dev == found.st_dev)
             return 0;
-        }
     }
     return -EADDRINUSE;
 }
@@ -93,24 +85,20 @@ int takeLock(int moduleId, standin::Descriptor &lock)
 int bindSocket(int moduleId, standin::Descriptor &listener)
 {
     struct sockaddr_un address = {};
-    if (endpointAddress(moduleId, address) != 0) {
+    if (endpointAddress(moduleId, address) != 0)
         return -ENAMETOOLONG;
-    }
     listener.reset(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
-    if (!listener.valid()) {
+    if (!listener.valid())
         return -errno;
-    }
-    if (unlink(address.sun_path) != 0 && errno != ENOENT) {
+    if (unlink(address.sun_path) != 0 && errno != ENOENT)
         return -errno;
-    }
     // The file gets the descriptor's mode less the creation mask: never more
     // than it shall have in the end, and the rest before anyone can connect.
     if (fchmod(listener.get(), socketMode) != 0 ||
         bind(listener.get(), reinterpret_cast<const struct sockaddr *>(&address),
              sizeof(address)) != 0 ||
-        chmod(address.sun_path, socketMode) != 0 || listen(listener.get(), backlog) != 0) {
+        chmod(address.sun_path, socketMode) != 0 || listen(listener.get(), backlog) != 0)
         return -errno;
-    }
     return 0;
 }
 
@@ -128,9 +116,8 @@ int endpointAddress(int moduleId, struct sockaddr_un &address)
 int endpointOpen(int moduleId, Endpoint &endpoint)
 {
     int status = prepareDirectory(moduleId);
-    if (status != 0) {
+    if (status != 0)
         return status;
-    }
     status = takeLock(moduleId, endpoint.lock);
     if (status != 0) {
         endpoint.lock.reset();
@@ -149,14 +136,12 @@ int endpointOpen(int moduleId, Endpoint &endpoint)
 void endpointClose(int moduleId, Endpoint &endpoint)
 {
     struct sockaddr_un address = {};
-    if (endpoint.listener.valid() && endpointAddress(moduleId, address) == 0) {
+    if (endpoint.listener.valid() && endpointAddress(moduleId, address) == 0)
         unlink(address.sun_path);
-    }
     endpoint.listener.reset();
     char path[sizeof(address.sun_path)];
-    if (endpoint.lock.valid() && lockPath(moduleId, path, sizeof(path)) == 0) {
+    if (endpoint.lock.valid() && lockPath(moduleId, path, sizeof(path)) == 0)
         unlink(path);
-    }
     endpoint.lock.reset();
 }
 

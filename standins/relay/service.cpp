@@ -71,9 +71,8 @@ bool deliver(RelayCtx &ctx, int fd, relay::Frame &frame)
     const int result =
         ctx.handler(ctx.arg, &header, frame.header.type, frame.data,
                     static_cast<int>(frame.header.dataLength), frame.buffer, &replyLen);
-    if (frame.header.kind != relay::FRAME_REQUEST) {
+    if (frame.header.kind != relay::FRAME_REQUEST)
         return true;
-    }
     return sendAnswer(fd, frame.header, result, frame.buffer,
                       replyLen < capacity ? replyLen : capacity);
 }
@@ -117,13 +116,11 @@ bool serveConnection(RelayCtx &ctx, int fd, int &served)
     const int64_t end = nanoseconds() + turn;
     for (int i = 0; i < messagesPerTurn; ++i) {
         const Outcome outcome = serveMessage(ctx, fd);
-        if (outcome != Outcome::served) {
+        if (outcome != Outcome::served)
             return outcome == Outcome::nothingLeft;
-        }
         ++served;
-        if (nanoseconds() >= end) {
+        if (nanoseconds() >= end)
             break;
-        }
     }
     return true;
 }
@@ -137,11 +134,9 @@ void closeConnection(Connection &connection)
 void dropClosed(RelayCtx &ctx)
 {
     uint32_t kept = 0;
-    for (uint32_t i = 0; i < ctx.connectionCount; ++i) {
-        if (ctx.connections[i].fd >= 0) {
+    for (uint32_t i = 0; i < ctx.connectionCount; ++i)
+        if (ctx.connections[i].fd >= 0)
             ctx.connections[kept++] = ctx.connections[i];
-        }
-    }
     ctx.connectionCount = kept;
 }
 
@@ -149,18 +144,14 @@ void dropClosed(RelayCtx &ctx)
 // sender of posts that loses its connection this way connects again unnoticed.
 Connection *freeEntry(RelayCtx &ctx)
 {
-    if (ctx.connectionCount < maxConnections) {
+    if (ctx.connectionCount < maxConnections)
         return &ctx.connections[ctx.connectionCount++];
-    }
     Connection *oldest = &ctx.connections[0];
-    for (Connection &connection : ctx.connections) {
-        if (connection.served < oldest->served) {
+    for (Connection &connection : ctx.connections)
+        if (connection.served < oldest->served)
             oldest = &connection;
-        }
-    }
-    if (oldest->served == ctx.round) {
+    if (oldest->served == ctx.round)
         return nullptr;
-    }
     closeConnection(*oldest);
     return oldest;
 }
@@ -175,9 +166,8 @@ void acceptPending(RelayCtx &ctx)
 {
     for (int i = 0; i < acceptsPerRound; ++i) {
         Connection *entry = freeEntry(ctx);
-        if (entry == nullptr) {
+        if (entry == nullptr)
             return;
-        }
         entry->fd = accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         entry->served = ctx.round;
         if (entry->fd < 0) {
@@ -198,29 +188,24 @@ void acceptPending(RelayCtx &ctx)
 int serveRound(RelayCtx &ctx, const struct timespec *wait, int &served)
 {
     struct pollfd ready[maxConnections + 1];
-    for (uint32_t i = 0; i < ctx.connectionCount; ++i) {
+    for (uint32_t i = 0; i < ctx.connectionCount; ++i)
         ready[i] = {ctx.connections[i].fd, POLLIN, 0};
-    }
     const uint32_t polled = ctx.connectionCount;
     ready[polled] = {ctx.listener, POLLIN, 0};
     const int count = ppoll(ready, polled + 1, wait, nullptr);
-    if (count <= 0) {
+    if (count <= 0)
         return count < 0 ? -errno : 0;
-    }
     ++ctx.round;
     for (uint32_t i = 0; i < polled; ++i) {
-        if (ready[i].revents == 0) {
+        if (ready[i].revents == 0)
             continue;
-        }
         ctx.connections[i].served = ctx.round;
-        if (!serveConnection(ctx, ctx.connections[i].fd, served)) {
+        if (!serveConnection(ctx, ctx.connections[i].fd, served))
             closeConnection(ctx.connections[i]);
-        }
     }
     dropClosed(ctx);
-    if (ready[polled].revents != 0) {
+    if (ready[polled].revents != 0)
         acceptPending(ctx);
-    }
     return count;
 }
 
@@ -237,13 +222,11 @@ struct timespec fromMicroseconds(int microseconds)
 
 RelayCtx *relayRegister(int moduleId, int /*mode*/, RelayHandler handler, void *arg)
 {
-    if (moduleId <= 0 || handler == nullptr) {
+    if (moduleId <= 0 || handler == nullptr)
         return nullptr;
-    }
     relay::Endpoint endpoint;
-    if (relay::endpointOpen(moduleId, endpoint) != 0) {
+    if (relay::endpointOpen(moduleId, endpoint) != 0)
         return nullptr;
-    }
     RelayCtx *ctx = static_cast<RelayCtx *>(calloc(1, sizeof(RelayCtx)));
     if (ctx == nullptr) {
         relay::endpointClose(moduleId, endpoint);
@@ -259,32 +242,27 @@ RelayCtx *relayRegister(int moduleId, int /*mode*/, RelayHandler handler, void *
 
 int relayListen(RelayCtx *ctx, int timeout)
 {
-    if (ctx == nullptr) {
+    if (ctx == nullptr)
         return -EINVAL;
-    }
-    if (ctx->listening) {
+    if (ctx->listening)
         return -EBUSY; // called from the handler
-    }
     ctx->listening = true;
     const struct timespec period = fromMicroseconds(timeout);
     int served = 0;
     int status = serveRound(*ctx, timeout < 0 ? nullptr : &period, served);
     const struct timespec atOnce = {};
-    for (int round = 1; status > 0 && round < roundsPerListen; ++round) {
+    for (int round = 1; status > 0 && round < roundsPerListen; ++round)
         status = serveRound(*ctx, &atOnce, served);
-    }
     ctx->listening = false;
     return status < 0 && served == 0 ? status : served;
 }
 
 int relayUnRegister(RelayCtx *ctx)
 {
-    if (ctx == nullptr) {
+    if (ctx == nullptr)
         return -EINVAL;
-    }
-    for (uint32_t i = 0; i < ctx->connectionCount; ++i) {
+    for (uint32_t i = 0; i < ctx->connectionCount; ++i)
         closeConnection(ctx->connections[i]);
-    }
     relay::Endpoint endpoint{standin::Descriptor(ctx->lock), standin::Descriptor(ctx->listener)};
     relay::endpointClose(ctx->moduleId, endpoint);
     free(ctx);

@@ -58,9 +58,8 @@ bool splitPlain(const char *commandLine, PlainLine &line)
     size_t length = 0;
     bool inWord = false;
     for (const char *c = commandLine; *c != '\0'; ++c, ++length) {
-        if (length + 1 >= maxPlainLine || (!isBlank(*c) && !isPlain(*c))) {
+        if (length + 1 >= maxPlainLine || (!isBlank(*c) && !isPlain(*c)))
             return false;
-        }
         if (isBlank(*c)) {
             line.text[length] = '\0';
             inWord = false;
@@ -68,9 +67,8 @@ bool splitPlain(const char *commandLine, PlainLine &line)
         }
         line.text[length] = *c;
         if (!inWord) {
-            if (line.count == maxWords) {
+            if (line.count == maxWords)
                 return false;
-            }
             line.words[line.count++] = &line.text[length];
             inWord = true;
         }
@@ -90,9 +88,8 @@ public:
         sigset_t none;
         sigemptyset(&none);
         sigset_t defaults = none;
-        for (const int number : resetSignals) {
+        for (const int number : resetSignals)
             sigaddset(&defaults, number);
-        }
         posix_spawnattr_init(&attributes);
         posix_spawn_file_actions_init(&actions);
         posix_spawnattr_setsigmask(&attributes, &none);
@@ -152,19 +149,16 @@ bool waitForEnd(pid_t pid, int handle, int64_t milliseconds)
     int nap = 1;
     for (;;) {
         const int64_t left = deadline - now();
-        if (left <= 0) {
+        if (left <= 0)
             return hasEnded(pid);
-        }
         if (handle >= 0) {
             struct pollfd end = {handle, POLLIN, 0};
-            if (poll(&end, 1, static_cast<int>(left)) > 0) {
+            if (poll(&end, 1, static_cast<int>(left)) > 0)
                 return true;
-            }
             continue;
         }
-        if (hasEnded(pid)) {
+        if (hasEnded(pid))
             return true;
-        }
         poll(nullptr, 0, nap < left ? nap : static_cast<int>(left));
         nap = nap * 2 < longestNap ? nap * 2 : longestNap;
     }
@@ -192,9 +186,8 @@ int run(char *const words[], const char *commandLine)
 {
     pid_t pid = 0;
     int status = SpawnSettings().spawn(pid, words);
-    if (status != 0) {
+    if (status != 0)
         return status;
-    }
     const standin::Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     const long seconds = timeoutSeconds();
     const bool inTime = waitForEnd(pid, handle.get(), seconds * 1000);
@@ -205,16 +198,13 @@ int run(char *const words[], const char *commandLine)
     }
     int ended = 0;
     status = reap(pid, ended);
-    if (status != 0 || !inTime) {
+    if (status != 0 || !inTime)
         return status != 0 ? status : -ETIMEDOUT;
-    }
-    if (!WIFEXITED(ended)) {
+    if (!WIFEXITED(ended))
         return -(128 + WTERMSIG(ended));
-    }
     const int code = WEXITSTATUS(ended);
-    if (code == notFound || code == notExecutable) {
+    if (code == notFound || code == notExecutable)
         return code == notFound ? -ENOENT : -EACCES;
-    }
     return code;
 }
 
@@ -231,16 +221,13 @@ int runByShell(const char *commandLine)
 
 int salCmdExec(const char *commandLine, int /*arg1*/, int /*arg2*/)
 {
-    if (commandLine == nullptr) {
+    if (commandLine == nullptr)
         return -EINVAL;
-    }
     PlainLine line;
-    if (!splitPlain(commandLine, line)) {
+    if (!splitPlain(commandLine, line))
         return runByShell(commandLine);
-    }
-    if (line.count == 0) {
+    if (line.count == 0)
         return 0;
-    }
     const int status = run(line.words, commandLine);
     // A script without an interpreter line is something only a shell can run.
     return status == -ENOEXEC ? runByShell(commandLine) : status;

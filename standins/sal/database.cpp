@@ -13,9 +13,8 @@ constexpr int longestWait = 5000; // ms in all
 int pauseBefore(int timesBusy)
 {
     int waited = 0;
-    for (int i = 0; i < timesBusy && i < firstPauseCount; ++i) {
+    for (int i = 0; i < timesBusy && i < firstPauseCount; ++i)
         waited += firstPauses[i];
-    }
     if (timesBusy > firstPauseCount) {
         const int later = timesBusy - firstPauseCount;
         waited = later < longestWait / laterPause ? waited + later * laterPause : longestWait;
@@ -31,21 +30,18 @@ char **sqlite3QueryResGet(sqlite3 *db, void * /*reserved*/, const char *sql, int
                           int *rowCount)
 {
     char **table = nullptr;
-    if (db == nullptr || sql == nullptr) {
+    if (db == nullptr || sql == nullptr)
         return nullptr;
-    }
-    if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK) {
+    if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK)
         return nullptr;
-    }
     return table;
 }
 
 int sqliteBusyHandler(void * /*arg*/, int timesBusy)
 {
     const int pause = timesBusy >= 0 ? pauseBefore(timesBusy) : 0;
-    if (pause == 0) {
+    if (pause == 0)
         return 0;
-    }
     sqlite3_sleep(pause);
     return 1;
 }

@@ -38,29 +38,25 @@ bool isSimulated(int fd)
 
 SimulatedDevice *findDevice(int fd)
 {
-    for (SimulatedDevice &device : devices) {
-        if (device.fd == fd) {
+    for (SimulatedDevice &device : devices)
+        if (device.fd == fd)
             return &device;
-        }
-    }
     return nullptr;
 }
 
 void forget(int fd)
 {
     SimulatedDevice *device = fd > 0 ? findDevice(fd) : nullptr;
-    if (device != nullptr) {
+    if (device != nullptr)
         *device = {};
-    }
 }
 
 void remember(int fd, const struct sockaddr_un &address)
 {
     forget(fd);
     SimulatedDevice *entry = findDevice(0);
-    if (entry != nullptr) {
+    if (entry != nullptr)
         *entry = {fd, address};
-    }
 }
 
 int connectDevice(const struct sockaddr_un &address)
@@ -72,9 +68,8 @@ int connectDevice(const struct sockaddr_un &address)
         setsockopt(device.get(), SOL_SOCKET, SO_RCVTIMEO, &limit, sizeof(limit)) != 0 ||
         setsockopt(device.get(), SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) != 0 ||
         connect(device.get(), reinterpret_cast<const struct sockaddr *>(&address),
-                sizeof(address)) != 0) {
+                sizeof(address)) != 0)
         return -errno;
-    }
     return device.release();
 }
 
@@ -83,14 +78,12 @@ int openSimulated(const char *path)
     struct sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     const size_t length = strlen(path);
-    if (length >= sizeof(address.sun_path)) {
+    if (length >= sizeof(address.sun_path))
         return -ENAMETOOLONG;
-    }
     memcpy(address.sun_path, path, length);
     const int fd = connectDevice(address);
-    if (fd > 0) {
+    if (fd > 0)
         remember(fd, address);
-    }
     return fd;
 }
 
@@ -98,13 +91,11 @@ int openSimulated(const char *path)
 int reconnect(int fd)
 {
     const SimulatedDevice *known = findDevice(fd);
-    if (known == nullptr) {
+    if (known == nullptr)
         return -ENODEV;
-    }
     const int connected = connectDevice(known->address);
-    if (connected < 0) {
+    if (connected < 0)
         return connected;
-    }
     const standin::Descriptor renewed(connected);
     return dup3(renewed.get(), fd, O_CLOEXEC) >= 0 ? 0 : -errno;
 }
@@ -135,12 +126,10 @@ int receiveAnswer(int fd, uint32_t request, void *record)
     do {
         length = recvmsg(fd, &message, MSG_TRUNC);
     } while (length < 0 && errno == EINTR);
-    if (length < 0) {
+    if (length < 0)
         return errno == EAGAIN ? -ETIMEDOUT : -errno;
-    }
-    if (length == 0) {
+    if (length == 0)
         return -EIO; // the device has gone
-    }
     return static_cast<size_t>(length) >= sizeof(header) + filled ? header.result : -EPROTO;
 }
 
@@ -150,9 +139,8 @@ int receiveAnswer(int fd, uint32_t request, void *record)
 int simulatedIoctl(int fd, uint32_t request, void *arg)
 {
     const bool hasRecord = device::recordSize(request) != 0;
-    if (hasRecord && arg == nullptr) {
+    if (hasRecord && arg == nullptr)
         return -EFAULT;
-    }
     device::RequestHeader header = {};
     header.request = request;
     header.argument = hasRecord ? 0 : reinterpret_cast<intptr_t>(arg);
@@ -161,17 +149,14 @@ int simulatedIoctl(int fd, uint32_t request, void *arg)
     int status = sendRequest(fd, header, record);
     if (status == -EPIPE || status == -ECONNRESET || status == -ENOTCONN) {
         status = reconnect(fd);
-        if (status == 0) {
+        if (status == 0)
             status = sendRequest(fd, header, record);
-        }
     }
-    if (status != 0) {
+    if (status != 0)
         return status == -EAGAIN ? -ETIMEDOUT : status;
-    }
     status = receiveAnswer(fd, request, record);
-    if (status == -ETIMEDOUT || status == -EPROTO) {
+    if (status == -ETIMEDOUT || status == -EPROTO)
         shutdown(fd, SHUT_RDWR);
-    }
     return status;
 }
 
@@ -179,13 +164,11 @@ int simulatedIoctl(int fd, uint32_t request, void *arg)
 
 int salOpen(const char *path, int flags, int mode)
 {
-    if (path == nullptr) {
+    if (path == nullptr)
         return -EINVAL;
-    }
     struct stat status = {};
-    if (stat(path, &status) == 0 && S_ISSOCK(status.st_mode)) {
+    if (stat(path, &status) == 0 && S_ISSOCK(status.st_mode))
         return openSimulated(path);
-    }
     const int fd = open(path, flags | O_CLOEXEC, static_cast<mode_t>(mode));
     return fd >= 0 ? fd : -errno;
 }
@@ -198,9 +181,8 @@ int salClose(int fd)
 
 int salIoctl(int fd, unsigned int request, void *arg)
 {
-    if (isSimulated(fd)) {
+    if (isSimulated(fd))
         return simulatedIoctl(fd, request, arg);
-    }
     const int result = ioctl(fd, static_cast<unsigned long>(request), arg);
     return result >= 0 ? result : -errno;
 }

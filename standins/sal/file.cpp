@@ -22,9 +22,8 @@ FILE *salFileOpen(const char *path, const char *mode)
 
 int salFilePrintf(FILE *stream, const char *format, ...)
 {
-    if (stream == nullptr || format == nullptr) {
+    if (stream == nullptr || format == nullptr)
         return -EINVAL;
-    }
     va_list arguments;
     va_start(arguments, format);
     const int written = vfprintf(stream, format, arguments);
@@ -34,16 +33,14 @@ int salFilePrintf(FILE *stream, const char *format, ...)
 
 int salFileClose(FILE *stream)
 {
-    if (stream == nullptr) {
+    if (stream == nullptr)
         return -EINVAL;
-    }
     return fclose(stream) == 0 ? 0 : -errno;
 }
 
 int salUnlink(const char *path)
 {
-    if (path == nullptr) {
+    if (path == nullptr)
         return -EINVAL;
-    }
     return unlink(path) == 0 ? 0 : -errno;
 }

@@ -4,9 +4,8 @@
 
 void salListInit(SalList *list)
 {
-    if (list != nullptr) {
+    if (list != nullptr)
         *list = {};
-    }
 }
 
 SalListLink *salListFirst(SalList *list)
@@ -21,9 +20,8 @@ SalListLink *salListNext(SalListLink *link)
 
 void salListNodeAppend(SalList *list, SalListLink *link)
 {
-    if (list == nullptr || link == nullptr) {
+    if (list == nullptr || link == nullptr)
         return;
-    }
     link->next = nullptr;
     link->prev = list->last;
     (list->last != nullptr ? list->last->next : list->first) = link;
@@ -32,12 +30,10 @@ void salListNodeAppend(SalList *list, SalListLink *link)
 
 void salListNodeRemove(SalList *list, SalListLink *link)
 {
-    if (list == nullptr || link == nullptr) {
+    if (list == nullptr || link == nullptr)
         return;
-    }
-    if (link->prev == nullptr && list->first != link) {
+    if (link->prev == nullptr && list->first != link)
         return; // in no list
-    }
     (link->prev != nullptr ? link->prev->next : list->first) = link->next;
     (link->next != nullptr ? link->next->prev : list->last) = link->prev;
     *link = {};

@@ -80,12 +80,11 @@ engine::State &stateFresh()
 std::vector<std::string> split(const std::string &text, char separator)
 {
     std::vector<std::string> parts(1);
-    for (const char c : text) {
+    for (const char c : text)
         if (c == separator)
             parts.emplace_back();
         else
             parts.back() += c;
-    }
     return parts;
 }
 
@@ -135,12 +134,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
     kernelVlans = options.kernelVlans;
     std::vector<std::string> lines = split(input.rest(), '\n');
     lines.resize(std::min(lines.size(), longestProgram));
-    for (const std::string &line : lines) {
+    for (const std::string &line : lines)
         if (options.compare)
             callAndCompare(state, line);
         else
             static_cast<void>(call(state, line));
-    }
     if (options.show)
         stateShow(state);
     return 0;

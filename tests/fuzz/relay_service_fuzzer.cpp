@@ -150,10 +150,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
         }
     }
     relayListen(running, 0);
-    for (const int fd : fds) {
+    for (const int fd : fds)
         if (fd >= 0)
             close(fd);
-    }
     serviceCheck();
     return 0;
 }

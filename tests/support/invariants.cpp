@@ -107,9 +107,8 @@ std::set<const void *> unreachedBlocks()
 {
     const Walk walk;
     std::set<const void *> unreached;
-    for (const platform::Block &block : platform::blocksHeld()) {
+    for (const platform::Block &block : platform::blocksHeld())
         if (walk.reached.count(block.address) == 0)
             unreached.insert(block.address);
-    }
     return unreached;
 }

@@ -43,12 +43,11 @@ State &state()
 
 void append(std::string &lines, const std::string &line)
 {
-    for (const char c : line) {
+    for (const char c : line)
         if (c == '\n')
             lines += "\\n";
         else
             lines += c;
-    }
     lines += '\n';
 }
 
@@ -75,10 +74,9 @@ std::string taken(bool ofLog)
 {
     std::string text;
     std::istringstream lines(platform::everything());
-    for (std::string line; std::getline(lines, line);) {
+    for (std::string line; std::getline(lines, line);)
         if (line.starts_with("log ") == ofLog)
             text += line.substr(ofLog ? 4 : 0) + "\n";
-    }
     return text;
 }
 

@@ -11,10 +11,9 @@
 std::string oldValues(const std::vector<std::string> &names, const std::vector<std::string> &values)
 {
     std::string block;
-    for (const auto *strings : {&names, &values}) {
+    for (const auto *strings : {&names, &values})
         for (const std::string &text : *strings)
             block += text + '\0';
-    }
     return block;
 }
 

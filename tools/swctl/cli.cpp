@@ -46,10 +46,10 @@ int reportAnswer(const Globals &globals, const std::string &what, int status)
             .close('}')
             .print(stdout);
     else if (status >= 0)
-        std::printf("%s: done\n", printable(what).c_str());
+        printf("%s: done\n", printable(what).c_str());
     if (status >= 0)
         return exitDone;
-    std::fprintf(stderr, "swctl: %s: the service answered %s\n", printable(what).c_str(),
+    fprintf(stderr, "swctl: %s: the service answered %s\n", printable(what).c_str(),
                  statusInWords(status).c_str());
     return exitRefused;
 }

@@ -95,9 +95,9 @@ void printReasons(int64_t since)
             errors = errorsSince(since);
         }
         for (const std::string &error : errors)
-            std::fprintf(stderr, "  service: %s\n", error.c_str());
+            fprintf(stderr, "  service: %s\n", error.c_str());
     } catch (const Failure &) {
-        std::fprintf(stderr, "  (no log daemon is running that could tell the reason)\n");
+        fprintf(stderr, "  (no log daemon is running that could tell the reason)\n");
     }
 }
 
@@ -124,13 +124,13 @@ int finish(const Program &program, Database &database, const Written &written,
     if (outcome.status < 0) {
         const std::string fate =
             outcome.putBack ? "the row is as it was" : "the row was not put back: " + outcome.note;
-        std::fprintf(stderr, "swctl: %s: the service answered %s; %s\n", printable(name).c_str(),
+        fprintf(stderr, "swctl: %s: the service answered %s; %s\n", printable(name).c_str(),
                      statusInWords(outcome.status).c_str(), fate.c_str());
         printReasons(start);
         return exitRefused;
     }
     if (!program.globals.json)
-        std::printf("%s %s (row %lld)%s\n", printable(name).c_str(), verb,
+        printf("%s %s (row %lld)%s\n", printable(name).c_str(), verb,
                     static_cast<long long>(written.rowId),
                     offline ? "; the service was not told" : "");
     return exitDone;
@@ -250,8 +250,9 @@ void addAddCommand(Program &program, CLI::App &group, const TableCommands &table
 void addListCommand(Program &program, CLI::App &group, const TableCommands &table,
                     const std::string &description, const std::string &examples)
 {
-    addCommand(program, group, "list", description, examples,
-               [&program, &table] { return runList(program, table); });
+    addCommand(
+        program, group, "list", description, examples,
+        [&program, &table] { return runList(program, table); });
 }
 
 // `set` and `delete`, which name a row that exists.

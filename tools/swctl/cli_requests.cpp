@@ -17,7 +17,7 @@ namespace {
 
 uint64_t toNumber(const std::string &text)
 {
-    return std::strtoull(text.c_str(), nullptr, 10);
+    return strtoull(text.c_str(), nullptr, 10);
 }
 
 // --- request ---------------------------------------------------------------
@@ -178,13 +178,13 @@ int runEvent(const Globals &globals, const RawArguments &arguments)
         {"insert", SWMGR_DB_INSERT}, {"update", SWMGR_DB_UPDATE}, {"delete", SWMGR_DB_DELETE}};
     SwMgrDbEvent event{};
     // All 64 bytes may be used, to try a name without terminator.
-    std::memcpy(event.tableName, arguments.table.data(),
-                std::min(arguments.table.size(), sizeof event.tableName));
-    event.rowId = std::strtoll(arguments.rowId.c_str(), nullptr, 10);
+    memcpy(event.tableName, arguments.table.data(),
+                std::min(arguments.table.size(), sizeof(event.tableName)));
+    event.rowId = strtoll(arguments.rowId.c_str(), nullptr, 10);
     const auto operation = operations.find(arguments.opCode);
     event.opCode = operation != operations.end()
                        ? operation->second
-                       : static_cast<int32_t>(std::strtol(arguments.opCode.c_str(), nullptr, 10));
+                       : static_cast<int32_t>(strtol(arguments.opCode.c_str(), nullptr, 10));
     const int status = ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT,
                            sized(bytesOf(event), arguments.length), oldBlock(arguments));
     return reportAnswer(globals, "event for " + arguments.table, status);
@@ -194,12 +194,12 @@ int runCommand(const Globals &globals, const RawArguments &arguments)
 {
     SwMgrSwitchCmdRequest request{};
     const std::string payload = bytesFromHex(arguments.payload);
-    if (payload.size() > sizeof request.payload)
+    if (payload.size() > sizeof(request.payload))
         throw Failure(exitUsage, "a payload has at most 1300 bytes");
-    std::memcpy(request.switchName, arguments.switchName.data(),
-                std::min(arguments.switchName.size(), sizeof request.switchName));
-    std::memcpy(request.payload, payload.data(), payload.size());
-    const int code = static_cast<int>(std::strtol(arguments.code.c_str(), nullptr, 10));
+    memcpy(request.switchName, arguments.switchName.data(),
+                std::min(arguments.switchName.size(), sizeof(request.switchName)));
+    memcpy(request.payload, payload.data(), payload.size());
+    const int code = static_cast<int>(strtol(arguments.code.c_str(), nullptr, 10));
     const int status = ask(SWMGR_RELAY_MODULE_ID, code, sized(bytesOf(request), arguments.length));
     return reportAnswer(globals, "command " + arguments.code + " for " + arguments.switchName,
                         status);

@@ -19,11 +19,11 @@ namespace {
 
 void writeFile(const std::string &path, const std::string &text)
 {
-    std::FILE *file = std::fopen(path.c_str(), "we");
+    FILE *file = fopen(path.c_str(), "we");
     bool written = file != nullptr;
-    written = written && std::fwrite(text.data(), 1, text.size(), file) == text.size();
+    written = written && fwrite(text.data(), 1, text.size(), file) == text.size();
     if (file != nullptr)
-        written = std::fclose(file) == 0 && written;
+        written = fclose(file) == 0 && written;
     if (!written)
         throw Failure(exitUsage, "cannot write " + printable(path) + ": " + strerror(errno));
 }
@@ -116,10 +116,10 @@ void printLine(const LogLine &line, bool json, bool colour)
         if (colour && level.most == line.level)
             start = level.colour;
     if (line.dropped != 0)
-        std::printf("... %u records were lost\n", line.dropped);
-    std::printf("%s%s  %-6s  %s%s\n", start, timeText(line.time).c_str(), levelName(line.level),
+        printf("... %u records were lost\n", line.dropped);
+    printf("%s%s  %-6s  %s%s\n", start, timeText(line.time).c_str(), levelName(line.level),
                 printable(line.text).c_str(), *start != '\0' ? "\x1b[0m" : "");
-    std::fflush(stdout);
+    fflush(stdout);
 }
 
 int runLog(const Globals &globals, const LogArguments &arguments)
@@ -135,12 +135,12 @@ int runLog(const Globals &globals, const LogArguments &arguments)
     });
     for (const LogLine &line : older)
         printLine(line, globals.json, colour);
-    while (!arguments.noFollow && std::ferror(stdout) == 0) {
+    while (!arguments.noFollow && ferror(stdout) == 0) {
         std::this_thread::sleep_for(followInterval);
         const uint64_t lost =
             follower.read([&](const LogLine &line) { printLine(line, globals.json, colour); });
         if (lost != 0)
-            std::fprintf(stderr, "swctl: %llu records came faster than they were read\n",
+            fprintf(stderr, "swctl: %llu records came faster than they were read\n",
                          static_cast<unsigned long long>(lost));
     }
     return exitDone;

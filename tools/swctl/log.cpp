@@ -28,11 +28,11 @@ Answer askAfter(uint64_t after, int32_t level)
     const int status =
         exchange(LOGGING_RELAY_MODULE_ID, logd::LOG_FOLLOW, bytesOf(request), buffer);
     Answer answer{};
-    if (status < 0 || buffer.size() < sizeof answer.header)
+    if (status < 0 || buffer.size() < sizeof(answer.header))
         throw Failure(exitRefused,
                       "the log daemon answered " + statusInWords(status) + " to a look at the log");
-    std::memcpy(&answer.header, buffer.data(), sizeof answer.header);
-    answer.entries = buffer.substr(sizeof answer.header);
+    memcpy(&answer.header, buffer.data(), sizeof(answer.header));
+    answer.entries = buffer.substr(sizeof(answer.header));
     return answer;
 }
 
@@ -40,17 +40,17 @@ Answer askAfter(uint64_t after, int32_t level)
 std::optional<LogLine> takeEntry(std::string_view &entries)
 {
     logd::LogEntry entry{};
-    if (entries.size() < sizeof entry)
+    if (entries.size() < sizeof(entry))
         return std::nullopt;
-    std::memcpy(&entry, entries.data(), sizeof entry);
-    entries.remove_prefix(sizeof entry);
+    memcpy(&entry, entries.data(), sizeof(entry));
+    entries.remove_prefix(sizeof(entry));
     if (entry.textLength > entries.size())
         return std::nullopt;
     LogLine line{entry.time, entry.module, entry.level, entry.dropped,
                  std::string(entries.substr(0, entry.textLength))};
     while (!line.text.empty() && (line.text.back() == '\n' || line.text.back() == ' '))
         line.text.pop_back();
-    const size_t rest = logd::entrySize(entry.textLength) - sizeof entry;
+    const size_t rest = logd::entrySize(entry.textLength) - sizeof(entry);
     entries.remove_prefix(std::min(rest, entries.size()));
     return line;
 }
@@ -109,15 +109,15 @@ const char *levelName(int32_t level)
 
 std::string timeText(int64_t time)
 {
-    const auto seconds = static_cast<std::time_t>(time / nanosecondsPerSecond);
+    const auto seconds = static_cast<time_t>(time / nanosecondsPerSecond);
     const int milliseconds =
         static_cast<int>(time % nanosecondsPerSecond / nanosecondsPerMillisecond);
-    std::tm local{};
+    tm local{};
     localtime_r(&seconds, &local);
     std::array<char, 64> date{};
     std::array<char, 80> text{};
-    std::strftime(date.data(), date.size(), "%F %T", &local);
-    std::snprintf(text.data(), text.size(), "%s.%03d", date.data(), milliseconds);
+    strftime(date.data(), date.size(), "%F %T", &local);
+    snprintf(text.data(), text.size(), "%s.%03d", date.data(), milliseconds);
     return text.data();
 }
 

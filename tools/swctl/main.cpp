@@ -39,7 +39,7 @@ void addGlobalOptions(Program &program)
 int generate(const CLI::App &app, const std::string &kind)
 {
     const std::string text = kind == "man" ? manualPage(app) : bashCompletion(app);
-    return std::fputs(text.c_str(), stdout) >= 0 && std::fflush(stdout) == 0 ? exitDone : exitUsage;
+    return fputs(text.c_str(), stdout) >= 0 && fflush(stdout) == 0 ? exitDone : exitUsage;
 }
 
 int parseAndRun(Program &program, int argc, char **argv)
@@ -54,7 +54,7 @@ int parseAndRun(Program &program, int argc, char **argv)
             return app.exit(error); // help or version
         if (!generated.empty())
             return generate(app, generated);
-        std::fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
+        fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
                      printable(error.what()).c_str());
         return exitUsage;
     }
@@ -83,10 +83,10 @@ int main(int argc, char **argv)
         addViewCommands(program);
         return parseAndRun(program, argc, argv);
     } catch (const Failure &failure) {
-        std::fprintf(stderr, "swctl: %s\n", failure.what());
+        fprintf(stderr, "swctl: %s\n", failure.what());
         return failure.status;
     } catch (const std::exception &error) {
-        std::fprintf(stderr, "swctl: %s\n", error.what());
+        fprintf(stderr, "swctl: %s\n", error.what());
         return exitUsage;
     }
 }

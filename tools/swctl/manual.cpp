@@ -14,7 +14,7 @@ using AppPtr = const CLI::App *;
 std::string troff(const std::string &text)
 {
     std::string out;
-    for (const char c : text) {
+    for (const char c : text)
         if (c == '\\')
             out += "\\e";
         else if (c == '-')
@@ -23,7 +23,6 @@ std::string troff(const std::string &text)
             (out += "\\&") += c;
         else
             out += c;
-    }
     return out;
 }
 

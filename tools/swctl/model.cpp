@@ -184,8 +184,9 @@ Cell chipCell(const VlanConfig &vlan, int32_t port)
 // there bit n stands for port n + 1.
 bool engineMember(const VlanConfig &vlan, const PortConfig &port)
 {
-    return std::any_of(port.mapped.begin(), port.mapped.end(),
-                       [&](const auto &mapping) { return hasBit(vlan.members, mapping.port - 1); });
+    return std::any_of(
+        port.mapped.begin(), port.mapped.end(),
+        [&](const auto &mapping) { return hasBit(vlan.members, mapping.port - 1); });
 }
 
 Cell engineCell(const SwitchConfig &sw, const VlanConfig &vlan, int32_t number)

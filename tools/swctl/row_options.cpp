@@ -26,7 +26,7 @@ std::vector<Assignment> RowOptions::given() const
         if (entry->option->count() == 0)
             continue;
         if (entry->column->number)
-            values.push_back({entry->column->column, static_cast<int64_t>(std::strtoll(
+            values.push_back({entry->column->column, static_cast<int64_t>(strtoll(
                                                          entry->value.c_str(), nullptr, 10))});
         else
             values.push_back({entry->column->column, entry->value});

@@ -18,7 +18,7 @@ constexpr int relayWaitMode = 1; // relayIoctl waits for the answer
 std::string whyNot(int module, int result)
 {
     const char *name = module == LOGGING_RELAY_MODULE_ID ? "log daemon" : "switch manager";
-    const char *directory = std::getenv("RELAY_DIR");
+    const char *directory = getenv("RELAY_DIR");
     const char *advice = result == -ENOENT || result == -ECONNREFUSED ? "is it running?"
                          : result == -EACCES     ? "this user may not talk to it"
                          : result == -ETIMEDOUT  ? "it does not answer"
@@ -68,7 +68,7 @@ int askSwitch(const std::string &switchName, int command, std::string_view paylo
 {
     SwMgrSwitchCmdRequest request{};
     fillField(request.switchName, switchName);
-    std::memcpy(request.payload, payload.data(), payload.size());
+    memcpy(request.payload, payload.data(), payload.size());
     return ask(SWMGR_RELAY_MODULE_ID, command, bytesOf(request));
 }
 

@@ -26,7 +26,7 @@ int exchange(int module, int requestType, std::string_view data, std::string &bu
 template <class Record>
 std::string_view bytesOf(const Record &record)
 {
-    return {reinterpret_cast<const char *>(&record), sizeof record};
+    return {reinterpret_cast<const char *>(&record), sizeof(record)};
 }
 
 // Copies text into a null-terminated field that is zero so far; the caller has

@@ -25,7 +25,7 @@ const char *onOffText(bool on)
 
 void showSwitch(FILE *stream, const SwitchConfig &sw, bool top)
 {
-    std::fprintf(stream, "%s  level %d%s%s%s  VLAN %s  QoS %s\n", printable(sw.name).c_str(),
+    fprintf(stream, "%s  level %d%s%s%s  VLAN %s  QoS %s\n", printable(sw.name).c_str(),
                  sw.level, top ? " (top)" : "", sw.device.empty() ? "" : "  ",
                  printable(sw.device).c_str(), onOffText(sw.vlanEnabled), onOffText(sw.qosEnabled));
     for (const PortConfig &port : sw.ports) {
@@ -36,7 +36,7 @@ void showSwitch(FILE *stream, const SwitchConfig &sw, bool top)
         if (!port.mapped.empty())
             line += " ─> " + mappingText(port);
         line.erase(line.find_last_not_of(' ') + 1);
-        std::fprintf(stream, "%s\n", line.c_str());
+        fprintf(stream, "%s\n", line.c_str());
     }
 }
 
@@ -85,7 +85,7 @@ std::string switchHeading(const Matrix &matrix, const Layout &layout)
 void showMatrix(FILE *stream, const Model &model, const Matrix &matrix, bool colour)
 {
     const Layout layout = layoutOf(model, matrix);
-    std::fprintf(stream, "\n%s\n", switchHeading(matrix, layout).c_str());
+    fprintf(stream, "\n%s\n", switchHeading(matrix, layout).c_str());
     std::string heading =
         padded("VLAN", -layout.nameWidth) + "  " + padded("interface", layout.interfaceWidth);
     std::string pvids =
@@ -96,7 +96,7 @@ void showMatrix(FILE *stream, const Model &model, const Matrix &matrix, bool col
         heading += gapBefore(matrix, i) + padded(std::to_string(column.port), -layout.cellWidth);
         pvids += gapBefore(matrix, i) + padded(pvid, -layout.cellWidth);
     }
-    std::fprintf(stream, "%s\n", heading.c_str());
+    fprintf(stream, "%s\n", heading.c_str());
     for (size_t row = 0; row < model.vlans.size(); ++row) {
         const VlanConfig &vlan = model.vlans[row];
         std::string line = padded(std::to_string(vlan.id), -layout.nameWidth) + "  " +
@@ -107,10 +107,10 @@ void showMatrix(FILE *stream, const Model &model, const Matrix &matrix, bool col
             const std::string mark = padded(cellMark(cell), -layout.cellWidth);
             line += gapBefore(matrix, i) + (colour ? cellColour(cell) + mark + reset : mark);
         }
-        std::fprintf(stream, "%s%s\n", line.c_str(), vlan.switchOnly ? "  switch only" : "");
+        fprintf(stream, "%s%s\n", line.c_str(), vlan.switchOnly ? "  switch only" : "");
     }
-    std::fprintf(stream, "%s\n\n", pvids.c_str());
-    std::fprintf(stream, "T tagged  U untagged  C CPU port (CU: untagged)  . not a member\n");
+    fprintf(stream, "%s\n\n", pvids.c_str());
+    fprintf(stream, "T tagged  U untagged  C CPU port (CU: untagged)  . not a member\n");
 }
 
 void jsonSwitch(JsonWriter &json, const SwitchConfig &sw, const Matrix &matrix)
@@ -184,11 +184,11 @@ void showText(FILE *stream, const Model &model, const Matrix &matrix, bool colou
     for (const SwitchConfig &sw : model.switches)
         showSwitch(stream, sw, &sw == &model.switches.front());
     if (model.switches.empty())
-        std::fprintf(stream, "No switches are configured.\n");
+        fprintf(stream, "No switches are configured.\n");
     if (!matrix.columns.empty() && !model.vlans.empty())
         showMatrix(stream, model, matrix, colour);
     for (const std::string &note : model.notes)
-        std::fprintf(stream, "note: %s\n", printable(note).c_str());
+        fprintf(stream, "note: %s\n", printable(note).c_str());
 }
 
 void showJson(FILE *stream, const Model &model, const Matrix &matrix)

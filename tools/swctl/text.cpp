@@ -52,7 +52,7 @@ bool isControl(uint32_t codePoint)
 void appendFormatted(std::string &out, const char *format, unsigned value)
 {
     std::array<char, 16> buffer{};
-    const int length = std::snprintf(buffer.data(), buffer.size(), format, value);
+    const int length = snprintf(buffer.data(), buffer.size(), format, value);
     out.append(buffer.data(), static_cast<size_t>(length));
 }
 
@@ -78,9 +78,9 @@ std::string printable(std::string_view text)
 
 size_t displayWidth(std::string_view text)
 {
-    return static_cast<size_t>(std::count_if(text.begin(), text.end(), [](char byte) {
-        return (static_cast<unsigned char>(byte) & 0xc0) != 0x80;
-    }));
+    return static_cast<size_t>(std::count_if(
+        text.begin(), text.end(),
+        [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; }));
 }
 
 std::string padded(std::string_view text, int width)
@@ -93,7 +93,7 @@ std::string padded(std::string_view text, int width)
 
 bool colourWanted(FILE *stream)
 {
-    const char *refused = std::getenv("NO_COLOR");
+    const char *refused = getenv("NO_COLOR");
     return isatty(fileno(stream)) == 1 && (refused == nullptr || *refused == '\0');
 }
 
@@ -172,8 +172,8 @@ JsonWriter &JsonWriter::null()
 
 void JsonWriter::print(FILE *stream) const
 {
-    std::fprintf(stream, "%s\n", out.c_str());
-    std::fflush(stream);
+    fprintf(stream, "%s\n", out.c_str());
+    fflush(stream);
 }
 
 void TextTable::print(FILE *stream) const
@@ -187,7 +187,7 @@ void TextTable::print(FILE *stream) const
         for (size_t column = 0; column < row.size(); ++column)
             line += padded(row[column], static_cast<int>(widths[column])) + "  ";
         line.erase(line.find_last_not_of(' ') + 1);
-        std::fprintf(stream, "%s\n", line.c_str());
+        fprintf(stream, "%s\n", line.c_str());
     }
 }
 

@@ -24,12 +24,11 @@ bool allDigits(std::string_view text)
 std::vector<std::string> split(const std::string &text, char separator)
 {
     std::vector<std::string> parts(1);
-    for (const char c : text) {
+    for (const char c : text)
         if (c == separator)
             parts.emplace_back();
         else
             parts.back() += c;
-    }
     return parts;
 }
 
@@ -38,7 +37,7 @@ unsigned portNumber(const std::string &text)
 {
     if (!allDigits(text) || text.size() > 4)
         return maxPort + 1;
-    return static_cast<unsigned>(std::strtoul(text.c_str(), nullptr, 10));
+    return static_cast<unsigned>(strtoul(text.c_str(), nullptr, 10));
 }
 
 // Adds "5" or "5-7" to the mask; false when it is neither.
@@ -73,7 +72,7 @@ CLI::Validator decimal(int64_t least, int64_t most)
         const std::string digits = text.substr(negative ? 1 : 0);
         if (!allDigits(digits) || digits.size() > 18)
             return "'" + printable(text) + "' is not a number from " + range;
-        const long long value = std::strtoll(text.c_str(), nullptr, 10);
+        const long long value = strtoll(text.c_str(), nullptr, 10);
         if (value < least || value > most)
             return text + " is not within " + range;
         text = std::to_string(value);
@@ -200,7 +199,7 @@ std::string bytesFromHex(const std::string &digits)
 {
     std::string bytes;
     for (size_t i = 0; i + 1 < digits.size(); i += 2)
-        bytes += static_cast<char>(std::strtoul(digits.substr(i, 2).c_str(), nullptr, 16));
+        bytes += static_cast<char>(strtoul(digits.substr(i, 2).c_str(), nullptr, 16));
     return bytes;
 }
 

@@ -5,8 +5,8 @@
 #include "base/labels.h"
 #include "base/log.h"
 #include "model/port_mask.h"
-#include "model/vlan.h"
 #include "model/status.h"
+#include "model/vlan.h"
 #include "platform/list_of.h"
 
 namespace {

@@ -27,10 +27,9 @@ constexpr Code schedModes[] = {
 template <size_t N>
 const Code *codeOf(const Code (&codes)[N], int32_t value)
 {
-    for (const Code &code : codes) {
+    for (const Code &code : codes)
         if (code.value == value)
             return &code;
-    }
     return nullptr;
 }
 

@@ -26,10 +26,9 @@ constexpr Band bands[] = {
 
 const Band *bandOf(int32_t rate)
 {
-    for (const Band &band : bands) {
+    for (const Band &band : bands)
         if (rate >= band.lowest && rate <= band.highest)
             return &band;
-    }
     return nullptr;
 }
 
