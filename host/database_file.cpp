@@ -1,5 +1,5 @@
 // Existence, access and the first bytes of a database file.
-#include "database_file.h"
+#include "host/database_file.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
 // The NOTIFY_SOCKET protocol by hand: it is one datagram.
-#include "notify.h"
+#include "host/notify.h"
 
 #include <cstddef>
 #include <cstdlib>

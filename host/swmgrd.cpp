@@ -1,7 +1,7 @@
 // swmgrd, the process in which the switch manager runs: sets the library's two
 // flags from its arguments, starts the service, and stops it on a signal.
-#include "database_file.h"
-#include "notify.h"
+#include "host/database_file.h"
+#include "host/notify.h"
 #include "swmgr/swmgr.h"
 
 #include <csignal>

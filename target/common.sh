@@ -1,6 +1,6 @@
 # shellcheck shell=bash disable=SC2034
 # What the scripts for the 32-bit ARM target share. Sourced; needs $top.
-source "$top/scripts/common.sh"
+source "$top/dev/common.sh"
 
 arm=$top/build/arm              # the cross build
 sysroot=$top/build/armhf-sysroot # libraries to build against

@@ -1,10 +1,10 @@
 // The simulated gateway: chip and engine as models, and the engine's program in
 // the folder SIMULATOR_BIN.
-#include "chip/chip_model.h"
-#include "chip/chip_text.h"
-#include "engine/host.h"
-#include "engine/show.h"
-#include "engine/tools.h"
+#include "devices/chip/chip_model.h"
+#include "devices/chip/chip_text.h"
+#include "devices/engine/host.h"
+#include "devices/engine/show.h"
+#include "devices/engine/tools.h"
 
 #include <gtest/gtest.h>
 

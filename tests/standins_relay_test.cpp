@@ -1,9 +1,9 @@
 // Messaging between processes: a service in a process of its own and its clients,
 // and the log daemon's part of it.
-#include "logd/line.h"
-#include "logd/ring.h"
 #include "platform/relay.h"
-#include "relay/frame.h"
+#include "standins/logd/line.h"
+#include "standins/logd/ring.h"
+#include "standins/relay/frame.h"
 #include "swmgr/swmgr_client.h"
 
 #include <gtest/gtest.h>

@@ -1,6 +1,6 @@
 // swchip: the simulated switch chip, and the command that shows what it holds.
-#include "chip/program.h"
-#include "chip/server.h"
+#include "simulator/chip/program.h"
+#include "simulator/chip/server.h"
 
 namespace {
 

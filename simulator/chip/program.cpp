@@ -1,5 +1,5 @@
 // Options of the programs that play the chip.
-#include "chip/program.h"
+#include "simulator/chip/program.h"
 
 #include <getopt.h>
 

@@ -2,7 +2,7 @@
 // kernel, read from their command lines alike.
 #pragma once
 
-#include "chip/chip_model.h"
+#include "devices/chip/chip_model.h"
 
 #include <string>
 

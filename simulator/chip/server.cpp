@@ -1,9 +1,9 @@
 // Accepts openers, answers their requests one packet each and writes the trace.
-#include "chip/server.h"
+#include "simulator/chip/server.h"
 
-#include "chip/chip_text.h"
-#include "chip/descriptor.h"
-#include "device_protocol.h"
+#include "common/descriptor.h"
+#include "devices/chip/chip_text.h"
+#include "standins/sal/device_protocol.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -227,15 +227,15 @@ int serve(Model &model, const ServerOptions &options)
                 ? dup(STDOUT_FILENO)
                 : open(options.tracePath.c_str(), O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640));
         if (!trace.valid()) {
-            fprintf(stderr, "swchip: cannot write the trace to %s: %s\n",
-                         options.tracePath.c_str(), strerror(errno));
+            fprintf(stderr, "swchip: cannot write the trace to %s: %s\n", options.tracePath.c_str(),
+                    strerror(errno));
             return 1;
         }
     }
     Descriptor listener = listenAt(options.socketPath);
     if (!listener.valid()) {
         fprintf(stderr, "swchip: cannot listen at %s: %s\n", options.socketPath.c_str(),
-                     strerror(errno));
+                strerror(errno));
         return 1;
     }
     Server server{

@@ -2,7 +2,7 @@
 // a device node. One thread serves all openers; nobody waits for a slow one.
 #pragma once
 
-#include "chip/chip_model.h"
+#include "devices/chip/chip_model.h"
 
 #include <string>
 

@@ -1,7 +1,7 @@
 // Fetches a running chip's state, part by part, and prints it.
-#include "chip/descriptor.h"
-#include "chip/server.h"
-#include "device_protocol.h"
+#include "common/descriptor.h"
+#include "simulator/chip/server.h"
+#include "standins/sal/device_protocol.h"
 
 #include <sys/socket.h>
 
@@ -41,8 +41,7 @@ int show(const std::string &socketPath, bool json)
 {
     const Descriptor device(connectTo(socketPath));
     if (!device.valid()) {
-        fprintf(stderr, "swchip: no chip answers at %s: %s\n", socketPath.c_str(),
-                     strerror(errno));
+        fprintf(stderr, "swchip: no chip answers at %s: %s\n", socketPath.c_str(), strerror(errno));
         return 1;
     }
     std::string state;
@@ -51,7 +50,7 @@ int show(const std::string &socketPath, bool json)
         part = fetchPart(device.get(), device::stateNext, state);
     if (part < 0) {
         fprintf(stderr, "swchip: the chip at %s gave no state: %s\n", socketPath.c_str(),
-                     strerror(errno));
+                strerror(errno));
         return 1;
     }
     fputs(state.c_str(), stdout);

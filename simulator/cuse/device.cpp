@@ -1,9 +1,9 @@
 // Answers what the kernel hands over from openers of the node. One thread: the
 // chip sees one request at a time.
-#include "cuse/device.h"
+#include "simulator/cuse/device.h"
 
-#include "chip/chip_text.h"
-#include "device_protocol.h"
+#include "devices/chip/chip_text.h"
+#include "standins/sal/device_protocol.h"
 
 #include <cuse_lowlevel.h>
 
@@ -127,9 +127,9 @@ int serveDevice(Model &model, const DeviceOptions &options)
     if (cuse_lowlevel_main(3, arguments, &info, &calls, nullptr) == 0)
         return 0;
     fprintf(stderr,
-                 "swcuse: cannot serve /dev/%s. It takes root, the kernel module cuse "
-                 "(modprobe cuse) and a name that no device has.\n",
-                 options.name.c_str());
+            "swcuse: cannot serve /dev/%s. It takes root, the kernel module cuse "
+            "(modprobe cuse) and a name that no device has.\n",
+            options.name.c_str());
     return 1;
 }
 

@@ -2,7 +2,7 @@
 // requests finds what the chip's driver would answer.
 #pragma once
 
-#include "chip/chip_model.h"
+#include "devices/chip/chip_model.h"
 
 #include <cstdio>
 #include <string>

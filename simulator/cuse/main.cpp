@@ -1,7 +1,7 @@
 // swcuse: the simulated switch chip as a character device, and the command that
 // shows what it holds.
-#include "chip/program.h"
-#include "cuse/device.h"
+#include "simulator/chip/program.h"
+#include "simulator/cuse/device.h"
 
 #include <cerrno>
 #include <cstring>
@@ -39,7 +39,7 @@ int serve(chip::Model &model, const std::string &name, const std::string &traceP
         options.trace = fopen(tracePath.c_str(), "ae");
         if (options.trace == nullptr) {
             fprintf(stderr, "swcuse: cannot write the trace to %s: %s\n", tracePath.c_str(),
-                         strerror(errno));
+                    strerror(errno));
             return 1;
         }
     }

@@ -1,7 +1,7 @@
 // Reads the state of a chip from its device node.
-#include "cuse/device.h"
+#include "simulator/cuse/device.h"
 
-#include "chip/descriptor.h"
+#include "common/descriptor.h"
 
 #include <fcntl.h>
 #include <unistd.h>

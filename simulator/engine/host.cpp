@@ -1,5 +1,5 @@
 // The real machine behind the interface tools.
-#include "engine/host.h"
+#include "devices/engine/host.h"
 
 #include <linux/if.h>
 #include <linux/if_vlan.h>

@@ -1,9 +1,9 @@
 // swengine: all tools of the engine in one program. The name it is called by,
 // or its first argument, selects the tool.
-#include "engine/host.h"
-#include "engine/show.h"
-#include "engine/state_file.h"
-#include "engine/tools.h"
+#include "devices/engine/host.h"
+#include "devices/engine/show.h"
+#include "devices/engine/tools.h"
+#include "simulator/engine/state_file.h"
 
 #include <fcntl.h>
 #include <unistd.h>

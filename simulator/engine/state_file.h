@@ -2,7 +2,7 @@
 // one process, and mapped in place.
 #pragma once
 
-#include "engine/state.h"
+#include "devices/engine/state.h"
 
 namespace engine {
 
@@ -21,8 +21,8 @@ public:
     State *open(const char *path, char *why, size_t whySize);
 
 private:
-    State *state_ = nullptr;
-    int fd_ = -1;
+    State *state = nullptr;
+    int fd = -1;
 };
 
 } // namespace engine

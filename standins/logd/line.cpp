@@ -1,5 +1,5 @@
 // Formatting of records. Called for each record that is printed.
-#include "logd/line.h"
+#include "standins/logd/line.h"
 
 #include "swmgr/swmgr_client.h"
 

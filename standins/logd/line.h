@@ -1,7 +1,7 @@
 // A record as one line of text, and the names of levels and modules.
 #pragma once
 
-#include "logd/log_follow.h"
+#include "standins/logd/log_follow.h"
 
 namespace logd {
 

@@ -1,5 +1,5 @@
 // A ring of fixed slots: memory is touched only as far as records have come.
-#include "logd/ring.h"
+#include "standins/logd/ring.h"
 
 #include <cerrno>
 #include <cstring>

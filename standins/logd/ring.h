@@ -1,7 +1,7 @@
 // The last records in memory, and the answer to one who follows them.
 #pragma once
 
-#include "logd/log_follow.h"
+#include "standins/logd/log_follow.h"
 
 namespace logd {
 

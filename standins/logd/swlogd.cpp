@@ -1,9 +1,9 @@
 // swlogd, the logging module: receives log records as relay module 20, prints
 // or appends them, and keeps the last ones for those who follow the log.
-#include "descriptor.h"
-#include "logd/line.h"
-#include "logd/ring.h"
+#include "common/descriptor.h"
 #include "platform/relay.h"
+#include "standins/logd/line.h"
+#include "standins/logd/ring.h"
 #include "swmgr/swmgr_client.h"
 
 #include <cerrno>

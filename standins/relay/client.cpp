@@ -2,11 +2,11 @@
 // and returns the handler's result. Mode 2 keeps one connection for each
 // destination and never waits: what cannot be sent at once is dropped and
 // counted, and the next message that gets through carries the count.
-#include "descriptor.h"
-#include "relay/endpoint.h"
-#include "relay/exported.h"
-#include "relay/frame.h"
-#include "relay/sender.h"
+#include "common/descriptor.h"
+#include "standins/relay/endpoint.h"
+#include "standins/relay/exported.h"
+#include "standins/relay/frame.h"
+#include "standins/relay/sender.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -82,7 +82,7 @@ int sendOutgoing(int fd, Outgoing &outgoing, int flags)
     return sent >= 0 ? 0 : -errno;
 }
 
-int connectTo(int module, int flags, standin::Descriptor &connection)
+int connectTo(int module, int flags, Descriptor &connection)
 {
     struct sockaddr_un address = {};
     const int status = relay::endpointAddress(module, address);
@@ -128,7 +128,7 @@ int reconnect(Destination &destination)
     const int64_t now = milliseconds(CLOCK_MONOTONIC_COARSE);
     if (now < destination.retryAt)
         return -EAGAIN;
-    standin::Descriptor connection;
+    Descriptor connection;
     const int status = connectTo(destination.module, SOCK_NONBLOCK, connection);
     destination.retryAt = now + destination.pause;
     if (status != 0) {
@@ -259,7 +259,7 @@ Answer requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
 {
     const int64_t timeout = answerTimeout();
     const int64_t deadline = milliseconds(CLOCK_MONOTONIC) + timeout;
-    standin::Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     if (!connection.valid())
         return unanswered(-errno);
     int status = limitWait(connection.get(), timeout);

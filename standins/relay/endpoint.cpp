@@ -1,6 +1,6 @@
 // Directory, lock and socket of a module. The lock decides who owns the module,
 // so that a socket file found without one is known to be a dead service's.
-#include "relay/endpoint.h"
+#include "standins/relay/endpoint.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -62,7 +62,7 @@ int lockPath(int moduleId, char *path, size_t size)
 
 // A service that ends removes its lock file, so the file that was locked may no
 // longer be the one that others find; then the next attempt takes the new one.
-int takeLock(int moduleId, standin::Descriptor &lock)
+int takeLock(int moduleId, Descriptor &lock)
 {
     char path[sizeof(sockaddr_un::sun_path)];
     if (lockPath(moduleId, path, sizeof(path)) != 0)
@@ -82,7 +82,7 @@ int takeLock(int moduleId, standin::Descriptor &lock)
     return -EADDRINUSE;
 }
 
-int bindSocket(int moduleId, standin::Descriptor &listener)
+int bindSocket(int moduleId, Descriptor &listener)
 {
     struct sockaddr_un address = {};
     if (endpointAddress(moduleId, address) != 0)

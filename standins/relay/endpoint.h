@@ -2,7 +2,7 @@
 // socket and one lock file per module in the directory RELAY_DIR.
 #pragma once
 
-#include "descriptor.h"
+#include "common/descriptor.h"
 
 #include <sys/un.h>
 
@@ -13,8 +13,8 @@ namespace relay {
 
 // A module's socket in the hands of its service.
 struct Endpoint {
-    standin::Descriptor lock;     // locked for as long as the module is registered
-    standin::Descriptor listener; // bound and listening, non-blocking
+    Descriptor lock;     // locked for as long as the module is registered
+    Descriptor listener; // bound and listening, non-blocking
 };
 
 // Creates the directory if need be and binds the module's socket; a socket that

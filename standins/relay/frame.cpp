@@ -1,5 +1,5 @@
 // Packet layout: sizes and decoding. Called by both ends of a connection.
-#include "relay/frame.h"
+#include "standins/relay/frame.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,5 +1,5 @@
 // Peer credentials of a Unix socket, checked against those of this process.
-#include "relay/peer.h"
+#include "standins/relay/peer.h"
 
 #include <sys/socket.h>
 #include <unistd.h>

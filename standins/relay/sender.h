@@ -1,7 +1,7 @@
 // What the sending side needs to know of a registration.
 #pragma once
 
-#include "relay/exported.h"
+#include "standins/relay/exported.h"
 
 namespace relay {
 

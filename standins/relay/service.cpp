@@ -1,11 +1,11 @@
 // The serving side: registration of a module and the loop that hands messages
 // to its handler. One thread, no waiting on any peer: every socket is
 // non-blocking, and a peer that does not take its answer is disconnected.
-#include "relay/endpoint.h"
-#include "relay/exported.h"
-#include "relay/frame.h"
-#include "relay/peer.h"
-#include "relay/sender.h"
+#include "standins/relay/endpoint.h"
+#include "standins/relay/exported.h"
+#include "standins/relay/frame.h"
+#include "standins/relay/peer.h"
+#include "standins/relay/sender.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -263,7 +263,7 @@ int relayUnRegister(RelayCtx *ctx)
         return -EINVAL;
     for (uint32_t i = 0; i < ctx->connectionCount; ++i)
         closeConnection(ctx->connections[i]);
-    relay::Endpoint endpoint{standin::Descriptor(ctx->lock), standin::Descriptor(ctx->listener)};
+    relay::Endpoint endpoint{Descriptor(ctx->lock), Descriptor(ctx->listener)};
     relay::endpointClose(ctx->moduleId, endpoint);
     free(ctx);
     return 0;

@@ -1,8 +1,8 @@
 // Command lines. A plain line is split at blanks and run directly, which costs
 // less than half of what a shell costs; anything with a meaning to a shell goes
 // to the shell. A command that takes too long is ended with all it has started.
-#include "descriptor.h"
-#include "sal/exported.h"
+#include "common/descriptor.h"
+#include "standins/sal/exported.h"
 
 #include <cerrno>
 #include <csignal>
@@ -188,7 +188,7 @@ int run(char *const words[], const char *commandLine)
     int status = SpawnSettings().spawn(pid, words);
     if (status != 0)
         return status;
-    const standin::Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
+    const Descriptor handle(static_cast<int>(syscall(SYS_pidfd_open, pid, 0)));
     const long seconds = timeoutSeconds();
     const bool inTime = waitForEnd(pid, handle.get(), seconds * 1000);
     if (!inTime) {

@@ -1,6 +1,6 @@
 // The two database helpers: queries with a result table, and the wait for a
 // database that another process has locked.
-#include "sal/exported.h"
+#include "standins/sal/exported.h"
 
 namespace {
 

@@ -1,9 +1,9 @@
 // Device nodes and simulated devices. A path that is a Unix socket leads to a
 // simulated device, whose requests travel as packets; every other descriptor
 // belongs to the kernel, network sockets included.
-#include "descriptor.h"
-#include "sal/exported.h"
-#include "simulator/device_protocol.h"
+#include "common/descriptor.h"
+#include "standins/sal/device_protocol.h"
+#include "standins/sal/exported.h"
 
 #include <cerrno>
 #include <cstring>
@@ -61,7 +61,7 @@ void remember(int fd, const struct sockaddr_un &address)
 
 int connectDevice(const struct sockaddr_un &address)
 {
-    standin::Descriptor device(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
+    Descriptor device(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     struct timeval limit = {};
     limit.tv_sec = answerTimeout;
     if (!device.valid() ||
@@ -96,7 +96,7 @@ int reconnect(int fd)
     const int connected = connectDevice(known->address);
     if (connected < 0)
         return connected;
-    const standin::Descriptor renewed(connected);
+    const Descriptor renewed(connected);
     return dup3(renewed.get(), fd, O_CLOEXEC) >= 0 ? 0 : -errno;
 }
 

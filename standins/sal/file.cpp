@@ -1,5 +1,5 @@
 // Files by stdio. Streams are closed in the tools that salCmdExec runs.
-#include "sal/exported.h"
+#include "standins/sal/exported.h"
 
 #include <cerrno>
 #include <cstdarg>

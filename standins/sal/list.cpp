@@ -1,6 +1,6 @@
 // Intrusive doubly linked lists in append order. A removed element has no
 // links, so that removing it again changes nothing.
-#include "sal/exported.h"
+#include "standins/sal/exported.h"
 
 void salListInit(SalList *list)
 {

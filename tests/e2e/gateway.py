@@ -20,7 +20,8 @@ import relay
 TOP = pathlib.Path(__file__).resolve().parents[2]
 BUILD = pathlib.Path(os.environ.get("SWMGR_BUILD", TOP / "build/release")).resolve()
 PYTHON = "/usr/bin/python3"  # which the sandbox has too
-CONFIG = TOP / "simulator/config"
+SCHEMA = TOP / "data/schema.sql"
+SAMPLE = TOP / "simulator/sample.sql"
 NO_SANDBOX = 77  # exit status that says so, of the sandbox and of these tests
 
 # Objects of the switch model are kept for the life of the process, listed or not.
@@ -43,7 +44,7 @@ def progress(text):
 class Gateway:
     """A running sandbox with chip and, once started, switch manager."""
 
-    def __init__(self, config=CONFIG / "sample.sql", chip=True, inside=True):
+    def __init__(self, config=SAMPLE, chip=True, inside=True):
         # A short path, since the addresses of Unix sockets are short.
         self.state = pathlib.Path(tempfile.mkdtemp(prefix="gateway-", dir="/tmp"))
         self.database = self.state / "switch.db"
@@ -52,7 +53,7 @@ class Gateway:
         self.seen = 0  # bytes of the log that were looked at
         try:
             if config is not None:
-                self.sqlite3(f".read {CONFIG / 'schema.sql'}", f".read {config}")
+                self.sqlite3(f".read {SCHEMA}", f".read {config}")
             if inside:
                 self.enter()
             if inside and chip:

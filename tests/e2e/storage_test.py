@@ -11,7 +11,7 @@ import time
 
 import relay
 from expected import Expected
-from gateway import CONFIG, GatewayTest, main, progress, setting
+from gateway import SAMPLE, SCHEMA, GatewayTest, main, progress, setting
 
 TABLES = ("swGlobalCfg", "swPortConfig", "vlanEncapIf")
 VLANS = setting("SWMGR_E2E_VLANS", 4094)
@@ -195,8 +195,8 @@ class Storage(GatewayTest):
                        "sh", str(disk), str(gateway.state / "var")])
         gateway.start_chip()
         database = "/run/gateway/disk/switch.db"
-        self.run_inside(gateway, 0, "sqlite3", database, f".read {CONFIG / 'schema.sql'}",
-                        f".read {CONFIG / 'sample.sql'}")
+        self.run_inside(gateway, 0, "sqlite3", database, f".read {SCHEMA}",
+                        f".read {SAMPLE}")
         self.assertTrue(gateway.start(database=database))
         self.run_inside(gateway, 1, "dd", "if=/dev/zero", "of=/run/gateway/disk/filler", "bs=1k")
 

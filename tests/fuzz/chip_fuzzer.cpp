@@ -2,9 +2,9 @@
 #include "input.h"
 
 #include "backends/bcm/driver.h"
-#include "chip/chip_model.h"
-#include "chip/chip_text.h"
-#include "device_protocol.h"
+#include "devices/chip/chip_model.h"
+#include "devices/chip/chip_text.h"
+#include "standins/sal/device_protocol.h"
 
 #include <memory>
 

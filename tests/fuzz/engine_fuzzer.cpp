@@ -1,9 +1,9 @@
 // The engine's tools: an input is a few calls, one a line, over one state.
 #include "input.h"
 
-#include "engine/host.h"
-#include "engine/show.h"
-#include "engine/tools.h"
+#include "devices/engine/host.h"
+#include "devices/engine/show.h"
+#include "devices/engine/tools.h"
 
 #include <cerrno>
 #include <linux/if_vlan.h>

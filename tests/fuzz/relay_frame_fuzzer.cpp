@@ -1,7 +1,7 @@
 // Packets of the messaging stand-in: decoded, and put together again.
 #include "input.h"
 
-#include "relay/frame.h"
+#include "standins/relay/frame.h"
 
 #include <cerrno>
 

@@ -2,9 +2,9 @@
 // sequence of packets on a few connections.
 #include "input.h"
 
-#include "relay/endpoint.h"
-#include "relay/exported.h"
-#include "relay/frame.h"
+#include "standins/relay/endpoint.h"
+#include "standins/relay/exported.h"
+#include "standins/relay/frame.h"
 
 #include <sys/socket.h>
 #include <unistd.h>

@@ -1,0 +1,41 @@
+// Owner of a file descriptor: closes it at the end of its scope unless it was
+// handed on. Used by everything but the library, whose
+// descriptors are the platform's.
+#pragma once
+
+#include <unistd.h>
+
+class Descriptor {
+public:
+    Descriptor() = default;
+    explicit Descriptor(int number) : fd(number) {}
+    Descriptor(Descriptor &&other) noexcept : fd(other.release()) {}
+    Descriptor(const Descriptor &) = delete;
+    Descriptor &operator=(const Descriptor &) = delete;
+    Descriptor &operator=(Descriptor &&other) noexcept
+    {
+        reset(other.release());
+        return *this;
+    }
+    ~Descriptor() { reset(); }
+
+    int get() const { return fd; }
+    bool valid() const { return fd >= 0; }
+
+    int release()
+    {
+        const int handedOn = fd;
+        fd = -1;
+        return handedOn;
+    }
+
+    void reset(int number = -1)
+    {
+        if (fd >= 0)
+            close(fd);
+        fd = number;
+    }
+
+private:
+    int fd = -1; // -1: none
+};

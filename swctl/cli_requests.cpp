@@ -1,0 +1,294 @@
+// Requests that bypass the database, and the raw forms for testing: request,
+// bandwidth, event and command.
+#include "swctl/cli.h"
+#include "swctl/configuration_columns.h"
+#include "swctl/outcome.h"
+#include "swctl/service.h"
+#include "swctl/text.h"
+#include "swctl/validate.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <memory>
+
+namespace swctl {
+namespace {
+
+uint64_t toNumber(const std::string &text)
+{
+    return strtoull(text.c_str(), nullptr, 10);
+}
+
+// --- request ---------------------------------------------------------------
+
+struct VlanArguments {
+    RowOptions identity;
+    RowOptions values;
+    std::string vlanName; // not in the database, so no column option
+};
+
+SwMgrVlanRequest vlanRequest(const VlanArguments &arguments)
+{
+    SwMgrVlanRequest request{};
+    SwitchVlanCfg &vlan = request.vlan;
+    const RowOptions &values = arguments.values;
+    vlan.vlanId = static_cast<int32_t>(toNumber(arguments.identity.text("vlanId")));
+    fillField(vlan.vlanName, arguments.vlanName);
+    fillField(vlan.interfaceName, values.text("interfaceName"));
+    fillField(vlan.LogicalIfName, values.text("LogicalIfName"));
+    fillField(vlan.ingressMap, values.text("ingressMap"));
+    fillField(vlan.egressMap, values.text("egressMap"));
+    vlan.fwdMap = portMask(values.text("fwdMap"));
+    vlan.untagMap = portMask(values.text("untagMap"));
+    vlan.inSwitchOnly = static_cast<int32_t>(toNumber(values.text("inSwitchOnly")));
+    return request;
+}
+
+void addVlanRequest(Program &program, CLI::App &group, const char *name, int type,
+                    const std::string &description, const std::string &examples)
+{
+    const auto arguments = std::make_shared<VlanArguments>();
+    CLI::App *command =
+        addCommand(program, group, name, description, examples, [&program, type, arguments] {
+            const SwMgrVlanRequest request = vlanRequest(*arguments);
+            const int status = ask(SWMGR_RELAY_MODULE_ID, type, bytesOf(request));
+            const std::string what = type == SW_CMD_VLAN_ADD ? "add of VLAN " : "delete of VLAN ";
+            return reportAnswer(program.globals, what + arguments->identity.text("vlanId"), status);
+        });
+    arguments->identity.addTo(*command, vlanTable.arguments);
+    arguments->values.addTo(*command, vlanTable.options);
+    command->add_option("--name", arguments->vlanName, "VLAN name")
+        ->type_name("NAME")
+        ->check(textUpTo(sizeof(SwitchVlanCfg::vlanName) - 1));
+}
+
+void addRequests(Program &program)
+{
+    CLI::App *group =
+        addGroup(program.app, "request",
+                 "VLAN requests that leave the database alone; the service answers them with done "
+                 "whatever becomes of them, so look at its log");
+    if (!program.mayRun("request"))
+        return;
+    addVlanRequest(program, *group, "vlan-add", SW_CMD_VLAN_ADD, "Add a VLAN until the next start",
+                   "  swctl request vlan-add 30 --interface eth0 --ports 1,2");
+    addVlanRequest(program, *group, "vlan-delete", SW_CMD_VLAN_DELETE,
+                   "Delete a VLAN until the next start",
+                   "  swctl request vlan-delete 30 --interface eth0");
+}
+
+// --- bandwidth -------------------------------------------------------------
+
+struct BandwidthArguments {
+    std::string interfaceName;
+    std::string total;        // kbit/s
+    std::string percent;      // of the total
+    std::string event = "22"; // code of the interface event
+};
+
+int runBandwidth(const Globals &globals, const BandwidthArguments &arguments)
+{
+    SwMgrIfDevEvent event{};
+    fillField(event.interfaceName, arguments.interfaceName);
+    event.eventCode = static_cast<uint32_t>(toNumber(arguments.event));
+    SwMgrIfBandwidth bandwidth{};
+    bandwidth.totalBandwidth = static_cast<uint32_t>(toNumber(arguments.total));
+    bandwidth.percentage = static_cast<uint32_t>(toNumber(arguments.percent));
+
+    // The service multiplies in 32 bits; beyond that another rate would come out.
+    const uint64_t product = uint64_t{bandwidth.totalBandwidth} * bandwidth.percentage;
+    if (product > std::numeric_limits<uint32_t>::max() || product / 100 > mostRate)
+        throw Failure(exitUsage, arguments.percent + " % of " + arguments.total +
+                                     " kbit/s is more than can be set: at most 1300480 kbit/s");
+    const int status =
+        ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_IFDEV_EVENT, bytesOf(event), bytesOf(bandwidth));
+    return reportAnswer(globals, "bandwidth of " + arguments.interfaceName, status);
+}
+
+void addBandwidth(Program &program)
+{
+    const auto arguments = std::make_shared<BandwidthArguments>();
+    CLI::App *command = addCommand(
+        program, program.app, "bandwidth",
+        "Report the bandwidth of an interface, which limits the upstream port to a share of it; "
+        "a total of 0 removes the limit",
+        "  swctl bandwidth eth1 100000 50\n  swctl bandwidth eth1 0 0 --event 25",
+        [&program, arguments] { return runBandwidth(program.globals, *arguments); });
+    if (!program.mayRun("bandwidth"))
+        return;
+    command->add_option("INTERFACE", arguments->interfaceName, "Interface, for messages only")
+        ->type_name("INTERFACE")
+        ->required()
+        ->check(interfaceName());
+    command->add_option("TOTAL", arguments->total, "Total bandwidth in kbit/s")
+        ->type_name("TOTAL")
+        ->required()
+        ->transform(decimal(0, std::numeric_limits<uint32_t>::max()));
+    command->add_option("PERCENT", arguments->percent, "Share to allow upstream, 0 to 100")
+        ->type_name("PERCENT")
+        ->required()
+        ->transform(decimal(0, 100));
+    command->add_option("--event", arguments->event, "Event code: 22, 25 or 26")
+        ->type_name("CODE")
+        ->capture_default_str()
+        ->check(oneOf({SWMGR_IFDEV_EVENT_A, SWMGR_IFDEV_EVENT_B, SWMGR_IFDEV_EVENT_C}));
+}
+
+// --- raw forms -------------------------------------------------------------
+
+struct RawArguments {
+    std::string table;            // event: table name, not checked
+    std::string rowId = "0";      // event
+    std::string opCode = "0";     // event: a number or insert, update, delete
+    std::vector<std::string> old; // event: NAME=VALUE
+    std::string block;            // event: old-values block in hexadecimal
+    std::string switchName;       // command: not checked
+    std::string code;             // command: request type
+    std::string payload;          // command: in hexadecimal
+    std::string length;           // bytes sent; empty: as the record is
+};
+
+// Cuts the record or fills it up with zeros.
+std::string sized(std::string_view record, const std::string &length)
+{
+    std::string bytes(record);
+    if (!length.empty())
+        bytes.resize(static_cast<size_t>(toNumber(length)));
+    return bytes;
+}
+
+std::string oldBlock(const RawArguments &arguments)
+{
+    std::string names;
+    std::string values;
+    for (const std::string &pair : arguments.old) {
+        const size_t equals = pair.find('=');
+        if (equals == std::string::npos)
+            throw Failure(exitUsage, "write --old NAME=VALUE, not " + printable(pair));
+        names.append(pair, 0, equals).push_back('\0');
+        values.append(pair, equals + 1).push_back('\0');
+    }
+    return names + values + bytesFromHex(arguments.block);
+}
+
+int runEvent(const Globals &globals, const RawArguments &arguments)
+{
+    static const std::map<std::string, int> operations = {
+        {"insert", SWMGR_DB_INSERT}, {"update", SWMGR_DB_UPDATE}, {"delete", SWMGR_DB_DELETE}};
+    SwMgrDbEvent event{};
+    // All 64 bytes may be used, to try a name without terminator.
+    memcpy(event.tableName, arguments.table.data(),
+           std::min(arguments.table.size(), sizeof(event.tableName)));
+    event.rowId = strtoll(arguments.rowId.c_str(), nullptr, 10);
+    const auto operation = operations.find(arguments.opCode);
+    event.opCode = operation != operations.end()
+                       ? operation->second
+                       : static_cast<int32_t>(strtol(arguments.opCode.c_str(), nullptr, 10));
+    const int status = ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT,
+                           sized(bytesOf(event), arguments.length), oldBlock(arguments));
+    return reportAnswer(globals, "event for " + arguments.table, status);
+}
+
+int runCommand(const Globals &globals, const RawArguments &arguments)
+{
+    SwMgrSwitchCmdRequest request{};
+    const std::string payload = bytesFromHex(arguments.payload);
+    if (payload.size() > sizeof(request.payload))
+        throw Failure(exitUsage, "a payload has at most 1300 bytes");
+    memcpy(request.switchName, arguments.switchName.data(),
+           std::min(arguments.switchName.size(), sizeof(request.switchName)));
+    memcpy(request.payload, payload.data(), payload.size());
+    const int code = static_cast<int>(strtol(arguments.code.c_str(), nullptr, 10));
+    const int status = ask(SWMGR_RELAY_MODULE_ID, code, sized(bytesOf(request), arguments.length));
+    return reportAnswer(globals, "command " + arguments.code + " for " + arguments.switchName,
+                        status);
+}
+
+void addLength(CLI::App &command, RawArguments &arguments)
+{
+    command.add_option("--length", arguments.length, "Bytes to send, cut or filled with zeros")
+        ->type_name("N")
+        ->transform(decimal(0, 65000));
+}
+
+CLI::Validator operationCode()
+{
+    const CLI::Validator number =
+        decimal(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max());
+    return CLI::Validator(
+        [number](std::string &text) {
+            const bool word = text == "insert" || text == "update" || text == "delete";
+            return word ? std::string() : number(text);
+        },
+        "");
+}
+
+void addRawEvent(Program &program)
+{
+    const auto arguments = std::make_shared<RawArguments>();
+    CLI::App *command =
+        addCommand(program, program.app, "event", "Send a database event as it stands, for testing",
+                   "  swctl event vlanEncapIf 4 insert\n"
+                   "  swctl event vlanEncapIf 4 delete --old vlanId=10 --old interfaceName=eth0\n"
+                   "  swctl event swGlobalCfg 1 77 --length 79",
+                   [&program, arguments] { return runEvent(program.globals, *arguments); });
+    if (!program.mayRun("event"))
+        return;
+    command->add_option("TABLE", arguments->table, "Table name; 64 bytes of it are sent")
+        ->type_name("TABLE")
+        ->required();
+    command->add_option("ROWID", arguments->rowId, "Row id")
+        ->type_name("ROWID")
+        ->required()
+        ->transform(decimal(-999999999999999999, 999999999999999999));
+    command->add_option("OPCODE", arguments->opCode, "insert, update, delete or a number")
+        ->type_name("OPCODE")
+        ->required()
+        ->transform(operationCode());
+    command->add_option("--old", arguments->old, "Old value of a column; repeat for each column")
+        ->type_name("NAME=VALUE")
+        ->expected(1)
+        ->take_all();
+    command->add_option("--old-hex", arguments->block, "Further bytes of the old-values block")
+        ->type_name("HEX")
+        ->transform(hexBytes());
+    addLength(*command, *arguments);
+}
+
+void addRawCommand(Program &program)
+{
+    const auto arguments = std::make_shared<RawArguments>();
+    CLI::App *command = addCommand(
+        program, program.app, "command",
+        "Send a request with a switch name and a payload as it stands, for testing. The service "
+        "declares every payload as 1300 bytes, so the codes 34, 35, 41 and 51 (the trust mode) "
+        "are always refused; a trust mode is set by the row of its port",
+        "  swctl command 47 --switch PSE --payload 01000000\n  swctl command 50 --length 12",
+        [&program, arguments] { return runCommand(program.globals, *arguments); });
+    if (!program.mayRun("command"))
+        return;
+    command->add_option("CODE", arguments->code, "Request type")
+        ->type_name("CODE")
+        ->required()
+        ->transform(
+            decimal(std::numeric_limits<int32_t>::min(), std::numeric_limits<int32_t>::max()));
+    command->add_option("--switch", arguments->switchName, "Switch name; 64 bytes of it are sent")
+        ->type_name("NAME");
+    command->add_option("--payload", arguments->payload, "Payload")
+        ->type_name("HEX")
+        ->transform(hexBytes());
+    addLength(*command, *arguments);
+}
+
+} // namespace
+
+void addRequestCommands(Program &program)
+{
+    addRequests(program);
+    addBandwidth(program);
+    addRawEvent(program);
+    addRawCommand(program);
+}
+
+} // namespace swctl

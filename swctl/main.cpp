@@ -1,0 +1,92 @@
+// swctl, the command-line client of the switch manager: changes the
+// configuration database and tells the service, sends requests, shows what is
+// configured and follows the log.
+#include "swctl/cli.h"
+#include "swctl/outcome.h"
+#include "swctl/service.h"
+#include "swctl/text.h"
+
+#include <cstdio>
+
+namespace {
+
+using namespace swctl;
+
+constexpr const char *introduction =
+    "Changes and shows the configuration of the Ethernet switches of this gateway.";
+constexpr const char *exitStatuses = "Exit status:\n"
+                                     "  0  done\n"
+                                     "  1  refused by the service; its status is shown\n"
+                                     "  2  wrong arguments, or a database that cannot be used\n"
+                                     "  3  the service cannot be reached\n";
+
+void addGlobalOptions(Program &program)
+{
+    CLI::App &app = program.app;
+    app.set_help_flag("-h,--help", "Show this help and end");
+    app.set_version_flag("--version", "swctl " SWMGR_VERSION, "Show the version and end");
+    app.add_option("--database", program.globals.database, "Configuration database")
+        ->envname("SWMGR_DATABASE")
+        ->type_name("FILE")
+        ->capture_default_str();
+    app.add_option("--relay-dir", program.globals.relayDirectory,
+                   "Directory of the service's sockets")
+        ->envname("RELAY_DIR")
+        ->type_name("DIR");
+    app.add_flag("--json", program.globals.json, "Print JSON");
+}
+
+int generate(const CLI::App &app, const std::string &kind)
+{
+    const std::string text = kind == "man" ? manualPage(app) : bashCompletion(app);
+    return fputs(text.c_str(), stdout) >= 0 && fflush(stdout) == 0 ? exitDone : exitUsage;
+}
+
+int parseAndRun(Program &program, int argc, char **argv)
+{
+    CLI::App &app = program.app;
+    std::string generated;
+    app.add_option("--generate", generated)->check(CLI::IsMember({"man", "bash"}))->group("");
+    try {
+        app.parse(argc, argv);
+    } catch (const CLI::ParseError &error) {
+        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
+            return app.exit(error); // help or version
+        if (!generated.empty())
+            return generate(app, generated);
+        fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
+                printable(error.what()).c_str());
+        return exitUsage;
+    }
+    useRelayDirectory(program.globals.relayDirectory);
+    return program.run();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        Program program;
+        program.words.assign(argv + 1, argv + argc);
+        program.everything = program.mayRun("--generate");
+        program.app.name("swctl");
+        program.app.description(introduction);
+        program.app.footer(exitStatuses);
+        program.app.fallthrough();
+        program.app.require_subcommand(1);
+        program.app.get_formatter()->column_width(32);
+        addGlobalOptions(program);
+        addConfigurationCommands(program);
+        addSwitchCommands(program);
+        addRequestCommands(program);
+        addViewCommands(program);
+        return parseAndRun(program, argc, argv);
+    } catch (const Failure &failure) {
+        fprintf(stderr, "swctl: %s\n", failure.what());
+        return failure.status;
+    } catch (const std::exception &error) {
+        fprintf(stderr, "swctl: %s\n", error.what());
+        return exitUsage;
+    }
+}

@@ -1,0 +1,259 @@
+// The configuration as an SVG picture: the switches as boxes with their ports
+// and mappings, and the membership matrix below. Text stays text, and the
+// colours follow the reader's light or dark scheme.
+#include "swctl/show.h"
+#include "swctl/text.h"
+
+#include <algorithm>
+#include <map>
+#include <utility>
+
+namespace swctl {
+namespace {
+
+// Lengths in the picture's own units, which are pixels at its natural size.
+constexpr int margin = 24;
+constexpr int portPitch = 64; // from port to port in a switch box
+constexpr int portWidth = 52;
+constexpr int portHeight = 36;
+constexpr int switchHeight = 84;
+constexpr int switchGap = 64;    // between the boxes, for the mapping lines
+constexpr int leftOfPorts = 180; // room for the switch's name and device
+constexpr int cellWidth = 40;
+constexpr int cellHeight = 26;
+constexpr int leftOfCells = 230; // room for VLAN, interface and logical name
+constexpr int groupGap = 16;     // between the columns of two switches
+
+// Plain colours first, for programs that know neither schemes nor variables.
+constexpr const char *style = R"(<style>
+text { font: 13px system-ui, sans-serif; fill: #1b1f24; }
+.b { font-weight: 600; } .m { text-anchor: middle; } .e { text-anchor: end; }
+.s { fill: #59636e; font-size: 11px; }
+.back { fill: #ffffff; } .box { fill: #f6f8fa; stroke: #afb8c1; }
+.map { fill: none; stroke: #59636e; stroke-width: 1.5; }
+.T { fill: #cfe3fb; } .U { fill: #c4ecd0; } .C, .CU { fill: #fbe3b0; }
+.grid { stroke: #afb8c1; stroke-width: .5; }
+@media (prefers-color-scheme: dark) {
+text { fill: #e6edf3; } .s { fill: #9ea7b1; }
+.back { fill: #0d1117; } .box { fill: #161b22; stroke: #57606a; } .map { stroke: #9ea7b1; }
+.T { fill: #14407a; } .U { fill: #14572b; } .C, .CU { fill: #6b4a05; }
+.grid { stroke: #57606a; } }
+</style>
+)";
+
+std::string escaped(const std::string &text)
+{
+    std::string out;
+    for (const char c : printable(text)) {
+        switch (c) {
+        case '&':
+            out += "&amp;";
+            break;
+        case '<':
+            out += "&lt;";
+            break;
+        case '>':
+            out += "&gt;";
+            break;
+        case '"':
+            out += "&quot;";
+            break;
+        default:
+            out += c;
+        }
+    }
+    return out;
+}
+
+// A name cut to what its place holds, with the whole of it as a tooltip.
+std::string fitting(const std::string &text, size_t characters)
+{
+    const std::string shown = printable(text);
+    if (displayWidth(shown) <= characters)
+        return escaped(text);
+    size_t end = 0;
+    for (size_t count = 0; end < shown.size() && count < characters; ++count)
+        do
+            ++end;
+        while (end < shown.size() && (static_cast<unsigned char>(shown[end]) & 0xc0) == 0x80);
+    return escaped(shown.substr(0, end)) + "…<title>" + escaped(text) + "</title>";
+}
+
+class Drawing {
+public:
+    void text(int x, int y, const char *classes, const std::string &content)
+    {
+        body += "<text x=\"" + std::to_string(x) + "\" y=\"" + std::to_string(y) + "\" class=\"" +
+                classes + "\">" + content + "</text>\n";
+    }
+
+    void box(int x, int y, int width, int height, const std::string &classes, int radius = 0)
+    {
+        body += "<rect x=\"" + std::to_string(x) + "\" y=\"" + std::to_string(y) + "\" width=\"" +
+                std::to_string(width) + "\" height=\"" + std::to_string(height) + "\" rx=\"" +
+                std::to_string(radius) + "\" class=\"" + classes + "\"/>\n";
+        right = std::max(right, x + width);
+        bottom = std::max(bottom, y + height);
+    }
+
+    // A line that leaves downwards and arrives from above.
+    void curve(std::pair<int, int> from, std::pair<int, int> to)
+    {
+        const std::string middle = std::to_string((from.second + to.second) / 2);
+        const std::string fromX = std::to_string(from.first);
+        const std::string toX = std::to_string(to.first);
+        body += "<path d=\"M" + fromX + " " + std::to_string(from.second) + "C" + fromX + " " +
+                middle + " " + toX + " " + middle + " " + toX + " " + std::to_string(to.second) +
+                "\" class=\"map\"/>\n";
+    }
+
+    [[nodiscard]] std::string finish(int leastWidth) const
+    {
+        const std::string width = std::to_string(std::max(right, leastWidth) + margin);
+        const std::string height = std::to_string(bottom + margin);
+        return "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" + width + "\" height=\"" +
+               height + "\" viewBox=\"0 0 " + width + " " + height +
+               "\" role=\"img\" aria-label=\"Switches and VLAN membership\">\n" + style +
+               "<rect width=\"100%\" height=\"100%\" class=\"back\"/>\n" + body + "</svg>\n";
+    }
+
+    int right = 0;  // of everything drawn so far
+    int bottom = 0; // of everything drawn so far
+
+private:
+    std::string body;
+};
+
+using PortKey = std::pair<std::string, int32_t>; // switch and port
+
+void drawSwitch(Drawing &drawing, const SwitchConfig &sw, int y,
+                std::map<PortKey, std::pair<int, int>> &places)
+{
+    const int width = leftOfPorts + static_cast<int>(sw.ports.size()) * portPitch + 12;
+    drawing.box(margin, y, width, switchHeight, "box", 8);
+    drawing.text(margin + 14, y + 30, "b", fitting(sw.name, 18));
+    drawing.text(margin + 14, y + 48, "s", fitting(sw.device, 26));
+    drawing.text(margin + 14, y + 64, "s",
+                 "level " + std::to_string(sw.level) + ", VLAN " + (sw.vlanEnabled ? "on" : "off") +
+                     ", QoS " + (sw.qosEnabled ? "on" : "off"));
+    int x = margin + leftOfPorts;
+    for (const PortConfig &port : sw.ports) {
+        drawing.box(x, y + 14, portWidth, portHeight, "box", 4);
+        drawing.text(x + portWidth / 2, y + 37, "b m", std::to_string(port.number));
+        drawing.text(x + portWidth / 2, y + 66, "s m", fitting(port.interfaceName, 8));
+        places[{sw.name, port.number}] = {x + portWidth / 2, y + 14};
+        x += portPitch;
+    }
+}
+
+void drawSwitches(Drawing &drawing, const Model &model, int y)
+{
+    std::map<PortKey, std::pair<int, int>> places; // top middle of each port
+    for (const SwitchConfig &sw : model.switches) {
+        drawSwitch(drawing, sw, y, places);
+        y += switchHeight + switchGap;
+    }
+    for (const SwitchConfig &sw : model.switches)
+        for (const PortConfig &port : sw.ports)
+            for (const PortConfig::Mapping &mapping : port.mapped) {
+                const auto [x, top] = places[{sw.name, port.number}];
+                drawing.curve({x, top + portHeight + 22},
+                              places[{mapping.switchName, mapping.port}]);
+            }
+}
+
+std::vector<int> columnPlaces(const Matrix &matrix)
+{
+    std::vector<int> places;
+    int x = margin + leftOfCells;
+    for (size_t i = 0; i < matrix.columns.size(); ++i) {
+        if (i > 0 && matrix.columns[i].owner != matrix.columns[i - 1].owner)
+            x += groupGap;
+        places.push_back(x);
+        x += cellWidth;
+    }
+    return places;
+}
+
+void drawHeadings(Drawing &drawing, const Matrix &matrix, const std::vector<int> &places, int y)
+{
+    drawing.text(margin, y + 36, "b", "VLAN");
+    drawing.text(margin + 56, y + 36, "b", "Interface");
+    drawing.text(margin + 140, y + 36, "b", "Logical");
+    for (size_t i = 0; i < places.size(); ++i) {
+        const PortColumn &column = matrix.columns[i];
+        if (i == 0 || column.owner != matrix.columns[i - 1].owner)
+            drawing.text(places[i], y + 14, "b", escaped(column.owner->name));
+        drawing.text(places[i] + cellWidth / 2, y + 36, "s m", std::to_string(column.port));
+    }
+}
+
+void drawLine(Drawing &drawing, const VlanConfig &vlan, const std::vector<Cell> &line,
+              const std::vector<int> &places, int y)
+{
+    const int baseline = y + 18;
+    drawing.text(margin + 36, baseline, "e", std::to_string(vlan.id));
+    drawing.text(margin + 56, baseline, "", fitting(vlan.interfaceName, 10));
+    drawing.text(margin + 140, baseline, "", fitting(vlan.logicalName, 10));
+    for (size_t i = 0; i < line.size(); ++i) {
+        const std::string mark = cellMark(line[i]);
+        drawing.box(places[i], y, cellWidth, cellHeight,
+                    (line[i].member ? mark : std::string("back")) + " grid");
+        if (line[i].member)
+            drawing.text(places[i] + cellWidth / 2, baseline, "m", mark);
+    }
+    if (vlan.switchOnly && !places.empty())
+        drawing.text(places.back() + cellWidth + 10, baseline, "s", "switch only");
+}
+
+void drawLegend(Drawing &drawing, int y)
+{
+    struct Entry {
+        const char *mark;
+        const char *meaning;
+    };
+    static constexpr Entry entries[] = {
+        {"T", "tagged"}, {"U", "untagged"}, {"C", "CPU port (CU: untagged)"}};
+    int x = margin;
+    for (const Entry &entry : entries) {
+        drawing.box(x, y, 26, 20, std::string(entry.mark) + " grid");
+        drawing.text(x + 13, y + 15, "m", entry.mark);
+        drawing.text(x + 34, y + 15, "s", entry.meaning);
+        x += 110;
+    }
+}
+
+void drawMatrix(Drawing &drawing, const Model &model, const Matrix &matrix, int y)
+{
+    const std::vector<int> places = columnPlaces(matrix);
+    drawHeadings(drawing, matrix, places, y);
+    y += 44;
+    for (size_t i = 0; i < model.vlans.size(); ++i) {
+        drawLine(drawing, model.vlans[i], matrix.lines[i], places, y);
+        y += cellHeight;
+    }
+    drawing.text(margin, y + 20, "b", "PVID");
+    for (size_t i = 0; i < places.size(); ++i)
+        if (matrix.columns[i].pvid)
+            drawing.text(places[i] + cellWidth / 2, y + 20, "m",
+                         std::to_string(*matrix.columns[i].pvid));
+    drawLegend(drawing, y + 40);
+}
+
+} // namespace
+
+std::string showSvg(const Model &model, const Matrix &matrix)
+{
+    Drawing drawing;
+    drawSwitches(drawing, model, margin);
+    drawMatrix(drawing, model, matrix, drawing.bottom + margin);
+    for (const std::string &note : model.notes) {
+        drawing.text(margin, drawing.bottom + 24, "s", "note: " + escaped(note));
+        drawing.bottom += 18;
+    }
+    const bool switchOnly = std::any_of(model.vlans.begin(), model.vlans.end(),
+                                        [](const VlanConfig &vlan) { return vlan.switchOnly; });
+    return drawing.finish(std::max(480, drawing.right + (switchOnly ? 80 : 0)));
+}
+
+} // namespace swctl

@@ -1,0 +1,194 @@
+// Text on its way out; see the header.
+#include "swctl/text.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <unistd.h>
+
+namespace swctl {
+namespace {
+
+// Bytes of the UTF-8 sequence at the start of `text`, 0 when there is none.
+// Overlong forms and surrogates are none.
+size_t sequenceLength(std::string_view text, uint32_t &codePoint)
+{
+    struct Form {
+        size_t length;            // bytes
+        uint32_t least;           // smallest code point that needs this form
+        unsigned char mask, lead; // what the first byte shows
+    };
+    static constexpr Form forms[] = {{1, 0, 0x80, 0x00},
+                                     {2, 0x80, 0xe0, 0xc0},
+                                     {3, 0x800, 0xf0, 0xe0},
+                                     {4, 0x10000, 0xf8, 0xf0}};
+    const auto lead = static_cast<unsigned char>(text[0]);
+    for (const Form &form : forms) {
+        if ((lead & form.mask) != form.lead)
+            continue;
+        if (text.size() < form.length)
+            return 0;
+        codePoint = lead & static_cast<unsigned char>(~form.mask);
+        for (size_t i = 1; i < form.length; ++i) {
+            const auto next = static_cast<unsigned char>(text[i]);
+            if ((next & 0xc0) != 0x80)
+                return 0;
+            codePoint = codePoint << 6 | (next & 0x3fu);
+        }
+        const bool surrogate = codePoint >= 0xd800 && codePoint <= 0xdfff;
+        return codePoint < form.least || codePoint > 0x10ffff || surrogate ? 0 : form.length;
+    }
+    return 0;
+}
+
+bool isControl(uint32_t codePoint)
+{
+    // C0, DEL and C1, and the marks that turn the writing direction around.
+    return codePoint < 0x20 || (codePoint >= 0x7f && codePoint < 0xa0) ||
+           (codePoint >= 0x2028 && codePoint <= 0x202e) ||
+           (codePoint >= 0x2066 && codePoint <= 0x2069);
+}
+
+void appendFormatted(std::string &out, const char *format, unsigned value)
+{
+    std::array<char, 16> buffer{};
+    const int length = snprintf(buffer.data(), buffer.size(), format, value);
+    out.append(buffer.data(), static_cast<size_t>(length));
+}
+
+} // namespace
+
+std::string printable(std::string_view text)
+{
+    std::string out;
+    out.reserve(text.size());
+    while (!text.empty()) {
+        uint32_t codePoint = 0;
+        const size_t length = sequenceLength(text, codePoint);
+        const size_t step = std::max<size_t>(length, 1);
+        if (length != 0 && !isControl(codePoint))
+            out.append(text.substr(0, step));
+        else
+            for (const char byte : text.substr(0, step))
+                appendFormatted(out, "\\x%02x", static_cast<unsigned char>(byte));
+        text.remove_prefix(step);
+    }
+    return out;
+}
+
+size_t displayWidth(std::string_view text)
+{
+    return static_cast<size_t>(std::count_if(
+        text.begin(), text.end(),
+        [](char byte) { return (static_cast<unsigned char>(byte) & 0xc0) != 0x80; }));
+}
+
+std::string padded(std::string_view text, int width)
+{
+    const auto wanted = static_cast<size_t>(std::abs(width));
+    const size_t shown = displayWidth(text);
+    const std::string fill(wanted > shown ? wanted - shown : 0, ' ');
+    return width < 0 ? fill + std::string(text) : std::string(text) + fill;
+}
+
+bool colourWanted(FILE *stream)
+{
+    const char *refused = getenv("NO_COLOR");
+    return isatty(fileno(stream)) == 1 && (refused == nullptr || *refused == '\0');
+}
+
+void JsonWriter::separate()
+{
+    if (!first)
+        out += ',';
+    first = false;
+}
+
+JsonWriter &JsonWriter::open(char bracket)
+{
+    separate();
+    out += bracket;
+    first = true;
+    return *this;
+}
+
+JsonWriter &JsonWriter::close(char bracket)
+{
+    out += bracket;
+    first = false;
+    return *this;
+}
+
+JsonWriter &JsonWriter::key(std::string_view name)
+{
+    string(name);
+    out += ':';
+    first = true;
+    return *this;
+}
+
+JsonWriter &JsonWriter::string(std::string_view text)
+{
+    separate();
+    out += '"';
+    while (!text.empty()) {
+        uint32_t codePoint = 0;
+        const size_t length = sequenceLength(text, codePoint);
+        const size_t step = std::max<size_t>(length, 1);
+        if (length == 0)
+            out += "\\ufffd";
+        else if (codePoint == '"' || codePoint == '\\')
+            (out += '\\') += text[0];
+        else if (isControl(codePoint))
+            appendFormatted(out, "\\u%04x", codePoint);
+        else
+            out.append(text.substr(0, step));
+        text.remove_prefix(step);
+    }
+    out += '"';
+    return *this;
+}
+
+JsonWriter &JsonWriter::number(int64_t value)
+{
+    separate();
+    out += std::to_string(value);
+    return *this;
+}
+
+JsonWriter &JsonWriter::boolean(bool value)
+{
+    separate();
+    out += value ? "true" : "false";
+    return *this;
+}
+
+JsonWriter &JsonWriter::null()
+{
+    separate();
+    out += "null";
+    return *this;
+}
+
+void JsonWriter::print(FILE *stream) const
+{
+    fprintf(stream, "%s\n", out.c_str());
+    fflush(stream);
+}
+
+void TextTable::print(FILE *stream) const
+{
+    std::vector<size_t> widths(rows.front().size());
+    for (const auto &row : rows)
+        for (size_t column = 0; column < row.size(); ++column)
+            widths[column] = std::max(widths[column], displayWidth(row[column]));
+    for (const auto &row : rows) {
+        std::string line;
+        for (size_t column = 0; column < row.size(); ++column)
+            line += padded(row[column], static_cast<int>(widths[column])) + "  ";
+        line.erase(line.find_last_not_of(' ') + 1);
+        fprintf(stream, "%s\n", line.c_str());
+    }
+}
+
+} // namespace swctl

@@ -1,0 +1,213 @@
+// Checks and normal forms of arguments; see the header.
+#include "swctl/validate.h"
+
+#include "swctl/text.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <string_view>
+
+namespace swctl {
+namespace {
+
+constexpr unsigned maxPort = 31;             // a port mask has 32 bits
+constexpr size_t interfaceNameCapacity = 63; // characters of an interface name
+constexpr size_t mappingCapacity = 63;       // characters of a port mapping
+constexpr size_t switchNameCapacity = 63;    // characters of a switch name
+
+bool allDigits(std::string_view text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+// Parts of `text` between separators, empty ones included.
+std::vector<std::string> split(const std::string &text, char separator)
+{
+    std::vector<std::string> parts(1);
+    for (const char c : text)
+        if (c == separator)
+            parts.emplace_back();
+        else
+            parts.back() += c;
+    return parts;
+}
+
+// A port number, or more than maxPort when the text is none.
+unsigned portNumber(const std::string &text)
+{
+    if (!allDigits(text) || text.size() > 4)
+        return maxPort + 1;
+    return static_cast<unsigned>(strtoul(text.c_str(), nullptr, 10));
+}
+
+// Adds "5" or "5-7" to the mask; false when it is neither.
+bool addPorts(const std::string &entry, uint32_t &mask)
+{
+    const size_t dash = entry.find('-');
+    const unsigned first = portNumber(entry.substr(0, dash));
+    const unsigned last = dash == std::string::npos ? first : portNumber(entry.substr(dash + 1));
+    if (last > maxPort || first > last)
+        return false;
+    for (unsigned port = first; port <= last; ++port)
+        mask |= 1u << port;
+    return true;
+}
+
+bool parsePorts(const std::string &text, uint32_t &mask)
+{
+    if (text.empty())
+        return true;
+    const std::vector<std::string> entries = split(text, ',');
+    return std::all_of(entries.begin(), entries.end(),
+                       [&](const std::string &entry) { return addPorts(entry, mask); });
+}
+
+} // namespace
+
+CLI::Validator decimal(int64_t least, int64_t most)
+{
+    const std::string range = std::to_string(least) + " to " + std::to_string(most);
+    const auto check = [least, most, range](std::string &text) -> std::string {
+        const bool negative = !text.empty() && text[0] == '-';
+        const std::string digits = text.substr(negative ? 1 : 0);
+        if (!allDigits(digits) || digits.size() > 18)
+            return "'" + printable(text) + "' is not a number from " + range;
+        const long long value = strtoll(text.c_str(), nullptr, 10);
+        if (value < least || value > most)
+            return text + " is not within " + range;
+        text = std::to_string(value);
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator oneOf(std::initializer_list<int> values)
+{
+    std::vector<std::string> accepted;
+    std::string names;
+    for (const int value : values) {
+        accepted.push_back(std::to_string(value));
+        names += (names.empty() ? "" : ", ") + accepted.back();
+    }
+    const auto check = [accepted, names](std::string &text) -> std::string {
+        if (std::find(accepted.begin(), accepted.end(), text) != accepted.end())
+            return {};
+        return "'" + printable(text) + "' is not one of " + names;
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator switchNameText()
+{
+    const auto check = [](std::string &text) -> std::string {
+        if (text.empty() || text.size() > switchNameCapacity)
+            return "a switch name has 1 to " + std::to_string(switchNameCapacity) + " characters";
+        if (printable(text) != text || text.find_first_of(":,") != std::string::npos)
+            return "'" + printable(text) + "' is no switch name";
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator portList()
+{
+    const auto check = [](std::string &text) -> std::string {
+        uint32_t mask = 0;
+        if (!parsePorts(text, mask))
+            return "'" + printable(text) +
+                   "' is no list of ports; write numbers from 0 to 31 such as 1,2 or 0-3";
+        text.clear();
+        for (unsigned port = 0; port <= maxPort; ++port)
+            if ((mask >> port & 1) != 0)
+                text += (text.empty() ? "" : ",") + std::to_string(port);
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator textUpTo(size_t characters)
+{
+    const auto check = [characters](std::string &text) -> std::string {
+        if (text.size() > characters)
+            return std::to_string(text.size()) + " characters are too long; at most " +
+                   std::to_string(characters) + " fit";
+        return printable(text) == text ? "" : "'" + printable(text) + "' is not printable text";
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator interfaceName()
+{
+    const auto check = [](std::string &text) -> std::string {
+        if (text.size() > interfaceNameCapacity)
+            return "an interface name has at most " + std::to_string(interfaceNameCapacity) +
+                   " characters";
+        static constexpr const char *allowed =
+            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.:@-";
+        if (text.find_first_not_of(allowed) != std::string::npos)
+            return "'" + printable(text) +
+                   "' is no interface name; letters, digits and _ . : @ - are allowed";
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator portMapping()
+{
+    const auto check = [](std::string &text) -> std::string {
+        if (text.size() > mappingCapacity)
+            return "a mapping has at most " + std::to_string(mappingCapacity) + " characters";
+        if (text.empty())
+            return {};
+        for (const std::string &entry : split(text, ',')) {
+            const size_t colon = entry.find(':');
+            if (colon == std::string::npos || colon == 0 || colon > switchNameCapacity ||
+                portNumber(entry.substr(colon + 1)) > maxPort || printable(entry) != entry)
+                return "'" + printable(entry) + "' is no mapping; write SWITCH:PORT, e.g. BCM:3";
+        }
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator hexBytes()
+{
+    const auto check = [](std::string &text) -> std::string {
+        text.erase(
+            std::remove_if(text.begin(), text.end(), [](char c) { return c == ' ' || c == ':'; }),
+            text.end());
+        if (text.size() % 2 != 0 ||
+            text.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+            return "'" + printable(text) + "' is not pairs of hexadecimal digits";
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+CLI::Validator onOff()
+{
+    const auto check = [](std::string &text) -> std::string {
+        if (text != "on" && text != "off")
+            return "'" + printable(text) + "' is neither on nor off";
+        text = text == "on" ? "1" : "0";
+        return {};
+    };
+    return CLI::Validator(check, "");
+}
+
+std::string bytesFromHex(const std::string &digits)
+{
+    std::string bytes;
+    for (size_t i = 0; i + 1 < digits.size(); i += 2)
+        bytes += static_cast<char>(strtoul(digits.substr(i, 2).c_str(), nullptr, 16));
+    return bytes;
+}
+
+uint32_t portMask(const std::string &list)
+{
+    uint32_t mask = 0;
+    static_cast<void>(parsePorts(list, mask));
+    return mask;
+}
+
+} // namespace swctl
