@@ -9,6 +9,7 @@
 #include "switch/command.h"
 
 #include <cstdlib>
+#include <utility>
 
 constinit SalList switchTbl = {}; // written by switchLibInit and by additions
 
@@ -16,8 +17,24 @@ namespace {
 
 constinit int32_t switchTopLevel = 0; // highest level of any switch ever created
 constinit uint32_t switchCount = 0;   // switches added since switchLibInit
+constinit Switch *givenUp = nullptr;  // a switch whose set-up failed; the next one takes its place
+
+// A zeroed object, or none without memory.
+Switch *switchAllocate()
+{
+    Switch *sw = std::exchange(givenUp, nullptr);
+    if (sw == nullptr)
+        return static_cast<Switch *>(calloc(1, sizeof(Switch)));
+    *sw = {};
+    return sw;
+}
 
 } // namespace
+
+void switchGiveUp(Switch &sw)
+{
+    givenUp = &sw;
+}
 
 uint32_t switchNextIndexTake()
 {
@@ -45,7 +62,7 @@ extern "C" Switch *switchCreate(const SwitchGlobalCfg *cfg)
         LOG_ERROR(noLabel, "There is a switch created already for this name\n");
         return nullptr;
     }
-    auto *sw = static_cast<Switch *>(calloc(1, sizeof(Switch)));
+    Switch *sw = switchAllocate();
     if (sw == nullptr)
         return nullptr;
 

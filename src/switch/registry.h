@@ -53,3 +53,7 @@ SWMGR_API int switchDestroy(Switch *sw);
 
 // The number of the switch being added, counted from 1 since switchLibInit.
 [[nodiscard]] uint32_t switchNextIndexTake();
+
+// Takes a switch back whose set-up failed before it was listed. A backend may
+// have bound it, so it is not freed; repeated attempts use one object.
+void switchGiveUp(Switch &sw);
