@@ -159,6 +159,40 @@ Database::Database(const std::string &file, Access access) : path(file)
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
 }
 
+Database Database::inMemory()
+{
+    Database database;
+    configureForAShortLife();
+    sqlite3 *opened = nullptr;
+    const int result = sqlite3_open(":memory:", &opened);
+    database.path = "in memory";
+    database.handle.reset(opened);
+    if (result != SQLITE_OK)
+        database.fail();
+    return database;
+}
+
+void Database::copyTo(Database &other) const
+{
+    sqlite3_backup *backup = sqlite3_backup_init(other.handle.get(), "main", handle.get(), "main");
+    const int result = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
+    if (backup != nullptr)
+        sqlite3_backup_finish(backup);
+    if (result != SQLITE_DONE)
+        (backup != nullptr && result != SQLITE_BUSY ? other : *this).fail();
+}
+
+std::string Database::serialised() const
+{
+    sqlite3_int64 size = 0;
+    unsigned char *bytes = sqlite3_serialize(handle.get(), "main", &size, 0);
+    if (bytes == nullptr)
+        fail();
+    std::string image(reinterpret_cast<const char *>(bytes), static_cast<size_t>(size));
+    sqlite3_free(bytes);
+    return image;
+}
+
 void Database::fail() const
 {
     throw Failure(exitUsage,

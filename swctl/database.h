@@ -75,6 +75,10 @@ enum class Access {
 class Database {
 public:
     Database(const std::string &path, Access access);
+    [[nodiscard]] static Database inMemory(); // empty, and gone with the object
+
+    void copyTo(Database &other) const;           // everything, by SQLite's backup
+    [[nodiscard]] std::string serialised() const; // as a file would hold it
 
     void run(const char *sql);
     [[nodiscard]] std::vector<Row> rows(const std::string &table);
@@ -92,6 +96,8 @@ public:
 
 private:
     friend class Statement;
+
+    Database() = default;
 
     std::string path;
     std::unique_ptr<sqlite3, Releaser<sqlite3_close_v2>> handle;

@@ -7,9 +7,14 @@ namespace engine {
 
 void resetState(State &state)
 {
+    memset(&state, 0, sizeof(state));
+    powerOn(state);
+}
+
+void powerOn(State &state)
+{
     constexpr uint32_t pauseRegisters[] = {0x7000000c, 0x70000010, 0x70000018};
     constexpr uint32_t longestPause = 0xffff;
-    memset(&state, 0, sizeof(state));
     for (const uint32_t address : pauseRegisters)
         state.registers[(address - registerBase) / registerSize] = longestPause;
     state.version = stateVersion;

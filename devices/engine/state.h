@@ -92,4 +92,7 @@ static_assert(std::is_trivially_copyable_v<State> && std::is_standard_layout_v<S
 // lower halves hold the longest pause time.
 void resetState(State &state);
 
+// The same for a state whose bytes are all zero: touches no more than it must.
+void powerOn(State &state);
+
 } // namespace engine
