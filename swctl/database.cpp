@@ -27,12 +27,31 @@ std::string textOf(sqlite3_stmt *statement, int column)
     return text == nullptr ? std::string() : std::string(reinterpret_cast<const char *>(text));
 }
 
-std::string bytesOf(sqlite3_value *value)
+std::string bytesOf(const void *bytes, int length)
 {
-    const void *bytes = sqlite3_value_blob(value);
-    return bytes == nullptr ? std::string()
-                            : std::string(static_cast<const char *>(bytes),
-                                          static_cast<size_t>(sqlite3_value_bytes(value)));
+    return bytes == nullptr
+               ? std::string()
+               : std::string(static_cast<const char *>(bytes), static_cast<size_t>(length));
+}
+
+Value valueOf(sqlite3_stmt *statement, int column)
+{
+    switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_INTEGER:
+        return int64_t{sqlite3_column_int64(statement, column)};
+    case SQLITE_FLOAT:
+        return sqlite3_column_double(statement, column);
+    case SQLITE_TEXT: {
+        const void *text = sqlite3_column_text(statement, column);
+        return bytesOf(text, sqlite3_column_bytes(statement, column));
+    }
+    case SQLITE_BLOB: {
+        const void *bytes = sqlite3_column_blob(statement, column);
+        return Blob{bytesOf(bytes, sqlite3_column_bytes(statement, column))};
+    }
+    default:
+        return {};
+    }
 }
 
 // SQLite prepares for a long life with many statements: a page cache and an
@@ -47,16 +66,6 @@ void configureForAShortLife()
 }
 
 } // namespace
-
-bool Row::Cell::isNull() const
-{
-    return sqlite3_value_type(value.get()) == SQLITE_NULL;
-}
-
-bool Row::Cell::isInteger() const
-{
-    return sqlite3_value_type(value.get()) == SQLITE_INTEGER;
-}
 
 const std::string *Row::find(const char *column) const
 {
@@ -76,16 +85,26 @@ bool Row::sameAs(const Row &other) const
 {
     if (rowId != other.rowId || cells.size() != other.cells.size())
         return false;
-    for (size_t i = 0; i < cells.size(); ++i) {
-        // Reading a value's bytes may change its form, so copies are compared.
-        const ValuePtr mine(sqlite3_value_dup(cells[i].value.get()));
-        const ValuePtr theirs(sqlite3_value_dup(other.cells[i].value.get()));
-        if (cells[i].column != other.cells[i].column ||
-            sqlite3_value_type(mine.get()) != sqlite3_value_type(theirs.get()) ||
-            bytesOf(mine.get()) != bytesOf(theirs.get()))
+    for (size_t i = 0; i < cells.size(); ++i)
+        if (cells[i].column != other.cells[i].column || cells[i].value != other.cells[i].value)
             return false;
-    }
     return true;
+}
+
+void Row::set(const Assignment &assignment)
+{
+    std::string text;
+    if (const auto *number = std::get_if<int64_t>(&assignment.value))
+        text = std::to_string(*number);
+    else if (const auto *string = std::get_if<std::string>(&assignment.value))
+        text = *string;
+    for (Cell &cell : cells)
+        if (cell.column == assignment.column) {
+            cell.value = assignment.value;
+            cell.text = text;
+            return;
+        }
+    cells.push_back({assignment.column, assignment.value, text});
 }
 
 Statement::Statement(Database &database, const std::string &sql) : db(database)
@@ -102,21 +121,21 @@ void Statement::bind(int index, int64_t value)
         db.fail();
 }
 
-void Statement::bind(int index, const std::string &value)
+void Statement::bind(int index, const Value &value)
 {
-    if (sqlite3_bind_text(statement.get(), index, value.data(), static_cast<int>(value.size()),
-                          SQLITE_TRANSIENT) != SQLITE_OK)
-        db.fail();
-}
-
-void Statement::bind(int index, const std::variant<int64_t, std::string> &value)
-{
-    std::visit([&](const auto &held) { bind(index, held); }, value);
-}
-
-void Statement::bind(int index, const sqlite3_value *value)
-{
-    if (sqlite3_bind_value(statement.get(), index, value) != SQLITE_OK)
+    sqlite3_stmt *to = statement.get();
+    int result = SQLITE_OK;
+    if (const auto *number = std::get_if<int64_t>(&value))
+        result = sqlite3_bind_int64(to, index, *number);
+    else if (const auto *real = std::get_if<double>(&value))
+        result = sqlite3_bind_double(to, index, *real);
+    else if (const auto *text = std::get_if<std::string>(&value))
+        result = sqlite3_bind_text(to, index, text->data(), static_cast<int>(text->size()),
+                                   SQLITE_TRANSIENT);
+    else if (const auto *blob = std::get_if<Blob>(&value))
+        result = sqlite3_bind_blob(to, index, blob->bytes.data(),
+                                   static_cast<int>(blob->bytes.size()), SQLITE_TRANSIENT);
+    if (result != SQLITE_OK)
         db.fail();
 }
 
@@ -135,8 +154,8 @@ Row Statement::row() const
     for (int i = 1; i < sqlite3_column_count(statement.get()); ++i) {
         Row::Cell cell;
         cell.column = sqlite3_column_name(statement.get(), i);
-        // The copy comes first: asking for the text may convert the value.
-        cell.value.reset(sqlite3_value_dup(sqlite3_column_value(statement.get(), i)));
+        // The value comes first: asking for the text may convert it.
+        cell.value = valueOf(statement.get(), i);
         cell.text = textOf(statement.get(), i);
         row.cells.push_back(std::move(cell));
     }
@@ -283,7 +302,7 @@ void Database::insertRow(const std::string &table, const Row &row)
                                    places + ")");
     statement.bind(1, row.rowId);
     for (size_t i = 0; i < row.cells.size(); ++i)
-        statement.bind(static_cast<int>(i) + 2, row.cells[i].value.get());
+        statement.bind(static_cast<int>(i) + 2, row.cells[i].value);
     statement.step();
 }
 
@@ -295,7 +314,7 @@ void Database::updateRow(const std::string &table, const Row &row)
     Statement statement(*this,
                         "UPDATE " + quoted(table) + " SET " + assignments + " WHERE rowid = ?");
     for (size_t i = 0; i < row.cells.size(); ++i)
-        statement.bind(static_cast<int>(i) + 1, row.cells[i].value.get());
+        statement.bind(static_cast<int>(i) + 1, row.cells[i].value);
     statement.bind(static_cast<int>(row.cells.size()) + 1, row.rowId);
     statement.step();
 }

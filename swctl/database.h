@@ -21,23 +21,31 @@ struct Releaser {
         static_cast<void>(Release(resource));
     }
 };
-using ValuePtr = std::unique_ptr<sqlite3_value, Releaser<sqlite3_value_free>>;
+
+// A value that is no text, byte by byte.
+struct Blob {
+    std::string bytes;
+    bool operator==(const Blob &) const = default;
+};
+
+// A value as SQLite stores it; the first alternative is NULL.
+using Value = std::variant<std::monostate, int64_t, double, std::string, Blob>;
 
 // A value to write, by the column that receives it.
 struct Assignment {
     std::string column;
-    std::variant<int64_t, std::string> value;
+    Value value;
 };
 
 // A row as it stands in the table, types included.
 struct Row {
     struct Cell {
         std::string column;
-        ValuePtr value;
+        Value value;
         std::string text; // as SQLite gives it as text, empty for NULL
 
-        [[nodiscard]] bool isNull() const;
-        [[nodiscard]] bool isInteger() const;
+        [[nodiscard]] bool isNull() const { return value.index() == 0; }
+        [[nodiscard]] bool isInteger() const { return std::holds_alternative<int64_t>(value); }
     };
 
     int64_t rowId = 0;
@@ -47,6 +55,7 @@ struct Row {
     [[nodiscard]] const std::string *find(const char *column) const;
     [[nodiscard]] std::string text(const char *column) const; // empty when there is none
     [[nodiscard]] bool sameAs(const Row &other) const;        // every value, types included
+    void set(const Assignment &assignment); // of a column that is there; an unknown one is added
 };
 
 class Database;
@@ -56,9 +65,7 @@ public:
     Statement(Database &database, const std::string &sql);
 
     void bind(int index, int64_t value);
-    void bind(int index, const std::string &value);
-    void bind(int index, const std::variant<int64_t, std::string> &value);
-    void bind(int index, const sqlite3_value *value);
+    void bind(int index, const Value &value);
     bool step();                   // true while there is a row
     [[nodiscard]] Row row() const; // the first column must be the rowid
 

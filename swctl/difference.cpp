@@ -1,0 +1,195 @@
+// Compares what should be with what is; see the header.
+#include "swctl/difference.h"
+
+#include "swctl/text.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace swctl {
+namespace {
+
+constexpr const char *keys[] = {"chip-entry", "default-tag", "sub-interface", "engine-entry",
+                                "setting"};
+
+ChipVlan entryOf(const Chip &chip, int vlanId)
+{
+    const auto found = chip.vlans.find(vlanId);
+    return found != chip.vlans.end() ? found->second : ChipVlan();
+}
+
+std::string stateText(const SubInterface &sub)
+{
+    std::string text = sub.up ? "up" : "down";
+    const auto mapped = [](const auto &map) {
+        for (size_t i = 0; i < 8; ++i)
+            if (map[i] != i)
+                return false;
+        return true;
+    };
+    if (!mapped(sub.ingress))
+        text += ", ingress priorities not mapped";
+    if (!mapped(sub.egress))
+        text += ", egress priorities not mapped";
+    return text;
+}
+
+void compareChip(const Target &target, const Chip &actual, std::vector<Difference> &all)
+{
+    std::set<int> ids;
+    for (const auto &[id, entry] : target.chip.vlans)
+        ids.insert(id);
+    for (const auto &[id, entry] : actual.vlans)
+        ids.insert(id);
+    for (const int id : ids) {
+        const ChipVlan wanted = entryOf(target.chip, id);
+        const ChipVlan found = entryOf(actual, id);
+        if (wanted == found)
+            continue;
+        Difference difference;
+        difference.kind = DifferenceKind::chipEntry;
+        difference.vlanId = id;
+        difference.wanted = portsText(wanted);
+        difference.found = portsText(found);
+        all.push_back(difference);
+    }
+    for (int port = 0; port < chipPortCount; ++port) {
+        const auto at = static_cast<size_t>(port);
+        const ChipPort &wanted = target.chip.ports[at];
+        if (wanted.pvid == actual.ports[at].pvid)
+            continue;
+        Difference difference;
+        difference.kind = DifferenceKind::defaultTag;
+        difference.vlanId = wanted.pvid;
+        difference.port = port;
+        difference.wanted = std::to_string(wanted.pvid);
+        difference.found = std::to_string(actual.ports[at].pvid);
+        difference.counts = target.takesUntagged[at];
+        all.push_back(difference);
+    }
+}
+
+void compareKernel(const Target &target, const Kernel &actual, std::vector<Difference> &all)
+{
+    const auto differ = [&](const SubInterface &about, const std::string &wanted,
+                            const std::string &found) {
+        Difference difference;
+        difference.kind = DifferenceKind::subInterface;
+        difference.vlanId = about.vlanId;
+        difference.parent = about.parent;
+        difference.wanted = wanted;
+        difference.found = found;
+        all.push_back(difference);
+    };
+    for (const auto &[name, wanted] : target.kernel.interfaces) {
+        const auto found = actual.interfaces.find(name);
+        if (found == actual.interfaces.end())
+            differ(wanted, stateText(wanted), "missing");
+        else if (!(found->second == wanted))
+            differ(wanted, stateText(wanted), stateText(found->second));
+    }
+    for (const auto &[name, found] : actual.interfaces)
+        if (!target.kernel.interfaces.contains(name))
+            differ(found, "none", stateText(found));
+}
+
+void compareEngine(const EngineFacts &facts, std::vector<Difference> &all)
+{
+    for (const auto &[vlanId, lines] : facts.failed)
+        for (const std::string &line : lines) {
+            Difference difference;
+            difference.kind = DifferenceKind::engineEntry;
+            difference.vlanId = vlanId;
+            difference.wanted = "written";
+            difference.found = "failed: " + line;
+            all.push_back(difference);
+        }
+}
+
+} // namespace
+
+bool Difference::sameAs(const Difference &other) const
+{
+    return kind == other.kind && vlanId == other.vlanId && port == other.port &&
+           wanted == other.wanted && found == other.found && parent == other.parent;
+}
+
+std::string Difference::key() const
+{
+    return keys[static_cast<size_t>(kind)];
+}
+
+std::string Difference::text() const
+{
+    const std::string vlan = "VLAN " + std::to_string(vlanId);
+    switch (kind) {
+    case DifferenceKind::chipEntry:
+        return vlan + " in the chip: " + found + ", should be " + wanted;
+    case DifferenceKind::defaultTag:
+        return "port " + std::to_string(port) + " default tag: " + found + ", should be " + wanted +
+               (counts ? "" : " (no effect: the port is untagged in no VLAN)");
+    case DifferenceKind::subInterface:
+        return printable(parent) + "." + std::to_string(vlanId) + ": " + found + ", should be " +
+               wanted;
+    case DifferenceKind::engineEntry:
+        return vlan + " in the engine: " + printable(found);
+    case DifferenceKind::setting:
+        return found + ", should be " + wanted;
+    }
+    return {};
+}
+
+std::string Difference::mend() const
+{
+    return kind == DifferenceKind::setting ? "restart the service" : "swctl repair";
+}
+
+Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)
+{
+    Target target;
+    target.chip = rehearsal.chip();
+    target.kernel = rehearsal.kernel();
+    target.vlanIds = std::move(vlanIds);
+    target.loadStatus = rehearsal.loadStatus();
+    target.stopped = rehearsal.stoppedAt();
+    for (const auto &[id, vlan] : target.chip.vlans)
+        for (size_t port = 0; port < target.takesUntagged.size(); ++port)
+            if ((vlan.untagMap >> port & 1) != 0)
+                target.takesUntagged[port] = true;
+    target.chipRun = rehearsal.state().chip.handled != 0;
+    return target;
+}
+
+std::vector<Difference> differences(const Target &target, const Actual &actual)
+{
+    std::vector<Difference> all;
+    if (actual.chip.held && target.chipRun)
+        compareChip(target, *actual.chip.held, all);
+    if (actual.kernel.held)
+        compareKernel(target, *actual.kernel.held, all);
+    if (actual.engine.held)
+        compareEngine(*actual.engine.held, all);
+    for (Difference &difference : all)
+        difference.inRows = target.vlanIds.contains(difference.vlanId);
+    std::stable_sort(all.begin(), all.end(),
+                     [](const Difference &a, const Difference &b) { return a.vlanId < b.vlanId; });
+    return all;
+}
+
+std::string portsText(const ChipVlan &vlan)
+{
+    std::string text;
+    for (int port = 0; port < 16; ++port) {
+        const bool member = (vlan.fwdMap >> port & 1) != 0;
+        const bool untagged = (vlan.untagMap >> port & 1) != 0;
+        if (!member && !untagged)
+            continue;
+        text += (text.empty() ? "" : " ") + std::to_string(port) +
+                (!member    ? "u"
+                 : untagged ? "U"
+                            : "T");
+    }
+    return text.empty() ? "-" : text;
+}
+
+} // namespace swctl

@@ -1,0 +1,72 @@
+// What a fresh start from the database would give, held against what chip,
+// engine and kernel hold.
+#pragma once
+
+#include "swctl/holding.h"
+#include "swctl/rehearsal.h"
+
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace swctl {
+
+enum class DifferenceKind {
+    chipEntry,    // members or untagged ports of a VLAN in the chip
+    defaultTag,   // VLAN of a port's untagged frames
+    subInterface, // of the kernel: missing, left over, down, other maps
+    engineEntry,  // a tool of the engine failed to write it
+    setting,      // a setting that the service takes only at its start
+};
+
+struct Difference {
+    DifferenceKind kind{};
+    int vlanId = 0;       // 0: none
+    int port = -1;        // of the chip; -1: none
+    std::string wanted;   // in the words of the network, as "1T 2T 3U"
+    std::string found;    //
+    bool counts = true;   // false: has no effect on any frame
+    bool inRows = true;   // a row of the database has this VLAN
+    std::string parent{}; // sub-interface: its Linux interface
+
+    // The same thing is different in the same way.
+    [[nodiscard]] bool sameAs(const Difference &other) const;
+    [[nodiscard]] std::string key() const;  // as "chip-entry"
+    [[nodiscard]] std::string text() const; // one line
+    [[nodiscard]] std::string mend() const; // the command that mends it
+};
+
+// What a fresh start would give.
+struct Target {
+    Chip chip;
+    Kernel kernel;
+    bool chipRun = false;                                 // there is a chip at all
+    std::set<int> vlanIds;                                // in the rows
+    std::array<bool, chipPortCount> takesUntagged{};      // an untagged frame has an effect
+    std::vector<std::pair<int, std::string>> failedTools; // VLAN, line
+    int loadStatus = 0;
+    std::optional<StoppedAt> stopped;
+};
+Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds);
+
+// What is known of the engine: its tools have no query, so all there is are the
+// lines of the log about their last runs.
+struct EngineFacts {
+    std::map<int, std::vector<std::string>> failed; // VLAN, lines that failed last
+};
+
+struct Actual {
+    Part<Chip> chip;
+    Part<Kernel> kernel;
+    Part<EngineFacts> engine;
+};
+
+// Everything that differs, by VLAN and port. What was not read does not differ:
+// that it is unknown is the caller's to say.
+std::vector<Difference> differences(const Target &target, const Actual &actual);
+
+// "1T 2T 3U" for an entry of the chip, "-" for an empty one.
+std::string portsText(const ChipVlan &vlan);
+
+} // namespace swctl
