@@ -1,130 +1,230 @@
 // swmgrd, the process in which the switch manager runs: sets the library's two
 // flags from its arguments, starts the service, and stops it on a signal.
-#include "host/database_file.h"
-#include "host/notify.h"
+#include "common/exit_status.h"
+#include "common/signals.h"
+#include "configuration.h"
+#include "database_file.h"
+#include "notify.h"
 #include "swmgr/swmgr.h"
+#include "swmgr/swmgr_client.h"
 
-#include <csignal>
+#include "base/log.h"
+
 #include <cstdio>
+#include <cstdlib>
+#include <cstring>
 #include <getopt.h>
+#include <unistd.h>
 
 namespace {
 
-enum ExitStatus {
-    EXIT_STOPPED = 0, // ended by a signal that asks for it
-    EXIT_FAILED = 1,  // could not start
-    EXIT_USAGE = 2
+constexpr unsigned mostStopTimeout = 3600; // s
+
+struct Options {
+    const char *database = nullptr;
+    unsigned stopTimeout = 5;          // s from a stop signal to the end of the process
+    bool recover = false;              // put the database in order and end
+    bool requireConfiguration = false; // a load that fails is a start that fails
 };
 
+constinit Options options = {}; // written from the arguments
+
 constexpr char usage[] =
-    "Usage: swmgrd --database FILE [--foreground] [--debug]\n"
+    "Usage: swmgrd --database FILE [OPTION]...\n"
+    "       swmgrd --database FILE --recover\n"
     "Keeps the gateway's switches in line with a configuration database.\n"
     "\n"
-    "  -d, --database FILE   configuration database (SQLite); must exist\n"
-    "  -f, --foreground      log to standard error instead of the logging module\n"
-    "  -D, --debug           log developer messages, with operation and source line\n"
-    "  -h, --help            show this text\n"
-    "  -V, --version         show the version\n"
+    "  -d, --database FILE         configuration database (SQLite); must exist\n"
+    "  -f, --foreground            log to standard error instead of the logging\n"
+    "                              module\n"
+    "  -D, --debug                 log developer messages, with operation and source\n"
+    "                              line\n"
+    "  -s, --stop-timeout SECONDS  end in the middle of the work when a stop takes\n"
+    "                              longer (default 5)\n"
+    "  -c, --require-configuration end with status 1 when the stored configuration\n"
+    "                              cannot be loaded as a whole\n"
+    "  -r, --recover               put a database in order that a crash left half\n"
+    "                              written, and end; needs write access\n"
+    "  -h, --help                  show this text\n"
+    "  -V, --version               show the version\n"
     "\n"
     "RELAY_DIR names the directory of the messaging sockets (default /run/relay),\n"
     "SAL_CMD_TIMEOUT the seconds a tool may take (default 30). Readiness is told to\n"
     "the socket that NOTIFY_SOCKET names.\n"
-    "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage.\n";
+    "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage, 3\n"
+    "stopped in the middle of its work; the next start writes every VLAN anew.\n";
 
 // Written by the signal handler, for a signal that comes during the start.
 volatile sig_atomic_t stopRequested = 0;
 
 void onStopSignal(int /*number*/)
 {
+    if (stopRequested == 0)
+        alarm(options.stopTimeout);
     stopRequested = 1;
     swMgrInitialized = 0;
 }
 
+// The service has one thread and may be waiting for a tool. What it holds of the
+// messaging ends with the process; the hardware keeps what was written so far.
+void onStopTimeout(int /*number*/)
+{
+    constexpr char message[] = "swmgrd: still at work after the stop timeout, ended\n";
+    static_cast<void>(!write(STDERR_FILENO, message, sizeof(message) - 1));
+    _exit(EXIT_CUT_OFF);
+}
+
 void installSignals()
 {
-    struct sigaction stop = {};
-    stop.sa_handler = onStopSignal; // without SA_RESTART: the wait for requests ends
-    sigaction(SIGTERM, &stop, nullptr);
-    sigaction(SIGINT, &stop, nullptr);
-    struct sigaction ignore = {};
-    ignore.sa_handler = SIG_IGN; // a log reader that goes away ends nothing
-    sigaction(SIGPIPE, &ignore, nullptr);
+    signalHandle(SIGTERM, onStopSignal);
+    signalHandle(SIGINT, onStopSignal);
+    signalHandle(SIGALRM, onStopTimeout);
+    signalHandle(SIGPIPE, SIG_IGN); // a log reader that goes away ends nothing
+    signalHandle(SIGHUP, SIG_IGN);  // nor does a terminal; there is nothing to read anew
+    signalsReset();
+}
+
+bool secondsRead(const char *text, unsigned &seconds)
+{
+    char *end = nullptr;
+    const unsigned long number = strtoul(text, &end, 10);
+    if (end == text || *end != '\0' || number < 1 || number > mostStopTimeout)
+        return false;
+    seconds = static_cast<unsigned>(number);
+    return true;
 }
 
 // Returns -1 to go on, an exit status otherwise.
-int readArguments(int argc, char **argv, const char *&database)
+int optionTake(int option)
+{
+    switch (option) {
+    case 'd':
+        options.database = optarg;
+        return -1;
+    case 'f':
+        swMgrForeground = 1;
+        return -1;
+    case 'D':
+        swMgrDevDebug = 1;
+        return -1;
+    case 's':
+        if (secondsRead(optarg, options.stopTimeout))
+            return -1;
+        fprintf(stderr, "swmgrd: --stop-timeout takes 1 to %u seconds, not '%s'\n", mostStopTimeout,
+                optarg);
+        return EXIT_USAGE;
+    case 'c':
+        options.requireConfiguration = true;
+        return -1;
+    case 'r':
+        options.recover = true;
+        return -1;
+    case 'h':
+        fputs(usage, stdout);
+        return EXIT_STOPPED;
+    case 'V':
+        puts("swmgrd " SWMGR_VERSION);
+        return EXIT_STOPPED;
+    default:
+        fputs("Try 'swmgrd --help'.\n", stderr);
+        return EXIT_USAGE;
+    }
+}
+
+int readArguments(int argc, char **argv)
 {
     static const struct option known[] = {
-        {"database", required_argument, nullptr, 'd'}, {"foreground", no_argument, nullptr, 'f'},
-        {"debug", no_argument, nullptr, 'D'},          {"help", no_argument, nullptr, 'h'},
-        {"version", no_argument, nullptr, 'V'},        {nullptr, 0, nullptr, 0},
+        {"database", required_argument, nullptr, 'd'},
+        {"foreground", no_argument, nullptr, 'f'},
+        {"debug", no_argument, nullptr, 'D'},
+        {"stop-timeout", required_argument, nullptr, 's'},
+        {"require-configuration", no_argument, nullptr, 'c'},
+        {"recover", no_argument, nullptr, 'r'},
+        {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'V'},
+        {nullptr, 0, nullptr, 0},
     };
-    for (int option = 0; (option = getopt_long(argc, argv, "d:fDhV", known, nullptr)) != -1;) {
-        switch (option) {
-        case 'd':
-            database = optarg;
-            break;
-        case 'f':
-            swMgrForeground = 1;
-            break;
-        case 'D':
-            swMgrDevDebug = 1;
-            break;
-        case 'h':
-            fputs(usage, stdout);
-            return EXIT_STOPPED;
-        case 'V':
-            puts("swmgrd " SWMGR_VERSION);
-            return EXIT_STOPPED;
-        default:
-            fputs("Try 'swmgrd --help'.\n", stderr);
-            return EXIT_USAGE;
-        }
-    }
+    int status = -1;
+    for (int option = 0;
+         status < 0 && (option = getopt_long(argc, argv, "d:fDs:crhV", known, nullptr)) != -1;)
+        status = optionTake(option);
+    if (status >= 0)
+        return status;
     if (optind < argc) {
         fprintf(stderr, "swmgrd: unexpected argument '%s'\nTry 'swmgrd --help'.\n", argv[optind]);
         return EXIT_USAGE;
     }
-    if (database == nullptr) {
+    if (options.database == nullptr) {
         fputs("swmgrd: --database FILE is missing\nTry 'swmgrd --help'.\n", stderr);
         return EXIT_USAGE;
     }
     return -1;
 }
 
-int serve(const char *database)
+int recover()
 {
-    const int status = swMgrInit(database);
+    const char *fault = databaseRecover(options.database);
+    if (fault == nullptr)
+        return EXIT_STOPPED;
+    fprintf(stderr, "swmgrd: database %s cannot be recovered: %s\n", options.database, fault);
+    return EXIT_FAILED;
+}
+
+// Tells the service manager and the log how the start went.
+void announceReady()
+{
+    const int status = configurationStatus();
+    char message[128] = "READY=1\nSTATUS=Serving requests\n";
+    if (status < 0) {
+        snprintf(message, sizeof(message),
+                 "READY=1\nSTATUS=Serving requests; the configuration was not loaded whole (%d), "
+                 "the log says where it stopped\n",
+                 status);
+        static_cast<void>(swMgrDebug(nullptr, SWMGR_LOG_ERROR, nullptr, 0,
+                                     "the service runs, but the stored configuration was not "
+                                     "loaded whole (%d); the messages before say where\n",
+                                     status));
+    }
+    if (!notifyManager(message))
+        fputs("swmgrd: NOTIFY_SOCKET cannot be written to; readiness is not announced\n", stderr);
+}
+
+int serve()
+{
+    const int status = swMgrInit(options.database);
     if (status < 0) {
         fprintf(stderr,
                 "swmgrd: the service could not be started (%d): messaging or the database %s "
                 "cannot be used\n",
-                status, database);
+                status, options.database);
         return EXIT_FAILED;
     }
-    if (stopRequested != 0)
+    const bool incomplete = options.requireConfiguration && configurationStatus() < 0;
+    if (incomplete)
+        fprintf(stderr, "swmgrd: the stored configuration could not be loaded whole (%d)\n",
+                configurationStatus());
+    if (stopRequested != 0 || incomplete)
         swMgrInitialized = 0; // the start has set it after the signal
-    else if (!notifyManager("READY=1\nSTATUS=Serving requests\n"))
-        fputs("swmgrd: NOTIFY_SOCKET cannot be written to; readiness is not announced\n", stderr);
+    else
+        announceReady();
     swMgrRun();
     static_cast<void>(notifyManager("STOPPING=1\n"));
     swMgrDeinit();
-    return EXIT_STOPPED;
+    return incomplete ? EXIT_FAILED : EXIT_STOPPED;
 }
 
 } // namespace
 
 int main(int argc, char **argv)
 {
-    const char *database = nullptr;
-    const int status = readArguments(argc, argv, database);
+    const int status = readArguments(argc, argv);
     if (status >= 0)
         return status;
-    const char *fault = databaseFileFault(database);
+    const char *fault = databaseFileFault(options.database);
     if (fault != nullptr) {
-        fprintf(stderr, "swmgrd: database %s: %s\n", database, fault);
+        fprintf(stderr, "swmgrd: database %s: %s\n", options.database, fault);
         return EXIT_FAILED;
     }
     installSignals();
-    return serve(database);
+    return options.recover ? recover() : serve();
 }

@@ -1,4 +1,5 @@
 // The commands that only look: show and log.
+#include "common/log_rank.h"
 #include "swctl/cli.h"
 #include "swctl/log.h"
 #include "swctl/model.h"
@@ -62,45 +63,53 @@ void addShow(Program &program)
 constexpr auto followInterval = std::chrono::milliseconds(200);
 
 struct LogArguments {
-    std::string level = "notice"; // least urgent level to show
+    std::string level = "notice"; // least urgent rank to show
     std::string lines = "20";     // older records to show first
     bool noFollow = false;        // end after the older records
 };
 
-struct LevelName {
-    const char *name;
-    int32_t most;       // highest SWMGR_LOG_... value it lets through
-    const char *colour; // escape sequence, empty: none
-};
-
-// By urgency: each shows those before it too.
-constexpr LevelName levels[] = {{"error", SWMGR_LOG_ERROR, "\x1b[31m"},
-                                {"info", SWMGR_LOG_INFO, ""},
-                                {"notice", SWMGR_LOG_NOTICE, "\x1b[1m"},
-                                {"debug", SWMGR_LOG_DEVDEBUG, "\x1b[2m"}};
-
-int32_t mostOf(const std::string &name)
+// Escape sequence, empty: none.
+const char *colourOf(int32_t rank)
 {
-    int32_t most = SWMGR_LOG_DEVDEBUG;
-    for (const LevelName &level : levels)
-        if (level.name == name)
-            most = level.most;
-    return most;
+    switch (rank) {
+    case LOG_RANK_ERROR:
+        return "\x1b[31m";
+    case LOG_RANK_WARNING:
+        return "\x1b[33m";
+    case LOG_RANK_NOTICE:
+        return "\x1b[1m";
+    case LOG_RANK_TOOL:
+    case LOG_RANK_DEBUG:
+        return "\x1b[2m";
+    default:
+        return "";
+    }
+}
+
+int32_t rankOf(const LogLine &line)
+{
+    return logRank(line.level, line.text.data(), line.text.size());
+}
+
+const char *rankName(int32_t rank)
+{
+    const char *name = logRankName(rank);
+    return name != nullptr ? name : "other";
 }
 
 std::string checkLevel(std::string &name)
 {
-    for (const LevelName &level : levels)
-        if (level.name == name)
-            return {};
-    return "'" + printable(name) + "' is not one of error, info, notice and debug";
+    int32_t rank = 0;
+    if (logRankByName(name.c_str(), rank))
+        return {};
+    return "'" + printable(name) + "' is not one of " + logRankList;
 }
 
 void printJsonLine(const LogLine &line)
 {
     JsonWriter json;
     json.open('{').key("time").number(line.time).key("module").number(line.module);
-    json.key("level").string(levelName(line.level)).key("levelCode").number(line.level);
+    json.key("level").string(rankName(rankOf(line))).key("levelCode").number(line.level);
     json.key("dropped").number(line.dropped).key("text").string(line.text);
     json.close('}').print(stdout);
 }
@@ -111,13 +120,11 @@ void printLine(const LogLine &line, bool json, bool colour)
         printJsonLine(line);
         return;
     }
-    const char *start = "";
-    for (const LevelName &level : levels)
-        if (colour && level.most == line.level)
-            start = level.colour;
+    const int32_t rank = rankOf(line);
+    const char *start = colour ? colourOf(rank) : "";
     if (line.dropped != 0)
         printf("... %u records were lost\n", line.dropped);
-    printf("%s%s  %-6s  %s%s\n", start, timeText(line.time).c_str(), levelName(line.level),
+    printf("%s%s  %-7s  %s%s\n", start, timeText(line.time).c_str(), rankName(rank),
            printable(line.text).c_str(), *start != '\0' ? "\x1b[0m" : "");
     fflush(stdout);
 }
@@ -125,10 +132,14 @@ void printLine(const LogLine &line, bool json, bool colour)
 int runLog(const Globals &globals, const LogArguments &arguments)
 {
     const bool colour = colourWanted(stdout);
-    LogFollower follower(mostOf(arguments.level));
+    int32_t most = LOG_RANK_DEBUG;
+    static_cast<void>(logRankByName(arguments.level.c_str(), most)); // checked before
+    LogFollower follower(most); // no rank is below its record's level
     const size_t keep = std::stoul(arguments.lines);
     std::deque<LogLine> older;
     follower.read([&](const LogLine &line) {
+        if (rankOf(line) > most)
+            return;
         older.push_back(line);
         if (older.size() > keep)
             older.pop_front();
@@ -137,8 +148,10 @@ int runLog(const Globals &globals, const LogArguments &arguments)
         printLine(line, globals.json, colour);
     while (!arguments.noFollow && ferror(stdout) == 0) {
         std::this_thread::sleep_for(followInterval);
-        const uint64_t lost =
-            follower.read([&](const LogLine &line) { printLine(line, globals.json, colour); });
+        const uint64_t lost = follower.read([&](const LogLine &line) {
+            if (rankOf(line) <= most)
+                printLine(line, globals.json, colour);
+        });
         if (lost != 0)
             fprintf(stderr, "swctl: %llu records came faster than they were read\n",
                     static_cast<unsigned long long>(lost));
@@ -155,8 +168,10 @@ void addLog(Program &program)
                    [&program, arguments] { return runLog(program.globals, *arguments); });
     if (!program.mayRun("log"))
         return;
-    command->add_option("--level", arguments->level, "Show this level and the more urgent ones")
-        ->type_name("error|info|notice|debug")
+    command
+        ->add_option("--level", arguments->level,
+                     "Show this and what is more urgent: error, warning, info, notice, tool, debug")
+        ->type_name("LEVEL")
         ->capture_default_str()
         ->check(CLI::Validator(&checkLevel, ""));
     command->add_option("--lines", arguments->lines, "Older records to show first, 0 to 512")

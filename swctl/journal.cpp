@@ -18,7 +18,7 @@
 namespace swctl {
 namespace {
 
-constexpr int napMs = 20;                       // between attempts to get the lock
+constexpr int napMs = 20;                        // between attempts to get the lock
 constexpr size_t mostJournal = 64 * 1024 * 1024; // bytes
 
 [[noreturn]] void failFile(const std::string &what, const std::string &path)
@@ -126,7 +126,8 @@ std::optional<std::string> fileContents(const std::string &path, size_t most)
         throw Failure(exitUsage, printable(path) + " is not what swctl wrote there");
     std::string contents(static_cast<size_t>(about.st_size), '\0');
     size_t got = 0;
-    for (ssize_t length = 1; length > 0 && got < contents.size(); got += static_cast<size_t>(length)) {
+    for (ssize_t length = 1; length > 0 && got < contents.size();
+         got += static_cast<size_t>(length)) {
         length = read(file.get(), contents.data() + got, contents.size() - got);
         if (length < 0)
             failFile("cannot read", path);

@@ -1,7 +1,8 @@
 // Reading the service's log; see the header.
 #include "swctl/log.h"
 
-#include "standins/logd/log_follow.h"
+#include "common/clock.h"
+#include "common/log_entry.h"
 #include "swctl/outcome.h"
 #include "swctl/service.h"
 
@@ -13,20 +14,17 @@
 namespace swctl {
 namespace {
 
-constexpr int64_t nanosecondsPerSecond = 1'000'000'000;
-constexpr int64_t nanosecondsPerMillisecond = 1'000'000;
-
 struct Answer {
-    logd::LogAnswer header;
+    SwMgrLogAnswer header;
     std::string entries; // as they came
 };
 
 Answer askAfter(uint64_t after, int32_t level)
 {
-    const logd::LogFollowRequest request{after, level, /*reserved=*/0};
-    std::string buffer(logd::usualAnswerSize, '\0');
+    const SwMgrLogFollowRequest request{after, level, /*reserved=*/0};
+    std::string buffer(SWMGR_LOG_ANSWER_USUAL, '\0');
     const int status =
-        exchange(LOGGING_RELAY_MODULE_ID, logd::LOG_FOLLOW, bytesOf(request), buffer);
+        exchange(LOGGING_RELAY_MODULE_ID, LOGGING_MSG_FOLLOW, bytesOf(request), buffer);
     Answer answer{};
     if (status < 0 || buffer.size() < sizeof(answer.header))
         throw Failure(exitRefused,
@@ -39,7 +37,7 @@ Answer askAfter(uint64_t after, int32_t level)
 // Takes one entry off the front; none when what is left is not a whole one.
 std::optional<LogLine> takeEntry(std::string_view &entries)
 {
-    logd::LogEntry entry{};
+    SwMgrLogEntry entry{};
     if (entries.size() < sizeof(entry))
         return std::nullopt;
     memcpy(&entry, entries.data(), sizeof(entry));
@@ -50,7 +48,7 @@ std::optional<LogLine> takeEntry(std::string_view &entries)
                  std::string(entries.substr(0, entry.textLength))};
     while (!line.text.empty() && (line.text.back() == '\n' || line.text.back() == ' '))
         line.text.pop_back();
-    const size_t rest = logd::entrySize(entry.textLength) - sizeof(entry);
+    const size_t rest = logEntrySize(entry.textLength) - sizeof(entry);
     entries.remove_prefix(std::min(rest, entries.size()));
     return line;
 }
@@ -59,7 +57,7 @@ std::optional<LogLine> takeEntry(std::string_view &entries)
 
 void LogFollower::skipToNewest()
 {
-    const Answer answer = askAfter(logd::newestOnly, level);
+    const Answer answer = askAfter(SWMGR_LOG_NEWEST_ONLY, level);
     epoch = answer.header.epoch;
     after = answer.header.newest;
 }
@@ -88,22 +86,6 @@ uint64_t LogFollower::read(const std::function<void(const LogLine &)> &take)
         after = answer.header.last;
         if (!advanced || after >= answer.header.newest)
             return lost;
-    }
-}
-
-const char *levelName(int32_t level)
-{
-    switch (level) {
-    case SWMGR_LOG_ERROR:
-        return "error";
-    case SWMGR_LOG_INFO:
-        return "info";
-    case SWMGR_LOG_NOTICE:
-        return "notice";
-    case SWMGR_LOG_DEVDEBUG:
-        return "debug";
-    default:
-        return "other";
     }
 }
 

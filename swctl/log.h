@@ -33,7 +33,6 @@ private:
     uint64_t after = 0; // number of the last record seen
 };
 
-const char *levelName(int32_t level);
 std::string timeText(int64_t time); // local time with milliseconds
 
 } // namespace swctl

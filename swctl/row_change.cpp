@@ -111,8 +111,7 @@ ChangeSet reversed(const ChangeSet &changes, size_t count)
     back.what = changes.what;
     back.verb = "put back";
     for (size_t i = std::min(count, changes.rows.size()); i-- > 0;)
-        back.rows.push_back(
-            {changes.rows[i].table, changes.rows[i].after, changes.rows[i].before});
+        back.rows.push_back({changes.rows[i].table, changes.rows[i].after, changes.rows[i].before});
     return back;
 }
 
@@ -124,9 +123,11 @@ void writeRows(Database &database, ChangeSet &changes)
 
 bool rowsAreAfter(Database &database, const ChangeSet &changes)
 {
-    return std::all_of(changes.rows.begin(), changes.rows.end(), [&](const RowChange &change) {
-        return rowIs(database, change.table, change.rowId(), change.after);
-    });
+    return std::all_of(
+        changes.rows.begin(), changes.rows.end(),
+        [&](const RowChange &change) {
+            return rowIs(database, change.table, change.rowId(), change.after);
+        });
 }
 
 bool rowsAreBefore(Database &database, const ChangeSet &changes)

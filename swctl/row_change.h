@@ -15,9 +15,9 @@ struct RowChange {
     std::optional<Row> before;
     std::optional<Row> after;
 
-    [[nodiscard]] int operation() const;  // SWMGR_DB_...
-    [[nodiscard]] int64_t rowId() const;  // of the row that is or was there
-    [[nodiscard]] int vlanId() const;     // of a VLAN's row, after or before; 0 for another table
+    [[nodiscard]] int operation() const;    // SWMGR_DB_...
+    [[nodiscard]] int64_t rowId() const;    // of the row that is or was there
+    [[nodiscard]] int vlanId() const;       // of a VLAN's row, after or before; 0 for another table
     [[nodiscard]] bool isAnnounced() const; // the service has an event for it
 };
 

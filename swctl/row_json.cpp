@@ -72,7 +72,8 @@ Json toJson(const std::optional<Row> &row)
         return nullptr;
     Json cells = Json::array();
     for (const Row::Cell &cell : row->cells)
-        cells.push_back({{"column", cell.column}, {"value", toJson(cell.value)}, {"as", cell.text}});
+        cells.push_back(
+            {{"column", cell.column}, {"value", toJson(cell.value)}, {"as", cell.text}});
     return {{"rowid", row->rowId}, {"cells", std::move(cells)}};
 }
 

@@ -1,6 +1,8 @@
 // Messaging between processes: a service in a process of its own and its clients,
 // and the log daemon's part of it.
+#include "common/log_entry.h"
 #include "platform/relay.h"
+#include "standins/logd/failures.h"
 #include "standins/logd/line.h"
 #include "standins/logd/ring.h"
 #include "standins/relay/frame.h"
@@ -250,7 +252,7 @@ TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
     EXPECT_EQ(request(RECEIVED), 1);
 }
 
-std::string lineOf(logd::LogEntry entry, const std::string &text)
+std::string lineOf(SwMgrLogEntry entry, const std::string &text)
 {
     char line[logd::maxLine];
     entry.textLength = static_cast<uint32_t>(text.size());
@@ -261,7 +263,7 @@ TEST(LogDaemon, printsOneLineForEachRecord)
 {
     setenv("TZ", "UTC", 1);
     tzset();
-    logd::LogEntry entry = {};
+    SwMgrLogEntry entry = {};
     entry.time = 1000000000123000000;
     entry.module = 103;
     const struct {
@@ -269,10 +271,14 @@ TEST(LogDaemon, printsOneLineForEachRecord)
         std::string text;
         const char *line;
     } cases[] = {
-        {8, "cmd (x) returned (0).\n", "error  swmgr  cmd (x) returned (0).\n"},
-        {64, "", "info   swmgr  \n"},
-        {128, "two\nlines\n\n", "notice swmgr  two\\x0alines\n"},
-        {256, "\x1b[31m\xff", "debug  swmgr  \\x1b[31m\\xff\n"},
+        {8, "cmd (x) returned (0).\n", "tool    swmgr  cmd (x) returned (0).\n"},
+        {8, "cmd (x y) returned (-2).\n", "warning swmgr  cmd (x y) returned (-2).\n"},
+        {8, "cmd (vconfig rem a.1) returned (1).",
+         "tool    swmgr  cmd (vconfig rem a.1) returned (1).\n"},
+        {8, "cmd (x) returned", "error   swmgr  cmd (x) returned\n"},
+        {64, "", "info    swmgr  \n"},
+        {128, "two\nlines\n\n", "notice  swmgr  two\\x0alines\n"},
+        {256, "\x1b[31m\xff", "debug   swmgr  \\x1b[31m\\xff\n"},
         {-2147483647 - 1, "x", "-2147483648 swmgr  x\n"},
     };
     for (const auto &[level, text, line] : cases) {
@@ -280,43 +286,74 @@ TEST(LogDaemon, printsOneLineForEachRecord)
         EXPECT_EQ(lineOf(entry, text), std::string("2001-09-09 01:46:40.123 ") + line);
     }
     EXPECT_EQ(lineOf(entry, std::string(5000, '\1')).size(),
-              lineOf(entry, "").size() + 4 * logd::maxText);
+              lineOf(entry, "").size() + 4 * SWMGR_LOG_TEXT_SIZE);
+}
+
+// What failed is forgotten once the same entry was written.
+TEST(LogDaemon, keepsTheToolsThatFailedLast)
+{
+    const struct {
+        const char *line;
+        size_t failures; // after it
+    } cases[] = {
+        {"cmd (vlan_table_func edit 4 1 0x1 0x1 10 02:00:00:00:00:01 1) returned (3).", 1},
+        {"cmd (arl_table_func add 02:00:00:00:00:01 10 0x4 0x1) returned (3).", 2},
+        {"cmd (vconfig rem eth0.10) returned (1).", 2},
+        {"cmd (vlan_table_func edit 9 0 0x0 0x0 10  1) returned (0).", 1},
+        {"cmd (arl_table_func del  11) returned (0).", 1},
+        {"cmd (arl_table_func del  10) returned (0).", 0},
+    };
+    for (const auto &[line, failures] : cases) {
+        SwMgrLogEntry entry = {};
+        entry.module = SWMGR_RELAY_MODULE_ID;
+        entry.level = SWMGR_LOG_ERROR;
+        entry.number = 1;
+        entry.textLength = static_cast<uint32_t>(strlen(line));
+        logd::failureNote(entry, line);
+        const SwMgrLogFollowRequest wanted = {};
+        unsigned char buffer[4096];
+        uint32_t length = sizeof(buffer);
+        ASSERT_EQ(logd::failuresAnswer(&wanted, sizeof(wanted), buffer, &length), 0);
+        SwMgrLogAnswer answer;
+        memcpy(&answer, buffer, sizeof(answer));
+        EXPECT_EQ(answer.count, failures) << line;
+    }
 }
 
 TEST(LogDaemon, answersFollowersFromItsLastRecords)
 {
-    std::vector<unsigned char> buffer(logd::usualAnswerSize);
-    logd::LogAnswer answer = {};
+    std::vector<unsigned char> buffer(SWMGR_LOG_ANSWER_USUAL);
+    SwMgrLogAnswer answer = {};
     const auto follow = [&](uint64_t after, int32_t level, size_t size) {
-        const logd::LogFollowRequest wanted = {after, level, 0};
+        const SwMgrLogFollowRequest wanted = {after, level, 0};
         auto length = static_cast<uint32_t>(size);
         const int status = logd::ringAnswer(&wanted, sizeof(wanted), buffer.data(), &length);
         memcpy(&answer, buffer.data(), sizeof(answer));
         EXPECT_LE(length, size);
         return status;
     };
-    ASSERT_EQ(follow(logd::newestOnly, 256, buffer.size()), 0);
+    ASSERT_EQ(follow(SWMGR_LOG_NEWEST_ONLY, 256, buffer.size()), 0);
     const uint64_t base = answer.newest; // none, unless the test is repeated
     for (uint32_t i = 1; i <= 600; ++i) {
-        logd::LogEntry entry = {};
+        SwMgrLogEntry entry = {};
         entry.level = i % 2 == 0 ? 8 : 64;
         entry.textLength = 11;
         logd::ringAppend(entry, "eleven text and more");
     }
-    ASSERT_EQ(follow(logd::newestOnly, 256, buffer.size()), 0);
+    ASSERT_EQ(follow(SWMGR_LOG_NEWEST_ONLY, 256, buffer.size()), 0);
     EXPECT_EQ(answer.newest, base + 600);
     EXPECT_EQ(answer.last, base + 600);
     EXPECT_EQ(answer.count, 0u);
     // 88 records are gone; of the others, two entries fit.
-    ASSERT_EQ(follow(base + 10, 64, sizeof(answer) + 2 * logd::entrySize(11) + 20), 0);
+    ASSERT_EQ(follow(base + 10, 64, sizeof(answer) + 2 * logEntrySize(11) + 20), 0);
     EXPECT_EQ(answer.skipped, 78u);
     EXPECT_EQ(answer.count, 2u);
     EXPECT_EQ(answer.last, base + 90);
     ASSERT_EQ(follow(base + 590, 8, buffer.size()), 0);
     EXPECT_EQ(answer.count, 5u);
     EXPECT_EQ(answer.last, base + 600);
-    logd::LogEntry second = {};
-    const unsigned char *at = buffer.data() + sizeof(answer) + logd::entrySize(11);
+    SwMgrLogEntry second = {};
+    const unsigned char *at = buffer.data() + sizeof(answer) + logEntrySize(11);
     memcpy(&second, at, sizeof(second));
     EXPECT_EQ(second.number, base + 594);
     EXPECT_EQ(memcmp(at + sizeof(second), "eleven text\0\0\0\0\0", 16), 0);

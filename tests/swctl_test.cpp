@@ -4,7 +4,7 @@
 #include "platform/relay.h"
 #include "swmgr/swmgr_client.h"
 
-#include "standins/logd/log_follow.h"
+#include "common/log_entry.h"
 
 #include <atomic>
 #include <cstdlib>
@@ -386,18 +386,18 @@ TEST_F(Swctl, textFromTheDatabaseCannotDriveTheTerminalOrThePicture)
 std::string logEntry(uint64_t number, int32_t level, const std::string &text)
 {
     // Far in the future, so that it counts as later than any change.
-    const logd::LogEntry entry{
+    const SwMgrLogEntry entry{
         number, int64_t{4102444800} * 1000000000,  SWMGR_RELAY_MODULE_ID, level,
         0,      static_cast<uint32_t>(text.size())};
     return padded(std::string(reinterpret_cast<const char *>(&entry), sizeof(entry)) + text,
-                  logd::entrySize(text.size()));
+                  logEntrySize(text.size()));
 }
 
 TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
 {
     EXPECT_EQ(run("log --no-follow").status, 3);
     Module daemon(LOGGING_RELAY_MODULE_ID, [](const Message &, std::string &reply) {
-        const logd::LogAnswer answer{1, 2, 2, 0, 2, 0};
+        const SwMgrLogAnswer answer{1, 2, 2, 0, 2, 0};
         reply.assign(reinterpret_cast<const char *>(&answer), sizeof(answer));
         reply += logEntry(1, SWMGR_LOG_ERROR, "cmd (vconfig) returned (0).\n");
         reply += logEntry(2, SWMGR_LOG_ERROR, "(switch=PSE) This VLAN\x1b exists \n");
@@ -405,9 +405,9 @@ TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
     });
     const Result log = run("log --no-follow --level error --lines 1");
     EXPECT_EQ(log.status, 0) << log.err;
-    EXPECT_HAS(log.out, "error   (switch=PSE) This VLAN\\x1b exists\n");
+    EXPECT_HAS(log.out, "error    (switch=PSE) This VLAN\\x1b exists\n");
     EXPECT_LACKS(log.out, "vconfig");
-    logd::LogFollowRequest request{};
+    SwMgrLogFollowRequest request{};
     memcpy(&request, daemon.taken().at(0).data.data(), sizeof(request));
     EXPECT_EQ(request.level, SWMGR_LOG_ERROR);
 

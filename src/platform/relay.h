@@ -11,13 +11,13 @@ extern "C" {
 
 typedef struct RelayCtx RelayCtx; // opaque registration handle
 
-// Little-endian. Only `sender` and `request` have a meaning for a receiver.
+// Little-endian. The service reads `sender` and `request` alone.
 typedef struct RelayMsgHdr {
-    uint32_t reserved0;
-    uint32_t sender; // module id of the sender
-    uint32_t reserved2;
-    uint32_t reserved3;
-    uint32_t request; // non-zero: a request; zero: a reply
+    uint32_t reserved0; // the messaging's own; 0 with the stand-in
+    uint32_t sender;    // module id of the sender; 0 for one without registration
+    uint32_t reserved2; // the messaging's own; 0 with the stand-in
+    uint32_t reserved3; // with the stand-in: messages of this sender lost since its last one
+    uint32_t request;   // non-zero: a request; zero: a reply
 } RelayMsgHdr;
 
 // Called by relayListen for each message. `replyLen` holds the length of

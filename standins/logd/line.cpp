@@ -1,41 +1,15 @@
 // Formatting of records. Called for each record that is printed.
 #include "standins/logd/line.h"
 
-#include "swmgr/swmgr_client.h"
+#include "common/clock.h"
+#include "common/log_rank.h"
 
 #include <cstdio>
-#include <cstring>
 #include <ctime>
 
 namespace logd {
 
 namespace {
-
-struct Name {
-    int32_t value;
-    const char *text;
-};
-
-constexpr Name levels[] = {
-    {SWMGR_LOG_ERROR, "error"},
-    {SWMGR_LOG_INFO, "info"},
-    {SWMGR_LOG_NOTICE, "notice"},
-    {SWMGR_LOG_DEVDEBUG, "debug"},
-};
-
-constexpr Name modules[] = {
-    {SWMGR_RELAY_MODULE_ID, "swmgr"},
-    {LOGGING_RELAY_MODULE_ID, "swlogd"},
-};
-
-template <size_t Count>
-const char *nameOf(const Name (&names)[Count], int32_t value)
-{
-    for (const Name &name : names)
-        if (name.value == value)
-            return name.text;
-    return nullptr;
-}
 
 // The name, or the number in `digits`.
 const char *nameOrNumber(const char *name, long long value, char (&digits)[16])
@@ -46,61 +20,41 @@ const char *nameOrNumber(const char *name, long long value, char (&digits)[16])
     return digits;
 }
 
-size_t formatHead(const LogEntry &entry, char (&line)[maxLine])
+const char *moduleName(uint32_t module)
 {
-    constexpr int64_t second = 1000000000;
-    const time_t seconds = static_cast<time_t>(entry.time / second);
+    return module == SWMGR_RELAY_MODULE_ID     ? "swmgr"
+           : module == LOGGING_RELAY_MODULE_ID ? "swlogd"
+                                               : nullptr;
+}
+
+size_t formatHead(const SwMgrLogEntry &entry, int32_t rank, char (&line)[maxLine])
+{
+    const time_t seconds = static_cast<time_t>(entry.time / nanosecondsPerSecond);
     struct tm local = {};
     localtime_r(&seconds, &local);
     char stamp[32];
     if (strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local) == 0)
         stamp[0] = '\0';
-    char level[16];
-    char module[16];
-    const int length = snprintf(
-        line, sizeof(line), "%s.%03d %-6s %-6s ", stamp,
-        static_cast<int>(entry.time % second / 1000000),
-        nameOrNumber(levelName(entry.level), entry.level, level),
-        nameOrNumber(nameOf(modules, static_cast<int32_t>(entry.module)), entry.module, module));
+    char rankDigits[16];
+    char moduleDigits[16];
+    const int length =
+        snprintf(line, sizeof(line), "%s.%03d %-7s %-6s ", stamp,
+                 static_cast<int>(entry.time % nanosecondsPerSecond / nanosecondsPerMillisecond),
+                 nameOrNumber(logRankName(rank), rank, rankDigits),
+                 nameOrNumber(moduleName(entry.module), entry.module, moduleDigits));
     return length > 0 ? static_cast<size_t>(length) : 0;
 }
 
 } // namespace
 
-const char *levelName(int32_t level)
+size_t formatLine(const SwMgrLogEntry &entry, const char *text, char (&line)[maxLine])
 {
-    return nameOf(levels, level);
-}
-
-bool levelByName(const char *name, int32_t &level)
-{
-    for (const Name &known : levels) {
-        if (strcmp(known.text, name) == 0) {
-            level = known.value;
-            return true;
-        }
-    }
-    return false;
-}
-
-size_t formatLine(const LogEntry &entry, const char *text, char (&line)[maxLine])
-{
-    constexpr char digits[] = "0123456789abcdef";
-    size_t length = formatHead(entry, line);
-    size_t textLength = entry.textLength < maxText ? entry.textLength : maxText;
+    size_t textLength =
+        entry.textLength < SWMGR_LOG_TEXT_SIZE ? entry.textLength : size_t{SWMGR_LOG_TEXT_SIZE};
+    size_t length = formatHead(entry, logRank(entry.level, text, textLength), line);
     while (textLength > 0 && text[textLength - 1] == '\n')
         --textLength;
-    for (size_t i = 0; i < textLength; ++i) {
-        const auto byte = static_cast<unsigned char>(text[i]);
-        if (byte >= ' ' && byte < 0x7f) {
-            line[length++] = text[i];
-            continue;
-        }
-        line[length++] = '\\';
-        line[length++] = 'x';
-        line[length++] = digits[byte >> 4];
-        line[length++] = digits[byte & 15];
-    }
+    length += printableCopy(line + length, text, textLength);
     line[length++] = '\n';
     line[length] = '\0';
     return length;

@@ -1,54 +1,55 @@
 // swlogd, the logging module: receives log records as relay module 20, prints
 // or appends them, and keeps the last ones for those who follow the log.
-#include "common/descriptor.h"
+#include "common/clock.h"
+#include "common/exit_status.h"
+#include "common/log_rank.h"
+#include "common/signals.h"
 #include "platform/relay.h"
+#include "standins/logd/failures.h"
 #include "standins/logd/line.h"
+#include "standins/logd/output.h"
 #include "standins/logd/ring.h"
-#include "swmgr/swmgr_client.h"
 
 #include <cerrno>
 #include <climits>
-#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
-#include <ctime>
-#include <fcntl.h>
 #include <getopt.h>
 
 namespace {
 
 constexpr int listenPeriod = 1000000; // us
-
-enum ExitStatus {
-    EXIT_STOPPED = 0, // ended by a signal that asks for it
-    EXIT_FAILED = 1,  // could not start
-    EXIT_USAGE = 2
-};
+constexpr int64_t usualSize = 4 * 1024 * 1024;
 
 struct Options {
-    const char *output = nullptr; // file to append to, null: standard output
-    int32_t level = INT32_MAX;    // records above it are not written
+    const char *output = nullptr;   // file to append to, null: standard output
+    int32_t rank = LOG_RANK_NOTICE; // records above it are not written
+    int64_t maxSize = usualSize;    // bytes of the file, 0: no bound
 };
 
 // Written by the signal handler.
 volatile sig_atomic_t stopRequested = 0;
 volatile sig_atomic_t reopenRequested = 0;
 
-// Where lines go. Set at the start and when the file is opened again.
-constinit Options options = {};
-constinit int outputFd = STDOUT_FILENO;
-constinit bool outputFailed = false; // said once, until a line can be written again
+constinit Options options = {}; // written from the arguments
 
 constexpr char usage[] =
-    "Usage: swlogd [--output FILE] [--level LEVEL]\n"
+    "Usage: swlogd [--output FILE] [--max-size BYTES] [--level LEVEL]\n"
     "Receives log records from the device's services and writes one line for each.\n"
     "\n"
-    "  -o, --output FILE   append to FILE instead of writing to standard output;\n"
-    "                      SIGHUP opens it anew, for the rotation of logs\n"
-    "  -l, --level LEVEL   leave out records above LEVEL: error, info, notice, debug\n"
-    "  -h, --help          show this text\n"
-    "  -V, --version       show the version\n"
+    "  -o, --output FILE     append to FILE instead of writing to standard output;\n"
+    "                        SIGHUP opens it anew, for the rotation of logs\n"
+    "  -m, --max-size BYTES  keep FILE as FILE.1 and begin a new one when it would\n"
+    "                        grow over BYTES; K or M may follow (default 4M, 0: no\n"
+    "                        bound)\n"
+    "  -l, --level LEVEL     leave out what is less urgent than LEVEL: error,\n"
+    "                        warning, info, notice, tool, debug (default notice)\n"
+    "  -h, --help            show this text\n"
+    "  -V, --version         show the version\n"
     "\n"
+    "A command line that the switch manager ran is a warning when it failed, and\n"
+    "\"tool\" when it did its work or had no interface to remove.\n"
     "RELAY_DIR names the directory of the messaging sockets (default /run/relay).\n"
     "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage.\n";
 
@@ -62,55 +63,22 @@ void onSignal(int number)
 
 void installSignals()
 {
-    struct sigaction action = {};
-    action.sa_handler = onSignal; // without SA_RESTART: the wait for records ends
-    sigaction(SIGTERM, &action, nullptr);
-    sigaction(SIGINT, &action, nullptr);
-    sigaction(SIGHUP, &action, nullptr);
+    signalHandle(SIGTERM, onSignal);
+    signalHandle(SIGINT, onSignal);
+    signalHandle(SIGHUP, onSignal);
+    signalsReset();
 }
 
-int openOutput()
-{
-    if (options.output == nullptr)
-        return 0;
-    const int fd = open(options.output, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
-    if (fd < 0) {
-        fprintf(stderr, "swlogd: cannot open %s: %s\n", options.output, strerror(errno));
-        return -1;
-    }
-    if (outputFd != STDOUT_FILENO)
-        close(outputFd);
-    outputFd = fd;
-    return 0;
-}
-
-void writeLine(const char *line, size_t length)
-{
-    const ssize_t written = write(outputFd, line, length);
-    if (written < 0 && !outputFailed) {
-        fprintf(stderr, "swlogd: cannot write the log: %s; records are lost until it works again\n",
-                strerror(errno));
-    }
-    outputFailed = written < 0;
-}
-
-int64_t currentTime()
-{
-    struct timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
-void writeEntry(const logd::LogEntry &entry, const char *text)
+void writeEntry(const SwMgrLogEntry &entry, const char *text)
 {
     char line[logd::maxLine];
-    if (entry.level <= options.level)
-        writeLine(line, logd::formatLine(entry, text, line));
+    if (logRank(entry.level, text, entry.textLength) <= options.rank)
+        logd::outputWrite(line, logd::formatLine(entry, text, line));
 }
 
-void writeDropped(const logd::LogEntry &entry)
+void writeDropped(const SwMgrLogEntry &entry)
 {
-    logd::LogEntry notice = entry;
+    SwMgrLogEntry notice = entry;
     notice.module = LOGGING_RELAY_MODULE_ID;
     notice.level = SWMGR_LOG_ERROR;
     char text[64];
@@ -128,17 +96,19 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
     if (data == nullptr || length != static_cast<int>(sizeof(record)) || text == nullptr)
         return -EINVAL;
     memcpy(&record, data, sizeof(record));
-    logd::LogEntry entry = {};
-    entry.time = currentTime();
+    SwMgrLogEntry entry = {};
+    entry.time = nanosecondsNow(CLOCK_REALTIME);
     entry.module = record.moduleId;
     entry.level = record.level;
     entry.dropped = header.reserved3;
-    const size_t bound = textLength < logd::maxText ? textLength : logd::maxText;
+    const size_t bound =
+        textLength < SWMGR_LOG_TEXT_SIZE ? textLength : uint32_t{SWMGR_LOG_TEXT_SIZE};
     entry.textLength = static_cast<uint32_t>(strnlen(text, bound));
     if (entry.dropped != 0)
         writeDropped(entry);
     writeEntry(entry, text);
-    logd::ringAppend(entry, text);
+    entry.number = logd::ringAppend(entry, text);
+    logd::failureNote(entry, text);
     return 0;
 }
 
@@ -147,32 +117,58 @@ int onMessage(void * /*arg*/, RelayMsgHdr *header, int type, void *data, int len
 {
     if (header->request == 0)
         return 0;
-    if (type == LOGGING_MSG_LOG)
+    switch (type) {
+    case LOGGING_MSG_LOG:
         return takeRecord(*header, data, length, static_cast<const char *>(reply), *replyLength);
-    return type == logd::LOG_FOLLOW ? logd::ringAnswer(data, length, reply, replyLength) : -EINVAL;
+    case LOGGING_MSG_FOLLOW:
+        return logd::ringAnswer(data, length, reply, replyLength);
+    case LOGGING_MSG_TOOLS:
+        return logd::failuresAnswer(data, length, reply, replyLength);
+    default:
+        return -EINVAL;
+    }
+}
+
+// Bytes, with K or M behind for kibi- and mebibytes.
+bool sizeRead(const char *text, int64_t &size)
+{
+    char *end = nullptr;
+    errno = 0;
+    const long number = strtol(text, &end, 10);
+    const int64_t unit = *end == 'K' ? 1024 : *end == 'M' ? 1024 * 1024 : 1;
+    if (end == text || errno != 0 || number < 0 || number > INT_MAX ||
+        end[unit == 1 ? 0 : 1] != '\0')
+        return false;
+    size = number * unit;
+    return true;
+}
+
+int misused(const char *what, const char *text, const char *advice)
+{
+    fprintf(stderr, "swlogd: no %s '%s': use %s\n", what, text, advice);
+    return EXIT_USAGE;
 }
 
 // Returns -1 to go on, an exit status otherwise.
 int readArguments(int argc, char **argv)
 {
     static const struct option known[] = {
-        {"output", required_argument, nullptr, 'o'},
-        {"level", required_argument, nullptr, 'l'},
-        {"help", no_argument, nullptr, 'h'},
-        {"version", no_argument, nullptr, 'V'},
-        {nullptr, 0, nullptr, 0},
+        {"output", required_argument, nullptr, 'o'}, {"max-size", required_argument, nullptr, 'm'},
+        {"level", required_argument, nullptr, 'l'},  {"help", no_argument, nullptr, 'h'},
+        {"version", no_argument, nullptr, 'V'},      {nullptr, 0, nullptr, 0},
     };
-    for (int option = 0; (option = getopt_long(argc, argv, "o:l:hV", known, nullptr)) != -1;) {
+    for (int option = 0; (option = getopt_long(argc, argv, "o:m:l:hV", known, nullptr)) != -1;) {
         switch (option) {
         case 'o':
             options.output = optarg;
             break;
+        case 'm':
+            if (!sizeRead(optarg, options.maxSize))
+                return misused("size", optarg, "a number, or one with K or M behind");
+            break;
         case 'l':
-            if (!logd::levelByName(optarg, options.level)) {
-                fprintf(stderr, "swlogd: no level '%s': use error, info, notice or debug\n",
-                        optarg);
-                return EXIT_USAGE;
-            }
+            if (!logRankByName(optarg, options.rank))
+                return misused("level", optarg, logRankList);
             break;
         case 'h':
             fputs(usage, stdout);
@@ -200,7 +196,7 @@ int main(int argc, char **argv)
     if (status >= 0)
         return status;
     installSignals();
-    if (openOutput() != 0)
+    if (!logd::outputOpen(options.output, options.maxSize))
         return EXIT_FAILED;
     relayInit();
     RelayCtx *ctx = relayRegister(LOGGING_RELAY_MODULE_ID, /*mode=*/2, onMessage, nullptr);
@@ -212,7 +208,7 @@ int main(int argc, char **argv)
         relayListen(ctx, listenPeriod);
         if (reopenRequested != 0) {
             reopenRequested = 0;
-            static_cast<void>(openOutput());
+            logd::outputReopen();
         }
     }
     relayUnRegister(ctx);

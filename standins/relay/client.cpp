@@ -2,6 +2,7 @@
 // and returns the handler's result. Mode 2 keeps one connection for each
 // destination and never waits: what cannot be sent at once is dropped and
 // counted, and the next message that gets through carries the count.
+#include "common/clock.h"
 #include "common/descriptor.h"
 #include "standins/relay/endpoint.h"
 #include "standins/relay/exported.h"
@@ -11,7 +12,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <poll.h>
 #include <pthread.h>
 #include <sys/socket.h>
@@ -55,13 +55,6 @@ struct Outgoing {
     void *data;   // header.dataLength bytes
     void *buffer; // header.bufferLength bytes
 };
-
-int64_t milliseconds(clockid_t clock)
-{
-    struct timespec now = {};
-    clock_gettime(clock, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_nsec / 1000000;
-}
 
 int sendOutgoing(int fd, Outgoing &outgoing, int flags)
 {
@@ -125,7 +118,7 @@ void disconnect(Destination &destination)
 // post to an absent receiver at a look at the clock.
 int reconnect(Destination &destination)
 {
-    const int64_t now = milliseconds(CLOCK_MONOTONIC_COARSE);
+    const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
     if (now < destination.retryAt)
         return -EAGAIN;
     Descriptor connection;
@@ -201,7 +194,7 @@ int limitWait(int fd, int64_t timeout)
 int waitReadable(int fd, int64_t deadline)
 {
     for (;;) {
-        const int64_t left = deadline - milliseconds(CLOCK_MONOTONIC);
+        const int64_t left = deadline - millisecondsNow(CLOCK_MONOTONIC);
         struct pollfd ready = {fd, POLLIN, 0};
         const int count = left > 0 ? poll(&ready, 1, static_cast<int>(left)) : 0;
         if (count > 0)
@@ -258,7 +251,7 @@ Answer receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, 
 Answer requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
 {
     const int64_t timeout = answerTimeout();
-    const int64_t deadline = milliseconds(CLOCK_MONOTONIC) + timeout;
+    const int64_t deadline = millisecondsNow(CLOCK_MONOTONIC) + timeout;
     Descriptor connection(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     if (!connection.valid())
         return unanswered(-errno);

@@ -60,6 +60,15 @@ int lockPath(int moduleId, char *path, size_t size)
     return length > 0 && static_cast<size_t>(length) < size ? 0 : -ENAMETOOLONG;
 }
 
+// Whether the file that a descriptor was opened on still has this name.
+bool isAt(int fd, const char *path)
+{
+    struct stat held = {};
+    struct stat found = {};
+    return fstat(fd, &held) == 0 && lstat(path, &found) == 0 && held.st_ino == found.st_ino &&
+           held.st_dev == found.st_dev;
+}
+
 // A service that ends removes its lock file, so the file that was locked may no
 // longer be the one that others find; then the next attempt takes the new one.
 int takeLock(int moduleId, Descriptor &lock)
@@ -73,10 +82,7 @@ int takeLock(int moduleId, Descriptor &lock)
             return -errno;
         if (flock(lock.get(), LOCK_EX | LOCK_NB) != 0)
             return errno == EWOULDBLOCK ? -EADDRINUSE : -errno;
-        struct stat held = {};
-        struct stat found = {};
-        if (fstat(lock.get(), &held) == 0 && lstat(path, &found) == 0 &&
-            held.st_ino == found.st_ino && held.st_dev == found.st_dev)
+        if (isAt(lock.get(), path))
             return 0;
     }
     return -EADDRINUSE;
@@ -133,15 +139,28 @@ int endpointOpen(int moduleId, Endpoint &endpoint)
     return 0;
 }
 
+bool endpointIsPresent(int moduleId, int lock)
+{
+    struct sockaddr_un address = {};
+    char path[sizeof(address.sun_path)];
+    struct stat about = {};
+    return endpointAddress(moduleId, address) == 0 && lockPath(moduleId, path, sizeof(path)) == 0 &&
+           isAt(lock, path) && lstat(address.sun_path, &about) == 0 && S_ISSOCK(about.st_mode);
+}
+
+// Where the lock is no longer ours the directory was replaced, and what lies there
+// belongs to whoever serves the module now.
 void endpointClose(int moduleId, Endpoint &endpoint)
 {
     struct sockaddr_un address = {};
-    if (endpoint.listener.valid() && endpointAddress(moduleId, address) == 0)
-        unlink(address.sun_path);
-    endpoint.listener.reset();
     char path[sizeof(address.sun_path)];
-    if (endpoint.lock.valid() && lockPath(moduleId, path, sizeof(path)) == 0)
+    if (endpoint.lock.valid() && lockPath(moduleId, path, sizeof(path)) == 0 &&
+        isAt(endpoint.lock.get(), path)) {
+        if (endpoint.listener.valid() && endpointAddress(moduleId, address) == 0)
+            unlink(address.sun_path);
         unlink(path);
+    }
+    endpoint.listener.reset();
     endpoint.lock.reset();
 }
 

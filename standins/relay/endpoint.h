@@ -23,6 +23,10 @@ struct Endpoint {
 // what is wrong, since the caller of relayRegister only learns that it failed.
 [[nodiscard]] int endpointOpen(int moduleId, Endpoint &endpoint);
 
+// Whether the module's lock and a socket are still where clients look for them;
+// `lock` is the descriptor that holds the module.
+[[nodiscard]] bool endpointIsPresent(int moduleId, int lock);
+
 // Removes the socket and gives up the module.
 void endpointClose(int moduleId, Endpoint &endpoint);
 

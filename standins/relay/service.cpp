@@ -1,6 +1,7 @@
 // The serving side: registration of a module and the loop that hands messages
 // to its handler. One thread, no waiting on any peer: every socket is
 // non-blocking, and a peer that does not take its answer is disconnected.
+#include "common/clock.h"
 #include "standins/relay/endpoint.h"
 #include "standins/relay/exported.h"
 #include "standins/relay/frame.h"
@@ -8,8 +9,9 @@
 #include "standins/relay/sender.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <cstdlib>
-#include <ctime>
+#include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
 
@@ -17,9 +19,10 @@ namespace {
 
 constexpr uint32_t maxConnections = 64;
 constexpr int acceptsPerRound = 16;
-constexpr int roundsPerListen = 64; // a flood may not keep the host from its stop flag
-constexpr int messagesPerTurn = 32; // of one connection, while its turn lasts
-constexpr int64_t turn = 1000000;   // ns; a message that takes longer ends the turn
+constexpr int roundsPerListen = 64;  // a flood may not keep the host from its stop flag
+constexpr int messagesPerTurn = 32;  // of one connection, while its turn lasts
+constexpr int64_t turn = 1000000;    // ns; a message that takes longer ends the turn
+constexpr int64_t lookPeriod = 1000; // ms between looks whether the socket is still there
 
 struct Connection {
     int fd;          // -1: closed in this round
@@ -34,6 +37,8 @@ struct RelayCtx {
     void *arg;                // for the handler
     int lock;                 // held for as long as the module is registered
     int listener;             // accepts connections
+    int reserve;              // given up for a moment when no descriptor is left; -1: none
+    int64_t lookAt;           // ms: when to look next whether the socket is still there
     bool listening;           // inside relayListen
     uint64_t round;           // counts rounds of serving
     uint32_t connectionCount; // entries in use, without gaps between rounds
@@ -102,24 +107,17 @@ Outcome serveMessage(RelayCtx &ctx, int fd)
     return deliver(ctx, fd, frame) ? Outcome::served : Outcome::close;
 }
 
-int64_t nanoseconds()
-{
-    struct timespec now = {};
-    clock_gettime(CLOCK_MONOTONIC, &now);
-    return static_cast<int64_t>(now.tv_sec) * 1000000000 + now.tv_nsec;
-}
-
 // Takes the messages of one connection while its turn lasts. False: the
 // connection is to be closed.
 bool serveConnection(RelayCtx &ctx, int fd, int &served)
 {
-    const int64_t end = nanoseconds() + turn;
+    const int64_t end = nanosecondsNow(CLOCK_MONOTONIC) + turn;
     for (int i = 0; i < messagesPerTurn; ++i) {
         const Outcome outcome = serveMessage(ctx, fd);
         if (outcome != Outcome::served)
             return outcome == Outcome::nothingLeft;
         ++served;
-        if (nanoseconds() >= end)
+        if (nanosecondsNow(CLOCK_MONOTONIC) >= end)
             break;
     }
     return true;
@@ -162,6 +160,21 @@ void refuse(int fd)
     static_cast<void>(sendAnswer(fd, relay::FrameHeader{}, -EACCES, nullptr, 0));
 }
 
+int reserveOpen()
+{
+    return open("/dev/null", O_RDONLY | O_CLOEXEC);
+}
+
+// Without a descriptor the waiting peers would stay in the queue and wake the
+// loop for ever: each is taken with the one kept in reserve and sent away.
+void turnAway(RelayCtx &ctx)
+{
+    close(ctx.reserve);
+    const Descriptor peer(accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+    if (peer.valid())
+        static_cast<void>(sendAnswer(peer.get(), relay::FrameHeader{}, -EMFILE, nullptr, 0));
+}
+
 void acceptPending(RelayCtx &ctx)
 {
     for (int i = 0; i < acceptsPerRound; ++i) {
@@ -171,7 +184,12 @@ void acceptPending(RelayCtx &ctx)
         entry->fd = accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         entry->served = ctx.round;
         if (entry->fd < 0) {
+            const bool noDescriptor = errno == EMFILE || errno == ENFILE;
             dropClosed(ctx);
+            if (noDescriptor && ctx.reserve >= 0) {
+                turnAway(ctx);
+                ctx.reserve = reserveOpen();
+            }
             return;
         }
         if (!relay::peerAdmitted(entry->fd)) {
@@ -209,6 +227,25 @@ int serveRound(RelayCtx &ctx, const struct timespec *wait, int &served)
     return count;
 }
 
+// A directory that was emptied or replaced gets a socket again, unless another
+// process serves the module there.
+void lookForSocket(RelayCtx &ctx)
+{
+    const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
+    if (now < ctx.lookAt)
+        return;
+    ctx.lookAt = now + lookPeriod;
+    relay::Endpoint fresh;
+    if (relay::endpointIsPresent(ctx.moduleId, ctx.lock) ||
+        relay::endpointOpen(ctx.moduleId, fresh) != 0)
+        return;
+    fprintf(stderr, "librelay: module %d: its socket was gone and is there again\n", ctx.moduleId);
+    close(ctx.lock);
+    close(ctx.listener);
+    ctx.lock = fresh.lock.release();
+    ctx.listener = fresh.listener.release();
+}
+
 struct timespec fromMicroseconds(int microseconds)
 {
     constexpr int perSecond = 1000000;
@@ -237,6 +274,8 @@ RelayCtx *relayRegister(int moduleId, int /*mode*/, RelayHandler handler, void *
     ctx->arg = arg;
     ctx->lock = endpoint.lock.release();
     ctx->listener = endpoint.listener.release();
+    ctx->reserve = reserveOpen();
+    ctx->lookAt = millisecondsNow(CLOCK_MONOTONIC_COARSE) + lookPeriod;
     return ctx;
 }
 
@@ -247,6 +286,7 @@ int relayListen(RelayCtx *ctx, int timeout)
     if (ctx->listening)
         return -EBUSY; // called from the handler
     ctx->listening = true;
+    lookForSocket(*ctx);
     const struct timespec period = fromMicroseconds(timeout);
     int served = 0;
     int status = serveRound(*ctx, timeout < 0 ? nullptr : &period, served);
@@ -263,6 +303,8 @@ int relayUnRegister(RelayCtx *ctx)
         return -EINVAL;
     for (uint32_t i = 0; i < ctx->connectionCount; ++i)
         closeConnection(ctx->connections[i]);
+    if (ctx->reserve >= 0)
+        close(ctx->reserve);
     relay::Endpoint endpoint{Descriptor(ctx->lock), Descriptor(ctx->listener)};
     relay::endpointClose(ctx->moduleId, endpoint);
     free(ctx);

@@ -1,6 +1,7 @@
 // Command lines. A plain line is split at blanks and run directly, which costs
 // less than half of what a shell costs; anything with a meaning to a shell goes
 // to the shell. A command that takes too long is ended with all it has started.
+#include "common/clock.h"
 #include "common/descriptor.h"
 #include "standins/sal/exported.h"
 
@@ -8,7 +9,6 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fcntl.h>
 #include <poll.h>
 #include <spawn.h>
@@ -126,13 +126,6 @@ long timeoutSeconds()
     return seconds > 0 && seconds <= maxTimeout ? seconds : defaultTimeout;
 }
 
-int64_t now()
-{
-    struct timespec time = {};
-    clock_gettime(CLOCK_MONOTONIC, &time);
-    return static_cast<int64_t>(time.tv_sec) * 1000 + time.tv_nsec / 1000000;
-}
-
 bool hasEnded(pid_t pid)
 {
     siginfo_t info = {};
@@ -145,10 +138,10 @@ bool hasEnded(pid_t pid)
 // then short naps that grow have to do.
 bool waitForEnd(pid_t pid, int handle, int64_t milliseconds)
 {
-    const int64_t deadline = now() + milliseconds;
+    const int64_t deadline = millisecondsNow(CLOCK_MONOTONIC) + milliseconds;
     int nap = 1;
     for (;;) {
-        const int64_t left = deadline - now();
+        const int64_t left = deadline - millisecondsNow(CLOCK_MONOTONIC);
         if (left <= 0)
             return hasEnded(pid);
         if (handle >= 0) {

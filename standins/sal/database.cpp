@@ -24,6 +24,29 @@ int pauseBefore(int timesBusy)
     return pause < left ? pause : left;
 }
 
+// What one query may bring. A view can be endless, and the service that reads it
+// has a gateway's memory.
+constexpr sqlite3_int64 mostMemory = 64 * 1024 * 1024; // bytes
+constexpr int mostValue = 1024 * 1024;                 // bytes of one value
+constexpr int stepsPerLook = 10000;                    // of SQLite's machine
+constexpr int mostLooks = 100000;                      // 10^9 steps: some ten seconds
+
+struct Bound {
+    sqlite3_int64 memoryBefore; // bytes
+    int looks;
+    const char *reached; // what the query had too much of; null: nothing
+};
+
+int boundLook(void *argument)
+{
+    auto &bound = *static_cast<Bound *>(argument);
+    if (sqlite3_memory_used() - bound.memoryBefore > mostMemory)
+        bound.reached = "brings more than 64 MiB";
+    else if (++bound.looks > mostLooks)
+        bound.reached = "comes to no end";
+    return bound.reached != nullptr;
+}
+
 } // namespace
 
 char **sqlite3QueryResGet(sqlite3 *db, void * /*reserved*/, const char *sql, int *columnCount,
@@ -32,9 +55,14 @@ char **sqlite3QueryResGet(sqlite3 *db, void * /*reserved*/, const char *sql, int
     char **table = nullptr;
     if (db == nullptr || sql == nullptr)
         return nullptr;
-    if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK)
-        return nullptr;
-    return table;
+    Bound bound = {sqlite3_memory_used(), 0, nullptr};
+    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, mostValue);
+    sqlite3_progress_handler(db, stepsPerLook, boundLook, &bound);
+    const int result = sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr);
+    sqlite3_progress_handler(db, 0, nullptr, nullptr);
+    if (bound.reached != nullptr)
+        fprintf(stderr, "libsal: a query %s and was ended: %s\n", bound.reached, sql);
+    return result == SQLITE_OK ? table : nullptr;
 }
 
 int sqliteBusyHandler(void * /*arg*/, int timesBusy)

@@ -1,9 +1,33 @@
 // Files by stdio. Streams are closed in the tools that salCmdExec runs.
+#include "common/printable.h"
 #include "standins/sal/exported.h"
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstring>
 #include <unistd.h>
+
+namespace {
+
+// Standard error is where people read: names from requests and rows stand in what
+// goes there. The text's own last line end stays.
+int printToTerminal(const char *format, va_list arguments)
+{
+    char text[2048];
+    const int length = vsnprintf(text, sizeof(text), format, arguments);
+    if (length <= 0)
+        return length;
+    size_t shown = strlen(text);
+    const bool ended = text[shown - 1] == '\n';
+    shown -= ended ? 1 : 0;
+    char safe[printableWidest * sizeof(text)];
+    size_t size = printableCopy(safe, text, shown);
+    if (ended)
+        safe[size++] = '\n';
+    return fwrite(safe, 1, size, stderr) == size ? length : -EIO;
+}
+
+} // namespace
 
 FILE *salFileOpen(const char *path, const char *mode)
 {
@@ -26,7 +50,8 @@ int salFilePrintf(FILE *stream, const char *format, ...)
         return -EINVAL;
     va_list arguments;
     va_start(arguments, format);
-    const int written = vfprintf(stream, format, arguments);
+    const int written =
+        stream == stderr ? printToTerminal(format, arguments) : vfprintf(stream, format, arguments);
     va_end(arguments);
     return written;
 }

@@ -1,0 +1,104 @@
+// How urgent a log record is for a person. The service logs every command line
+// that it runs at error level, whatever came of it; here the line counts as what
+// it says.
+#pragma once
+
+#include "swmgr/swmgr_client.h"
+
+#include <cstdint>
+#include <cstring>
+
+// Ranks are levels, with two more between them. Lower is more urgent.
+enum LogRank : int32_t {
+    LOG_RANK_ERROR = SWMGR_LOG_ERROR,
+    LOG_RANK_WARNING = 16, // a tool that failed
+    LOG_RANK_INFO = SWMGR_LOG_INFO,
+    LOG_RANK_NOTICE = SWMGR_LOG_NOTICE,
+    LOG_RANK_TOOL = 192, // a tool that did its work, or had nothing to remove
+    LOG_RANK_DEBUG = SWMGR_LOG_DEVDEBUG
+};
+
+struct LogRankName {
+    int32_t rank;
+    const char *name;
+};
+
+// By urgency.
+constexpr LogRankName logRankNames[] = {
+    {LOG_RANK_ERROR, "error"},   {LOG_RANK_WARNING, "warning"}, {LOG_RANK_INFO, "info"},
+    {LOG_RANK_NOTICE, "notice"}, {LOG_RANK_TOOL, "tool"},       {LOG_RANK_DEBUG, "debug"},
+};
+constexpr const char *logRankList = "error, warning, info, notice, tool, debug";
+
+// The name of a rank; null for one without.
+inline const char *logRankName(int32_t rank)
+{
+    for (const LogRankName &known : logRankNames)
+        if (known.rank == rank)
+            return known.name;
+    return nullptr;
+}
+
+// The rank of a name; false: there is none.
+inline bool logRankByName(const char *name, int32_t &rank)
+{
+    for (const LogRankName &known : logRankNames) {
+        if (strcmp(known.name, name) == 0) {
+            rank = known.rank;
+            return true;
+        }
+    }
+    return false;
+}
+
+// The line "cmd (LINE) returned (STATUS)." of a command line that was run.
+struct ToolLine {
+    const char *line; // within the text
+    size_t length;
+    int status;
+};
+
+// False for a text of another shape, which may lack a terminator.
+inline bool toolLineRead(const char *text, size_t length, ToolLine &tool)
+{
+    constexpr char head[] = "cmd (";
+    constexpr char tail[] = ") returned (";
+    constexpr size_t headLength = sizeof(head) - 1;
+    constexpr size_t tailLength = sizeof(tail) - 1;
+    if (length < headLength || memcmp(text, head, headLength) != 0)
+        return false;
+    for (size_t at = length - headLength; at-- > 0;) {
+        const char *found = text + headLength + at;
+        const size_t left = length - headLength - at;
+        if (left <= tailLength || memcmp(found, tail, tailLength) != 0)
+            continue;
+        tool.line = text + headLength;
+        tool.length = at;
+        tool.status = 0;
+        const bool negative = found[tailLength] == '-';
+        for (size_t i = tailLength + (negative ? 1 : 0);
+             i < left && found[i] >= '0' && found[i] <= '9' && tool.status < 100000; ++i)
+            tool.status = tool.status * 10 + (found[i] - '0');
+        if (negative)
+            tool.status = -tool.status;
+        return true;
+    }
+    return false;
+}
+
+// The removal of a sub-interface comes before each addition: that there is none
+// is the usual case.
+inline bool toolRemovesInterface(const ToolLine &tool)
+{
+    constexpr char removal[] = "vconfig rem ";
+    return tool.length >= sizeof(removal) - 1 &&
+           memcmp(tool.line, removal, sizeof(removal) - 1) == 0;
+}
+
+inline int32_t logRank(int32_t level, const char *text, size_t length)
+{
+    ToolLine tool;
+    if (level != SWMGR_LOG_ERROR || !toolLineRead(text, length, tool))
+        return level;
+    return tool.status == 0 || toolRemovesInterface(tool) ? LOG_RANK_TOOL : LOG_RANK_WARNING;
+}

@@ -1,0 +1,61 @@
+// Which entry of which table a command line of the service is about, so that a
+// later line about the same entry can be told from any other.
+#pragma once
+
+#include "common/log_rank.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+struct ToolEntry {
+    char key[96];   // tool and entry, as "vlan_table_func 10"; cut where it is too long
+    int32_t vlanId; // of an entry that belongs to a VLAN; 0: none
+
+    [[nodiscard]] bool sameAs(const ToolEntry &other) const { return strcmp(key, other.key) == 0; }
+};
+
+// The tools whose lines name a VLAN, and where.
+struct VlanTool {
+    const char *tool;
+    const char *operation; // null: any
+    int place; // of the VLAN id among the words, the tool being 0; negative: from the end
+};
+constexpr VlanTool vlanTools[] = {
+    {"vlan_table_func", "edit", 6},
+    {"arl_table_func", "add", 3},
+    {"arl_table_func", "del", -1}, // the address may be missing
+};
+constexpr int toolWords = 16;
+
+// Reads what a command line is about. A VLAN's entry is one thing whatever is
+// done with it; of other tools the words but the last one are, since the last is
+// mostly the value that is set.
+inline void toolEntryRead(const ToolLine &tool, ToolEntry &entry)
+{
+    char line[512];
+    const size_t length = tool.length < sizeof(line) - 1 ? tool.length : sizeof(line) - 1;
+    memcpy(line, tool.line, length);
+    line[length] = '\0';
+    entry.vlanId = 0;
+    char whole[sizeof(line)];
+    memcpy(whole, line, length + 1);
+
+    const char *words[toolWords] = {};
+    int count = 0;
+    char *rest = nullptr;
+    for (char *word = strtok_r(line, " ", &rest); word != nullptr && count < toolWords;
+         word = strtok_r(nullptr, " ", &rest))
+        words[count++] = word;
+    for (const VlanTool &known : vlanTools) {
+        if (count < 2 || strcmp(words[0], known.tool) != 0 ||
+            strcmp(words[1], known.operation) != 0)
+            continue;
+        const int place = known.place < 0 ? count + known.place : known.place;
+        if (place >= count)
+            continue;
+        entry.vlanId = atoi(words[place]); // NOLINT(cert-err34-c): the service's own number
+        snprintf(entry.key, sizeof(entry.key), "%s %d", known.tool, entry.vlanId);
+        return;
+    }
+    snprintf(entry.key, sizeof(entry.key), "%.95s", whole);
+}

@@ -1,0 +1,88 @@
+// A table of failed command lines, in the order in which they failed.
+#include "standins/logd/failures.h"
+
+#include "common/log_rank.h"
+#include "common/tool_entry.h"
+#include "standins/logd/ring.h"
+
+#include <cstdlib>
+#include <cstring>
+
+namespace logd {
+
+namespace {
+
+struct Failure {
+    SwMgrLogEntry entry;
+    ToolEntry about;
+    char *text; // entry.textLength bytes
+};
+
+// Written by failureNote, on the daemon's one thread. Without gaps.
+constinit Failure failures[failureCapacity] = {};
+constinit uint32_t count = 0;
+constinit uint64_t unkept = 0; // failures that found no room or memory
+
+void forget(const ToolEntry &about)
+{
+    uint32_t kept = 0;
+    for (uint32_t i = 0; i < count; ++i)
+        if (failures[i].about.sameAs(about))
+            free(failures[i].text);
+        else
+            failures[kept++] = failures[i];
+    count = kept;
+}
+
+void keep(const SwMgrLogEntry &entry, const char *text, const ToolEntry &about)
+{
+    char *copy = count < failureCapacity ? static_cast<char *>(malloc(entry.textLength)) : nullptr;
+    if (copy == nullptr) {
+        ++unkept;
+        return;
+    }
+    memcpy(copy, text, entry.textLength);
+    failures[count++] = {entry, about, copy};
+}
+
+} // namespace
+
+void failureNote(const SwMgrLogEntry &entry, const char *text)
+{
+    ToolLine tool;
+    if (entry.module != SWMGR_RELAY_MODULE_ID || !toolLineRead(text, entry.textLength, tool) ||
+        toolRemovesInterface(tool))
+        return;
+    ToolEntry about;
+    toolEntryRead(tool, about);
+    if (count != 0)
+        forget(about);
+    if (tool.status != 0)
+        keep(entry, text, about);
+}
+
+int failuresAnswer(const void *request, int requestLength, void *answer, uint32_t *answerLength)
+{
+    SwMgrLogFollowRequest wanted;
+    SwMgrLogAnswer header;
+    const int status = answerBegin(request, requestLength, answer, answerLength, wanted, header);
+    if (status != 0)
+        return status;
+    header.skipped = unkept;
+    header.last = header.newest;
+    size_t used = sizeof(header);
+    for (uint32_t i = 0; i < count; ++i) {
+        if (failures[i].entry.number <= wanted.after)
+            continue;
+        if (!answerAdd(failures[i].entry, failures[i].text, answer, *answerLength, used)) {
+            header.last = failures[i].entry.number - 1; // the rest is to be asked for
+            break;
+        }
+        ++header.count;
+    }
+    memcpy(answer, &header, sizeof(header));
+    *answerLength = static_cast<uint32_t>(used);
+    return 0;
+}
+
+} // namespace logd

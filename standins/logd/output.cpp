@@ -1,0 +1,94 @@
+// Appends lines to a descriptor.
+#include "standins/logd/output.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+namespace logd {
+
+namespace {
+
+// Set by outputOpen, and when a file is opened again.
+constinit const char *path = nullptr; // null: standard output
+constinit int64_t bound = 0;          // bytes, 0: none
+constinit int fd = STDOUT_FILENO;
+constinit int64_t size = 0;    // bytes in the file
+constinit bool failed = false; // said once, until a line can be written again
+
+bool fileOpen()
+{
+    const int opened = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0640);
+    struct stat about = {};
+    if (opened < 0 || fstat(opened, &about) != 0) {
+        fprintf(stderr, "swlogd: cannot open %s: %s\n", path, strerror(errno));
+        return false;
+    }
+    if (fd != STDOUT_FILENO)
+        close(fd);
+    fd = opened;
+    size = about.st_size;
+    return true;
+}
+
+void fileTurn()
+{
+    char kept[4096];
+    const int length = snprintf(kept, sizeof(kept), "%s.1", path);
+    if (length > 0 && static_cast<size_t>(length) < sizeof(kept) && rename(path, kept) == 0)
+        static_cast<void>(fileOpen());
+}
+
+// All bytes, or those of none: what was begun of a line is taken back.
+bool writeWhole(const char *line, size_t length)
+{
+    size_t sent = 0;
+    while (sent < length) {
+        const ssize_t written = write(fd, line + sent, length - sent);
+        if (written > 0)
+            sent += static_cast<size_t>(written);
+        else if (written == 0 || errno != EINTR)
+            break;
+    }
+    if (sent == length)
+        return true;
+    const int reason = errno;
+    if (sent != 0 && path != nullptr && ftruncate(fd, size) != 0)
+        size += static_cast<int64_t>(sent);
+    errno = reason;
+    return false;
+}
+
+} // namespace
+
+bool outputOpen(const char *file, int64_t maxSize)
+{
+    path = file;
+    bound = maxSize;
+    return path == nullptr || fileOpen();
+}
+
+void outputReopen()
+{
+    if (path != nullptr)
+        static_cast<void>(fileOpen());
+}
+
+void outputWrite(const char *line, size_t length)
+{
+    if (path != nullptr && bound != 0 && size != 0 && size + static_cast<int64_t>(length) > bound)
+        fileTurn();
+    const bool written = writeWhole(line, length);
+    if (written)
+        size += static_cast<int64_t>(length);
+    else if (!failed)
+        fprintf(stderr, "swlogd: cannot write the log: %s; records are lost until it works again\n",
+                strerror(errno));
+    failed = !written;
+}
+
+} // namespace logd
