@@ -10,6 +10,18 @@ fail() {
     exit 1
 }
 
+# For a script that takes no arguments, or handles its own after this: --help prints
+# the comment at its head.
+headIsHelp() {
+    [ "${1:-}" = --help ] || return 0
+    awk 'NR == 1 { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
+    exit 0
+}
+takesNothing() {
+    headIsHelp "$@"
+    [ $# -eq 0 ] || { echo "${0##*/}: unexpected argument '$1'. Try '$0 --help'." >&2; exit 2; }
+}
+
 # Installs those of the packages named that are missing, as root or with sudo.
 packages() {
     local missing=() package
@@ -19,27 +31,28 @@ packages() {
     done
     [ ${#missing[@]} -gt 0 ] || return 0
     say "installing ${missing[*]}"
-    local root=()
+    local elevate=()
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null ||
             fail "these packages are missing and sudo is not there to install them: ${missing[*]}"
-        root=(sudo)
+        elevate=(sudo)
     fi
     mkdir -p "$top/build"
     local log=$top/build/packages.log
     local install=(env DEBIAN_FRONTEND=noninteractive apt-get install -y -q
         --no-install-recommends "${missing[@]}")
-    if ! { "${root[@]}" "${install[@]}" ||
-        { "${root[@]}" apt-get update -q && "${root[@]}" "${install[@]}"; }; } >"$log" 2>&1; then
+    if ! { "${elevate[@]}" "${install[@]}" ||
+        { "${elevate[@]}" apt-get update -q && "${elevate[@]}" "${install[@]}"; }; } >"$log" 2>&1; then
         tail -5 "$log" >&2
         fail "the packages could not be installed; $log has the whole story"
     fi
 }
 
-runPackages="g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev sqlite3
-    bubblewrap gawk iproute2"
-testPackages="$runPackages python3 libgtest-dev clang clang-tidy clang-format cppcheck
-    libclang-rt-14-dev abigail-tools binutils busybox-static"
+runPackages=(g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev nlohmann-json3-dev
+    sqlite3 bubblewrap gawk iproute2)
+# shellcheck disable=SC2034 # for those who source this
+testPackages=("${runPackages[@]}" python3 libgtest-dev clang clang-tidy clang-format cppcheck
+    libclang-rt-14-dev abigail-tools binutils busybox-static)
 
 # Builds targets of a preset: build PRESET "TARGET..." [-DOPTION=VALUE...]. The
 # preset is configured where that was not done yet, or not with these options. A

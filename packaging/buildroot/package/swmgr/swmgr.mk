@@ -32,6 +32,7 @@ endef
 
 define SWMGR_INSTALL_SETTINGS
 	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.default $(TARGET_DIR)/etc/default/swmgr
+	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.logrotate $(TARGET_DIR)/etc/logrotate.d/swmgr
 	$(INSTALL) -d -m 0755 $(TARGET_DIR)/etc/swmgr
 endef
 SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_INSTALL_SETTINGS
