@@ -10,6 +10,12 @@
 namespace swctl {
 namespace {
 
+// Only VLANs are changed and deleted; their id comes first in a key.
+std::string vlanOf(const std::vector<Assignment> &key)
+{
+    return std::to_string(std::get<int64_t>(key.front().value));
+}
+
 // The one row that a key names. More than one cannot be told apart by the
 // service either, so that is refused as well.
 Row onlyRow(Database &database, const std::string &table, const std::vector<Assignment> &key)
@@ -18,7 +24,8 @@ Row onlyRow(Database &database, const std::string &table, const std::vector<Assi
     if (found.size() == 1)
         return std::move(found.front());
     if (found.empty())
-        throw Failure(exitUsage, "there is no such row in " + table);
+        throw Failure(exitUsage, "there is no VLAN " + vlanOf(key) + " in the database" +
+                                     (key.size() > 1 ? " in that row" : ""));
     std::string message = std::to_string(found.size()) + " rows of " + table +
                           " match; name one of them with --rowid:";
     for (const Row &row : found)

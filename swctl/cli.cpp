@@ -1,6 +1,7 @@
 // What every command of the command line shares; see the header.
 #include "swctl/cli.h"
 
+#include "swctl/json.h"
 #include "swctl/outcome.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
@@ -35,16 +36,7 @@ CLI::App *addGroup(CLI::App &parent, const std::string &name, const std::string 
 int reportAnswer(const Globals &globals, const std::string &what, int status)
 {
     if (globals.json)
-        JsonWriter()
-            .open('{')
-            .key("request")
-            .string(what)
-            .key("status")
-            .number(status)
-            .key("meaning")
-            .string(statusInWords(status))
-            .close('}')
-            .print(stdout);
+        printJson({{"request", what}, {"status", status}, {"meaning", statusInWords(status)}});
     else if (status >= 0)
         printf("%s: done\n", printable(what).c_str());
     if (status >= 0)

@@ -3,6 +3,7 @@
 #include "swctl/change.h"
 #include "swctl/cli.h"
 #include "swctl/configuration_columns.h"
+#include "swctl/json.h"
 #include "swctl/log.h"
 #include "swctl/outcome.h"
 #include "swctl/service.h"
@@ -53,19 +54,17 @@ const char *operationName(int opCode)
 
 void printOutcome(const Written &written, const Outcome &outcome)
 {
-    JsonWriter json;
-    json.open('{').key("table").string(written.table);
-    json.key("rowid").number(written.rowId);
-    json.key("operation").string(operationName(written.opCode));
-    json.key("applied").boolean(outcome.asked && outcome.status >= 0);
-    if (outcome.asked)
-        json.key("status")
-            .number(outcome.status)
-            .key("meaning")
-            .string(statusInWords(outcome.status));
-    else
-        json.key("status").null();
-    json.key("putBack").boolean(outcome.putBack).close('}').print(stdout);
+    Json json = {{"table", written.table},
+                 {"rowid", written.rowId},
+                 {"operation", operationName(written.opCode)},
+                 {"applied", outcome.asked && outcome.status >= 0},
+                 {"status", nullptr}};
+    if (outcome.asked) {
+        json["status"] = outcome.status;
+        json["meaning"] = statusInWords(outcome.status);
+    }
+    json["putBack"] = outcome.putBack;
+    printJson(json);
 }
 
 // The service's error messages since a time.
@@ -185,22 +184,19 @@ int runVlanDelete(const Program &program, const ChangeArguments &arguments)
 
 void printJsonRows(const std::vector<Row> &rows)
 {
-    JsonWriter json;
-    json.open('[');
+    Json json = Json::array();
     for (const Row &row : rows) {
-        json.open('{').key("rowid").number(row.rowId);
-        for (const Row::Cell &cell : row.cells) {
-            json.key(cell.column);
+        Json object = {{"rowid", row.rowId}};
+        for (const Row::Cell &cell : row.cells)
             if (cell.isNull())
-                json.null();
+                object[cell.column] = nullptr;
             else if (cell.isInteger())
-                json.number(std::stoll(cell.text));
+                object[cell.column] = std::get<int64_t>(cell.value);
             else
-                json.string(cell.text);
-        }
-        json.close('}');
+                object[cell.column] = cell.text;
+        json.push_back(std::move(object));
     }
-    json.close(']').print(stdout);
+    printJson(json);
 }
 
 int runList(const Program &program, const TableCommands &table)

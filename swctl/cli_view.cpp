@@ -1,6 +1,7 @@
 // The commands that only look: show and log.
 #include "common/log_rank.h"
 #include "swctl/cli.h"
+#include "swctl/json.h"
 #include "swctl/log.h"
 #include "swctl/model.h"
 #include "swctl/outcome.h"
@@ -37,7 +38,7 @@ int runShow(const Globals &globals, const std::string &svgFile)
     if (!svgFile.empty())
         writeFile(svgFile, showSvg(model, matrix));
     else if (globals.json)
-        showJson(stdout, model, matrix);
+        printJson(showJson(model, matrix));
     else
         showText(stdout, model, matrix, colourWanted(stdout));
     return exitDone;
@@ -107,11 +108,12 @@ std::string checkLevel(std::string &name)
 
 void printJsonLine(const LogLine &line)
 {
-    JsonWriter json;
-    json.open('{').key("time").number(line.time).key("module").number(line.module);
-    json.key("level").string(rankName(rankOf(line))).key("levelCode").number(line.level);
-    json.key("dropped").number(line.dropped).key("text").string(line.text);
-    json.close('}').print(stdout);
+    printJson({{"time", line.time},
+               {"module", line.module},
+               {"level", rankName(rankOf(line))},
+               {"levelCode", line.level},
+               {"dropped", line.dropped},
+               {"text", line.text}});
 }
 
 void printLine(const LogLine &line, bool json, bool colour)

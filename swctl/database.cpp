@@ -5,7 +5,10 @@
 #include "swctl/outcome.h"
 #include "swctl/text.h"
 
+#include <cerrno>
 #include <cstring>
+#include <sys/stat.h>
+#include <unistd.h>
 
 namespace swctl {
 namespace {
@@ -52,6 +55,22 @@ Value valueOf(sqlite3_stmt *statement, int column)
     default:
         return {};
     }
+}
+
+// SQLite says no more than that it cannot open a file, and waits at a pipe.
+void checkFile(const std::string &path, Access access)
+{
+    struct stat about = {};
+    const int wanted = access == Access::write ? R_OK | W_OK : R_OK;
+    const char *fault = nullptr;
+    if (stat(path.c_str(), &about) != 0)
+        fault = strerror(errno);
+    else if (!S_ISREG(about.st_mode))
+        fault = S_ISDIR(about.st_mode) ? "it is a directory" : "it is not a file";
+    else if (::access(path.c_str(), wanted) != 0)
+        fault = strerror(errno);
+    if (fault != nullptr)
+        throw Failure(exitUsage, "database " + printable(path) + ": " + fault);
 }
 
 // SQLite prepares for a long life with many statements: a page cache and an
@@ -164,6 +183,7 @@ Row Statement::row() const
 
 Database::Database(const std::string &file, Access access) : path(file)
 {
+    checkFile(path, access);
     configureForAShortLife();
     const int flags = access == Access::read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
     sqlite3 *opened = nullptr;

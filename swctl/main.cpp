@@ -5,8 +5,11 @@
 #include "swctl/outcome.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
+#include "swctl/usage.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 namespace {
 
@@ -14,11 +17,13 @@ using namespace swctl;
 
 constexpr const char *introduction =
     "Changes and shows the configuration of the Ethernet switches of this gateway.";
-constexpr const char *exitStatuses = "Exit status:\n"
-                                     "  0  done\n"
-                                     "  1  refused by the service; its status is shown\n"
-                                     "  2  wrong arguments, or a database that cannot be used\n"
-                                     "  3  the service cannot be reached\n";
+constexpr const char *exitStatuses =
+    "Exit status:\n"
+    "  0  done\n"
+    "  1  refused by the service; its status is shown\n"
+    "  2  wrong arguments, a database that cannot be used, or output that\n"
+    "     cannot be written\n"
+    "  3  the service cannot be reached\n";
 
 void addGlobalOptions(Program &program)
 {
@@ -54,12 +59,22 @@ int parseAndRun(Program &program, int argc, char **argv)
             return app.exit(error); // help or version
         if (!generated.empty())
             return generate(app, generated);
+        const std::optional<std::string> unknown = unknownWord(app, program.words);
         fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
-                printable(error.what()).c_str());
+                unknown ? unknown->c_str() : printable(error.what()).c_str());
         return exitUsage;
     }
     useRelayDirectory(program.globals.relayDirectory);
     return program.run();
+}
+
+// What was to be shown and could not be is a failure, whatever else was done.
+int written(int status)
+{
+    if (fflush(stdout) == 0 && ferror(stdout) == 0)
+        return status;
+    fprintf(stderr, "swctl: the output cannot be written: %s\n", strerror(errno));
+    return status != exitDone ? status : exitUsage;
 }
 
 } // namespace
@@ -75,13 +90,14 @@ int main(int argc, char **argv)
         program.app.footer(exitStatuses);
         program.app.fallthrough();
         program.app.require_subcommand(1);
+        program.app.formatter(std::make_shared<HelpFormatter>());
         program.app.get_formatter()->column_width(32);
         addGlobalOptions(program);
         addConfigurationCommands(program);
         addSwitchCommands(program);
         addRequestCommands(program);
         addViewCommands(program);
-        return parseAndRun(program, argc, argv);
+        return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {
         fprintf(stderr, "swctl: %s\n", failure.what());
         return failure.status;

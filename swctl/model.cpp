@@ -186,7 +186,9 @@ bool engineMember(const VlanConfig &vlan, const PortConfig &port)
 {
     return std::any_of(
         port.mapped.begin(), port.mapped.end(),
-        [&](const auto &mapping) { return hasBit(vlan.members, mapping.port - 1); });
+        [&](const auto &mapping) {
+            return mapping.port >= 1 && hasBit(vlan.members, mapping.port - 1);
+        });
 }
 
 Cell engineCell(const SwitchConfig &sw, const VlanConfig &vlan, int32_t number)

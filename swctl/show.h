@@ -1,6 +1,7 @@
 // The configuration as a picture: text for a terminal, JSON, or an SVG file.
 #pragma once
 
+#include "swctl/json.h"
 #include "swctl/model.h"
 
 #include <cstdio>
@@ -16,7 +17,7 @@ std::string cellMark(const Cell &cell);
 std::string mappingText(const PortConfig &port);
 
 void showText(FILE *stream, const Model &model, const Matrix &matrix, bool colour);
-void showJson(FILE *stream, const Model &model, const Matrix &matrix);
+Json showJson(const Model &model, const Matrix &matrix);
 std::string showSvg(const Model &model, const Matrix &matrix);
 
 } // namespace swctl

@@ -43,8 +43,13 @@ text { fill: #e6edf3; } .s { fill: #9ea7b1; }
 
 std::string escaped(const std::string &text)
 {
+    std::string safe = printable(text);
+    // The two code points that are characters nowhere have no place in XML.
+    for (const char *none : {"\xef\xbf\xbe", "\xef\xbf\xbf"})
+        for (size_t at = 0; (at = safe.find(none, at)) != std::string::npos;)
+            safe.replace(at, 3, "\xef\xbf\xbd");
     std::string out;
-    for (const char c : printable(text)) {
+    for (const char c : safe) {
         switch (c) {
         case '&':
             out += "&amp;";

@@ -113,50 +113,45 @@ void showMatrix(FILE *stream, const Model &model, const Matrix &matrix, bool col
     fprintf(stream, "T tagged  U untagged  C CPU port (CU: untagged)  . not a member\n");
 }
 
-void jsonSwitch(JsonWriter &json, const SwitchConfig &sw, const Matrix &matrix)
+Json switchJson(const SwitchConfig &sw, const Matrix &matrix)
 {
-    json.open('{').key("name").string(sw.name).key("level").number(sw.level);
-    json.key("device").string(sw.device).key("vlanEnabled").boolean(sw.vlanEnabled);
-    json.key("qosEnabled").boolean(sw.qosEnabled).key("ports").open('[');
+    Json ports = Json::array();
     for (const PortConfig &port : sw.ports) {
-        json.open('{').key("port").number(port.number);
-        json.key("interface").string(port.interfaceName);
         const auto column = std::find_if(
             matrix.columns.begin(), matrix.columns.end(), [&](const PortColumn &candidate) {
                 return candidate.owner == &sw && candidate.port == port.number;
             });
-        json.key("pvid");
-        if (column != matrix.columns.end() && column->pvid)
-            json.number(*column->pvid);
-        else
-            json.null();
-        json.key("mapped").open('[');
+        Json mapped = Json::array();
         for (const PortConfig::Mapping &mapping : port.mapped)
-            json.open('{')
-                .key("switch")
-                .string(mapping.switchName)
-                .key("port")
-                .number(mapping.port)
-                .close('}');
-        json.close(']').close('}');
+            mapped.push_back({{"switch", mapping.switchName}, {"port", mapping.port}});
+        const bool known = column != matrix.columns.end() && column->pvid;
+        ports.push_back({{"port", port.number},
+                         {"interface", port.interfaceName},
+                         {"pvid", known ? Json(*column->pvid) : Json()},
+                         {"mapped", std::move(mapped)}});
     }
-    json.close(']').close('}');
+    return {{"name", sw.name},
+            {"level", sw.level},
+            {"device", sw.device},
+            {"vlanEnabled", sw.vlanEnabled},
+            {"qosEnabled", sw.qosEnabled},
+            {"ports", std::move(ports)}};
 }
 
-void jsonVlan(JsonWriter &json, const VlanConfig &vlan, const std::vector<Cell> &line,
-              const Matrix &matrix)
+Json vlanJson(const VlanConfig &vlan, const std::vector<Cell> &line, const Matrix &matrix)
 {
-    json.open('{').key("vlan").number(vlan.id).key("interface").string(vlan.interfaceName);
-    json.key("logical").string(vlan.logicalName).key("switchOnly").boolean(vlan.switchOnly);
-    json.key("members").open('[');
-    for (size_t i = 0; i < line.size(); ++i) {
-        if (!line[i].member)
-            continue;
-        json.open('{').key("switch").string(matrix.columns[i].owner->name);
-        json.key("port").number(matrix.columns[i].port);
-        json.key("untagged").boolean(line[i].untagged).key("cpu").boolean(line[i].cpu).close('}');
-    }
-    json.close(']').close('}');
+    Json members = Json::array();
+    for (size_t i = 0; i < line.size(); ++i)
+        if (line[i].member)
+            members.push_back({{"switch", matrix.columns[i].owner->name},
+                               {"port", matrix.columns[i].port},
+                               {"untagged", line[i].untagged},
+                               {"cpu", line[i].cpu}});
+    return {{"vlan", vlan.id},
+            {"interface", vlan.interfaceName},
+            {"logical", vlan.logicalName},
+            {"switchOnly", vlan.switchOnly},
+            {"members", std::move(members)}};
 }
 
 } // namespace
@@ -191,19 +186,15 @@ void showText(FILE *stream, const Model &model, const Matrix &matrix, bool colou
         fprintf(stream, "note: %s\n", printable(note).c_str());
 }
 
-void showJson(FILE *stream, const Model &model, const Matrix &matrix)
+Json showJson(const Model &model, const Matrix &matrix)
 {
-    JsonWriter json;
-    json.open('{').key("switches").open('[');
+    Json switches = Json::array();
     for (const SwitchConfig &sw : model.switches)
-        jsonSwitch(json, sw, matrix);
-    json.close(']').key("vlans").open('[');
+        switches.push_back(switchJson(sw, matrix));
+    Json vlans = Json::array();
     for (size_t i = 0; i < model.vlans.size(); ++i)
-        jsonVlan(json, model.vlans[i], matrix.lines[i], matrix);
-    json.close(']').key("notes").open('[');
-    for (const std::string &note : model.notes)
-        json.string(note);
-    json.close(']').close('}').print(stream);
+        vlans.push_back(vlanJson(model.vlans[i], matrix.lines[i], matrix));
+    return {{"switches", std::move(switches)}, {"vlans", std::move(vlans)}, {"notes", model.notes}};
 }
 
 } // namespace swctl

@@ -232,38 +232,4 @@ std::string stateTable(const Model &model)
     return any ? table : table + "none\n";
 }
 
-std::string stateJson(const Model &model)
-{
-    std::string json = text("{\"vlanMode\":%d,\"qos\":%d,\"pauseFrames\":%d,"
-                            "\"requests\":%llu,\"refused\":%llu,\n\"ports\":[",
-                            model.vlanMode, model.qos, model.pauseFrames,
-                            static_cast<unsigned long long>(model.handled),
-                            static_cast<unsigned long long>(model.refused));
-    for (size_t i = 0; i < portCount; ++i) {
-        const Port &port = model.ports[i];
-        json += text("%s\n{\"port\":%zu,\"link\":%d,\"pvid\":%u,\"priority\":%u,\"cfi\":%u,"
-                     "\"non8021q\":%u,\"forwardMap\":%u,",
-                     i == 0 ? "" : ",", i, port.linkStatus, port.pvid, port.priority, port.cfi,
-                     port.dropNon8021q, port.forwardMap);
-        json += text("\"trustMode\":%d,\"schedMode\":%u,\"weights\":[%u,%u,%u,%u],"
-                     "\"rateLimit\":%d,\"cosQueue\":[",
-                     port.trustMode, port.schedMode, port.weights[0], port.weights[1],
-                     port.weights[2], port.weights[3], port.rateLimit);
-        for (size_t priority = 0; priority < priorityCount; ++priority)
-            json += text("%s%u", priority == 0 ? "" : ",", port.cosQueue[priority]);
-        json += "]}";
-    }
-    json += "],\n\"vlans\":[";
-    const char *separator = "";
-    for (size_t id = 0; id < model.vlans.size(); ++id) {
-        const Vlan &vlan = model.vlans[id];
-        if (!vlan.present)
-            continue;
-        json += text("%s\n{\"vlan\":%zu,\"fwdMap\":%u,\"untagMap\":%u}", separator, id, vlan.fwdMap,
-                     vlan.untagMap);
-        separator = ",";
-    }
-    return json + "]}\n";
-}
-
 } // namespace chip
