@@ -12,7 +12,7 @@ BEGIN {
 /^= / { print substr($0, 3); fflush(); next }
 /^=$/ { print ""; fflush(); next }
 # Even then, what a program says of its own failure.
-quiet && !/^(sw[a-z]+|bwrap|gateway): / { next }
+quiet && !/^(sw[a-z]+|bwrap|sandbox): / { next }
 {
     who = substr($0, 1, 4)
     line = $0

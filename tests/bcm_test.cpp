@@ -1,5 +1,5 @@
 // The chip's backend through its exported functions and its driver's requests.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "backends/bcm/bcm.h"
 #include "backends/bcm/device.h"

@@ -1,12 +1,12 @@
 // Routing of requests and interface events.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "service/dispatch.h"
 
 namespace {
 
 struct Dispatch : testing::Test {
-    Gateway gateway;
+    Fixture gateway;
 };
 
 TEST_F(Dispatch, aMessageWithoutHeaderFailsAndAReplyIsLoggedAndAnswered)

@@ -1,5 +1,5 @@
 // Database update events, well-formed ones. Broken ones: hostile_test.cpp.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "store/event.h"
 #include "switch/port.h"
@@ -12,7 +12,7 @@
 namespace {
 
 struct Events : testing::Test {
-    Gateway gateway;
+    Fixture gateway;
 };
 
 const std::vector<std::string> vlanColumns = {"vlanId",     "interfaceName", "LogicalIfName",

@@ -1,7 +1,7 @@
 // Every single fault: a scenario from start to stop runs once; at each platform
 // call and each allocation the process forks, and the child goes on with that
 // call failed, to the end. So every fault is tried with the true past before it.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "base/state.h"
 #include "platform/list_of.h"
@@ -90,7 +90,7 @@ void check(std::string &broken, bool holds, const std::string &what)
         broken += "  " + what + "\n";
 }
 
-void rowsInsert(Gateway &gateway)
+void rowsInsert(Fixture &gateway)
 {
     gateway.addSwitches();
     gateway.addPorts();
@@ -101,7 +101,7 @@ void rowsInsert(Gateway &gateway)
 }
 
 // Requests between start and stop; whatever they answer, what must hold holds.
-std::deque<std::function<void()>> requests(Gateway &gateway)
+std::deque<std::function<void()>> requests(Fixture &gateway)
 {
     const auto row = [&](const char *table, int opCode, int rowId, const char *sql) {
         return [&gateway, table, opCode, rowId, sql] {
@@ -166,17 +166,17 @@ struct Scenario {
 
     void startService()
     {
-        if (swMgrInit(Gateway::path) == 0)
+        if (swMgrInit(Fixture::path) == 0)
             return;
         check(broken, pSwMgrRelayCtx == nullptr && swMgrInitialized == 0 && pDB == nullptr,
               "a failed start leaves something behind");
         before = platform::everything();
-        check(broken, swMgrInit(Gateway::path) == 0, "the second start fails");
+        check(broken, swMgrInit(Fixture::path) == 0, "the second start fails");
     }
 
     void run()
     {
-        Gateway gateway;
+        Fixture gateway;
         rowsInsert(gateway);
         startService();
         check(broken, brokenInvariant().empty(), "start: " + brokenInvariant());

@@ -1,7 +1,7 @@
 // Requests that are short, unterminated or made to do harm. Each is refused
 // with a clear error, reaches neither hardware nor database, and the next
 // request is served.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "backends/backends.h"
 #include "backends/bcm/bcm.h"
@@ -48,7 +48,7 @@ struct Hostile : testing::Test {
         for (const char *doing : {"cmd ", "system ", "ioctl ", "unlink ", "file "})
             EXPECT_EQ(std::string::npos, ("\n" + lines).find(std::string("\n") + doing)) << lines;
     }
-    Gateway gateway;
+    Fixture gateway;
 };
 
 TEST_F(Hostile, shortCommandsAndVlanRequestsAreRefused)

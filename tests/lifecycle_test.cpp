@@ -1,5 +1,5 @@
 // Start, run and stop.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "base/state.h"
 #include "service/reload.h"
@@ -8,12 +8,12 @@
 namespace {
 
 struct Lifecycle : testing::Test {
-    Gateway gateway;
+    Fixture gateway;
 };
 
 TEST_F(Lifecycle, anEmptyDatabaseStartsAServiceThatAnswers)
 {
-    EXPECT_EQ(0, swMgrInit(Gateway::path));
+    EXPECT_EQ(0, swMgrInit(Fixture::path));
     EXPECT_EQ(1, swMgrInitialized);
     EXPECT_LINES(platform::everything(), R"(
 relayInit
@@ -58,7 +58,7 @@ TEST(Start, thatFailsLeavesNothingBehind)
     EXPECT_EQ(-1, swMgrInit("/no/such/directory/sw.db"));
     platform::answer("relayRegister", -1);
     platform::answer("relayInit", -1);
-    EXPECT_EQ(-1, swMgrInit(Gateway::path));
+    EXPECT_EQ(-1, swMgrInit(Fixture::path));
     EXPECT_EQ(nullptr, pSwMgrRelayCtx);
     EXPECT_EQ(0, swMgrInitialized);
     EXPECT_EQ(0, swMgrDeinit());

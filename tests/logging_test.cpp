@@ -1,5 +1,5 @@
 // Logging: levels, labels, developer logging, bounds, the record that is sent.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "base/labels.h"
 #include "base/log.h"
@@ -12,7 +12,7 @@
 namespace {
 
 struct LogTest : testing::Test {
-    Gateway gateway;
+    Fixture gateway;
 };
 
 int evaluated = 0;
@@ -139,12 +139,12 @@ std::string withoutLineNumber(std::string line)
 TEST(Logging, developerLoggingNamesTheOperationOfEachMessage)
 {
     swMgrDevDebug = 1;
-    Gateway gateway;
+    Fixture gateway;
     gateway.addSwitches();
     gateway.addPorts();
     gateway.sql("insert into vlanEncapIf(vlanId, interfaceName, fwdMap, untagMap)"
                 " values(10, 'eth0', '1,2', '1')");
-    ASSERT_EQ(0, swMgrInit(Gateway::path));
+    ASSERT_EQ(0, swMgrInit(Fixture::path));
     interfaceEvent(23, 0, 0);
     EXPECT_EQ(0, dbEvent("vlanEncapIf", SWMGR_DB_DELETE, 1,
                          oldValues({"vlanId", "interfaceName"}, {"10", "eth0"})));

@@ -1,5 +1,5 @@
 // Ports, their mapping onto ports of the switch below, and their commands.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "config/switch_config.h"
 #include "platform/list_of.h"
@@ -27,7 +27,7 @@ struct Ports : testing::Test {
         engine = switchByNameGet("PSE");
         chip = switchByNameGet("BCM");
     }
-    Gateway gateway;
+    Fixture gateway;
     Switch *engine, *chip;
 };
 

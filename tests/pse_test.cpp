@@ -1,5 +1,5 @@
 // The engine's backend: dispatch, forwarding, membership, settings.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "backends/pse/lower.h"
 #include "backends/pse/mac_address.h"

@@ -1,5 +1,5 @@
 // Switch list, levels, backend table, switch configuration.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "backends/backends.h"
 #include "config/switch_config.h"
@@ -179,7 +179,7 @@ TEST_F(Switches, aDetachedSwitchAnswersEveryCommandWithAnError)
 {
     EXPECT_EQ(-22, switchDeinit("PSE"));
     EXPECT_EQ("8 Failed to find switch profile for PSE \\n\n", platform::log());
-    Gateway gateway;
+    Fixture gateway;
     gateway.startFull();
     EXPECT_EQ(0, switchDeinit("BCM"));
     EXPECT_NE(nullptr, switchByNameGet("BCM"));

@@ -1,5 +1,5 @@
 // The database: connection, port lists, decoding, loading.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "store/database.h"
 #include "store/decode.h"
@@ -10,7 +10,7 @@
 namespace {
 
 struct Store : testing::Test {
-    Gateway gateway;
+    Fixture gateway;
 };
 
 TEST(PortList, becomesAMask)
@@ -43,7 +43,7 @@ TEST_F(Store, theConnectionReadsOnlyAndQueriesReportTheirCounts)
 {
     EXPECT_EQ(0, swMgrDBDeinit());
     gateway.addSwitches();
-    ASSERT_EQ(0, swMgrDBInit(Gateway::path));
+    ASSERT_EQ(0, swMgrDBInit(Fixture::path));
     int32_t columns = 0;
     int32_t rows = 0;
     char **table =
@@ -147,7 +147,7 @@ TEST_F(Store, theLoadStopsAtTheFirstRowThatFails)
     gateway.addPorts();
     gateway.sql("insert into vlanEncapIf(vlanId, interfaceName) values(1, 'eth0'), (2, 'eth0'),"
                 " (2, 'eth0'), (4, 'eth0'), (5, 'eth0')");
-    EXPECT_EQ(0, swMgrInit(Gateway::path));
+    EXPECT_EQ(0, swMgrInit(Fixture::path));
     const std::string text = platform::log();
     EXPECT_HAS(text, "8 (switch=BCM) This VLAN Id is already exists \\n\n"
                      "8 (switch=BCM) Failed to create vlan (ID=2)\\n\n"
@@ -184,9 +184,9 @@ TEST(Load, eachTableThatCannotBeLoadedEndsTheLoad)
          "8 Failed to load switch configuration \\n\n"},
     };
     for (const auto &c : cases) {
-        Gateway gateway;
+        Fixture gateway;
         gateway.sql(c.sql);
-        EXPECT_EQ(0, swMgrInit(Gateway::path));
+        EXPECT_EQ(0, swMgrInit(Fixture::path));
         EXPECT_EQ(c.log, platform::log()) << c.sql;
         EXPECT_EQ("", brokenInvariant());
     }
@@ -200,7 +200,7 @@ TEST_F(Store, theStartAppliesTheTopLevelSwitchThroughTheHierarchy)
                 " values('BCM', 1, 5, 0, ''), ('PSE', 1, 0, 2, 'BCM:1')");
     gateway.sql("insert into vlanEncapIf(vlanId, fwdMap, untagMap, inSwitchOnly)"
                 " values(300, '1', '1', 1)");
-    ASSERT_EQ(0, swMgrInit(Gateway::path));
+    ASSERT_EQ(0, swMgrInit(Fixture::path));
     std::string lines = platform::hardware();
     const auto from = lines.find("cmd vconfig rem .300");
     lines.erase(from, lines.find("ioctl VLAN_ENABLE", from) - from); // its sub-interface

@@ -1,5 +1,5 @@
 // VLAN records: objects in every switch and the Linux sub-interface.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "config/vlan_config.h"
 #include "switch/registry.h"
@@ -18,7 +18,7 @@ struct VlanConfig : testing::Test {
         engine = switchByNameGet("PSE");
         chip = switchByNameGet("BCM");
     }
-    Gateway gateway;
+    Fixture gateway;
     Switch *engine, *chip;
 };
 

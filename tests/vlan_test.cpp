@@ -1,5 +1,5 @@
 // VLAN objects of a switch, on a backend that records its commands.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
 #include "switch/registry.h"
 #include "vlan/vlan.h"

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares what the virtual gateway held after each step with its database.
+"""Compares what the guest held after each step with its database.
 
     check.py REPORT
 

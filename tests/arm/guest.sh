@@ -1,5 +1,5 @@
 # shellcheck shell=sh
-# Runs on the virtual gateway, called by target/guest-test: starts the service,
+# Runs on the guest, called by target/guest-test: starts the service,
 # changes the configuration, restarts, and after each step collects what kernel,
 # chip and engine hold. What it should be is for tests/arm/check.py to say.
 set -eu

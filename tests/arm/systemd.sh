@@ -1,5 +1,5 @@
 # shellcheck shell=sh
-# Runs on the virtual gateway under systemd, called by target/systemd-test: the
+# Runs on the guest under systemd, called by target/systemd-test: the
 # service must do all its work with what its unit leaves it, and have no more.
 set -eu
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin SWMGR_DATABASE=/etc/swmgr/config.db

@@ -66,7 +66,7 @@ class Gateway:
         """Makes the sandbox; `prefix` is a command that runs it."""
         shutil.copy(TOP / "tests/e2e/inside.py", self.state / "inside.py")
         self.sandbox = subprocess.Popen(
-            [*prefix, str(TOP / "simulator/gateway"), "--build", str(BUILD), "--state",
+            [*prefix, str(TOP / "simulator/sandbox"), "--build", str(BUILD), "--state",
              str(self.state), "--trace", "/run/gateway/trace", "--", PYTHON,
              "/run/gateway/inside.py"],
             stdin=subprocess.PIPE, stdout=subprocess.PIPE, text=True)
@@ -232,7 +232,7 @@ class GatewayTest(unittest.TestCase):
 
 def main():
     """Runs the module's tests, or says that there can be no sandbox here."""
-    probe = subprocess.run([TOP / "simulator/gateway", "--build", BUILD, "--", "true"],
+    probe = subprocess.run([TOP / "simulator/sandbox", "--build", BUILD, "--", "true"],
                            stdin=subprocess.DEVNULL)
     if probe.returncode == NO_SANDBOX:
         sys.exit(NO_SANDBOX)

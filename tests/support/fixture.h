@@ -21,14 +21,14 @@
 #define EXPECT_LACKS(text, part)                                                                   \
     EXPECT_PRED_FORMAT2(testing::IsNotSubstring, std::string(part), text)
 
-class Gateway {
+class Fixture {
 public:
     static constexpr const char *path = "file:gateway?mode=memory&cache=shared";
 
-    Gateway();  // the three tables, empty
-    ~Gateway(); // stops the service
-    Gateway(const Gateway &) = delete;
-    Gateway &operator=(const Gateway &) = delete;
+    Fixture();  // the three tables, empty
+    ~Fixture(); // stops the service
+    Fixture(const Fixture &) = delete;
+    Fixture &operator=(const Fixture &) = delete;
 
     void sql(const std::string &text);
     void addSwitches();

@@ -1,7 +1,7 @@
 // Fills the database and starts the service.
-#include "support/gateway.h"
+#include "support/fixture.h"
 
-Gateway::Gateway()
+Fixture::Fixture()
 {
     EXPECT_EQ(SQLITE_OK, sqlite3_open(path, &db));
     sql("create table swGlobalCfg(switchName, switchDevice, vlanEnable, qosEnable, numPorts,"
@@ -13,25 +13,25 @@ Gateway::Gateway()
         " fwdMap, untagMap, inSwitchOnly)");
 }
 
-Gateway::~Gateway()
+Fixture::~Fixture()
 {
     swMgrDeinit();
     sqlite3_close(db);
 }
 
-void Gateway::sql(const std::string &text)
+void Fixture::sql(const std::string &text)
 {
     char *message = nullptr;
     EXPECT_EQ(SQLITE_OK, sqlite3_exec(db, text.c_str(), nullptr, nullptr, &message)) << message;
 }
 
-void Gateway::addSwitches()
+void Fixture::addSwitches()
 {
     sql("insert into swGlobalCfg values('BCM', '/dev/bcm', 1, 1, 5, 1, 0, 0, 1),"
         " ('PSE', '', 1, 1, 4, 0, 0, 0, 2)");
 }
 
-void Gateway::addPorts()
+void Fixture::addPorts()
 {
     for (const char *port : {"0", "1", "2", "3", "4"})
         sql(std::string("insert into swPortConfig(switchName, portNumber, PVID) values('BCM',") +
@@ -42,13 +42,13 @@ void Gateway::addPorts()
             port + ", 4, 'BCM:" + port + "')");
 }
 
-void Gateway::start()
+void Fixture::start()
 {
     ASSERT_EQ(0, swMgrInit(path));
     platform::everything();
 }
 
-void Gateway::startFull()
+void Fixture::startFull()
 {
     addSwitches();
     addPorts();
