@@ -34,7 +34,7 @@ int listenAt(const char *path)
         errno = ENAMETOOLONG;
         return -1;
     }
-    std::strcpy(address.sun_path, path);
+    strcpy(address.sun_path, path);
     const int fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
     if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0)
         return -1;
