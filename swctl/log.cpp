@@ -19,12 +19,11 @@ struct Answer {
     std::string entries; // as they came
 };
 
-Answer askAfter(uint64_t after, int32_t level)
+Answer askAfter(uint64_t after, int32_t level, int type = LOGGING_MSG_FOLLOW)
 {
     const SwMgrLogFollowRequest request{after, level, /*reserved=*/0};
     std::string buffer(SWMGR_LOG_ANSWER_USUAL, '\0');
-    const int status =
-        exchange(LOGGING_RELAY_MODULE_ID, LOGGING_MSG_FOLLOW, bytesOf(request), buffer);
+    const int status = exchange(LOGGING_RELAY_MODULE_ID, type, bytesOf(request), buffer);
     Answer answer{};
     if (status < 0 || buffer.size() < sizeof(answer.header))
         throw Failure(exitRefused,
@@ -86,6 +85,20 @@ uint64_t LogFollower::read(const std::function<void(const LogLine &)> &take)
         after = answer.header.last;
         if (!advanced || after >= answer.header.newest)
             return lost;
+    }
+}
+
+uint64_t failedTools(const std::function<void(const LogLine &)> &take)
+{
+    for (uint64_t after = 0;;) {
+        const Answer answer = askAfter(after, SWMGR_LOG_DEVDEBUG, LOGGING_MSG_TOOLS);
+        std::string_view entries = answer.entries;
+        for (uint32_t i = 0; i < answer.header.count; ++i)
+            if (const std::optional<LogLine> line = takeEntry(entries))
+                take(*line);
+        if (answer.header.last <= after || answer.header.last >= answer.header.newest)
+            return answer.header.lost + answer.header.skipped;
+        after = answer.header.last;
     }
 }
 

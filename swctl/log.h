@@ -33,6 +33,10 @@ private:
     uint64_t after = 0; // number of the last record seen
 };
 
+// Hands over the command lines that failed and have not succeeded since; gives the
+// number of records that were lost on their way to the daemon.
+uint64_t failedTools(const std::function<void(const LogLine &)> &take);
+
 std::string timeText(int64_t time); // local time with milliseconds
 
 } // namespace swctl

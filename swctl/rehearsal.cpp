@@ -217,15 +217,15 @@ Chip Rehearsal::chip() const
     return chip;
 }
 
-Kernel Rehearsal::kernel() const
+Kernel kernelOf(const engine::State &state)
 {
     Kernel kernel;
     for (size_t id = 0; id < engine::vlanIdCount; ++id) {
-        for (const engine::SubInterface &way : held->engine.interfaces[id]) {
+        for (const engine::SubInterface &way : state.interfaces[id]) {
             if (way.present == 0)
                 continue;
             SubInterface sub;
-            sub.parent = way.parent;
+            sub.parent = std::string(way.parent, strnlen(way.parent, sizeof(way.parent)));
             sub.vlanId = static_cast<int>(id);
             sub.up = way.up != 0;
             std::copy(std::begin(way.ingress), std::end(way.ingress), sub.ingress.begin());
@@ -233,9 +233,16 @@ Kernel Rehearsal::kernel() const
             const std::string name = sub.parent + "." + std::to_string(id);
             kernel.interfaces[name] = std::move(sub);
         }
+    }
+    return kernel;
+}
+
+Kernel Rehearsal::kernel() const
+{
+    Kernel kernel = kernelOf(held->engine);
+    for (size_t id = 0; id < held->uptimeFiles.size(); ++id)
         if (held->uptimeFiles.test(id))
             kernel.uptimeFiles.insert(static_cast<int>(id));
-    }
     return kernel;
 }
 

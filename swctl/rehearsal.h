@@ -118,6 +118,9 @@ private:
 
 Rehearsal rehearse(const Script &script);
 
+// The sub-interfaces in a state of the engine's model, which plays the kernel too.
+Kernel kernelOf(const engine::State &state);
+
 // The name of a driver request, as "VLAN_ENTRY_SET", with its decoded fields.
 std::string driverText(const Happening &happening);
 

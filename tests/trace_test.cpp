@@ -42,8 +42,14 @@ namespace {
 
 struct Step {
     std::string name;
-    std::function<int()> run;
+    std::function<std::vector<int>()> run; // the results of what it calls
 };
+
+// A step of one call.
+Step one(const std::string &name, std::function<int()> run)
+{
+    return {name, [run = std::move(run)] { return std::vector<int>{run()}; }};
+}
 
 const std::vector<std::string> vlanColumns = {"vlanId",     "interfaceName", "LogicalIfName",
                                               "ingressMap", "egressMap",     "fwdMap",
@@ -78,40 +84,40 @@ std::vector<Step> requestSteps(Fixture &device)
     const auto command = [](const char *name, int code, const std::string &payload) {
         return [name, code, payload] { return switchRequest(name, code, payload); };
     };
-    const std::string one = bytesOf(int32_t{1});
+    const std::string on = bytesOf(int32_t{1});
     return {
-        {"start", [] { return swMgrInit(Fixture::path); }},
-        {"insert", row(18, 9,
-                       "insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap, untagMap,"
-                       " inSwitchOnly) values(9, 40, 'eth1', '0,2,4', '2,9', 1)",
-                       "")},
-        {"insert again", row(18, 9, "select 1", "")},
-        {"update", row(23, 1, "update vlanEncapIf set fwdMap='3', untagMap='3' where vlanId=10",
-                       oldVlan("10", "eth0"))},
-        {"update of another id",
-         row(23, 2, "update vlanEncapIf set vlanId=21 where vlanId=20", oldVlan("20", "eth1"))},
-        {"delete", row(9, 3, "delete from vlanEncapIf where vlanId=30", oldVlan("30", "eth0"))},
-        {"delete of none", row(9, 3, "select 1", oldVlan("99", "eth9"))},
-        {"unknown interface", row(18, 8,
-                                  "insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap)"
-                                  " values(8, 50, 'eth9', '1')",
-                                  "")},
-        {"bandwidth", [] { return interfaceEvent(25, 100000, 50); }},
-        {"no bandwidth", [] { return interfaceEvent(26, 0, 50); }},
-        {"queues", command("PSE", 48, "\xff\xff\xff\xff\2\0\0\0\3\0\0\0\x10\0\0\0\3\0\0\0"s)},
-        {"queues of one port",
-         command("PSE", 48, "\2\0\0\0\4\0\0\0\1\0\0\0\1\0\0\0\2\0\0\0\4\0\0\0"s)},
-        {"rate of a mapped port", command("PSE", 50, "\7\0\0\0\1\0\0\0\x40\0\0\0"s)},
-        {"highest rate", command("PSE", 50, "\1\0\0\0\1\0\0\0\xc4\xd7\x13\0"s)},
-        {"rate too high", command("PSE", 50, "\1\0\0\0\1\0\0\0\xc5\xd7\x13\0"s)},
-        {"rate command of another kind", command("PSE", 50, "\1\0\0\0\2"s)},
-        {"pause frames", command("PSE", 49, one)},
-        {"QoS of another kind", command("PSE", 47, bytesOf(int32_t{2}))},
-        {"VLAN mode off", command("BCM", 33, bytesOf(int32_t{0}))},
-        {"VLAN mode of another kind", command("BCM", 33, bytesOf(int32_t{2}))},
-        {"command without handler", command("BCM", 58, one)},
-        {"request add", [] { return vlanRequest(SW_CMD_VLAN_ADD, 60, "eth0", 0x6, 0x2, 1); }},
-        {"request delete", [] { return vlanRequest(SW_CMD_VLAN_DELETE, 60, "eth0", 0, 0); }},
+        one("start", [] { return swMgrInit(Fixture::path); }),
+        one("insert", row(18, 9,
+                          "insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap, untagMap,"
+                          " inSwitchOnly) values(9, 40, 'eth1', '0,2,4', '2,9', 1)",
+                          "")),
+        one("insert again", row(18, 9, "select 1", "")),
+        one("update", row(23, 1, "update vlanEncapIf set fwdMap='3', untagMap='3' where vlanId=10",
+                          oldVlan("10", "eth0"))),
+        one("update of another id",
+            row(23, 2, "update vlanEncapIf set vlanId=21 where vlanId=20", oldVlan("20", "eth1"))),
+        one("delete", row(9, 3, "delete from vlanEncapIf where vlanId=30", oldVlan("30", "eth0"))),
+        one("delete of none", row(9, 3, "select 1", oldVlan("99", "eth9"))),
+        one("unknown interface", row(18, 8,
+                                     "insert into vlanEncapIf(rowid, vlanId, interfaceName, fwdMap)"
+                                     " values(8, 50, 'eth9', '1')",
+                                     "")),
+        one("bandwidth", [] { return interfaceEvent(25, 100000, 50); }),
+        one("no bandwidth", [] { return interfaceEvent(26, 0, 50); }),
+        one("queues", command("PSE", 48, "\xff\xff\xff\xff\2\0\0\0\3\0\0\0\x10\0\0\0\3\0\0\0"s)),
+        one("queues of one port",
+            command("PSE", 48, "\2\0\0\0\4\0\0\0\1\0\0\0\1\0\0\0\2\0\0\0\4\0\0\0"s)),
+        one("rate of a mapped port", command("PSE", 50, "\7\0\0\0\1\0\0\0\x40\0\0\0"s)),
+        one("highest rate", command("PSE", 50, "\1\0\0\0\1\0\0\0\xc4\xd7\x13\0"s)),
+        one("rate too high", command("PSE", 50, "\1\0\0\0\1\0\0\0\xc5\xd7\x13\0"s)),
+        one("rate command of another kind", command("PSE", 50, "\1\0\0\0\2"s)),
+        one("pause frames", command("PSE", 49, on)),
+        one("QoS of another kind", command("PSE", 47, bytesOf(int32_t{2}))),
+        one("VLAN mode off", command("BCM", 33, bytesOf(int32_t{0}))),
+        one("VLAN mode of another kind", command("BCM", 33, bytesOf(int32_t{2}))),
+        one("command without handler", command("BCM", 58, on)),
+        one("request add", [] { return vlanRequest(SW_CMD_VLAN_ADD, 60, "eth0", 0x6, 0x2, 1); }),
+        one("request delete", [] { return vlanRequest(SW_CMD_VLAN_DELETE, 60, "eth0", 0, 0); }),
     };
 }
 
@@ -141,36 +147,43 @@ std::vector<Step> operationSteps(Fixture &device)
              engine = switchAtTopLevelGet();
              vlan = vlanOf(chip, 70, 0x13, "eth0");
              cfg.vlanId = 71;
-             return 10 * found(chip) + found(switchLowerLvlSwitchByNameGet(engine, "BCM"));
+             return std::vector{found(chip), found(switchLowerLvlSwitchByNameGet(engine, "BCM"))};
          }},
-        {"port VLAN", [] { return bcmPortVlanConfig(chip, &vlan); }},
-        {"port VLAN taken away", [] { return bcmPortVlanDeConfig(chip, &vlan); }},
+        {"port VLAN", [] { return std::vector{bcmPortVlanConfig(chip, &vlan)}; }},
+        {"port VLAN taken away", [] { return std::vector{bcmPortVlanDeConfig(chip, &vlan)}; }},
         {"default port VLAN",
-         [] { return bcmDefPortVlanConfig(0) + 10 * bcmDefPortVlanConfig(4); }},
+         [] {
+             return std::vector{bcmDefPortVlanConfig(0), bcmDefPortVlanConfig(4)};
+         }},
         {"port VLAN reset",
          [] {
              platform::answer("MEMBER_GET", 1);
-             return bcmPortVlanReset(2) + 10 * bcmDefPortVlanConfig(1);
+             return std::vector{bcmPortVlanReset(2), bcmDefPortVlanConfig(1)};
          }},
         {"chip VLAN",
          [] {
-             return bcmVlanMembershipSet(chip, &vlan) + 10 * bcmVlanMembershipSet(chip, nullptr);
+             return std::vector{bcmVlanMembershipSet(chip, &vlan),
+                                bcmVlanMembershipSet(chip, nullptr)};
          }},
         {"chip VLAN update",
-         [] { return bcmVlanMembershipUpdate(chip, &vlan) + 10 * bcmVlanMembershipClear(9); }},
+         [] {
+             return std::vector{bcmVlanMembershipUpdate(chip, &vlan), bcmVlanMembershipClear(9)};
+         }},
         {"chip ports",
          [] {
-             return bcmSwitchPortConfigure(chip, switchPortByNumberGet(chip, 2)) +
-                    10 * bcmSwitchPortPVIDSet(3, 4) + 100 * bcmNon8021qFramesStateChange(3, 1);
+             return std::vector{bcmSwitchPortConfigure(chip, switchPortByNumberGet(chip, 2)),
+                                bcmSwitchPortPVIDSet(3, 4), bcmNon8021qFramesStateChange(3, 1)};
          }},
         {"CPU port",
          [] {
              const SwitchVlan wan = vlanOf(chip, 1, 0, "eth1");
-             return bcmCPUPortNumberGet(&vlan) + 10 * bcmCPUPortNumberGet(&wan) +
-                    100 * bcmCPUPortNumberGet(nullptr);
+             return std::vector{bcmCPUPortNumberGet(&vlan), bcmCPUPortNumberGet(&wan),
+                                bcmCPUPortNumberGet(nullptr)};
          }},
         {"chip queries",
-         [] { return bcmIsPortInVlanFwdMap(1, 10) + 10 * bcmIsPortInVlanUntagMap(1, 10); }},
+         [] {
+             return std::vector{bcmIsPortInVlanFwdMap(1, 10), bcmIsPortInVlanUntagMap(1, 10)};
+         }},
         {"chip QoS",
          [] {
              const SwCmdQueueSched sched{SWMGR_EVERY_PORT, 4, 1, 1, 2, 3, 4};
@@ -179,91 +192,242 @@ std::vector<Step> operationSteps(Fixture &device)
              const SwCmdTrustMode mode{1, 3};
              const int32_t on = 1;
              int32_t link = 0;
-             return bcmQoSConfigure(chip, &on) + bcmPauseFrameConfigure(chip, &on) +
-                    bcmRateLimitConfigure(chip, &limit) + bcmTrustModeConfigure(chip, &mode) +
-                    bcmQueueSchedConfigure(chip, &sched) + bcmCosQueueMapConfigure(chip, &map) +
-                    bcmIGMPSnoopSet(chip) + bcmMLDSnoopSet(chip) + bcmLinkStatusGet(2, &link);
+             return std::vector{bcmQoSConfigure(chip, &on),
+                                bcmPauseFrameConfigure(chip, &on),
+                                bcmRateLimitConfigure(chip, &limit),
+                                bcmTrustModeConfigure(chip, &mode),
+                                bcmQueueSchedConfigure(chip, &sched),
+                                bcmCosQueueMapConfigure(chip, &map),
+                                bcmIGMPSnoopSet(chip),
+                                bcmMLDSnoopSet(chip),
+                                bcmLinkStatusGet(2, &link)};
          }},
         {"engine VLAN",
          [] {
              const SwitchVlan member = vlanOf(engine, 72, 0xf, "eth1");
-             return pseVlanMembershipSet(engine, &member) +
-                    10 * pseVlanMembershipSet(engine, nullptr);
+             return std::vector{pseVlanMembershipSet(engine, &member),
+                                pseVlanMembershipSet(engine, nullptr)};
          }},
         {"engine trust modes",
          [] {
-             int sum = 0;
+             std::vector<int> sums;
              for (int32_t mode = -1; mode <= SW_TRUST_MODE_COUNT; ++mode) {
                  const SwCmdTrustMode record{2, mode};
-                 sum = 3 * sum + pseTrustModeConfigure(engine, &record);
+                 sums.push_back(pseTrustModeConfigure(engine, &record));
              }
-             return sum;
+             return sums;
          }},
         {"engine lower",
          [] {
              uint32_t length = 4;
              const int32_t on = 1;
-             return pseLowerSwitchConfig(engine, 47, &on, 4, nullptr, &length) +
-                    10 * pseConfTransfer(engine, nullptr, 47, &on, 4, nullptr, &length) +
-                    100 * pseConfTransfer(engine, chip, 50, nullptr, 12, nullptr, &length);
+             return std::vector{pseLowerSwitchConfig(engine, 47, &on, 4, nullptr, &length),
+                                pseConfTransfer(engine, nullptr, 47, &on, 4, nullptr, &length),
+                                pseConfTransfer(engine, chip, 50, nullptr, 12, nullptr, &length)};
          }},
         {"VLAN by hand",
          [] {
-             return switchVlanByConfCreate(chip, &cfg) +
-                    10 * switchVlanConfParamsAssign(&vlan, &cfg) +
-                    100 * switchVlanCreate(chip, &vlan);
+             return std::vector{switchVlanByConfCreate(chip, &cfg),
+                                switchVlanConfParamsAssign(&vlan, &cfg),
+                                switchVlanCreate(chip, &vlan)};
          }},
         {"VLAN disabled",
          [] {
-             return switchVlanDisable(switchVlanByIdGet(chip, 71)) +
-                    10 * switchAllVlansDisable(engine);
+             return std::vector{switchVlanDisable(switchVlanByIdGet(chip, 71)),
+                                switchAllVlansDisable(engine)};
          }},
         {"VLAN applied",
          [] {
-             return switchVlanCfgApply(chip, switchVlanByIdGet(chip, 10)) +
-                    10 * switchVlanCfgApply(chip, nullptr);
+             return std::vector{switchVlanCfgApply(chip, switchVlanByIdGet(chip, 10)),
+                                switchVlanCfgApply(chip, nullptr)};
          }},
         {"port VLAN announced",
          [] {
              SwitchVlan *held = switchVlanByIdGet(chip, 40);
-             return switchPortVlanConfigure(held, portVlanAdd) +
-                    10 * switchPortVlanConfigure(held, 37) + 100 * switchVlanMembershipUpdate(held);
+             return std::vector{switchPortVlanConfigure(held, portVlanAdd),
+                                switchPortVlanConfigure(held, 37),
+                                switchVlanMembershipUpdate(held)};
          }},
         {"VLAN deleted",
          [found] {
-             return switchVlanDelete(switchVlanByIdGet(chip, 71)) +
-                    10 * found(switchVlanByNameGet(chip, "none"));
+             return std::vector{switchVlanDelete(switchVlanByIdGet(chip, 71)),
+                                found(switchVlanByNameGet(chip, "none"))};
          }},
         {"sub-interface",
          [] {
-             return switchVlanEncapCreate("eth0", 73) + 10 * switchVlanEncapDestroy("eth0", 73) +
-                    100 * timeEventRecord("/var/x");
+             return std::vector{switchVlanEncapCreate("eth0", 73),
+                                switchVlanEncapDestroy("eth0", 73), timeEventRecord("/var/x")};
          }},
         {"switch applied",
          [] {
-             return switchCfgApply(engine) + 10 * switchInitialCfgApply(chip) +
-                    100 * switchCfgDisable(nullptr);
+             return std::vector{switchCfgApply(engine), switchInitialCfgApply(chip),
+                                switchCfgDisable(nullptr)};
          }},
         {"ports applied",
          [] {
              SwitchPortCfg port{};
              memcpy(port.switchName, "PSE", 4);
              port.portNumber = 2;
-             return switchPortCfgApply(engine, nullptr) + 10 * switchPortDeinit(&port) +
-                    100 * switchPortVlanInfoConfigure(chip, switchPortByNumberGet(chip, 1));
+             return std::vector{switchPortCfgApply(engine, nullptr), switchPortDeinit(&port),
+                                switchPortVlanInfoConfigure(chip, switchPortByNumberGet(chip, 1))};
          }},
-        {"applied as a whole", [] { return swMgrCfgApply(); }},
-        {"detached", [] { return switchDeinit("BCM") + 10 * switchConfigFuncUnRegister(engine); }},
+        {"in one switch alone",
+         [] {
+             SwitchVlanCfg alone{};
+             alone.vlanId = 75;
+             memcpy(alone.interfaceName, "eth0", 5);
+             return std::vector{switchVlanByConfCreate(engine, &alone),
+                                switchVlanConfUpdate(&alone, &alone), switchVlanConfAdd(&alone),
+                                switchVlanConfDelete(&alone), switchVlanConfDelete(&alone)};
+         }},
+        {"applied as a whole", [] { return std::vector{swMgrCfgApply()}; }},
+        {"detached",
+         [] {
+             return std::vector{switchDeinit("BCM"), switchConfigFuncUnRegister(engine)};
+         }},
         {"nobody answers",
          [] {
-             return switchCfgDisable(engine) + switchCfgApply(chip) + switchRequest("BCM", 33, "");
+             return std::vector{switchCfgDisable(engine), switchCfgApply(chip),
+                                switchRequest("BCM", 33, "")};
          }},
         {"loaded again",
          [&device] {
              device.sql("update swPortConfig set phyDevice='BCM:77' where portNumber=7");
-             return swMgrCfgReload();
+             return std::vector{swMgrCfgReload()};
          }},
-        {"stop", [] { return swMgrDeinit() + 10 * swMgrDeinit(); }},
+        {"nothing given",
+         [] {
+             return std::vector{swGlobalCfgFromQueryResultRead(nullptr, nullptr, 0, 0),
+                                swPortCfgFromQueryResultRead(nullptr, nullptr, 0, 0),
+                                swVlanCfgFromQueryResultRead(nullptr, nullptr, 0, 0),
+                                swMgrDBUpdateHandler(nullptr, 80, nullptr, 0),
+                                switchConfAdd(nullptr),
+                                switchInitialCfgApply(nullptr),
+                                switchCfgApply(nullptr),
+                                switchDeinit(nullptr),
+                                switchConfigFuncRegister(nullptr),
+                                switchConfigFuncUnRegister(nullptr),
+                                switchConfig(nullptr, 47, nullptr, nullptr),
+                                switchLowerLvlSwitchListAppend(nullptr, chip),
+                                switchLowerLvlSwitchListAppend(engine, nullptr),
+                                switchPortConfAdd(nullptr),
+                                switchPortDeinit(nullptr),
+                                switchPortCfgApply(nullptr, nullptr),
+                                switchPortTrustModeConfigure(nullptr),
+                                switchPortVlanInfoConfigure(nullptr, nullptr),
+                                switchPortMapInit(nullptr, nullptr),
+                                switchPortMappedListAppend(nullptr, nullptr),
+                                switchVlanCreate(nullptr, &vlan),
+                                switchVlanCreate(chip, nullptr),
+                                switchVlanUpdate(nullptr, &vlan),
+                                switchVlanUpdate(&vlan, nullptr),
+                                switchVlanDelete(nullptr),
+                                switchVlanDisable(nullptr),
+                                switchAllVlansDisable(nullptr),
+                                switchVlanCfgApply(nullptr, nullptr),
+                                switchPortVlanConfigure(nullptr, 36),
+                                switchVlanMembershipUpdate(nullptr),
+                                switchVlanConfAdd(nullptr),
+                                switchVlanConfUpdate(nullptr, &cfg),
+                                switchVlanConfUpdate(&cfg, nullptr),
+                                switchVlanConfDelete(nullptr),
+                                switchVlanConfParamsAssign(nullptr, &cfg),
+                                switchVlanConfParamsAssign(&vlan, nullptr),
+                                switchVlanConfigure(chip, 37, &cfg),
+                                timeEventRecord(nullptr),
+                                timeEventGet(nullptr, "/proc/uptime"),
+                                bcmSwitchRegister(nullptr),
+                                bcmSwitchRegister(engine),
+                                bcmSwitchUnRegister(nullptr),
+                                bcmSwitchUnRegister(engine),
+                                pseSwitchRegister(nullptr),
+                                pseSwitchRegister(chip),
+                                pseSwitchUnRegister(nullptr),
+                                pseSwitchUnRegister(chip),
+                                bcmVlanMembershipUpdate(nullptr, &vlan),
+                                bcmVlanMembershipUpdate(chip, nullptr),
+                                bcmVlanMembershipSet(nullptr, nullptr),
+                                bcmSwitchPortConfigure(nullptr, nullptr),
+                                bcmPortVlanConfig(chip, nullptr),
+                                bcmPortVlanDeConfig(chip, nullptr),
+                                bcmQoSConfigure(nullptr, nullptr),
+                                bcmPauseFrameConfigure(nullptr, nullptr),
+                                bcmRateLimitConfigure(nullptr, nullptr),
+                                bcmTrustModeConfigure(nullptr, nullptr),
+                                bcmQueueSchedConfigure(nullptr, nullptr),
+                                bcmCosQueueMapConfigure(nullptr, nullptr),
+                                bcmIGMPSnoopSet(nullptr),
+                                bcmMLDSnoopSet(nullptr),
+                                bcmLinkStatusGet(1, nullptr),
+                                bcmPortStatsGet(1, nullptr),
+                                pseSwitchConfig(nullptr, 47, nullptr, 0, nullptr, nullptr),
+                                pseLowerSwitchConfig(nullptr, 47, nullptr, 0, nullptr, nullptr),
+                                pseVlanMembershipSet(nullptr, &vlan),
+                                pseQoSConfigure(nullptr, nullptr),
+                                pseQueueSchedConfigure(nullptr, nullptr),
+                                psePauseFrameConfigure(nullptr, nullptr),
+                                pseRateLimitConfigure(nullptr, nullptr),
+                                pseTrustModeConfigure(nullptr, nullptr),
+                                switchMacAddressByIfNameGet(nullptr, nullptr)};
+         }},
+        {"too long, too short",
+         [] {
+             std::vector<int> results;
+             for (const char *column : {"switchName", "switchDevice", "phyDevice", "interfaceName",
+                                        "ingressMap", "fwdMap"})
+                 for (const size_t length : {size_t{63}, size_t{64}, size_t{127}, size_t{128},
+                                             size_t{511}, size_t{512}}) {
+                     std::string name = column;
+                     std::string value(length, '1');
+                     char *table[] = {name.data(), value.data()};
+                     SwitchGlobalCfg sw{};
+                     SwitchPortCfg port{};
+                     SwitchVlanCfg held{};
+                     results.push_back(swGlobalCfgFromQueryResultRead(&sw, table, 1, 0) +
+                                       swPortCfgFromQueryResultRead(&port, table, 1, 0) +
+                                       swVlanCfgFromQueryResultRead(&held, table, 1, 0));
+                 }
+             for (const int type : {4, 5, 36, 38, 47})
+                 for (const size_t length :
+                      {size_t{0}, size_t{80}, size_t{1132}, size_t{1363}, size_t{1365}})
+                     results.push_back(request(type, std::string(length, '\0')));
+             return results;
+         }},
+        {"every number of a row",
+         [] {
+             std::vector<int> fields;
+             const auto read = [&fields](auto &record, auto decode,
+                                         const std::vector<const char *> &names) {
+                 for (size_t i = 0; i < names.size(); ++i) {
+                     std::string name = names[i];
+                     std::string value = std::to_string(i + 1);
+                     char *table[] = {name.data(), value.data()};
+                     fields.push_back(decode(&record, table, 1, 0));
+                 }
+             };
+             SwitchGlobalCfg sw{};
+             read(sw, swGlobalCfgFromQueryResultRead,
+                  {"numPorts", "vlanEnable", "qosEnable", "pauseFrameEnable", "igmpSnoopingEnable",
+                   "mldSnoopingEnable", "switchLevel"});
+             for (const int field : {sw.numPorts, sw.vlanEnable, sw.qosEnable, sw.pauseFrameEnable,
+                                     sw.igmpSnoopingEnable, sw.mldSnoopingEnable, sw.switchLevel})
+                 fields.push_back(field);
+             SwitchPortCfg port{};
+             read(port, swPortCfgFromQueryResultRead,
+                  {"portNumber", "portType", "PVID", "mirroring", "trustMode", "rateLimit",
+                   "schedMode", "numQueues", "queue1Weight", "queue2Weight", "queue3Weight",
+                   "queue4Weight"});
+             for (const int field :
+                  {port.portNumber, port.portType, port.PVID, port.mirroring, port.trustMode,
+                   port.rateLimit, port.schedMode, port.numQueues, port.queue1Weight,
+                   port.queue2Weight, port.queue3Weight, port.queue4Weight})
+                 fields.push_back(field);
+             return fields;
+         }},
+        {"stop",
+         [] {
+             return std::vector{swMgrDeinit(), swMgrDeinit()};
+         }},
     };
 }
 
@@ -288,8 +452,10 @@ std::string traceOf(const std::vector<Step> &steps)
 {
     std::string trace;
     for (const Step &step : steps) {
-        const int result = step.run();
-        trace += "== " + step.name + ": " + std::to_string(result) + "\n" + platform::everything();
+        trace += "== " + step.name + ":";
+        for (const int result : step.run())
+            trace += " " + std::to_string(result);
+        trace += "\n" + platform::everything();
     }
     return trace;
 }
