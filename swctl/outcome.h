@@ -9,9 +9,10 @@ namespace swctl {
 
 enum ExitStatus {
     exitDone = 0,
-    exitRefused = 1,    // the service answered with a negative status
-    exitUsage = 2,      // wrong arguments, or a database that cannot be used
-    exitUnreachable = 3 // the service could not be asked
+    exitRefused = 1,     // refused, and nothing is different from before
+    exitUsage = 2,       // wrong arguments, or a database that cannot be used
+    exitUnreachable = 3, // the service could not be asked, or did not answer
+    exitDiffers = 4      // rows and hardware do not agree
 };
 
 struct Failure : std::runtime_error {

@@ -9,6 +9,7 @@
 #include "platform/sal.h"
 #include "swctl/log.h"
 #include "swctl/outcome.h"
+#include "swctl/request_log.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 
@@ -270,6 +271,10 @@ Part<EngineFacts> readEngine()
     Part<EngineFacts> part;
     try {
         EngineFacts facts;
+        RequestLog log;
+        static_cast<void>(log.take()); // the daemon has everything by then
+        if (!log.available())
+            throw Failure(exitUnreachable, "nobody hears the service's log");
         const uint64_t lost = failedTools([&](const LogLine &line) {
             ToolLine tool;
             ToolEntry entry;

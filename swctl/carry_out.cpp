@@ -1,0 +1,310 @@
+// Writes, announces, verifies, settles, takes back; see the header.
+#include "swctl/carry_out.h"
+
+#include "swctl/journal.h"
+#include "swctl/request_log.h"
+#include "swctl/service.h"
+#include "swctl/text.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <csignal>
+
+namespace swctl {
+namespace {
+
+// Between the commit and the answer an interruption leaves it open what became of
+// the change; the journal has it, and the next swctl finishes it.
+void onInterruption(int)
+{
+    constexpr char text[] =
+        "\nswctl: unanswered: interrupted before the service had answered\n"
+        "  The change is written down; the next swctl, or 'swctl recover', finishes it.\n";
+    static_cast<void>(!write(STDERR_FILENO, text, sizeof(text) - 1));
+    _exit(exitUnreachable);
+}
+
+class InterruptionTold {
+public:
+    InterruptionTold()
+    {
+        struct sigaction action = {};
+        action.sa_handler = onInterruption;
+        for (size_t i = 0; i < std::size(numbers); ++i)
+            sigaction(numbers[i], &action, &before[i]);
+    }
+    ~InterruptionTold()
+    {
+        for (size_t i = 0; i < std::size(numbers); ++i)
+            sigaction(numbers[i], &before[i], nullptr);
+    }
+    InterruptionTold(const InterruptionTold &) = delete;
+    InterruptionTold &operator=(const InterruptionTold &) = delete;
+
+private:
+    static constexpr int numbers[] = {SIGINT, SIGTERM, SIGHUP};
+    struct sigaction before[std::size(numbers)];
+};
+
+// What a change is about to meet.
+struct Prepared {
+    GatewayView gateway;
+    std::unique_ptr<Snapshot> before, after;
+    Target target;   // of the rows after the change
+    Actual hardware; // before it, as far as the change can reach
+    std::set<int> ids;
+};
+
+Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot)
+{
+    return targetOf(gateway.rehearseStart(snapshot)->finish(), vlanIdsIn(snapshot.database()));
+}
+
+std::string stoppedText(const StoppedAt &stopped)
+{
+    std::string text = "a start of the service would stop at row " +
+                       std::to_string(stopped.row + 1) + " of " + stopped.table;
+    for (const std::string &reason : stopped.reasons)
+        text += "\n  service: " + printable(reason);
+    return text;
+}
+
+// A change that would keep the next start from going through is not begun.
+void refuseStop(const Prepared &prepared, const ChangeSet &changes)
+{
+    if (!prepared.target.stopped)
+        return;
+    const Target now = targetOfStart(prepared.gateway, *prepared.before);
+    if (now.stopped && now.stopped->table == prepared.target.stopped->table &&
+        now.stopped->row == prepared.target.stopped->row)
+        return; // it does already, and not for this
+    throw Failure(exitRefused, "refused: " + printable(changes.what) + ": " +
+                                   stoppedText(*prepared.target.stopped) +
+                                   "\n  Nothing was changed. --force does it all the same.");
+}
+
+void readUnread(Verdict &verdict, const Actual &actual)
+{
+    if (!actual.chip.held)
+        verdict.unread.push_back("chip: " + actual.chip.reason);
+    if (!actual.kernel.held)
+        verdict.unread.push_back("kernel: " + actual.kernel.reason);
+}
+
+void noteEngine(Verdict &verdict, const Actual &actual)
+{
+    if (!actual.engine.reason.empty())
+        verdict.note = "engine: not known whether its tools worked: " + actual.engine.reason;
+}
+
+void judge(Verdict &verdict, Settled settled, Word otherwise)
+{
+    verdict.verified = true;
+    verdict.settled = std::move(settled.done);
+    verdict.left = std::move(settled.left);
+    readUnread(verdict, settled.actual);
+    noteEngine(verdict, settled.actual);
+    verdict.word = verdict.left.empty() && verdict.unread.empty() ? otherwise : Word::differs;
+}
+
+// Sends the announcements in order up to the first that is refused; gives the
+// number of those that were sent.
+size_t announceAll(const ChangeSet &changes, int &answer)
+{
+    size_t sent = 0;
+    for (const RowChange &change : changes.rows) {
+        if (change.isAnnounced()) {
+            const Announcement announcement = announcementOf(change);
+            answer = ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, announcement.event,
+                         announcement.oldValues);
+        }
+        ++sent;
+        if (answer < 0)
+            break;
+    }
+    return sent;
+}
+
+void putRowsBack(Database &database, const ChangeSet &changes)
+{
+    ChangeSet back = reversed(changes);
+    Transaction transaction(database, Access::write);
+    writeRows(database, back);
+    transaction.commit();
+}
+
+// The rows go back, the service is told, and what the attempt left is cleared.
+void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, Verdict &verdict)
+{
+    putRowsBack(database, verdict.changes);
+    int ignored = 0;
+    ChangeSet told = reversed(verdict.changes, sent);
+    std::erase_if(told.rows, [](const RowChange &change) { return change.vlanId() == 0; });
+    for (const RowChange &change : told.rows) {
+        ChangeSet single;
+        single.rows.push_back(change);
+        static_cast<void>(announceAll(single, ignored)); // what it came to is looked at
+    }
+    verdict.word = Word::refused;
+    if (!verify)
+        return;
+    const Target target = targetOfStart(prepared.gateway, *prepared.before);
+    Settled settled = settle(prepared.gateway, *prepared.before, target, prepared.ids, true);
+    // What differed before, or lies where this change cannot have reached, is not
+    // of its making.
+    const std::vector<Difference> old = counting(differences(target, prepared.hardware));
+    std::erase_if(settled.left, [&](const Difference &difference) {
+        return std::any_of(old.begin(), old.end(),
+                           [&](const Difference &one) { return one.sameAs(difference); }) ||
+               (difference.kind == DifferenceKind::chipEntry &&
+                !prepared.ids.contains(difference.vlanId));
+    });
+    judge(verdict, std::move(settled), Word::refused);
+}
+
+bool wasNeverSent(const Failure &failure)
+{
+    return dynamic_cast<const Unanswered *>(&failure) == nullptr;
+}
+
+void verifyChange(Prepared &prepared, Verdict &verdict)
+{
+    judge(verdict, settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids, true),
+          Word::applied);
+}
+
+void writeAndPrepare(Database &database, const ChangeOptions &options, const Plan &plan,
+                     const Journal &journal, Prepared &prepared, Verdict &verdict)
+{
+    Transaction transaction(database, Access::write);
+    ChangeSet &changes = verdict.changes;
+    changes = plan(database);
+    if (changes.empty())
+        return;
+    prepared.before = std::make_unique<Snapshot>(database);
+    writeRows(database, changes);
+    for (const int id : changes.vlanIds())
+        prepared.ids.insert(id);
+    if (options.verify && !options.offline) {
+        prepared.after = std::make_unique<Snapshot>(database);
+        auto running = prepared.gateway.rehearseStart(*prepared.after);
+        prepared.hardware = prepared.gateway.read(*prepared.before, Target(), prepared.ids);
+        prepared.target = targetOf(running->finish(), vlanIdsIn(prepared.after->database()));
+        if (!options.force)
+            refuseStop(prepared, changes);
+    }
+    if (!options.offline)
+        journal.begin(changes);
+    transaction.commit();
+}
+
+void announceAndVerify(Database &database, const ChangeOptions &options, Prepared &prepared,
+                       Verdict &verdict)
+{
+    RequestLog log;
+    size_t sent = 0;
+    try {
+        sent = announceAll(verdict.changes, verdict.answer);
+        verdict.asked = true;
+        if (verdict.answer < 0) {
+            verdict.reasons = reasonsIn(log.take());
+            takeBack(database, prepared, sent, options.verify, verdict);
+        } else if (options.verify) {
+            verifyChange(prepared, verdict);
+            if (verdict.word == Word::differs)
+                verdict.reasons = reasonsIn(log.take());
+        }
+        if (verdict.word != Word::applied && !log.available())
+            verdict.note = "reasons are not available: no log daemon hears the service";
+    } catch (const Failure &failure) {
+        verdict.word = Word::unanswered;
+        verdict.note = failure.what();
+        if (verdict.asked || !wasNeverSent(failure))
+            return;
+        putRowsBack(database, verdict.changes);
+        verdict.note += "; the rows are as they were";
+    }
+}
+
+} // namespace
+
+const char *wordText(Word word)
+{
+    constexpr const char *words[] = {"applied", "refused", "differs", "unanswered"};
+    return words[static_cast<size_t>(word)];
+}
+
+ExitStatus wordStatus(Word word)
+{
+    constexpr ExitStatus statuses[] = {exitDone, exitRefused, exitDiffers, exitUnreachable};
+    return statuses[static_cast<size_t>(word)];
+}
+
+Verdict carryOut(const ChangeOptions &options, const Plan &plan)
+{
+    Prepared prepared{GatewayView(options.databasePath, options.siteFile), {}, {}, {}, {}, {}};
+    Database database(options.databasePath, Access::write);
+    const Journal journal(options.databasePath);
+    if (!options.offline)
+        static_cast<void>(recoverUnfinished(options));
+    Verdict verdict;
+    const InterruptionTold told;
+    writeAndPrepare(database, options, plan, journal, prepared, verdict);
+    if (verdict.changes.empty() || options.offline)
+        return verdict;
+    announceAndVerify(database, options, prepared, verdict);
+    const bool open = verdict.word == Word::unanswered && rowsAreAfter(database, verdict.changes);
+    if (!open)
+        journal.end();
+    return verdict;
+}
+
+std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
+{
+    const Journal journal(options.databasePath);
+    std::optional<ChangeSet> changes = journal.unfinished();
+    if (!changes)
+        return std::nullopt;
+    GatewayView gateway(options.databasePath, options.siteFile);
+    Database database(options.databasePath, Access::write);
+    Snapshot snapshot(database);
+    const Target target = targetOfStart(gateway, snapshot);
+    std::set<int> ids;
+    for (const int id : changes->vlanIds())
+        ids.insert(id);
+    Verdict verdict;
+    verdict.changes = std::move(*changes);
+    const bool done = rowsAreAfter(database, verdict.changes);
+    verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
+                   ") was broken off; it is " + (done ? "finished" : "taken back");
+    judge(verdict, settle(gateway, snapshot, target, ids, true), Word::applied);
+    journal.end();
+    fprintf(stderr, "swctl: %s\n", printable(verdict.note).c_str());
+    return verdict;
+}
+
+Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress)
+{
+    constexpr int highestVlan = 4094;
+    GatewayView gateway(options.databasePath, options.siteFile);
+    Database database(options.databasePath, Access::read);
+    Snapshot snapshot(database);
+    const Target target = targetOfStart(gateway, snapshot);
+    std::set<int> ids;
+    for (int id = 1; allVlans && id <= highestVlan; ++id)
+        ids.insert(id);
+    Verdict verdict;
+    verdict.changes.what = "gateway";
+    verdict.changes.verb = "compared";
+    Settled settled = settle(gateway, snapshot, target, ids, !dryRun, progress);
+    if (target.stopped)
+        verdict.note = stoppedText(*target.stopped);
+    const std::string note = verdict.note;
+    judge(verdict, std::move(settled), Word::applied);
+    if (!note.empty())
+        verdict.note = note;
+    return verdict;
+}
+
+} // namespace swctl

@@ -1,0 +1,45 @@
+// The gateway that a command works on: its database, what a fresh start from it
+// would give, and what it holds.
+#pragma once
+
+#include "swctl/database.h"
+#include "swctl/difference.h"
+#include "swctl/readback.h"
+#include "swctl/site.h"
+#include "swctl/snapshot.h"
+
+#include <memory>
+#include <set>
+#include <string>
+
+namespace swctl {
+
+class GatewayView {
+public:
+    GatewayView(const std::string &databasePath, const std::string &siteFile);
+
+    [[nodiscard]] const Interfaces &interfaces() const { return known; }
+    [[nodiscard]] const Site &site() const { return place; }
+
+    // Begins to rehearse a fresh start from the database as it is in `snapshot`.
+    std::unique_ptr<RunningRehearsal> rehearseStart(Snapshot &snapshot) const;
+
+    // A script that starts from it, to which requests can be added.
+    [[nodiscard]] Script startScript(Snapshot &snapshot) const;
+
+    // Everything that the target and `moreIds` name; of the chip in `snapshot`.
+    Actual read(Snapshot &snapshot, const Target &target, const std::set<int> &moreIds = {},
+                const Progress &progress = {}) const;
+
+private:
+    Site place;
+    Interfaces known;
+};
+
+// The VLAN ids that the rows name.
+std::set<int> vlanIdsIn(Database &database);
+
+// The device of the chip's row; empty when there is none.
+std::string chipDevice(Database &database);
+
+} // namespace swctl

@@ -1,0 +1,94 @@
+// Hears the log out; see the header.
+#include "swctl/request_log.h"
+
+#include "common/log_rank.h"
+#include "swctl/outcome.h"
+#include "swctl/service.h"
+#include "swctl/text.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+namespace swctl {
+namespace {
+
+constexpr int napMs = 1;
+constexpr int mostNaps = 250;
+constexpr const char *markerTable = "swctl"; // no table of the service's
+
+// The end of a deletion in a table that the service does not know: it does nothing
+// and logs that it did, after everything that it logged before.
+std::string markerText(int rowId)
+{
+    return std::string("DBUpdate event: Table: ") + markerTable +
+           " opCode:9 rowId:" + std::to_string(rowId) + " status=0";
+}
+
+void markerSend(int rowId)
+{
+    SwMgrDbEvent event{};
+    fillField(event.tableName, markerTable);
+    event.rowId = rowId;
+    event.opCode = SWMGR_DB_DELETE;
+    static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event)));
+}
+
+bool isOfMarker(const LogLine &line)
+{
+    return line.text.find(std::string("Table: ") + markerTable + " ") != std::string::npos;
+}
+
+} // namespace
+
+RequestLog::RequestLog() : follower(SWMGR_LOG_DEVDEBUG)
+{
+    try {
+        follower.skipToNewest();
+        heard = true;
+    } catch (const Failure &) {
+        heard = false;
+    }
+}
+
+std::vector<LogLine> RequestLog::take()
+{
+    static int serial = 0;
+    std::vector<LogLine> lines;
+    if (!heard)
+        return lines;
+    try {
+        const int rowId = getpid() * 64 + serial++ % 64;
+        markerSend(rowId);
+        const std::string marker = markerText(rowId);
+        bool seen = false;
+        for (int nap = 0; !seen && nap < mostNaps; ++nap) {
+            follower.read([&](const LogLine &line) {
+                if (line.text.find(marker) != std::string::npos)
+                    seen = true;
+                else if (line.module == SWMGR_RELAY_MODULE_ID && !isOfMarker(line))
+                    lines.push_back(line);
+            });
+            if (!seen)
+                poll(nullptr, 0, napMs);
+        }
+        heard = seen;
+    } catch (const Failure &) {
+        heard = false;
+    }
+    return lines;
+}
+
+std::vector<std::string> reasonsIn(const std::vector<LogLine> &lines)
+{
+    std::vector<std::string> reasons;
+    for (const LogLine &line : lines) {
+        const int32_t rank = logRank(line.level, line.text.data(), line.text.size());
+        if (rank <= LOG_RANK_WARNING && line.text.find("Invalid command (") == std::string::npos &&
+            line.text.find("processing returned 0") == std::string::npos &&
+            line.text.find("Disabling Vlan") == std::string::npos)
+            reasons.push_back(printable(line.text));
+    }
+    return reasons;
+}
+
+} // namespace swctl
