@@ -44,7 +44,7 @@ void addGlobalOptions(Program &program)
 int generate(const CLI::App &app, const std::string &kind)
 {
     const std::string text = kind == "man" ? manualPage(app) : bashCompletion(app);
-    return fputs(text.c_str(), stdout) >= 0 && fflush(stdout) == 0 ? exitDone : exitUsage;
+    return fputs(text.c_str(), stdout) >= 0 ? exitDone : exitUsage;
 }
 
 int parseAndRun(Program &program, int argc, char **argv)
