@@ -9,7 +9,7 @@ namespace swctl {
 
 using Json = nlohmann::ordered_json;
 
-// One line on standard output, flushed. Bytes that are no UTF-8 become U+FFFD, and
+// One line on standard output. Bytes that are no UTF-8 become U+FFFD, and
 // all but ASCII is escaped: a control character or a mark that turns the writing
 // direction around does not reach a terminal this way either.
 inline void printJson(const Json &json)
@@ -17,7 +17,6 @@ inline void printJson(const Json &json)
     const std::string text =
         json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace);
     puts(text.c_str());
-    fflush(stdout);
 }
 
 } // namespace swctl
