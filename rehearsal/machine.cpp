@@ -75,7 +75,7 @@ bool machineInit()
     state = static_cast<State *>(memory);
     new (&state->chip) chip::Model();
     new (&state->uptimeFiles) std::bitset<engine::vlanIdCount>();
-    engine::powerOn(state->engine);
+    engine::statePowerOn(state->engine);
     return true;
 }
 
@@ -110,7 +110,7 @@ int commandRun(const char *commandLine)
     if (tool == nullptr)
         return -ENOENT;
     engine::Reply reply;
-    return engine::runTool(*tool, host, state->engine, static_cast<int>(words.size()) - 1,
+    return engine::toolRun(*tool, host, state->engine, static_cast<int>(words.size()) - 1,
                            words.data() + 1, reply);
 }
 

@@ -1,5 +1,6 @@
 // The commands that change and list the configuration database: vlan, port and
 // switch. They differ only in their tables.
+#include "common/clock.h"
 #include "swctl/change.h"
 #include "swctl/cli.h"
 #include "swctl/configuration_columns.h"
@@ -100,13 +101,6 @@ void printReasons(int64_t since)
     }
 }
 
-int64_t nanosecondsNow()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::system_clock::now().time_since_epoch())
-        .count();
-}
-
 // Tells the service of a written row unless offline, and the user what came of
 // it; gives the exit status.
 int finish(const Program &program, Database &database, const Written &written,
@@ -116,7 +110,7 @@ int finish(const Program &program, Database &database, const Written &written,
     const char *verb = verbs[written.opCode == SWMGR_DB_INSERT   ? 0
                              : written.opCode == SWMGR_DB_UPDATE ? 1
                                                                  : 2];
-    const int64_t start = nanosecondsNow();
+    const int64_t start = nanosecondsNow(CLOCK_REALTIME);
     const Outcome outcome = offline ? Outcome() : announce(database, written);
     if (program.globals.json)
         printOutcome(written, outcome);

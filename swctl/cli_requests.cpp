@@ -82,9 +82,9 @@ void addRequests(Program &program)
 
 struct BandwidthArguments {
     std::string interfaceName;
-    std::string total;        // kbit/s
-    std::string percent;      // of the total
-    std::string event = "22"; // code of the interface event
+    std::string total;   // kbit/s
+    std::string percent; // of the total
+    std::string event = std::to_string(SWMGR_IFDEV_EVENT_A);
 };
 
 int runBandwidth(const Globals &globals, const BandwidthArguments &arguments)
@@ -100,7 +100,8 @@ int runBandwidth(const Globals &globals, const BandwidthArguments &arguments)
     const uint64_t product = uint64_t{bandwidth.totalBandwidth} * bandwidth.percentage;
     if (product > std::numeric_limits<uint32_t>::max() || product / 100 > mostRate)
         throw Failure(exitUsage, arguments.percent + " % of " + arguments.total +
-                                     " kbit/s is more than can be set: at most 1300480 kbit/s");
+                                     " kbit/s is more than can be set: at most " +
+                                     std::to_string(mostRate) + " kbit/s");
     const int status =
         ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_IFDEV_EVENT, bytesOf(event), bytesOf(bandwidth));
     return reportAnswer(globals, "bandwidth of " + arguments.interfaceName, status);
@@ -195,7 +196,8 @@ int runCommand(const Globals &globals, const RawArguments &arguments)
     SwMgrSwitchCmdRequest request{};
     const std::string payload = bytesFromHex(arguments.payload);
     if (payload.size() > sizeof(request.payload))
-        throw Failure(exitUsage, "a payload has at most 1300 bytes");
+        throw Failure(exitUsage,
+                      "a payload has at most " + std::to_string(SWMGR_CMD_PAYLOAD_SIZE) + " bytes");
     memcpy(request.switchName, arguments.switchName.data(),
            std::min(arguments.switchName.size(), sizeof(request.switchName)));
     memcpy(request.payload, payload.data(), payload.size());

@@ -44,7 +44,7 @@ int runRateLimit(const Globals &globals, const SwitchArguments &arguments)
         throw Failure(exitUsage, "give either --rate or --off");
     SwCmdRateLimit record{};
     record.portNumber = static_cast<uint32_t>(toInt(arguments.port));
-    record.limitCmd = arguments.off ? 0 : 1;
+    record.limitCmd = arguments.off ? SW_RATE_LIMIT_REMOVE : SW_RATE_LIMIT_APPLY;
     record.rateLimit = toInt(arguments.rate);
     return send(globals, "rate limit of port " + arguments.port, arguments, SW_CMD_RATE_LIMIT,
                 bytesOf(record));
@@ -53,7 +53,7 @@ int runRateLimit(const Globals &globals, const SwitchArguments &arguments)
 int runQueues(const Globals &globals, const SwitchArguments &arguments)
 {
     SwCmdQueueSched record{};
-    record.portNumber = arguments.port == "all" ? -1 : toInt(arguments.port);
+    record.portNumber = arguments.port == "all" ? SWMGR_EVERY_PORT : toInt(arguments.port);
     record.numQueues = toInt(arguments.queues);
     record.schedMode = toInt(arguments.mode);
     int32_t *weights[weightedQueues] = {&record.queue1Weight, &record.queue2Weight,
@@ -185,7 +185,7 @@ void addQueues(Program &program)
     command->add_option("--mode", arguments->mode, "Scheduling mode: 0, 1 or 3")
         ->type_name("MODE")
         ->capture_default_str()
-        ->check(oneOf({0, 1, 3}));
+        ->check(oneOf({SW_SCHED_MODE_CODE_1, SW_SCHED_MODE_CODE_0, SW_SCHED_MODE_CODE_2}));
     command
         ->add_option("--weights", arguments->weights,
                      "Weights of queues 1 to 4, rounded down to a power of two by the engine; "

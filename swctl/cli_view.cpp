@@ -114,6 +114,7 @@ void printJsonLine(const LogLine &line)
                {"levelCode", line.level},
                {"dropped", line.dropped},
                {"text", line.text}});
+    fflush(stdout);
 }
 
 void printLine(const LogLine &line, bool json, bool colour)

@@ -3,6 +3,7 @@
 #include "swctl/configuration_columns.h"
 
 #include "swctl/validate.h"
+#include "swmgr/swmgr_client.h"
 
 #include <limits>
 
@@ -38,12 +39,12 @@ CLI::Validator portCount()
 
 CLI::Validator trustMode()
 {
-    return decimal(0, 4);
+    return decimal(0, SW_TRUST_MODE_COUNT - 1);
 }
 
 CLI::Validator scheduling()
 {
-    return oneOf({0, 1, 3});
+    return oneOf({SW_SCHED_MODE_CODE_1, SW_SCHED_MODE_CODE_0, SW_SCHED_MODE_CODE_2});
 }
 
 CLI::Validator queueCount()

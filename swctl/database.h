@@ -3,6 +3,8 @@
 // is thrown as a Failure with SQLite's reason.
 #pragma once
 
+#include "platform/releaser.h"
+
 #include <cstdint>
 #include <memory>
 #include <optional>
@@ -12,15 +14,6 @@
 #include <vector>
 
 namespace swctl {
-
-template <auto Release>
-struct Releaser {
-    template <class T>
-    void operator()(T *resource) const
-    {
-        static_cast<void>(Release(resource));
-    }
-};
 
 // A value that is no text, byte by byte.
 struct Blob {

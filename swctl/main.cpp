@@ -44,7 +44,7 @@ void addGlobalOptions(Program &program)
 int generate(const CLI::App &app, const std::string &kind)
 {
     const std::string text = kind == "man" ? manualPage(app) : bashCompletion(app);
-    return fputs(text.c_str(), stdout) >= 0 && fflush(stdout) == 0 ? exitDone : exitUsage;
+    return fputs(text.c_str(), stdout) >= 0 ? exitDone : exitUsage;
 }
 
 int parseAndRun(Program &program, int argc, char **argv)
@@ -71,9 +71,11 @@ int parseAndRun(Program &program, int argc, char **argv)
 // What was to be shown and could not be is a failure, whatever else was done.
 int written(int status)
 {
+    errno = 0; // stays 0 where it was an earlier write that failed
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
-    fprintf(stderr, "swctl: the output cannot be written: %s\n", strerror(errno));
+    fprintf(stderr, "swctl: the output cannot be written%s%s\n", errno != 0 ? ": " : "",
+            errno != 0 ? strerror(errno) : "");
     return status != exitDone ? status : exitUsage;
 }
 

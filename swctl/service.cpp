@@ -79,11 +79,11 @@ std::string statusInWords(int status)
         const char *words;
     };
     static constexpr Meaning meanings[] = {
-        {0, "done"},
-        {-1, "failed"},
-        {-22, "refused as invalid"},
-        {-12, "the service is out of memory"},
-        {-95, "this interface event is not supported"},
+        {SWMGR_STATUS_OK, "done"},
+        {SWMGR_STATUS_FAILED, "failed"},
+        {SWMGR_STATUS_INVALID, "refused as invalid"},
+        {SWMGR_STATUS_NO_MEMORY, "the service is out of memory"},
+        {SWMGR_STATUS_UNSUPPORTED, "this interface event is not supported"},
     };
     for (const Meaning &meaning : meanings)
         if (meaning.status == status)

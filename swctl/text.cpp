@@ -85,7 +85,7 @@ size_t displayWidth(std::string_view text)
 
 std::string padded(std::string_view text, int width)
 {
-    const auto wanted = static_cast<size_t>(std::abs(width));
+    const auto wanted = static_cast<size_t>(abs(width));
     const size_t shown = displayWidth(text);
     const std::string fill(wanted > shown ? wanted - shown : 0, ' ');
     return width < 0 ? fill + std::string(text) : std::string(text) + fill;

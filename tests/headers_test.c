@@ -29,18 +29,20 @@ int main(void)
     memset(&request, 0, sizeof(request));
     request.vlan.vlanId = 10;
     check(sizeof(request) == 1364, "a VLAN request has 1364 bytes");
-    check(((const unsigned char *)&request)[64] == 10, "the VLAN id lies at byte 64");
+    check(((const unsigned char *)&request)[SWMGR_SWITCH_NAME_SIZE] == 10,
+          "the VLAN id lies where other requests have their payload");
     check(SW_CMD_VLAN_ADD == 36 && SW_CMD_VLAN_DELETE == 38, "request numbers");
 
     swMgrRun(); /* returns at once: nothing was started */
-    check(swMgrInit("/no/such/directory/database") < 0, "a start without a database fails");
+    check(swMgrInit("/no/such/directory/database") < SWMGR_STATUS_OK,
+          "a start without a database fails");
     check(swMgrInitialized == 0, "nothing runs after a failed start");
-    check(swMgrInit(":memory:") == 0, "a start with an empty database");
+    check(swMgrInit(":memory:") == SWMGR_STATUS_OK, "a start with an empty database");
     check(swMgrInitialized == 1, "the service runs");
     swMgrInitialized = 0;
     swMgrRun();
-    check(swMgrDeinit() == 0, "the stop");
-    check(swMgrDeinit() == 0, "a second stop");
+    check(swMgrDeinit() == SWMGR_STATUS_OK, "the stop");
+    check(swMgrDeinit() == SWMGR_STATUS_OK, "a second stop");
     remove(directory);
     return failures == 0 ? 0 : 1;
 }

@@ -123,7 +123,7 @@ struct Engine {
     std::unique_ptr<engine::State> state = std::make_unique<engine::State>();
     engine::Reply reply = {};
 
-    Engine() { engine::resetState(*state); }
+    Engine() { engine::stateReset(*state); }
 
     // Words are separated by single blanks, so two blanks enclose an empty one.
     int run(const std::string &line)
@@ -137,7 +137,7 @@ struct Engine {
             }
         }
         const engine::Tool *tool = engine::toolByName(arguments[0]);
-        return engine::runTool(*tool, testHost, *state, static_cast<int>(arguments.size()) - 1,
+        return engine::toolRun(*tool, testHost, *state, static_cast<int>(arguments.size()) - 1,
                                arguments.data() + 1, reply);
     }
 
@@ -145,7 +145,7 @@ struct Engine {
     {
         char text[1 << 16] = {};
         FILE *out = fmemopen(text, sizeof(text), "w");
-        engine::showJson(*state, out);
+        engine::jsonPrint(*state, out);
         fclose(out);
         return text;
     }

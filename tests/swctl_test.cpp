@@ -6,6 +6,7 @@
 
 #include "common/log_entry.h"
 
+#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
@@ -18,6 +19,7 @@
 #include <sqlite3.h>
 #include <sstream>
 #include <string>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -169,6 +171,11 @@ std::string padded(std::string text, size_t size)
     return text;
 }
 
+bool isNoAscii(char c)
+{
+    return c < ' ' || c > '~';
+}
+
 constexpr const char *changes[] = {"vlan add 20 --ports 1", "vlan set 10 --ports 4 --logical x",
                                    "vlan delete 10", "port add PSE 1", "switch add PSE --level 2"};
 
@@ -213,6 +220,12 @@ TEST_F(Swctl, withoutAServiceOnlyOfflineChangesStay)
     EXPECT_EQ(run("vlan add 20 --offline").status, 2) << "nobody would refuse it until the start";
 }
 
+TEST_F(Swctl, outputThatCannotBeWrittenIsAFailure)
+{
+    for (const char *line : {"show", "--help", "vlan list --json", "vlan add 20 --offline"})
+        EXPECT_EQ(run(std::string(line) + " >/dev/full; exit $? #").status, 2) << line;
+}
+
 TEST_F(Swctl, anErrnoValueFromTheServiceIsARefusalAndNotAnUnreachableService)
 {
     for (const int status : {-2, -110, -104}) {
@@ -226,7 +239,13 @@ TEST_F(Swctl, wrongArgumentsEndWithStatusTwoAndChangeNothing)
 {
     const auto module = service(0);
     const std::string before = everything();
+    // What the message has to say stands behind the arrow.
     std::istringstream lines(R"x(frobnicate
+vlna add 20 => there is no command 'vlna'; did you mean 'vlan'?
+vlan ad 20 => there is no command 'ad'; did you mean 'add'?
+vlan add 20 --prots 1 => there is no option '--prots'; did you mean '--ports'?
+show --database . => database .: it is a directory
+show --database $PIPE => it is not a file
 vlan add
 vlan add 0
 vlan add 4095
@@ -237,8 +256,8 @@ vlan add 20 --logical $LONG
 vlan add 20 --switch-only maybe
 vlan add 20 --logical "$(printf 'a\033[2J')"
 vlan set 10
-vlan set 11 --ports 1
-vlan set 10 --ports 1 --database /nonexistent/db
+vlan set 11 --ports 1 => there is no VLAN 11 in the database
+vlan set 10 --ports 1 --database /nonexistent/db => No such file or directory
 port add PSE 32
 port add PSE 1 --map BCM
 port add PSE 1 --trust-mode 5
@@ -256,8 +275,12 @@ event t 1 insert --old novalue
 command 47 --payload abc
 log --level loud)x");
     setenv("LONG", std::string(64, 'a').c_str(), 1);
+    setenv("PIPE", (directory + "/pipe").c_str(), 1);
+    ASSERT_EQ(mkfifo(getenv("PIPE"), 0600), 0);
     for (std::string line; std::getline(lines, line);) {
-        const Result result = run(line);
+        const size_t arrow = std::min(line.find(" => "), line.size());
+        const Result result = run(line.substr(0, arrow));
+        EXPECT_HAS(result.err, line.substr(std::min(arrow + strlen(" => "), line.size())));
         EXPECT_EQ(result.status, 2) << line;
         EXPECT_EQ(result.err.rfind("swctl: ", 0), 0u) << line;
         EXPECT_EQ(result.out, "") << line;
@@ -354,7 +377,7 @@ note: VLAN 4000: port 4 is untagged but no member
 TEST_F(Swctl, whatIsPrintedAsJsonIsJson)
 {
     sql(gateway);
-    sql("UPDATE vlanEncapIf SET LogicalIfName = char(27) || '\"\\' || x'ff'");
+    sql("UPDATE vlanEncapIf SET LogicalIfName = char(27, 155, 8238) || '\"\\' || x'ff'");
     const auto module = service(-1);
     for (const char *line : {"vlan list", "port list", "switch list", "show", "vlan add 50",
                              "vlan set 10 --ports 1 --offline", "qos on"}) {
@@ -363,6 +386,7 @@ TEST_F(Swctl, whatIsPrintedAsJsonIsJson)
         for (const char c : result.out)
             quoted += c == '\'' ? "''" : std::string(1, c);
         EXPECT_EQ(sql("SELECT json_valid('" + quoted + "')"), "1\n") << line << result.out;
+        EXPECT_EQ(std::count_if(quoted.begin(), quoted.end(), isNoAscii), 1) << "the line end";
     }
 }
 
@@ -370,15 +394,17 @@ TEST_F(Swctl, textFromTheDatabaseCannotDriveTheTerminalOrThePicture)
 {
     sql(gateway);
     sql("UPDATE vlanEncapIf SET LogicalIfName = char(27) || '[2J<b>&' || char(10),"
-        " interfaceName = char(155) || 'é'");
+        " interfaceName = char(155, 65534) || 'é';"
+        "UPDATE swPortConfig SET portNumber = -2147483648, phyDevice = 'BCM:-2147483648'");
     const std::string shown = run("vlan list").out + run("show").out;
     EXPECT_HAS(shown, "\\x1b[2J<b>&\\x0a");
-    EXPECT_HAS(shown, "\\xc2\\x9bé");
+    EXPECT_HAS(shown, "\\xc2\\x9b\xef\xbf\xbeé");
     EXPECT_LACKS(shown, "\x1b");
     EXPECT_EQ(run("show --svg " + directory + "/x.svg").status, 0);
     const std::string svg = contents(directory + "/x.svg");
     EXPECT_HAS(svg, "\\x1b[2J&lt;b&gt;&amp;\\x0a");
     EXPECT_LACKS(svg, "\x1b");
+    EXPECT_LACKS(svg, "\xef\xbf\xbe") << "a code point that XML forbids";
     EXPECT_HAS(svg, "prefers-color-scheme");
     EXPECT_EQ(run("show --svg /nonexistent/x.svg").status, 2);
 }

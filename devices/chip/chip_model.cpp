@@ -3,6 +3,7 @@
 
 #include "backends/bcm/driver.h"
 #include "standins/sal/device_protocol.h"
+#include "swmgr/swmgr_client.h"
 
 #include <cerrno>
 #include <cstring>
@@ -13,6 +14,7 @@ namespace {
 
 constexpr int refusal = -EINVAL;
 constexpr int32_t highestRate = 1000000; // kbit/s, the ports' line rate
+constexpr uint8_t highestSchedMode = 3;
 
 bool isPort(uint32_t port)
 {
@@ -193,7 +195,8 @@ int linkStatusGet(Model &model, int64_t argument, uint8_t *)
 int trustModeSet(Model &model, int64_t, uint8_t *bytes)
 {
     const auto record = load<BcmTrustModeRecord>(bytes);
-    if (!isPort(record.portNumber) || record.trustMode < 0 || record.trustMode > 4)
+    if (!isPort(record.portNumber) || record.trustMode < 0 ||
+        record.trustMode >= SW_TRUST_MODE_COUNT)
         return refusal;
     model.ports[record.portNumber].trustMode = record.trustMode;
     return 0;
@@ -202,7 +205,7 @@ int trustModeSet(Model &model, int64_t, uint8_t *bytes)
 int queueSchedSet(Model &model, int64_t, uint8_t *bytes)
 {
     const auto record = load<BcmQueueSchedRecord>(bytes);
-    if (!isPort(record.portNumber) || record.schedMode > 3)
+    if (!isPort(record.portNumber) || record.schedMode > highestSchedMode)
         return refusal;
     Port &port = model.ports[record.portNumber];
     port.schedMode = record.schedMode;
@@ -233,8 +236,8 @@ int pauseFramesSet(Model &model, int64_t, uint8_t *bytes)
 int rateLimitSet(Model &model, int64_t, uint8_t *bytes)
 {
     const auto record = load<BcmRateLimitRecord>(bytes);
-    const bool applies = record.limitCmd == 1;
-    if (!isPort(record.portNumber) || record.limitCmd > 1)
+    const bool applies = record.limitCmd == SW_RATE_LIMIT_APPLY;
+    if (!isPort(record.portNumber) || record.limitCmd > SW_RATE_LIMIT_APPLY)
         return refusal;
     if (applies && (record.rateLimit < 1 || record.rateLimit > highestRate))
         return refusal;

@@ -208,7 +208,7 @@ void interfacesJson(const State &state, FILE *out)
 
 } // namespace
 
-void showTable(const State &state, FILE *out)
+void tablePrint(const State &state, FILE *out)
 {
     constexpr const char *queues[] = {"1 queue", "2 queues", "4 queues"};
     fprintf(out, "rate limiter %s, %s; registers", state.rateLimiter ? "on" : "off",
@@ -226,7 +226,7 @@ void showTable(const State &state, FILE *out)
     interfacesTable(state, out);
 }
 
-void showJson(const State &state, FILE *out)
+void jsonPrint(const State &state, FILE *out)
 {
     fprintf(out, "{\"rateLimiter\":%u,\"queueCode\":%u,\n\"registers\":{", state.rateLimiter,
             state.queueCode);

@@ -7,7 +7,7 @@
 
 namespace engine {
 
-void showTable(const State &state, FILE *out);
-void showJson(const State &state, FILE *out);
+void tablePrint(const State &state, FILE *out);
+void jsonPrint(const State &state, FILE *out);
 
 } // namespace engine

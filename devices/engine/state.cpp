@@ -5,13 +5,13 @@
 
 namespace engine {
 
-void resetState(State &state)
+void stateReset(State &state)
 {
     memset(&state, 0, sizeof(state));
-    powerOn(state);
+    statePowerOn(state);
 }
 
-void powerOn(State &state)
+void statePowerOn(State &state)
 {
     constexpr uint32_t pauseRegisters[] = {0x7000000c, 0x70000010, 0x70000018};
     constexpr uint32_t longestPause = 0xffff;

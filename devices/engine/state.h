@@ -90,9 +90,9 @@ static_assert(std::is_trivially_copyable_v<State> && std::is_standard_layout_v<S
 
 // As after power-on: all zero but for the header and the pause registers, whose
 // lower halves hold the longest pause time.
-void resetState(State &state);
+void stateReset(State &state);
 
 // The same for a state whose bytes are all zero: touches no more than it must.
-void powerOn(State &state);
+void statePowerOn(State &state);
 
 } // namespace engine

@@ -40,7 +40,7 @@ const Tool *toolByName(const char *name)
     return nullptr;
 }
 
-int runTool(const Tool &tool, const Host &host, State &state, int count, const char *const *words,
+int toolRun(const Tool &tool, const Host &host, State &state, int count, const char *const *words,
             Reply &reply)
 {
     reply = {};

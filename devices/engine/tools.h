@@ -17,7 +17,7 @@ const Tool *tools(size_t &count);
 
 // Runs one call: 0, or a positive status with the reason in reply.error. A
 // failed call leaves the state as it was.
-int runTool(const Tool &tool, const Host &host, State &state, int count, const char *const *words,
+int toolRun(const Tool &tool, const Host &host, State &state, int count, const char *const *words,
             Reply &reply);
 
 // One function per tool; `usage` in tools.cpp says what each takes.

@@ -1,6 +1,8 @@
 // Options of the programs that play the chip.
 #include "simulator/chip/program.h"
 
+#include "common/exit_status.h"
+
 #include <getopt.h>
 
 #include <cstdio>
@@ -37,9 +39,9 @@ int optionTake(const Program &program, int letter, Choice &choice, Model &model)
         choice.json = true;
         return -1;
     case 'h':
-        return fputs(program.usage, stdout) < 0 ? 1 : 0;
+        return fputs(program.usage, stdout) < 0 ? EXIT_FAILED : EXIT_STOPPED;
     case 'V':
-        return printf("%s " SWMGR_VERSION "\n", program.name) < 0 ? 1 : 0;
+        return printf("%s " SWMGR_VERSION "\n", program.name) < 0 ? EXIT_FAILED : EXIT_STOPPED;
     default:
         return misused(program, "unknown or incomplete option");
     }
@@ -50,7 +52,7 @@ int optionTake(const Program &program, int letter, Choice &choice, Model &model)
 int misused(const Program &program, const char *why)
 {
     fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.name, why, program.name);
-    return 2;
+    return EXIT_USAGE;
 }
 
 Choice choiceRead(const Program &program, int argc, char **argv, Model &model)

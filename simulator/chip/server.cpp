@@ -2,6 +2,7 @@
 #include "simulator/chip/server.h"
 
 #include "common/descriptor.h"
+#include "common/exit_status.h"
 #include "devices/chip/chip_text.h"
 #include "standins/sal/device_protocol.h"
 
@@ -229,21 +230,21 @@ int serve(Model &model, const ServerOptions &options)
         if (!trace.valid()) {
             fprintf(stderr, "swchip: cannot write the trace to %s: %s\n", options.tracePath.c_str(),
                     strerror(errno));
-            return 1;
+            return EXIT_FAILED;
         }
     }
     Descriptor listener = listenAt(options.socketPath);
     if (!listener.valid()) {
         fprintf(stderr, "swchip: cannot listen at %s: %s\n", options.socketPath.c_str(),
                 strerror(errno));
-        return 1;
+        return EXIT_FAILED;
     }
     Server server{
         .model = model, .listener = std::move(listener), .trace = std::move(trace), .openers = {}};
     while (!stopping)
         serveOnce(server, waitMask);
     unlink(options.socketPath.c_str());
-    return 0;
+    return EXIT_STOPPED;
 }
 
 } // namespace chip

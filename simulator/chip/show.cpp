@@ -1,5 +1,6 @@
 // Fetches a running chip's state, part by part, and prints it.
 #include "common/descriptor.h"
+#include "common/exit_status.h"
 #include "simulator/chip/server.h"
 #include "standins/sal/device_protocol.h"
 
@@ -42,7 +43,7 @@ int show(const std::string &socketPath, bool json)
     const Descriptor device(connectTo(socketPath));
     if (!device.valid()) {
         fprintf(stderr, "swchip: no chip answers at %s: %s\n", socketPath.c_str(), strerror(errno));
-        return 1;
+        return EXIT_FAILED;
     }
     std::string state;
     int part = fetchPart(device.get(), json ? device::stateJson : device::stateTable, state);
@@ -51,10 +52,10 @@ int show(const std::string &socketPath, bool json)
     if (part < 0) {
         fprintf(stderr, "swchip: the chip at %s gave no state: %s\n", socketPath.c_str(),
                 strerror(errno));
-        return 1;
+        return EXIT_FAILED;
     }
     fputs(state.c_str(), stdout);
-    return fflush(stdout) == 0 ? 0 : 1;
+    return fflush(stdout) == 0 ? EXIT_STOPPED : EXIT_FAILED;
 }
 
 } // namespace chip

@@ -2,6 +2,7 @@
 // chip sees one request at a time.
 #include "simulator/cuse/device.h"
 
+#include "common/exit_status.h"
 #include "devices/chip/chip_text.h"
 #include "standins/sal/device_protocol.h"
 
@@ -18,7 +19,7 @@ namespace chip {
 
 namespace {
 
-// Set by serveDevice before the first request; libfuse has no place for it
+// Set by deviceServe before the first request; libfuse has no place for it
 // that every callback could reach.
 Model *servedModel = nullptr;
 FILE *traceFile = nullptr;
@@ -105,7 +106,7 @@ void onRequest(fuse_req_t call, int command, void *argument, fuse_file_info *, u
 
 } // namespace
 
-int serveDevice(Model &model, const DeviceOptions &options)
+int deviceServe(Model &model, const DeviceOptions &options)
 {
     servedModel = &model;
     traceFile = options.trace;
@@ -125,12 +126,12 @@ int serveDevice(Model &model, const DeviceOptions &options)
     char oneThread[] = "-s";
     char *arguments[] = {program, foreground, oneThread, nullptr};
     if (cuse_lowlevel_main(3, arguments, &info, &calls, nullptr) == 0)
-        return 0;
+        return EXIT_STOPPED;
     fprintf(stderr,
             "swcuse: cannot serve /dev/%s. It takes root, the kernel module cuse "
             "(modprobe cuse) and a name that no device has.\n",
             options.name.c_str());
-    return 1;
+    return EXIT_FAILED;
 }
 
 } // namespace chip

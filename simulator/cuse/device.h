@@ -20,10 +20,10 @@ constexpr char jsonWord[] = "json";   // for programs
 
 // Creates the node and serves until SIGTERM or SIGINT. Returns 0 after such a
 // stop, 1 when the node cannot be had (the reason is on standard error then).
-int serveDevice(Model &model, const DeviceOptions &options);
+int deviceServe(Model &model, const DeviceOptions &options);
 
 // Prints the state of the chip behind the node at `path`. Returns 0, or 1 with
 // the reason on standard error.
-int showDevice(const std::string &path, bool json);
+int deviceShow(const std::string &path, bool json);
 
 } // namespace chip

@@ -1,5 +1,6 @@
 // swcuse: the simulated switch chip as a character device, and the command that
 // shows what it holds.
+#include "common/exit_status.h"
 #include "simulator/chip/program.h"
 #include "simulator/cuse/device.h"
 
@@ -40,10 +41,10 @@ int serve(chip::Model &model, const std::string &name, const std::string &traceP
         if (options.trace == nullptr) {
             fprintf(stderr, "swcuse: cannot write the trace to %s: %s\n", tracePath.c_str(),
                     strerror(errno));
-            return 1;
+            return EXIT_FAILED;
         }
     }
-    const int status = chip::serveDevice(model, options);
+    const int status = chip::deviceServe(model, options);
     if (options.trace != nullptr && options.trace != stdout)
         fclose(options.trace);
     return status;
@@ -60,6 +61,6 @@ int main(int argc, char **argv)
     const std::string name = choice.place.empty() ? "bcmsw" : choice.place;
     if (name.find('/') != std::string::npos)
         return chip::misused(program, "--name takes the name of a node in /dev, without a path");
-    return choice.showing ? chip::showDevice("/dev/" + name, choice.json)
+    return choice.showing ? chip::deviceShow("/dev/" + name, choice.json)
                           : serve(model, name, choice.tracePath);
 }

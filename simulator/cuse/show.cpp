@@ -2,6 +2,7 @@
 #include "simulator/cuse/device.h"
 
 #include "common/descriptor.h"
+#include "common/exit_status.h"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -17,12 +18,12 @@ namespace {
 int failed(const char *what, const std::string &path)
 {
     fprintf(stderr, "swcuse: cannot %s %s: %s\n", what, path.c_str(), strerror(errno));
-    return 1;
+    return EXIT_FAILED;
 }
 
 } // namespace
 
-int showDevice(const std::string &path, bool json)
+int deviceShow(const std::string &path, bool json)
 {
     const Descriptor device(open(path.c_str(), O_RDWR | O_CLOEXEC));
     if (!device.valid())
@@ -36,7 +37,7 @@ int showDevice(const std::string &path, bool json)
         fwrite(part.data(), 1, static_cast<size_t>(length), stdout);
     if (length < 0)
         return failed("read", path);
-    return fflush(stdout) == 0 ? 0 : 1;
+    return fflush(stdout) == 0 ? EXIT_STOPPED : EXIT_FAILED;
 }
 
 } // namespace chip

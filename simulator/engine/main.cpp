@@ -40,7 +40,7 @@ Exit status: 0 done, 1 wrong arguments or no such interface, 2 well formed but
 not possible, 3 the state file cannot be used.
 )";
 
-int printUsage()
+int usagePrint()
 {
     size_t count = 0;
     const Tool *all = tools(count);
@@ -104,7 +104,7 @@ int show(bool json)
     const State *state = openState(file);
     if (state == nullptr)
         return noState;
-    json ? showJson(*state, stdout) : showTable(*state, stdout);
+    json ? jsonPrint(*state, stdout) : tablePrint(*state, stdout);
     return fflush(stdout) == 0 ? 0 : badArguments;
 }
 
@@ -114,7 +114,7 @@ int reset()
     State *state = openState(file);
     if (state == nullptr)
         return noState;
-    resetState(*state);
+    stateReset(*state);
     return 0;
 }
 
@@ -127,7 +127,7 @@ int call(const Tool &tool, const char *name, int count, char **words)
         StateFile file;
         State *state = openState(file);
         if (state != nullptr)
-            status = runTool(tool, thisHost, *state, count, words, reply);
+            status = toolRun(tool, thisHost, *state, count, words, reply);
     }
     fputs(reply.output, stdout);
     fputs(reply.error, stderr);
@@ -153,7 +153,7 @@ int main(int argc, char **argv)
         return misused("");
     const char *word = argv[1];
     if (strcmp(word, "--help") == 0)
-        return printUsage();
+        return usagePrint();
     if (strcmp(word, "--version") == 0)
         return puts("swengine " SWMGR_VERSION) < 0 ? badArguments : 0;
     if (strcmp(word, "show") == 0 && argc == 2)

@@ -41,7 +41,7 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
     }
     state = static_cast<State *>(memory);
     if (state->magic == 0) // a new file, or one whose maker did not get further
-        resetState(*state);
+        stateReset(*state);
     if (state->magic != stateMagic || state->version != stateVersion ||
         state->size != sizeof(State)) {
         snprintf(why, whySize, "%s is no state file of this version; remove it", path);

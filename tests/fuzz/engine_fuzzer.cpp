@@ -71,7 +71,7 @@ engine::State &stateFresh()
         return static_cast<engine::State *>(at);
     };
     engine::State *original = map(MAP_SHARED);
-    engine::resetState(*original);
+    engine::stateReset(*original);
     munmap(original, sizeof(*original));
     mapped = map(MAP_PRIVATE);
     return *mapped;
@@ -99,7 +99,7 @@ int call(engine::State &state, const std::string &line)
     for (size_t w = 1; w < words.size(); ++w)
         arguments.push_back(words[w].c_str());
     engine::Reply reply;
-    const int status = engine::runTool(*tool, host, state, static_cast<int>(arguments.size()),
+    const int status = engine::toolRun(*tool, host, state, static_cast<int>(arguments.size()),
                                        arguments.data(), reply);
     require(status >= 0 && status <= engine::refused, "a call is done, wrong or refused");
     require(memchr(reply.output, '\0', sizeof(reply.output)) != nullptr &&
@@ -120,8 +120,8 @@ void callAndCompare(engine::State &state, const std::string &line)
 void stateShow(const engine::State &state)
 {
     static FILE *nowhere = fopen("/dev/null", "w");
-    engine::showTable(state, nowhere);
-    engine::showJson(state, nowhere);
+    engine::tablePrint(state, nowhere);
+    engine::jsonPrint(state, nowhere);
 }
 
 } // namespace

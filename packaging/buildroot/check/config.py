@@ -13,7 +13,7 @@ import sys
 import kconfiglib
 
 ALLOWED = {"MODULES", "UNAME_RELEASE"}  # the parser's own
-SELECTED = ["BR2_PACKAGE_SQLITE", "BR2_PACKAGE_CLI11"]
+SELECTED = ["BR2_PACKAGE_SQLITE", "BR2_PACKAGE_CLI11", "BR2_PACKAGE_JSON_FOR_MODERN_CPP"]
 
 external = pathlib.Path(sys.argv[1]).resolve()
 os.environ["EXTERNAL"] = os.environ["BR2_EXTERNAL_SWMGR_PATH"] = str(external)
