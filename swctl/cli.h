@@ -17,6 +17,8 @@ constexpr int64_t mostRate = 1300480; // kbit/s, 127 of the coarsest steps of th
 struct Globals {
     std::string database = defaultDatabase; // file of the configuration database
     std::string relayDirectory;             // of the service's sockets; empty: RELAY_DIR
+    std::string site;                       // file that says where things are; empty: found
+    int wait = 10;                          // s, for another swctl to finish
     bool json = false;                      // print JSON instead of text
 };
 
@@ -50,6 +52,7 @@ void addConfigurationCommands(Program &program); // vlan, port, switch
 void addSwitchCommands(Program &program);        // rate-limit, queues, qos, ...
 void addRequestCommands(Program &program);       // request, bandwidth, event, command
 void addViewCommands(Program &program);          // show, log
+void addTruthCommands(Program &program);         // diff, repair, recover, rehearse
 
 // Made from the commands themselves.
 std::string manualPage(const CLI::App &app);

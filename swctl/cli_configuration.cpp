@@ -1,20 +1,19 @@
 // The commands that change and list the configuration database: vlan, port and
 // switch. They differ only in their tables.
-#include "common/clock.h"
-#include "swctl/change.h"
+#include "swctl/carry_out.h"
 #include "swctl/cli.h"
 #include "swctl/configuration_columns.h"
+#include "swctl/journal.h"
 #include "swctl/json.h"
-#include "swctl/log.h"
+#include "swctl/number.h"
 #include "swctl/outcome.h"
-#include "swctl/service.h"
+#include "swctl/report.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
 
-#include <chrono>
+#include <algorithm>
 #include <limits>
 #include <memory>
-#include <thread>
 
 namespace swctl {
 namespace {
@@ -24,6 +23,8 @@ struct ChangeArguments {
     RowOptions identity;
     RowOptions values;
     bool offline = false;  // only write the row
+    bool noVerify = false; // do not look what became of it
+    bool force = false;    // although a start would stop at it
     std::string rowId;     // picks one of several rows; empty: none given
     std::string newVlanId; // of `vlan set --id`; empty: stays
 };
@@ -37,108 +38,125 @@ std::string rowName(const TableCommands &table, const RowOptions &identity)
     return std::string(table.noun) + " " + number + " of " + identity.text(table.identity[0]);
 }
 
-// Refuses a change after which two rows would have the same identity: the
-// service would stop at the second one when it starts next.
-Check noOtherRow(const TableCommands &table, std::vector<Assignment> identity,
-                 const std::string &name)
+ChangeOptions optionsOf(const Program &program, const ChangeArguments &arguments)
 {
-    return [&table, identity = std::move(identity), name](Database &database) {
-        if (!database.rowsWhere(table.table, identity).empty())
-            throw Failure(exitUsage, printable(name) + " is configured already");
-    };
+    ChangeOptions options;
+    options.databasePath = program.globals.database;
+    options.siteFile = program.globals.site;
+    options.wait = program.globals.wait;
+    options.offline = arguments.offline;
+    options.verify = !arguments.noVerify;
+    options.force = arguments.force;
+    return options;
 }
 
-const char *operationName(int opCode)
+// Carries a change out, one at a time, and says what became of it.
+int change(const Program &program, const ChangeArguments &arguments, const Plan &plan)
 {
-    return opCode == SWMGR_DB_INSERT ? "insert" : opCode == SWMGR_DB_UPDATE ? "update" : "delete";
-}
-
-void printOutcome(const Written &written, const Outcome &outcome)
-{
-    Json json = {{"table", written.table},
-                 {"rowid", written.rowId},
-                 {"operation", operationName(written.opCode)},
-                 {"applied", outcome.asked && outcome.status >= 0},
-                 {"status", nullptr}};
-    if (outcome.asked) {
-        json["status"] = outcome.status;
-        json["meaning"] = statusInWords(outcome.status);
+    const ChangeOptions options = optionsOf(program, arguments);
+    { // A database that cannot be used is named before a lock is made beside it.
+        const Database database(options.databasePath, Access::write);
     }
-    json["putBack"] = outcome.putBack;
-    printJson(json);
-}
-
-// The service's error messages since a time.
-std::vector<std::string> errorsSince(int64_t since)
-{
-    std::vector<std::string> errors;
-    LogFollower(SWMGR_LOG_ERROR).read([&](const LogLine &line) {
-        // Every command line that was run is logged at error level too.
-        if (line.module == SWMGR_RELAY_MODULE_ID && line.time >= since &&
-            line.text.rfind("cmd (", 0) != 0)
-            errors.push_back(printable(line.text));
-    });
-    return errors;
-}
-
-// Shows why the service refused a change, as its log has it. The service does
-// not wait for the log daemon, so its messages may come a little later than its
-// answer.
-void printReasons(int64_t since)
-{
-    constexpr int attempts = 5;
-    constexpr auto pause = std::chrono::milliseconds(10);
-    try {
-        std::vector<std::string> errors = errorsSince(since);
-        for (int i = 1; i < attempts && errors.empty(); ++i) {
-            std::this_thread::sleep_for(pause);
-            errors = errorsSince(since);
-        }
-        for (const std::string &error : errors)
-            fprintf(stderr, "  service: %s\n", error.c_str());
-    } catch (const Failure &) {
-        fprintf(stderr, "  (no log daemon is running that could tell the reason)\n");
-    }
-}
-
-// Tells the service of a written row unless offline, and the user what came of
-// it; gives the exit status.
-int finish(const Program &program, Database &database, const Written &written,
-           const std::string &name, bool offline)
-{
-    static constexpr const char *verbs[] = {"added", "changed", "deleted"};
-    const char *verb = verbs[written.opCode == SWMGR_DB_INSERT   ? 0
-                             : written.opCode == SWMGR_DB_UPDATE ? 1
-                                                                 : 2];
-    const int64_t start = nanosecondsNow(CLOCK_REALTIME);
-    const Outcome outcome = offline ? Outcome() : announce(database, written);
+    const ChangeLock lock(options.databasePath, options.wait, tellWaiting);
+    const Verdict verdict = carryOut(options, plan);
     if (program.globals.json)
-        printOutcome(written, outcome);
-    if (outcome.status < 0) {
-        const std::string fate =
-            outcome.putBack ? "the row is as it was" : "the row was not put back: " + outcome.note;
-        fprintf(stderr, "swctl: %s: the service answered %s; %s\n", printable(name).c_str(),
-                statusInWords(outcome.status).c_str(), fate.c_str());
-        printReasons(start);
-        return exitRefused;
+        printJson(verdictJson(verdict));
+    else
+        printVerdict(verdict, options.offline);
+    return wordStatus(verdict.word);
+}
+
+Row rowOf(const std::vector<Assignment> &values)
+{
+    Row row;
+    for (const Assignment &value : values)
+        row.set(value);
+    return row;
+}
+
+constexpr int maskPorts = 32;
+
+std::string listText(uint32_t mask)
+{
+    std::string text;
+    for (int port = 0; port < maskPorts; ++port)
+        if ((mask >> port & 1) != 0)
+            text += (text.empty() ? "" : ",") + std::to_string(port);
+    return text;
+}
+
+// As the service reads it.
+uint32_t maskOf(const std::string &list)
+{
+    uint32_t mask = 0;
+    for (size_t start = 0; start < list.size();) {
+        const size_t end = std::min(list.find(',', start), list.size());
+        const int port = toInt(list.substr(start, end - start));
+        mask |= end > start && port >= 0 && port < maskPorts ? 1u << port : 0;
+        start = end + 1;
     }
-    if (!program.globals.json)
-        printf("%s %s (row %lld)%s\n", printable(name).c_str(), verb,
-               static_cast<long long>(written.rowId), offline ? "; the service was not told" : "");
-    return exitDone;
+    return mask;
+}
+
+// A port is untagged in one VLAN. The service sees to it in memory only, so the
+// rows of the others are changed with this one; `replaced` is the row that it was.
+void moveUntagged(Database &database, const Row &row, int64_t replaced, ChangeSet &changes)
+{
+    const uint32_t taken = maskOf(row.text("untagMap"));
+    for (Row &other : database.rows(vlanTable.table)) {
+        const uint32_t had = maskOf(other.text("untagMap"));
+        if (other.rowId == replaced || (had & taken) == 0)
+            continue;
+        Row without = other;
+        without.set({"untagMap", listText(had & ~taken)});
+        changes.consequences.push_back("port " + listText(had & taken) +
+                                       " is no longer untagged in VLAN " + other.text("vlanId"));
+        changes.rows.push_back({vlanTable.table, std::move(other), std::move(without)});
+    }
+}
+
+[[noreturn]] void refuseSecond(const std::string &name)
+{
+    throw Failure(exitRefused,
+                  "refused: " + printable(name) + " is configured already; nothing was changed");
 }
 
 int runAdd(const Program &program, const TableCommands &table, const ChangeArguments &arguments)
 {
-    Database database(program.globals.database, Access::write);
-    const std::string name = rowName(table, arguments.identity);
-    std::vector<Assignment> values = arguments.identity.given();
-    // The service itself refuses a second row; offline nobody else would.
-    const Check check = arguments.offline ? noOtherRow(table, values, name) : Check();
-    for (Assignment &value : arguments.values.given())
-        values.push_back(std::move(value));
-    const Written written = writeInsert(database, table.table, values, check);
-    return finish(program, database, written, name, arguments.offline);
+    return change(
+        program, arguments,
+        [&](Database &database) {
+            ChangeSet changes;
+            changes.what = rowName(table, arguments.identity);
+            changes.verb = "added";
+            std::vector<Assignment> values = arguments.identity.given();
+            if (!database.rowsWhere(table.table, values).empty())
+                refuseSecond(changes.what);
+            for (Assignment &value : arguments.values.given())
+                values.push_back(std::move(value));
+            const Row row = rowOf(values);
+            changes.rows.push_back({table.table, std::nullopt, row});
+            if (&table == &vlanTable)
+                moveUntagged(database, row, /*replaced=*/0, changes);
+            return changes;
+        });
+}
+
+// The one row that a key names. More than one cannot be told apart by the service
+// either, so that is refused as well.
+Row onlyRow(Database &database, const std::vector<Assignment> &key, const std::string &name)
+{
+    std::vector<Row> found = database.rowsWhere(vlanTable.table, key);
+    if (found.size() == 1)
+        return std::move(found.front());
+    if (found.empty())
+        throw Failure(exitUsage, "there is no " + printable(name) + " in the database" +
+                                     (key.size() > 1 ? " in that row" : ""));
+    std::string message = std::to_string(found.size()) + " rows of " + vlanTable.table +
+                          " match; name one of them with --rowid:";
+    for (const Row &row : found)
+        message += " " + std::to_string(row.rowId);
+    throw Failure(exitUsage, message);
 }
 
 std::vector<Assignment> rowKey(const ChangeArguments &arguments)
@@ -149,31 +167,64 @@ std::vector<Assignment> rowKey(const ChangeArguments &arguments)
     return key;
 }
 
+// What an update event cannot do: the service leaves the old entry and the old
+// sub-interface where they are.
+bool movesAway(const Row &before, const Row &after)
+{
+    for (const char *column : {"vlanId", "interfaceName", "inSwitchOnly"})
+        if (before.text(column) != after.text(column))
+            return true;
+    return false;
+}
+
+ChangeSet vlanSetPlan(Database &database, const ChangeArguments &arguments,
+                      const std::vector<Assignment> &values)
+{
+    ChangeSet changes;
+    changes.what = rowName(vlanTable, arguments.identity);
+    changes.verb = "changed";
+    const Row before = onlyRow(database, rowKey(arguments), changes.what);
+    Row after = before;
+    for (const Assignment &value : values)
+        after.set(value);
+    if (after.text("vlanId") != before.text("vlanId") &&
+        !database.rowsWhere(vlanTable.table, {values.back()}).empty())
+        refuseSecond("VLAN " + after.text("vlanId"));
+    if (movesAway(before, after)) {
+        after.rowId = 0; // a row of its own: the old one goes
+        changes.rows.push_back({vlanTable.table, before, std::nullopt});
+        changes.rows.push_back({vlanTable.table, std::nullopt, after});
+    } else {
+        changes.rows.push_back({vlanTable.table, before, after});
+    }
+    moveUntagged(database, after, before.rowId, changes);
+    return changes;
+}
+
 int runVlanSet(const Program &program, const ChangeArguments &arguments)
 {
     std::vector<Assignment> values = arguments.values.given();
-    Check check;
-    if (!arguments.newVlanId.empty()) {
-        const Assignment id{"vlanId", static_cast<int64_t>(std::stoll(arguments.newVlanId))};
-        values.push_back(id);
-        if (arguments.newVlanId != arguments.identity.text("vlanId"))
-            check = noOtherRow(vlanTable, {id}, "VLAN " + arguments.newVlanId);
-    }
+    if (!arguments.newVlanId.empty())
+        values.push_back({"vlanId", static_cast<int64_t>(std::stoll(arguments.newVlanId))});
     if (values.empty())
         throw Failure(exitUsage, "say what to change, for example --ports 0,2");
-    Database database(program.globals.database, Access::write);
-    const Written written =
-        writeUpdate(database, vlanTable.table, rowKey(arguments), values, check);
-    return finish(program, database, written, rowName(vlanTable, arguments.identity),
-                  arguments.offline);
+    return change(program, arguments,
+                  [&](Database &database) { return vlanSetPlan(database, arguments, values); });
 }
 
 int runVlanDelete(const Program &program, const ChangeArguments &arguments)
 {
-    Database database(program.globals.database, Access::write);
-    const Written written = writeDelete(database, vlanTable.table, rowKey(arguments));
-    return finish(program, database, written, rowName(vlanTable, arguments.identity),
-                  arguments.offline);
+    return change(
+        program, arguments,
+        [&](Database &database) {
+            ChangeSet changes;
+            changes.what = rowName(vlanTable, arguments.identity);
+            changes.verb = "deleted";
+            changes.rows.push_back({vlanTable.table,
+                                    onlyRow(database, rowKey(arguments), changes.what),
+                                    std::nullopt});
+            return changes;
+        });
 }
 
 void printJsonRows(const std::vector<Row> &rows)
@@ -222,6 +273,10 @@ using SharedChangeArguments = std::shared_ptr<ChangeArguments>;
 void addOfflineFlag(CLI::App &command, ChangeArguments &arguments)
 {
     command.add_flag("--offline", arguments.offline, "Only write the row; do not tell the service");
+    command.add_flag("--no-verify", arguments.noVerify,
+                     "Do not look at the hardware afterwards, which is faster");
+    command.add_flag("--force", arguments.force,
+                     "Do it although a start of the service would stop at it");
 }
 
 void addAddCommand(Program &program, CLI::App &group, const TableCommands &table,
@@ -276,7 +331,7 @@ void addVlanCommands(Program &program)
                        "  swctl vlan set 10 --untagged \"\" --logical lan10\n"
                        "  swctl vlan set 10 --id 11",
                        runVlanSet, set);
-    command->add_option("--id", set->newVlanId, "New VLAN id; the sub-interface keeps the old one")
+    command->add_option("--id", set->newVlanId, "New VLAN id")
         ->type_name("ID")
         ->transform(decimal(1, 4094));
     set->values.addTo(*command, vlanTable.options);

@@ -213,12 +213,31 @@ Database Database::inMemory()
 
 void Database::copyTo(Database &other) const
 {
+    // A backup refuses a source that is being written by its own connection; what
+    // is not committed yet shows in its pages.
+    if (sqlite3_get_autocommit(handle.get()) == 0) {
+        other.deserialise(serialised());
+        return;
+    }
     sqlite3_backup *backup = sqlite3_backup_init(other.handle.get(), "main", handle.get(), "main");
     const int result = backup != nullptr ? sqlite3_backup_step(backup, -1) : SQLITE_ERROR;
     if (backup != nullptr)
         sqlite3_backup_finish(backup);
     if (result != SQLITE_DONE)
-        (backup != nullptr && result != SQLITE_BUSY ? other : *this).fail();
+        throw Failure(exitUsage, "database " + printable(path) + ": " + sqlite3_errstr(result));
+}
+
+void Database::deserialise(const std::string &image)
+{
+    auto *bytes = static_cast<unsigned char *>(sqlite3_malloc64(image.size()));
+    if (bytes == nullptr)
+        throw std::bad_alloc();
+    memcpy(bytes, image.data(), image.size());
+    const auto size = static_cast<sqlite3_int64>(image.size());
+    if (sqlite3_deserialize(handle.get(), "main", bytes, size, size,
+                            SQLITE_DESERIALIZE_FREEONCLOSE | SQLITE_DESERIALIZE_RESIZEABLE) !=
+        SQLITE_OK)
+        fail();
 }
 
 std::string Database::serialised() const

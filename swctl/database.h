@@ -78,6 +78,7 @@ public:
     [[nodiscard]] static Database inMemory(); // empty, and gone with the object
 
     void copyTo(Database &other) const;           // everything, by SQLite's backup
+    void deserialise(const std::string &image);   // becomes what a file held
     [[nodiscard]] std::string serialised() const; // as a file would hold it
 
     void run(const char *sql);

@@ -59,8 +59,8 @@ ChangeLock::ChangeLock(const std::string &databasePath, int seconds,
     file.reset(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0660));
     if (!file.valid())
         failFile("cannot use the lock", path);
-    for (int64_t left = int64_t{seconds} * 1000; flock(file.get(), LOCK_EX | LOCK_NB) != 0;
-         left -= napMs) {
+    int64_t left = int64_t{seconds} * 1000; // ms
+    for (; flock(file.get(), LOCK_EX | LOCK_NB) != 0; left -= napMs) {
         if (errno != EWOULDBLOCK && errno != EINTR)
             failFile("cannot lock", path);
         if (left <= 0)

@@ -20,10 +20,12 @@ constexpr const char *introduction =
 constexpr const char *exitStatuses =
     "Exit status:\n"
     "  0  done\n"
-    "  1  refused by the service; its status is shown\n"
+    "  1  refused; nothing is different from before\n"
     "  2  wrong arguments, a database that cannot be used, or output that\n"
     "     cannot be written\n"
-    "  3  the service cannot be reached\n";
+    "  3  unanswered: the service cannot be reached, or did not answer\n"
+    "  4  differs: rows and hardware do not agree; 'swctl repair' mends\n"
+    "     it, or says what only a restart can\n";
 
 void addGlobalOptions(Program &program)
 {
@@ -38,6 +40,14 @@ void addGlobalOptions(Program &program)
                    "Directory of the service's sockets")
         ->envname("RELAY_DIR")
         ->type_name("DIR");
+    app.add_option("--site", program.globals.site,
+                   "File that says where devices and interfaces are, for a simulated gateway")
+        ->envname("SWMGR_SITE")
+        ->type_name("FILE");
+    app.add_option("--wait", program.globals.wait, "Seconds to wait for another swctl, 0 to 3600")
+        ->type_name("SECONDS")
+        ->check(CLI::Range(0, 3600))
+        ->capture_default_str();
     app.add_flag("--json", program.globals.json, "Print JSON");
 }
 
@@ -99,6 +109,7 @@ int main(int argc, char **argv)
         addSwitchCommands(program);
         addRequestCommands(program);
         addViewCommands(program);
+        addTruthCommands(program);
         return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {
         fprintf(stderr, "swctl: %s\n", failure.what());

@@ -45,6 +45,7 @@ extern "C" int switchLibInit(void)
 {
     salListInit(&switchTbl);
     switchCount = 0;
+    givenUp = nullptr;
     return 0;
 }
 

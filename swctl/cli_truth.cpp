@@ -1,0 +1,196 @@
+// The commands that hold the database against the hardware: diff, repair, recover,
+// rehearse.
+#include "swctl/carry_out.h"
+#include "swctl/cli.h"
+#include "swctl/journal.h"
+#include "swctl/json.h"
+#include "swctl/report.h"
+#include "swctl/text.h"
+
+#include <memory>
+#include <unistd.h>
+
+namespace swctl {
+namespace {
+
+struct TruthArguments {
+    bool all = false;    // every VLAN id of the chip
+    bool dryRun = false; // of repair
+};
+
+ChangeOptions optionsOf(const Globals &globals)
+{
+    ChangeOptions options;
+    options.databasePath = globals.database;
+    options.siteFile = globals.site;
+    options.wait = globals.wait;
+    return options;
+}
+
+// A line that counts up, on a terminal only.
+Progress progressOn(FILE *stream)
+{
+    if (isatty(fileno(stream)) != 1)
+        return {};
+    return [stream](size_t done, size_t all) {
+        fprintf(stream, "\r%zu of %zu VLANs read\x1b[K%s", done, all, done >= all ? "\r" : "");
+        fflush(stream);
+    };
+}
+
+int runDiff(const Globals &globals, const TruthArguments &arguments)
+{
+    const Verdict verdict =
+        repair(optionsOf(globals), arguments.all, /*dryRun=*/true, progressOn(stderr));
+    if (globals.json)
+        printJson(verdictJson(verdict));
+    else
+        printDifferences(verdict);
+    return wordStatus(verdict.word);
+}
+
+int runRepair(const Globals &globals, const TruthArguments &arguments)
+{
+    const ChangeOptions options = optionsOf(globals);
+    const ChangeLock lock(globals.database, globals.wait, tellWaiting);
+    if (!arguments.dryRun)
+        static_cast<void>(recoverUnfinished(options));
+    const Verdict verdict = repair(options, arguments.all, arguments.dryRun, progressOn(stderr));
+    if (globals.json)
+        printJson(verdictJson(verdict));
+    else
+        printRepair(verdict);
+    return wordStatus(verdict.word);
+}
+
+int runRecover(const Globals &globals)
+{
+    const ChangeLock lock(globals.database, globals.wait, tellWaiting);
+    const std::optional<Verdict> verdict = recoverUnfinished(optionsOf(globals));
+    if (globals.json)
+        printJson(verdict ? verdictJson(*verdict) : Json{{"outcome", "nothing unfinished"}});
+    else if (!verdict)
+        printf("No change is unfinished.\n");
+    else
+        printRepair(*verdict);
+    return verdict ? wordStatus(verdict->word) : exitDone;
+}
+
+const char *kindName(rehearsal::Kind kind)
+{
+    switch (kind) {
+    case rehearsal::Kind::command:
+        return "tool";
+    case rehearsal::Kind::shell:
+        return "shell";
+    case rehearsal::Kind::driver:
+        return "chip";
+    case rehearsal::Kind::opened:
+        return "open";
+    case rehearsal::Kind::written:
+        return "write";
+    case rehearsal::Kind::removed:
+        return "remove";
+    case rehearsal::Kind::log:
+        return "log";
+    case rehearsal::Kind::row:
+        return "row";
+    case rehearsal::Kind::loaded:
+        return "load";
+    default:
+        return "answer";
+    }
+}
+
+std::string happeningText(const Happening &happening)
+{
+    std::string text(happening.data);
+    switch (happening.kind) {
+    case rehearsal::Kind::driver:
+        return driverText(happening);
+    case rehearsal::Kind::row:
+        return text + " " + std::to_string(happening.extra + 1) + " -> " +
+               std::to_string(happening.number);
+    case rehearsal::Kind::log:
+        while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+            text.pop_back();
+        return printable(text);
+    case rehearsal::Kind::written:
+    case rehearsal::Kind::removed:
+        return printable(text);
+    default:
+        return (text.empty() ? text : printable(text) + " ") + "-> " +
+               std::to_string(happening.number);
+    }
+}
+
+int runRehearse(const Globals &globals)
+{
+    const GatewayView gateway(globals.database, globals.site);
+    Database database(globals.database, Access::read);
+    Snapshot snapshot(database);
+    const Rehearsal rehearsal = gateway.rehearseStart(snapshot)->finish();
+    Json list = Json::array();
+    for (const Happening &happening : rehearsal.happenings()) {
+        const char *kind = kindName(happening.kind);
+        if (globals.json)
+            list.push_back(
+                {{"kind", kind}, {"text", happeningText(happening)}, {"number", happening.number}});
+        else
+            printf("%-6s | %s\n", kind, happeningText(happening).c_str());
+    }
+    const std::optional<StoppedAt> stopped = rehearsal.stoppedAt();
+    if (globals.json)
+        printJson({{"load", rehearsal.loadStatus()},
+                   {"stoppedAt", stopped ? Json{{"table", stopped->table},
+                                                {"row", stopped->row + 1},
+                                                {"reasons", stopped->reasons}}
+                                         : Json()},
+                   {"happenings", std::move(list)}});
+    else if (stopped)
+        printf("A start stops at row %d of %s.\n", stopped->row + 1, stopped->table.c_str());
+    return rehearsal.loadStatus() < 0 ? exitDiffers : exitDone;
+}
+
+void addAllFlag(CLI::App *command, TruthArguments &arguments)
+{
+    command->add_flag("--all", arguments.all,
+                      "Read every entry of the chip, not only those that the database or a "
+                      "sub-interface names");
+}
+
+} // namespace
+
+void addTruthCommands(Program &program)
+{
+    const auto arguments = std::make_shared<TruthArguments>();
+    const Globals &globals = program.globals;
+    CLI::App *diff = addCommand(
+        program, program.app, "diff",
+        "Hold what a start from the database would give against what chip, engine and "
+        "kernel hold",
+        "  swctl diff\n  swctl diff --all --json",
+        [&globals, arguments] { return runDiff(globals, *arguments); });
+    CLI::App *mend = addCommand(
+        program, program.app, "repair",
+        "Bring chip, engine and kernel to what the database says, through "
+        "the service",
+        "  swctl repair --dry-run\n  swctl repair",
+        [&globals, arguments] { return runRepair(globals, *arguments); });
+    addCommand(
+        program, program.app, "recover",
+        "Finish or take back a change that was broken off; unit and init script run it",
+        "  swctl recover", [&globals] { return runRecover(globals); });
+    addCommand(program, program.app, "rehearse",
+               "Show everything that a start from the database would do, without doing it",
+               "  swctl rehearse\n  swctl rehearse --json",
+               [&globals] { return runRehearse(globals); });
+    if (program.mayRun("diff"))
+        addAllFlag(diff, *arguments);
+    if (!program.mayRun("repair"))
+        return;
+    addAllFlag(mend, *arguments);
+    mend->add_flag("--dry-run", arguments->dryRun, "Only say what differs");
+}
+
+} // namespace swctl

@@ -1,0 +1,131 @@
+// Texts and JSON of verdicts; see the header.
+#include "swctl/report.h"
+
+#include "swctl/service.h"
+#include "swctl/text.h"
+
+namespace swctl {
+namespace {
+
+const char *operationName(int operation)
+{
+    return operation == SWMGR_DB_INSERT   ? "insert"
+           : operation == SWMGR_DB_UPDATE ? "update"
+                                          : "delete";
+}
+
+void printLines(FILE *stream, const char *head, const std::vector<std::string> &lines)
+{
+    for (const std::string &line : lines)
+        fprintf(stream, "  %s%s\n", head, line.c_str());
+}
+
+// What stands below the first line, whatever the word.
+void printDetails(FILE *stream, const Verdict &verdict)
+{
+    for (const Difference &difference : verdict.left)
+        fprintf(stream, "  ! %s\n", difference.text().c_str());
+    printLines(stream, "not read: ", verdict.unread);
+    printLines(stream, "service: ", verdict.reasons);
+    if (!verdict.note.empty())
+        fprintf(stream, "  %s\n", verdict.note.c_str());
+    if (!verdict.left.empty())
+        fprintf(stream, "  To mend it: %s\n", verdict.left.front().mend().c_str());
+}
+
+std::string rowsText(const ChangeSet &changes)
+{
+    return changes.rows.size() == 1 ? " (row " + std::to_string(changes.rows.front().rowId()) + ")"
+                                    : " (" + std::to_string(changes.rows.size()) + " rows)";
+}
+
+} // namespace
+
+Json verdictJson(const Verdict &verdict)
+{
+    Json rows = Json::array();
+    for (const RowChange &change : verdict.changes.rows)
+        rows.push_back({{"table", change.table},
+                        {"rowid", change.rowId()},
+                        {"operation", operationName(change.operation())}});
+    Json left = Json::array();
+    for (const Difference &difference : verdict.left)
+        left.push_back({{"kind", difference.key()},
+                        {"vlan", difference.vlanId},
+                        {"port", difference.port >= 0 ? Json(difference.port) : Json()},
+                        {"wanted", difference.wanted},
+                        {"found", difference.found},
+                        {"text", difference.text()},
+                        {"mend", difference.mend()}});
+    return {{"outcome", wordText(verdict.word)},
+            {"what", verdict.changes.what},
+            {"verb", verdict.changes.verb},
+            {"asked", verdict.asked},
+            {"verified", verdict.verified},
+            {"status", verdict.asked ? Json(verdict.answer) : Json()},
+            {"rows", std::move(rows)},
+            {"consequences", verdict.changes.consequences},
+            {"differences", std::move(left)},
+            {"unread", verdict.unread},
+            {"settled", verdict.settled},
+            {"reasons", verdict.reasons},
+            {"note", verdict.note}};
+}
+
+void printVerdict(const Verdict &verdict, bool offline)
+{
+    const std::string what = printable(verdict.changes.what);
+    const std::string done = what + " " + verdict.changes.verb + rowsText(verdict.changes);
+    if (offline) {
+        printf("%s; the service was not told\n", done.c_str());
+        return;
+    }
+    switch (verdict.word) {
+    case Word::applied:
+        printf("applied: %s%s\n", done.c_str(), verdict.verified ? "" : "; not verified");
+        printLines(stdout, "", verdict.changes.consequences);
+        if (!verdict.note.empty())
+            printf("  %s\n", verdict.note.c_str());
+        return;
+    case Word::refused:
+        fprintf(stderr, "swctl: refused: %s: the service answered %s; %s\n", what.c_str(),
+                statusInWords(verdict.answer).c_str(),
+                verdict.verified ? "nothing is different from before"
+                                 : "the rows are as they were; not verified");
+        break;
+    case Word::differs:
+        fprintf(stderr, "swctl: differs: %s: %s\n", what.c_str(),
+                verdict.answer < 0     ? "refused by the service, and not all is as before"
+                : verdict.left.empty() ? "accepted by the service, but it could not be verified"
+                                       : "accepted by the service, but not all is as it should be");
+        break;
+    case Word::unanswered:
+        fprintf(stderr, "swctl: unanswered: %s\n", what.c_str());
+        break;
+    }
+    printDetails(stderr, verdict);
+}
+
+void printDifferences(const Verdict &verdict)
+{
+    if (verdict.left.empty() && verdict.unread.empty())
+        printf("Nothing differs.\n");
+    printDetails(stdout, verdict);
+}
+
+void printRepair(const Verdict &verdict)
+{
+    printLines(stdout, "", verdict.settled);
+    if (verdict.word == Word::applied)
+        printf("Nothing differs%s.\n", verdict.settled.empty() ? "" : " any more");
+    else
+        printf("Still different:\n");
+    printDetails(stdout, verdict);
+}
+
+void tellWaiting()
+{
+    fprintf(stderr, "swctl: another swctl is changing this database; waiting\n");
+}
+
+} // namespace swctl

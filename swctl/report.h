@@ -1,0 +1,21 @@
+// What became of a change, in words and as JSON.
+#pragma once
+
+#include "swctl/carry_out.h"
+#include "swctl/json.h"
+
+namespace swctl {
+
+Json verdictJson(const Verdict &verdict);
+
+// The outcome first, the reasons second, the remedy third. `offline`: the service
+// was not to be told.
+void printVerdict(const Verdict &verdict, bool offline);
+
+void printDifferences(const Verdict &verdict);
+void printRepair(const Verdict &verdict);
+
+// Says that another swctl is at work.
+void tellWaiting();
+
+} // namespace swctl
