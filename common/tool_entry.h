@@ -17,7 +17,7 @@ struct ToolEntry {
 // The tools whose lines name a VLAN, and where.
 struct VlanTool {
     const char *tool;
-    const char *operation; // null: any
+    const char *operation;
     int place; // of the VLAN id among the words, the tool being 0; negative: from the end
 };
 constexpr VlanTool vlanTools[] = {
@@ -28,8 +28,7 @@ constexpr VlanTool vlanTools[] = {
 constexpr int toolWords = 16;
 
 // Reads what a command line is about. A VLAN's entry is one thing whatever is
-// done with it; of other tools the words but the last one are, since the last is
-// mostly the value that is set.
+// done with it; of any other line the whole line is.
 inline void toolEntryRead(const ToolLine &tool, ToolEntry &entry)
 {
     char line[512];

@@ -1,23 +1,36 @@
 // Stands between the library's start and its load, and opens the database for
 // writing for the time of a recovery.
-#include "configuration.h"
+#include "host/configuration.h"
 
+#include "model/status.h"
 #include "service/reload.h"
 
+#include <cstdio>
+#include <cstring>
 #include <dlfcn.h>
 #include <sqlite3.h>
-
-#include <cstdio>
 
 namespace {
 
 constexpr int busyTimeout = 5000; // ms that a writer may hold the database
 
-constinit int status = 0; // written by swMgrCfgReload
+constinit int status = statusFailed; // written by swMgrCfgReload
 
 bool run(sqlite3 *db, const char *sql)
 {
     return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
+}
+
+// The answer tells the mode, changed or not.
+bool leaveWal(sqlite3 *db)
+{
+    const auto take = [](void *left, int /*count*/, char **values, char ** /*names*/) {
+        *static_cast<bool *>(left) = values[0] != nullptr && strcmp(values[0], "delete") == 0;
+        return 0;
+    };
+    bool left = false;
+    return sqlite3_exec(db, "PRAGMA journal_mode=DELETE", take, &left, nullptr) == SQLITE_OK &&
+           left;
 }
 
 } // namespace
@@ -28,7 +41,7 @@ extern "C" SWMGR_API int swMgrCfgReload(void)
 {
     using Reload = int (*)(void);
     const auto reload = reinterpret_cast<Reload>(dlsym(RTLD_NEXT, "swMgrCfgReload"));
-    status = reload != nullptr ? reload() : -1;
+    status = reload != nullptr ? reload() : statusFailed;
     return status;
 }
 
@@ -46,9 +59,9 @@ const char *databaseRecover(const char *path)
     const bool recovered =
         sqlite3_open_v2(path, &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
         sqlite3_busy_timeout(db, busyTimeout) == SQLITE_OK &&
-        run(db, "BEGIN IMMEDIATE; SELECT count(*) FROM sqlite_master; ROLLBACK") &&
-        run(db, "PRAGMA journal_mode=DELETE");
-    snprintf(reason, sizeof(reason), "%s", recovered ? "" : sqlite3_errmsg(db));
+        run(db, "BEGIN IMMEDIATE; SELECT count(*) FROM sqlite_master; ROLLBACK") && leaveWal(db);
+    if (!recovered)
+        snprintf(reason, sizeof(reason), "%s", sqlite3_errmsg(db));
     sqlite3_close(db);
     return recovered ? nullptr : reason;
 }

@@ -1,14 +1,14 @@
 // swmgrd, the process in which the switch manager runs: sets the library's two
 // flags from its arguments, starts the service, and stops it on a signal.
+#include "base/log.h"
 #include "common/exit_status.h"
 #include "common/signals.h"
-#include "configuration.h"
-#include "database_file.h"
-#include "notify.h"
+#include "host/children.h"
+#include "host/configuration.h"
+#include "host/database_file.h"
+#include "host/notify.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
-
-#include "base/log.h"
 
 #include <cstdio>
 #include <cstdlib>
@@ -65,10 +65,12 @@ void onStopSignal(int /*number*/)
     swMgrInitialized = 0;
 }
 
-// The service has one thread and may be waiting for a tool. What it holds of the
-// messaging ends with the process; the hardware keeps what was written so far.
+// The service has one thread and may be waiting for a tool, which must not write
+// to the switches any more when the next service starts. The messaging's files
+// stay and are taken over by the next service.
 void onStopTimeout(int /*number*/)
 {
+    childrenEnd();
     constexpr char message[] = "swmgrd: still at work after the stop timeout, ended\n";
     static_cast<void>(!write(STDERR_FILENO, message, sizeof(message) - 1));
     _exit(EXIT_CUT_OFF);
@@ -170,21 +172,23 @@ int recover()
     return EXIT_FAILED;
 }
 
-// Tells the service manager and the log how the start went.
-void announceReady()
+// The last message of a start that did not load everything.
+void reportIncomplete(int status)
 {
-    const int status = configurationStatus();
+    static_cast<void>(swMgrDebug(nullptr, SWMGR_LOG_ERROR, nullptr, 0,
+                                 "the stored configuration was not loaded whole (%d); the "
+                                 "messages before say where, and the service %s\n",
+                                 status, options.requireConfiguration ? "ends" : "runs"));
+}
+
+void announceReady(int status)
+{
     char message[128] = "READY=1\nSTATUS=Serving requests\n";
-    if (status < 0) {
+    if (status < 0)
         snprintf(message, sizeof(message),
                  "READY=1\nSTATUS=Serving requests; the configuration was not loaded whole (%d), "
                  "the log says where it stopped\n",
                  status);
-        static_cast<void>(swMgrDebug(nullptr, SWMGR_LOG_ERROR, nullptr, 0,
-                                     "the service runs, but the stored configuration was not "
-                                     "loaded whole (%d); the messages before say where\n",
-                                     status));
-    }
     if (!notifyManager(message))
         fputs("swmgrd: NOTIFY_SOCKET cannot be written to; readiness is not announced\n", stderr);
 }
@@ -199,18 +203,21 @@ int serve()
                 status, options.database);
         return EXIT_FAILED;
     }
-    const bool incomplete = options.requireConfiguration && configurationStatus() < 0;
-    if (incomplete)
+    const int loaded = configurationStatus();
+    const bool refused = options.requireConfiguration && loaded < 0;
+    if (loaded < 0)
+        reportIncomplete(loaded);
+    if (refused)
         fprintf(stderr, "swmgrd: the stored configuration could not be loaded whole (%d)\n",
-                configurationStatus());
-    if (stopRequested != 0 || incomplete)
+                loaded);
+    if (stopRequested != 0 || refused)
         swMgrInitialized = 0; // the start has set it after the signal
     else
-        announceReady();
+        announceReady(loaded);
     swMgrRun();
     static_cast<void>(notifyManager("STOPPING=1\n"));
     swMgrDeinit();
-    return incomplete ? EXIT_FAILED : EXIT_STOPPED;
+    return refused ? EXIT_FAILED : EXIT_STOPPED;
 }
 
 } // namespace

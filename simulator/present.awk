@@ -9,6 +9,8 @@ BEGIN {
         off = "\033[0m"
     }
 }
+# Whatever a name from a row or a request made of it, it moves no cursor.
+{ gsub(/[^ -~]/, "?") }
 /^= / { print substr($0, 3); fflush(); next }
 /^=$/ { print ""; fflush(); next }
 # Even then, what a program says of its own failure.

@@ -2,6 +2,7 @@
  * three entry points against the platform's stand-ins. */
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
+#include "swmgr/swmgr_log.h"
 
 #include <stdio.h>
 #include <stdlib.h>
@@ -32,6 +33,8 @@ int main(void)
     check(((const unsigned char *)&request)[SWMGR_SWITCH_NAME_SIZE] == 10,
           "the VLAN id lies where other requests have their payload");
     check(SW_CMD_VLAN_ADD == 36 && SW_CMD_VLAN_DELETE == 38, "request numbers");
+
+    check(LOGGING_MSG_FOLLOW == 33 && LOGGING_MSG_TOOLS == 34, "requests to the log daemon");
 
     swMgrRun(); /* returns at once: nothing was started */
     check(swMgrInit("/no/such/directory/database") < SWMGR_STATUS_OK,

@@ -1,5 +1,6 @@
 // Messaging between processes: a service in a process of its own and its clients,
 // and the log daemon's part of it.
+#include "common/descriptor.h"
 #include "common/log_entry.h"
 #include "platform/relay.h"
 #include "standins/logd/failures.h"
@@ -15,6 +16,9 @@
 #include <csignal>
 #include <cstring>
 #include <filesystem>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <vector>
@@ -192,6 +196,44 @@ TEST_F(Relay, anAnswerCarriesTheResultAndTheChangedBuffer)
     EXPECT_EQ(relayUnRegister(own), 0);
     EXPECT_EQ(service.stop(SIGTERM), 0);
     EXPECT_FALSE(fs::exists(socketPath()));
+}
+
+TEST_F(Relay, aRemovedSocketComesBackUnlessAnotherServes)
+{
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    fs::remove(socketPath());
+    EXPECT_TRUE(waitUntilServed());
+    fs::remove_all(directory / "run");
+    EXPECT_TRUE(waitUntilServed());
+    service.signal(SIGSTOP);
+    fs::remove_all(directory / "run");
+    Process successor(runService);
+    ASSERT_TRUE(waitUntilServed());
+    service.signal(SIGCONT);
+    EXPECT_EQ(service.stop(SIGTERM), 0);
+    EXPECT_TRUE(waitUntilServed());
+}
+
+TEST_F(Relay, peersAreSentAwayWithoutADescriptor)
+{
+    Process service([] {
+        const rlimit few = {16, 16};
+        setrlimit(RLIMIT_NOFILE, &few);
+        return runService();
+    });
+    ASSERT_TRUE(waitUntilServed());
+    std::vector<Descriptor> crowd;
+    sockaddr_un address = {};
+    address.sun_family = AF_UNIX;
+    strcpy(address.sun_path, socketPath().c_str());
+    for (int i = 0; i < 32; ++i) {
+        crowd.emplace_back(socket(AF_UNIX, SOCK_SEQPACKET, 0));
+        connect(crowd.back().get(), reinterpret_cast<sockaddr *>(&address), sizeof(address));
+    }
+    EXPECT_EQ(request(SENDER), -EMFILE);
+    crowd.clear();
+    EXPECT_TRUE(waitUntilServed());
 }
 
 TEST_F(Relay, messagesUpToTheLimitPassAndLargerOnesAreRefused)

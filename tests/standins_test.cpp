@@ -90,11 +90,13 @@ TEST(SalCmdExec, startsACommandWithDefaultsWhateverTheHostDoes)
     sigfillset(&all);
     sigprocmask(SIG_SETMASK, &all, &before);
     const auto old = signal(SIGPIPE, SIG_IGN);
+    signal(SIGCHLD, SIG_IGN);
     EXPECT_EQ(salCmdExec("grep -q SigBlk:.0000000000000000 /proc/self/status", 0, 0), 0);
     EXPECT_EQ(
         salCmdExec("grep -Eq 'SigIgn:.[0-9a-f]*[02468ace][0-9a-f]{3}$' /proc/self/status", 0, 0),
         0);
     EXPECT_EQ(salCmdExec("grep -q x", 0, 0), 1); // nothing to read: ends at once
+    EXPECT_EQ(signal(SIGCHLD, SIG_DFL), SIG_IGN);
     signal(SIGPIPE, old);
     sigprocmask(SIG_SETMASK, &before, nullptr);
 }
@@ -104,6 +106,36 @@ TEST(SalDatabase, waitsForALockUntilALimit)
 {
     EXPECT_NE(sqliteBusyHandler(nullptr, 55), 0);
     EXPECT_EQ(sqliteBusyHandler(nullptr, 56), 0);
+}
+
+TEST(SalDatabase, endsQueriesThatBringTooMuch)
+{
+    sqlite3 *db = nullptr;
+    ASSERT_EQ(sqlite3_open(":memory:", &db), SQLITE_OK);
+    const std::string endless =
+        "WITH RECURSIVE n(x) AS (SELECT 1 UNION ALL SELECT x + 1 FROM n) SELECT ";
+    const std::string wide = "hex(zeroblob(400000))";
+    const struct {
+        std::string sql;
+        const char *says;
+    } cases[] = {
+        {endless + "x FROM n", "more than 64 MiB"},
+        {endless + wide + " FROM n", "more than 64 MiB"},
+        {"SELECT hex(zeroblob(1000000))", "more than 1 MiB"},
+        {"SELECT 'a\x1b' FROM none", "no such table: none: SELECT 'a\\x1b' FROM none\n"},
+        {"SELECT " + wide, ""},
+    };
+    for (const auto &[sql, says] : cases) {
+        int columns = 0;
+        int rows = 0;
+        testing::internal::CaptureStderr();
+        char **table = sqlite3QueryResGet(db, nullptr, sql.c_str(), &columns, &rows);
+        const std::string said = testing::internal::GetCapturedStderr();
+        EXPECT_EQ(table != nullptr, *says == '\0') << sql;
+        EXPECT_NE(said.find(says), std::string::npos) << said;
+        sqlite3_free_table(table);
+    }
+    sqlite3_close(db);
 }
 
 TEST(SalDevice, leavesEverythingElseToTheKernel)

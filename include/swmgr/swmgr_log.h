@@ -13,6 +13,10 @@
 // SwMgrLogAnswer, then `count` times a SwMgrLogEntry and its text, each entry
 // starting on a multiple of eight bytes. The daemon keeps the last records only.
 // Everything is little-endian.
+//
+// Levels travel as the author gave them. The switch manager gives SWMGR_LOG_ERROR
+// to every command line that it ran, "cmd (LINE) returned (STATUS).", whatever
+// came of it; a follower that shows records to people looks at the status.
 #ifndef SWMGR_SWMGR_LOG_H
 #define SWMGR_SWMGR_LOG_H
 
@@ -41,6 +45,7 @@ typedef struct SwMgrLogFollowRequest {
     uint32_t reserved;
 } SwMgrLogFollowRequest;
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogFollowRequest) == 16);
+SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogFollowRequest, level) == 8);
 
 // A follower that finds another `epoch` than before starts anew with 0. When
 // `last` is below `newest` there is more to ask for at once.
@@ -53,6 +58,8 @@ typedef struct SwMgrLogAnswer {
     uint32_t lost;    // records that senders lost since the daemon's start
 } SwMgrLogAnswer;
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogAnswer) == 40);
+SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogAnswer, skipped) == 24);
+SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogAnswer, count) == 32);
 
 typedef struct SwMgrLogEntry {
     uint64_t number;     // counts from 1
@@ -63,6 +70,8 @@ typedef struct SwMgrLogEntry {
     uint32_t textLength; // bytes of text that follow, without terminator, as they came
 } SwMgrLogEntry;
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogEntry) == 32);
+SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, module) == 16);
+SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, textLength) == 28);
 
 // LOGGING_MSG_TOOLS asks for command lines that failed and have not succeeded
 // since, the newest last. Each is an entry as it was logged; a line counts as

@@ -1,13 +1,13 @@
 // Appends lines to a descriptor.
 #include "standins/logd/output.h"
 
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstring>
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 
 namespace logd {
 
@@ -15,10 +15,12 @@ namespace {
 
 // Set by outputOpen, and when a file is opened again.
 constinit const char *path = nullptr; // null: standard output
-constinit int64_t bound = 0;          // bytes, 0: none
+constinit int64_t boundWanted = 0;    // bytes, 0: none
+constinit int64_t bound = 0;          // 0 as well once the file could not be begun anew
 constinit int fd = STDOUT_FILENO;
-constinit int64_t size = 0;    // bytes in the file
-constinit bool failed = false; // said once, until a line can be written again
+constinit int64_t size = 0;      // bytes in the file
+constinit bool failed = false;   // said once, until a line can be written again
+constinit bool halfLine = false; // what was begun of a line could not be taken back
 
 bool fileOpen()
 {
@@ -35,30 +37,48 @@ bool fileOpen()
     return true;
 }
 
+// Keeps the file under another name. Where that fails the lines go on into the
+// file they are in: too long a log is better than none.
 void fileTurn()
 {
-    char kept[4096];
+    char kept[PATH_MAX];
     const int length = snprintf(kept, sizeof(kept), "%s.1", path);
-    if (length > 0 && static_cast<size_t>(length) < sizeof(kept) && rename(path, kept) == 0)
-        static_cast<void>(fileOpen());
+    if (length > 0 && static_cast<size_t>(length) < sizeof(kept) && rename(path, kept) == 0 &&
+        fileOpen())
+        return;
+    fprintf(stderr, "swlogd: cannot begin %s anew: %s\n", path, strerror(errno));
+    bound = 0;
 }
 
-// All bytes, or those of none: what was begun of a line is taken back.
-bool writeWhole(const char *line, size_t length)
+size_t writeAll(const char *bytes, size_t length)
 {
     size_t sent = 0;
     while (sent < length) {
-        const ssize_t written = write(fd, line + sent, length - sent);
+        const ssize_t written = write(fd, bytes + sent, length - sent);
         if (written > 0)
             sent += static_cast<size_t>(written);
         else if (written == 0 || errno != EINTR)
             break;
     }
+    size += static_cast<int64_t>(sent);
+    return sent;
+}
+
+// All bytes, or those of none: what was begun of a line is taken back. Where
+// that is not possible, as in a pipe, the next line begins on a line of its own.
+bool writeWhole(const char *line, size_t length)
+{
+    if (halfLine && writeAll("\n", 1) != 1)
+        return false;
+    halfLine = false;
+    const size_t sent = writeAll(line, length);
     if (sent == length)
         return true;
     const int reason = errno;
-    if (sent != 0 && path != nullptr && ftruncate(fd, size) != 0)
-        size += static_cast<int64_t>(sent);
+    if (sent != 0 && path != nullptr && ftruncate(fd, size - static_cast<int64_t>(sent)) == 0)
+        size -= static_cast<int64_t>(sent);
+    else
+        halfLine = sent != 0;
     errno = reason;
     return false;
 }
@@ -68,14 +88,15 @@ bool writeWhole(const char *line, size_t length)
 bool outputOpen(const char *file, int64_t maxSize)
 {
     path = file;
+    boundWanted = maxSize;
     bound = maxSize;
     return path == nullptr || fileOpen();
 }
 
 void outputReopen()
 {
-    if (path != nullptr)
-        static_cast<void>(fileOpen());
+    if (path != nullptr && fileOpen())
+        bound = boundWanted;
 }
 
 void outputWrite(const char *line, size_t length)
@@ -83,9 +104,7 @@ void outputWrite(const char *line, size_t length)
     if (path != nullptr && bound != 0 && size != 0 && size + static_cast<int64_t>(length) > bound)
         fileTurn();
     const bool written = writeWhole(line, length);
-    if (written)
-        size += static_cast<int64_t>(length);
-    else if (!failed)
+    if (!written && !failed)
         fprintf(stderr, "swlogd: cannot write the log: %s; records are lost until it works again\n",
                 strerror(errno));
     failed = !written;

@@ -21,11 +21,12 @@ namespace {
 
 constexpr int listenPeriod = 1000000; // us
 constexpr int64_t usualSize = 4 * 1024 * 1024;
+constexpr int32_t noRank = -1; // everything but tools that did their work
 
 struct Options {
-    const char *output = nullptr;   // file to append to, null: standard output
-    int32_t rank = LOG_RANK_NOTICE; // records above it are not written
-    int64_t maxSize = usualSize;    // bytes of the file, 0: no bound
+    const char *output = nullptr; // file to append to, null: standard output
+    int32_t rank = noRank;        // what is less urgent is not written
+    int64_t maxSize = usualSize;  // bytes of the file, 0: no bound
 };
 
 // Written by the signal handler.
@@ -44,7 +45,8 @@ constexpr char usage[] =
     "                        grow over BYTES; K or M may follow (default 4M, 0: no\n"
     "                        bound)\n"
     "  -l, --level LEVEL     leave out what is less urgent than LEVEL: error,\n"
-    "                        warning, info, notice, tool, debug (default notice)\n"
+    "                        warning, info, notice, tool, debug (default: all but\n"
+    "                        tool)\n"
     "  -h, --help            show this text\n"
     "  -V, --version         show the version\n"
     "\n"
@@ -69,10 +71,17 @@ void installSignals()
     signalsReset();
 }
 
+// Developer messages come only where they were asked for, and then all have
+// their level.
+bool isWanted(int32_t rank)
+{
+    return options.rank == noRank ? rank != LOG_RANK_TOOL : rank <= options.rank;
+}
+
 void writeEntry(const SwMgrLogEntry &entry, const char *text)
 {
     char line[logd::maxLine];
-    if (logRank(entry.level, text, entry.textLength) <= options.rank)
+    if (isWanted(logRank(entry.level, text, entry.textLength)))
         logd::outputWrite(line, logd::formatLine(entry, text, line));
 }
 

@@ -10,6 +10,7 @@
 #include <sys/file.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
+#include <utility>
 
 namespace relay {
 
@@ -27,30 +28,41 @@ const char *directory()
     return name != nullptr && name[0] != '\0' ? name : "/run/relay";
 }
 
-int complain(int moduleId, const char *what, int error)
+// Why a module could not be taken.
+struct Fault {
+    const char *what; // goes before the directory's name; null: nothing
+    int error;        // positive errno
+};
+
+int failed(Fault &fault, const char *what, int error)
 {
-    fprintf(stderr, "librelay: module %d: %s %s: %s\n", moduleId, what, directory(),
-            strerror(error));
+    fault = {what, error};
     return -error;
 }
 
+void complain(int moduleId, const Fault &fault)
+{
+    fprintf(stderr, "librelay: module %d: %s %s: %s\n", moduleId, fault.what, directory(),
+            strerror(fault.error));
+}
+
 // Whoever may write to the directory may put a socket of his own into it.
-int prepareDirectory(int moduleId)
+int prepareDirectory(Fault &fault)
 {
     if (mkdir(directory(), directoryMode) == 0) {
         // The file creation mask must not take away the group's access.
-        return chmod(directory(), directoryMode) == 0 ? 0 : complain(moduleId, "chmod", errno);
+        return chmod(directory(), directoryMode) == 0 ? 0 : failed(fault, "chmod", errno);
     }
     if (errno != EEXIST)
-        return complain(moduleId, "cannot create directory", errno);
+        return failed(fault, "cannot create directory", errno);
     struct stat status = {};
     if (stat(directory(), &status) != 0)
-        return complain(moduleId, "cannot use directory", errno);
+        return failed(fault, "cannot use directory", errno);
     if (!S_ISDIR(status.st_mode))
-        return complain(moduleId, "cannot use", ENOTDIR);
+        return failed(fault, "cannot use", ENOTDIR);
     if ((status.st_mode & (S_IWGRP | S_IWOTH)) != 0 ||
         (status.st_uid != 0 && status.st_uid != geteuid()))
-        return complain(moduleId, "others may write to directory", EPERM);
+        return failed(fault, "others may write to directory", EPERM);
     return 0;
 }
 
@@ -108,6 +120,40 @@ int bindSocket(int moduleId, Descriptor &listener)
     return 0;
 }
 
+int take(int moduleId, Endpoint &endpoint, Fault &fault)
+{
+    int status = prepareDirectory(fault);
+    if (status != 0)
+        return status;
+    status = takeLock(moduleId, endpoint.lock);
+    if (status != 0) {
+        endpoint.lock.reset();
+        return failed(fault,
+                      status == -EADDRINUSE ? "another process serves it in" : "cannot lock it in",
+                      -status);
+    }
+    status = bindSocket(moduleId, endpoint.listener);
+    if (status != 0) {
+        endpointClose(moduleId, endpoint);
+        return failed(fault, "cannot bind its socket in", -status);
+    }
+    return 0;
+}
+
+bool holdsLock(int moduleId, const Endpoint &endpoint)
+{
+    char path[sizeof(sockaddr_un::sun_path)];
+    return lockPath(moduleId, path, sizeof(path)) == 0 && isAt(endpoint.lock.get(), path);
+}
+
+bool socketIsPresent(int moduleId)
+{
+    struct sockaddr_un address = {};
+    struct stat about = {};
+    return endpointAddress(moduleId, address) == 0 && lstat(address.sun_path, &about) == 0 &&
+           S_ISSOCK(about.st_mode);
+}
+
 } // namespace
 
 int endpointAddress(int moduleId, struct sockaddr_un &address)
@@ -121,31 +167,38 @@ int endpointAddress(int moduleId, struct sockaddr_un &address)
 
 int endpointOpen(int moduleId, Endpoint &endpoint)
 {
-    int status = prepareDirectory(moduleId);
+    Fault fault = {};
+    const int status = take(moduleId, endpoint, fault);
     if (status != 0)
-        return status;
-    status = takeLock(moduleId, endpoint.lock);
-    if (status != 0) {
-        endpoint.lock.reset();
-        return complain(
-            moduleId, status == -EADDRINUSE ? "another process serves it in" : "cannot lock it in",
-            -status);
-    }
-    status = bindSocket(moduleId, endpoint.listener);
-    if (status != 0) {
-        endpointClose(moduleId, endpoint);
-        return complain(moduleId, "cannot bind its socket in", -status);
-    }
-    return 0;
+        complain(moduleId, fault);
+    return status;
 }
 
-bool endpointIsPresent(int moduleId, int lock)
+int endpointRenew(int moduleId, Endpoint &endpoint, int previous)
 {
-    struct sockaddr_un address = {};
-    char path[sizeof(address.sun_path)];
-    struct stat about = {};
-    return endpointAddress(moduleId, address) == 0 && lockPath(moduleId, path, sizeof(path)) == 0 &&
-           isAt(lock, path) && lstat(address.sun_path, &about) == 0 && S_ISSOCK(about.st_mode);
+    const bool locked = holdsLock(moduleId, endpoint);
+    if (locked && socketIsPresent(moduleId))
+        return 0;
+    Fault fault = {};
+    Endpoint fresh;
+    int status = 0;
+    if (!locked) {
+        status = take(moduleId, fresh, fault);
+    } else {
+        status = bindSocket(moduleId, fresh.listener);
+        if (status != 0)
+            static_cast<void>(failed(fault, "cannot bind its socket in", -status));
+    }
+    if (status != 0) {
+        if (status != previous)
+            complain(moduleId, fault);
+        return status;
+    }
+    fprintf(stderr, "librelay: module %d: its socket was gone and is there again\n", moduleId);
+    endpoint.listener = std::move(fresh.listener);
+    if (!locked)
+        endpoint.lock = std::move(fresh.lock);
+    return 0;
 }
 
 // Where the lock is no longer ours the directory was replaced, and what lies there
@@ -154,11 +207,11 @@ void endpointClose(int moduleId, Endpoint &endpoint)
 {
     struct sockaddr_un address = {};
     char path[sizeof(address.sun_path)];
-    if (endpoint.lock.valid() && lockPath(moduleId, path, sizeof(path)) == 0 &&
-        isAt(endpoint.lock.get(), path)) {
+    if (endpoint.lock.valid() && holdsLock(moduleId, endpoint)) {
         if (endpoint.listener.valid() && endpointAddress(moduleId, address) == 0)
             unlink(address.sun_path);
-        unlink(path);
+        if (lockPath(moduleId, path, sizeof(path)) == 0)
+            unlink(path);
     }
     endpoint.listener.reset();
     endpoint.lock.reset();

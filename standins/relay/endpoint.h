@@ -23,11 +23,13 @@ struct Endpoint {
 // what is wrong, since the caller of relayRegister only learns that it failed.
 [[nodiscard]] int endpointOpen(int moduleId, Endpoint &endpoint);
 
-// Whether the module's lock and a socket are still where clients look for them;
-// `lock` is the descriptor that holds the module.
-[[nodiscard]] bool endpointIsPresent(int moduleId, int lock);
+// Looks whether lock and socket are still where clients look for them, and makes
+// anew what was removed, unless another process serves the module there by now.
+// Returns 0 when all is there. `previous` is what the last look returned: a fault
+// that lasts is said once.
+[[nodiscard]] int endpointRenew(int moduleId, Endpoint &endpoint, int previous);
 
-// Removes the socket and gives up the module.
+// Removes socket and lock, if they are still this endpoint's, and gives up the module.
 void endpointClose(int moduleId, Endpoint &endpoint);
 
 } // namespace relay

@@ -23,6 +23,7 @@ constexpr int roundsPerListen = 64;  // a flood may not keep the host from its s
 constexpr int messagesPerTurn = 32;  // of one connection, while its turn lasts
 constexpr int64_t turn = 1000000;    // ns; a message that takes longer ends the turn
 constexpr int64_t lookPeriod = 1000; // ms between looks whether the socket is still there
+constexpr int nap = 10;              // ms, while the whole system has no descriptor left
 
 struct Connection {
     int fd;          // -1: closed in this round
@@ -39,6 +40,7 @@ struct RelayCtx {
     int listener;             // accepts connections
     int reserve;              // given up for a moment when no descriptor is left; -1: none
     int64_t lookAt;           // ms: when to look next whether the socket is still there
+    int lookFault;            // what the last look returned
     bool listening;           // inside relayListen
     uint64_t round;           // counts rounds of serving
     uint32_t connectionCount; // entries in use, without gaps between rounds
@@ -169,10 +171,17 @@ int reserveOpen()
 // loop for ever: each is taken with the one kept in reserve and sent away.
 void turnAway(RelayCtx &ctx)
 {
-    close(ctx.reserve);
-    const Descriptor peer(accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
-    if (peer.valid())
-        static_cast<void>(sendAnswer(peer.get(), relay::FrameHeader{}, -EMFILE, nullptr, 0));
+    if (ctx.reserve < 0) {
+        // Other processes have taken the system's last: all there is to do is wait.
+        poll(nullptr, 0, nap);
+    } else {
+        close(ctx.reserve);
+        const Descriptor peer(
+            accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK));
+        if (peer.valid())
+            static_cast<void>(sendAnswer(peer.get(), relay::FrameHeader{}, -EMFILE, nullptr, 0));
+    }
+    ctx.reserve = reserveOpen();
 }
 
 void acceptPending(RelayCtx &ctx)
@@ -186,10 +195,8 @@ void acceptPending(RelayCtx &ctx)
         if (entry->fd < 0) {
             const bool noDescriptor = errno == EMFILE || errno == ENFILE;
             dropClosed(ctx);
-            if (noDescriptor && ctx.reserve >= 0) {
+            if (noDescriptor)
                 turnAway(ctx);
-                ctx.reserve = reserveOpen();
-            }
             return;
         }
         if (!relay::peerAdmitted(entry->fd)) {
@@ -227,23 +234,17 @@ int serveRound(RelayCtx &ctx, const struct timespec *wait, int &served)
     return count;
 }
 
-// A directory that was emptied or replaced gets a socket again, unless another
-// process serves the module there.
+// A directory that was emptied or replaced gets a socket again.
 void lookForSocket(RelayCtx &ctx)
 {
     const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
     if (now < ctx.lookAt)
         return;
     ctx.lookAt = now + lookPeriod;
-    relay::Endpoint fresh;
-    if (relay::endpointIsPresent(ctx.moduleId, ctx.lock) ||
-        relay::endpointOpen(ctx.moduleId, fresh) != 0)
-        return;
-    fprintf(stderr, "librelay: module %d: its socket was gone and is there again\n", ctx.moduleId);
-    close(ctx.lock);
-    close(ctx.listener);
-    ctx.lock = fresh.lock.release();
-    ctx.listener = fresh.listener.release();
+    relay::Endpoint endpoint{Descriptor(ctx.lock), Descriptor(ctx.listener)};
+    ctx.lookFault = relay::endpointRenew(ctx.moduleId, endpoint, ctx.lookFault);
+    ctx.lock = endpoint.lock.release();
+    ctx.listener = endpoint.listener.release();
 }
 
 struct timespec fromMicroseconds(int microseconds)

@@ -175,8 +175,39 @@ int reap(pid_t pid, int &status)
     return reaped == pid ? 0 : -errno;
 }
 
+// A host that does not want to learn of its children's ends gets no statuses from
+// the kernel; for the length of a command it does.
+class StatusKept {
+public:
+    StatusKept()
+    {
+        sigaction(SIGCHLD, nullptr, &before);
+        if (!statusIsLost())
+            return;
+        struct sigaction usual = {};
+        usual.sa_handler = SIG_DFL;
+        sigaction(SIGCHLD, &usual, nullptr);
+    }
+    ~StatusKept()
+    {
+        if (statusIsLost())
+            sigaction(SIGCHLD, &before, nullptr);
+    }
+    StatusKept(const StatusKept &) = delete;
+    StatusKept &operator=(const StatusKept &) = delete;
+
+private:
+    bool statusIsLost() const
+    {
+        return before.sa_handler == SIG_IGN || (before.sa_flags & SA_NOCLDWAIT) != 0;
+    }
+
+    struct sigaction before = {};
+};
+
 int run(char *const words[], const char *commandLine)
 {
+    const StatusKept kept;
     pid_t pid = 0;
     int status = SpawnSettings().spawn(pid, words);
     if (status != 0)
@@ -185,8 +216,8 @@ int run(char *const words[], const char *commandLine)
     const long seconds = timeoutSeconds();
     const bool inTime = waitForEnd(pid, handle.get(), seconds * 1000);
     if (!inTime) {
-        fprintf(stderr, "libsal: \"%s\" has not ended within %ld s and is ended\n", commandLine,
-                seconds);
+        salFilePrintf(stderr, "libsal: \"%s\" has not ended within %ld s and is ended\n",
+                      commandLine, seconds);
         endGroup(pid, handle.get());
     }
     int ended = 0;

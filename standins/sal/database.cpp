@@ -31,20 +31,48 @@ constexpr int mostValue = 1024 * 1024;                 // bytes of one value
 constexpr int stepsPerLook = 10000;                    // of SQLite's machine
 constexpr int mostLooks = 100000;                      // 10^9 steps: some ten seconds
 
-struct Bound {
-    sqlite3_int64 memoryBefore; // bytes
-    int looks;
-    const char *reached; // what the query had too much of; null: nothing
+// Limits of the connection and the process for the length of a query.
+class QueryBounds {
+public:
+    explicit QueryBounds(sqlite3 *connection)
+        : db(connection), valueBefore(sqlite3_limit(db, SQLITE_LIMIT_LENGTH, mostValue)),
+          memoryBefore(sqlite3_hard_heap_limit64(sqlite3_memory_used() + mostMemory))
+    {
+        sqlite3_progress_handler(db, stepsPerLook, look, this);
+    }
+    ~QueryBounds()
+    {
+        sqlite3_progress_handler(db, 0, nullptr, nullptr);
+        sqlite3_hard_heap_limit64(memoryBefore);
+        sqlite3_limit(db, SQLITE_LIMIT_LENGTH, valueBefore);
+    }
+    QueryBounds(const QueryBounds &) = delete;
+    QueryBounds &operator=(const QueryBounds &) = delete;
+
+private:
+    static int look(void *bounds)
+    {
+        return ++static_cast<QueryBounds *>(bounds)->looks > mostLooks;
+    }
+
+    sqlite3 *db;
+    int looks = 0;
+    int valueBefore;
+    sqlite3_int64 memoryBefore;
 };
 
-int boundLook(void *argument)
+const char *reasonOf(int result, const char *message)
 {
-    auto &bound = *static_cast<Bound *>(argument);
-    if (sqlite3_memory_used() - bound.memoryBefore > mostMemory)
-        bound.reached = "brings more than 64 MiB";
-    else if (++bound.looks > mostLooks)
-        bound.reached = "comes to no end";
-    return bound.reached != nullptr;
+    switch (result) {
+    case SQLITE_INTERRUPT:
+        return "it comes to no end";
+    case SQLITE_NOMEM:
+        return "it brings more than 64 MiB";
+    case SQLITE_TOOBIG:
+        return "it brings a value of more than 1 MiB";
+    default:
+        return message != nullptr ? message : sqlite3_errstr(result);
+    }
 }
 
 } // namespace
@@ -55,13 +83,15 @@ char **sqlite3QueryResGet(sqlite3 *db, void * /*reserved*/, const char *sql, int
     char **table = nullptr;
     if (db == nullptr || sql == nullptr)
         return nullptr;
-    Bound bound = {sqlite3_memory_used(), 0, nullptr};
-    sqlite3_limit(db, SQLITE_LIMIT_LENGTH, mostValue);
-    sqlite3_progress_handler(db, stepsPerLook, boundLook, &bound);
-    const int result = sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr);
-    sqlite3_progress_handler(db, 0, nullptr, nullptr);
-    if (bound.reached != nullptr)
-        fprintf(stderr, "libsal: a query %s and was ended: %s\n", bound.reached, sql);
+    char *message = nullptr;
+    int result = SQLITE_OK;
+    {
+        const QueryBounds bounds(db);
+        result = sqlite3_get_table(db, sql, &table, rowCount, columnCount, &message);
+    }
+    if (result != SQLITE_OK)
+        salFilePrintf(stderr, "libsal: a query failed: %s: %s\n", reasonOf(result, message), sql);
+    sqlite3_free(message);
     return result == SQLITE_OK ? table : nullptr;
 }
 

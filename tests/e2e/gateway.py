@@ -108,12 +108,13 @@ class Gateway:
             self.inside("end", name="chip", number=0, timeout=0.01)
         raise RuntimeError("the chip did not start")
 
-    def start(self, env=None, kill_after=0, database="/run/gateway/switch.db", ready=300):
+    def start(self, env=None, kill_after=0, database="/run/gateway/switch.db", ready=300,
+              options=()):
         """Starts the switch manager; false when it is not ready before its end."""
         (self.state / "leaks").write_text("".join(f"leak:{name}\n" for name in KEPT))
         env = dict(env or {}, LSAN_OPTIONS="suppressions=/run/gateway/leaks:print_suppressions=0")
         answer = self.inside("spawn", name="swmgrd", env=env, ready=ready, kill_after=kill_after,
-                             argv=["swmgrd", "--database", database, "--foreground"])
+                             argv=["swmgrd", "--database", database, "--foreground", *options])
         return answer["ready"]
 
     def stop(self):

@@ -17,6 +17,7 @@ MOST_STEPS_OF_A_CHANGE = 30
 MOST_VLANS = 3  # each costs 25 tool calls at a start
 DONE, UNREACHABLE = 0, 3  # exit statuses of swctl
 PATIENCE = 60  # s; only what never comes fails
+HANG_PATH = f"/run/gateway/hang:/gateway/tools:{BUILD}/bin:/sbin:/usr/sbin:/usr/bin:/bin"
 
 
 class Killed(GatewayTest):
@@ -99,32 +100,50 @@ class Processes(GatewayTest):
         self.assertEqual(gateway.stop(), 0)
         # Asked to stop while it starts, it completes the start and ends well.
         before = gateway.inside("lines")["lines"]
-        gateway.start(ready=0)
+        gateway.start(ready=0, options=["--stop-timeout", "600"])
         while gateway.inside("lines")["lines"] == before:
             self.assertTrue(gateway.alive())
         self.assertEqual(gateway.stop(), 0)
 
+    def hanging_tool(self, gateway):
+        hang = gateway.state / "hang"
+        hang.mkdir(exist_ok=True)
+        tool = hang / "vlan_table_func"
+        tool.write_text("#!/bin/sh\ntrap '' TERM\nsleep 321 &\nsleep 321\nsleep 321\n")
+        tool.chmod(0o755)
+        return tool
+
+    def hanging(self, gateway):
+        return [words for words in gateway.inside("processes")["processes"] if "321" in words]
+
+    def test_stop_while_a_tool_hangs(self):
+        gateway = self.gateway()
+        tool = self.hanging_tool(gateway)
+        gateway.start(env={"PATH": HANG_PATH}, ready=0, options=["--stop-timeout", "1"])
+        while not self.hanging(gateway):
+            self.assertTrue(gateway.alive())
+        self.assertEqual(gateway.stop(), 3)
+        self.assertEqual(self.hanging(gateway), [])
+        tool.unlink()
+        self.assertTrue(gateway.start())
+        expected = Expected()
+        expected.start(*(gateway.rows(table).values() for table in TABLES))
+        self.assertEqual(expected.differences(gateway), [])
+
     def test_tool_that_hangs(self):
         gateway = self.gateway()
-        path = f"/run/gateway/hang:/gateway/tools:{BUILD}/bin:/sbin:/usr/sbin:/usr/bin:/bin"
-        self.assertTrue(gateway.start(env={"PATH": path, "SAL_CMD_TIMEOUT": "5"}))
+        self.assertTrue(gateway.start(env={"PATH": HANG_PATH, "SAL_CMD_TIMEOUT": "5"}))
         expected = Expected()
         expected.start(*(gateway.rows(table).values() for table in TABLES))
         row_id = gateway.write("INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap) "
                                "VALUES (77, 'eth0', '1,2')")
         row = gateway.rows("vlanEncapIf")[row_id]
 
-        hang = gateway.state / "hang"
-        hang.mkdir()
-        tool = hang / "vlan_table_func"
-        tool.write_text("#!/bin/sh\ntrap '' TERM\nsleep 321 &\nsleep 321\nsleep 321\n")
-        tool.chmod(0o755)
+        tool = self.hanging_tool(gateway)
         self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.INSERT), -1)
         self.check_log(gateway, "has not ended within 5 s and is ended",
                        "Failed to configure PSE membership for VLAN.", "returned (-110)")
-        running = [words for words in gateway.inside("processes")["processes"]
-                   if "321" in words or str(tool) in words]
-        self.assertEqual(running, [], "the tool and its children have ended")
+        self.assertEqual(self.hanging(gateway), [], "the tool and its children have ended")
 
         # The next request finds the tool well again. The chip had the VLAN by
         # then, so it is deleted and added.

@@ -75,13 +75,48 @@ class Storage(GatewayTest):
     def test_locked_at_start(self):
         with self.locked():
             self.assertTrue(self.hardware.start())
-            self.check_log(self.hardware, "failed to get list of switches from the database")
+            self.check_log(self.hardware, "failed to get list of switches from the database",
+                           "was not loaded whole (-22); the messages before say where")
             self.assertEqual(self.hardware.ask(47, relay.switch_command(b"PSE", b"\1")), -1)
             self.assertEqual(self.hardware.swctl("vlan", "add", 77), 2)
             self.assertIn("locked", self.hardware.said)
         self.assertEqual(self.hardware.stop(), 0)
         self.assertTrue(self.hardware.start())
         self.check_hardware()
+
+    # --- a crash ------------------------------------------------------------
+
+    def recover(self):
+        return self.hardware.inside("run", argv=["swmgrd", "--recover", "--database",
+                                                 "/run/gateway/switch.db"])
+
+    def test_recovery(self):
+        database = self.hardware.database
+        journal = database.with_name("switch.db-journal")
+        before = self.hardware.rows("vlanEncapIf")
+        writer = sqlite3.connect(database, isolation_level=None)
+        writer.execute("PRAGMA cache_size=1")
+        writer.execute("BEGIN")
+        for vlan in range(100, 2000):
+            writer.execute(ADD, (vlan,))
+        halves = database.read_bytes(), journal.read_bytes()
+        writer.execute("ROLLBACK")
+        writer.close()
+        database.write_bytes(halves[0])
+        journal.write_bytes(halves[1])
+        self.assertEqual(self.recover()["status"], 0)
+        self.assertFalse(journal.exists())
+        self.assertEqual(self.hardware.rows("vlanEncapIf"), before)
+
+        reader = sqlite3.connect(database, isolation_level=None)
+        reader.execute("PRAGMA journal_mode=WAL")
+        reader.execute(ADD, (77,))
+        found = self.recover()
+        self.assertEqual(found["status"], 1)
+        self.assertIn("cannot be recovered: database is locked", found["err"])
+        reader.close()
+        self.assertEqual(self.recover()["status"], 0)
+        self.assertEqual(database.read_bytes()[18:20], b"\1\1", "no write-ahead log")
 
     # --- the schema ---------------------------------------------------------
 

@@ -1,0 +1,6 @@
+// The tools that the process has started and that still run.
+#pragma once
+
+// Ends them at once, with everything in their process groups. Safe in a signal
+// handler. Does nothing on a kernel that does not list a process's children.
+void childrenEnd();
