@@ -50,6 +50,7 @@ void addConfigurationCommands(Program &program); // vlan, port, switch
 void addSwitchCommands(Program &program);        // rate-limit, queues, qos, ...
 void addRequestCommands(Program &program);       // request, bandwidth, event, command
 void addViewCommands(Program &program);          // show, log
+void addCheckCommand(Program &program);          // check
 
 // Made from the commands themselves.
 std::string manualPage(const CLI::App &app);

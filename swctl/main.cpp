@@ -99,6 +99,7 @@ int main(int argc, char **argv)
         addSwitchCommands(program);
         addRequestCommands(program);
         addViewCommands(program);
+        addCheckCommand(program);
         return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {
         fprintf(stderr, "swctl: %s\n", failure.what());
