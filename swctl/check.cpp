@@ -1,8 +1,7 @@
-// Finds what breaks the rules; see the header. Values are read as the service
-// reads them: columns by their exact names, NULL as 0 or empty, numbers by their
-// leading digits, lists and mappings by their entries between commas.
+// Finds what breaks the rules; see the header.
 #include "swctl/check.h"
 
+#include "swctl/check_rows.h"
 #include "swctl/check_rules.h"
 #include "swctl/number.h"
 #include "swctl/rehearsal.h"
@@ -17,161 +16,7 @@
 namespace swctl {
 namespace {
 
-constexpr const char *switchTableName = "swGlobalCfg";
-constexpr const char *portTableName = "swPortConfig";
-constexpr const char *vlanTableName = "vlanEncapIf";
 constexpr uint32_t chipMask = (1u << chipPorts) - 1;
-
-struct Table {
-    const char *name;
-    std::set<std::string> columns; // empty: there is no such table
-    std::vector<Row> rows;
-};
-
-struct ListEntry {
-    std::string text;
-    int32_t number = 0; // as the service reads it
-    bool plain = false; // written as a number and nothing else
-};
-
-struct PortList {
-    std::vector<ListEntry> entries;
-    uint32_t mask = 0; // bit n for port n, 0 to 31
-};
-
-struct Switch {
-    std::string name;
-    int32_t level;
-    int32_t vlanEnable;
-};
-
-struct Port {
-    std::string owner;
-    int32_t number;
-    std::vector<std::string> mapping; // entries
-};
-
-struct Vlan {
-    int32_t id;
-    std::string interfaceName;
-    bool inSwitchOnly;
-    PortList members, untagged;
-};
-
-// Everything that the tables say; the rows of each in their own order.
-struct Configuration {
-    Table switchTable{switchTableName, {}, {}};
-    Table portTable{portTableName, {}, {}};
-    Table vlanTable{vlanTableName, {}, {}};
-    std::vector<Switch> switches;
-    std::vector<Port> ports;
-    std::vector<Vlan> vlans;
-
-    [[nodiscard]] bool hasSwitch(const std::string &name) const
-    {
-        return std::any_of(
-            switches.begin(), switches.end(), [&](const Switch &sw) { return sw.name == name; });
-    }
-};
-
-// The parts between commas; a run of commas separates once.
-std::vector<std::string> entriesOf(const std::string &text)
-{
-    std::vector<std::string> entries;
-    for (size_t start = 0; start < text.size();) {
-        const size_t end = std::min(text.find(',', start), text.size());
-        if (end > start)
-            entries.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return entries;
-}
-
-// Digits alone, without leading zeros.
-bool isPlainNumber(std::string_view text)
-{
-    return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos &&
-           (text.size() == 1 || text[0] != '0');
-}
-
-// A mapping's entry as the service takes it, which reads more than plain numbers.
-std::string entryAsRead(const std::string &entry)
-{
-    const size_t colon = std::min(entry.find(':'), entry.size() - 1);
-    return entry.substr(0, colon) + ":" + std::to_string(toInt(entry.substr(colon + 1)));
-}
-
-PortList portListOf(const std::string &text)
-{
-    PortList list;
-    for (std::string &entry : entriesOf(text)) {
-        const int32_t number = toInt(entry);
-        const size_t blank = entry[0] == ' ' ? 1 : 0; // as in "1, 2"
-        const bool plain = isPlainNumber(std::string_view(entry).substr(blank));
-        if (number >= 0 && number < 32)
-            list.mask |= 1u << number;
-        list.entries.push_back({std::move(entry), number, plain});
-    }
-    return list;
-}
-
-std::string portsText(uint32_t mask)
-{
-    std::string text;
-    for (int port = 0; port < 32; ++port)
-        if ((mask >> port & 1) != 0)
-            text += (text.empty() ? "" : ",") + std::to_string(port);
-    return text;
-}
-
-int32_t numberOf(const Row &row, const char *column)
-{
-    const std::string *text = row.find(column);
-    return text == nullptr ? 0 : toInt(*text);
-}
-
-void readTable(Database &database, Table &table)
-{
-    Statement columns(database,
-                      std::string("SELECT 0, name FROM pragma_table_info('") + table.name + "')");
-    while (columns.step())
-        table.columns.insert(columns.row().text("name"));
-    if (!table.columns.empty())
-        table.rows = database.rows(table.name);
-}
-
-Configuration read(Database &database)
-{
-    Configuration all;
-    for (Table *table : {&all.switchTable, &all.portTable, &all.vlanTable})
-        readTable(database, *table);
-    for (const Row &row : all.switchTable.rows)
-        all.switches.push_back(
-            {row.text("switchName"), numberOf(row, "switchLevel"), numberOf(row, "vlanEnable")});
-    for (const Row &row : all.portTable.rows)
-        all.ports.push_back({row.text("switchName"), numberOf(row, "portNumber"),
-                             entriesOf(row.text("phyDevice"))});
-    for (const Row &row : all.vlanTable.rows)
-        all.vlans.push_back({numberOf(row, "vlanId"), row.text("interfaceName"),
-                             numberOf(row, "inSwitchOnly") != 0, portListOf(row.text("fwdMap")),
-                             portListOf(row.text("untagMap"))});
-    return all;
-}
-
-std::string nameOfPort(const std::string &owner, int32_t number)
-{
-    return "port " + std::to_string(number) + " of " + printable(owner);
-}
-
-// What the row describes, in the words of the network.
-std::string nameOf(std::string_view table, const Row &row)
-{
-    if (table == vlanTableName)
-        return "VLAN " + std::to_string(numberOf(row, "vlanId"));
-    if (table == portTableName)
-        return nameOfPort(row.text("switchName"), numberOf(row, "portNumber"));
-    return "switch " + printable(row.text("switchName"));
-}
 
 class Checker {
 public:
@@ -183,19 +28,19 @@ public:
     std::vector<Finding> run();
 
 private:
-    void add(const char *rule, const Table &table, const Row &row, std::string subject,
+    void add(const char *rule, const TableRows &table, const Row &row, std::string subject,
              std::string message, Severity severity);
-    void add(const char *rule, const Table &table, size_t row, std::string subject,
+    void add(const char *rule, const TableRows &table, size_t row, std::string subject,
              std::string message);
     void addTable(const char *rule, const char *table, std::string subject, std::string message,
                   Severity severity);
 
     void checkStart();
-    void checkTable(const Table &table);
-    void checkValue(const Table &table, const Row &row, const ColumnRule &column);
-    void checkText(const Table &table, const Row &row, const ColumnRule &column,
+    void checkTable(const TableRows &table);
+    void checkValue(const TableRows &table, const Row &row, const ColumnRule &column);
+    void checkText(const TableRows &table, const Row &row, const ColumnRule &column,
                    const std::string &text);
-    void checkNumber(const Table &table, const Row &row, const ColumnRule &column,
+    void checkNumber(const TableRows &table, const Row &row, const ColumnRule &column,
                      const std::string &text);
     void checkSwitches();
     void checkVlanMode();
@@ -207,7 +52,7 @@ private:
     void checkVlans();
     void checkInterface(size_t row);
     void checkList(size_t row, const char *column, const PortList &list, uint32_t chipRows);
-    void checkUntagged(size_t row, std::array<const Vlan *, chipPorts> &untaggedIn);
+    void checkUntagged(size_t row, std::array<const VlanRow *, chipPorts> &untaggedIn);
     void checkShift(size_t row, uint32_t reached);
 
     const Configuration &all;
@@ -215,14 +60,14 @@ private:
     std::vector<Finding> found;
 };
 
-void Checker::add(const char *rule, const Table &table, const Row &row, std::string subject,
+void Checker::add(const char *rule, const TableRows &table, const Row &row, std::string subject,
                   std::string message, Severity severity)
 {
     found.push_back({ruleById(rule), severity, table.name, row.rowId, nameOf(table.name, row),
                      std::move(subject), std::move(message)});
 }
 
-void Checker::add(const char *rule, const Table &table, size_t row, std::string subject,
+void Checker::add(const char *rule, const TableRows &table, size_t row, std::string subject,
                   std::string message)
 {
     add(rule, table, table.rows[row], std::move(subject), std::move(message),
@@ -238,7 +83,7 @@ void Checker::addTable(const char *rule, const char *table, std::string subject,
 
 // --- tables and values -----------------------------------------------------
 
-void Checker::checkTable(const Table &table)
+void Checker::checkTable(const TableRows &table)
 {
     if (table.columns.empty()) {
         addTable("table-missing", table.name, "", "there is no such table", Severity::error);
@@ -257,7 +102,7 @@ void Checker::checkTable(const Table &table)
     }
 }
 
-void Checker::checkValue(const Table &table, const Row &row, const ColumnRule &column)
+void Checker::checkValue(const TableRows &table, const Row &row, const ColumnRule &column)
 {
     const std::string *text = row.find(column.column);
     if (text == nullptr)
@@ -268,7 +113,7 @@ void Checker::checkValue(const Table &table, const Row &row, const ColumnRule &c
         checkText(table, row, column, *text);
 }
 
-void Checker::checkText(const Table &table, const Row &row, const ColumnRule &column,
+void Checker::checkText(const TableRows &table, const Row &row, const ColumnRule &column,
                         const std::string &text)
 {
     if (text.size() > static_cast<size_t>(column.most))
@@ -283,7 +128,7 @@ void Checker::checkText(const Table &table, const Row &row, const ColumnRule &co
             "'" + printable(text) + "' is no interface name", Severity::error);
 }
 
-void Checker::checkNumber(const Table &table, const Row &row, const ColumnRule &column,
+void Checker::checkNumber(const TableRows &table, const Row &row, const ColumnRule &column,
                           const std::string &text)
 {
     char *end = nullptr;
@@ -304,19 +149,31 @@ void Checker::checkNumber(const Table &table, const Row &row, const ColumnRule &
 
 // --- a start, as it was rehearsed ------------------------------------------
 
+// The first message that is a reason. That a switch has no handler for a command
+// that is handed to every switch is normal.
+std::string reasonOf(const StoppedAt &stop)
+{
+    for (const std::string &line : stop.reasons)
+        if (line.find("Invalid command (") == std::string::npos &&
+            line.find("processing returned 0") == std::string::npos)
+            return line;
+    return {};
+}
+
 void Checker::checkStart()
 {
     if (context.start == nullptr || context.start->loadStatus() >= 0)
         return;
     const std::optional<StoppedAt> stop = context.start->stoppedAt();
-    for (const Table *table : {&all.switchTable, &all.portTable, &all.vlanTable}) {
+    for (const TableRows *table : {&all.switchTable, &all.portTable, &all.vlanTable}) {
         if (!stop || stop->table != table->name ||
             static_cast<size_t>(stop->row) >= table->rows.size())
             continue;
         const auto row = static_cast<size_t>(stop->row);
         std::string message = "a start stops here and leaves out all rows after it";
-        if (!stop->reasons.empty())
-            message += "; the service says: " + printable(stop->reasons.front());
+        const std::string reason = reasonOf(*stop);
+        if (!reason.empty())
+            message += "; the service says: " + printable(reason);
         add("start-stops", *table, row, "", std::move(message));
         return;
     }
@@ -331,7 +188,7 @@ void Checker::checkStart()
 void Checker::checkSwitches()
 {
     for (size_t i = 0; i < all.switches.size(); ++i) {
-        const Switch &sw = all.switches[i];
+        const SwitchRow &sw = all.switches[i];
         if (sw.name != "BCM" && sw.name != "PSE")
             add("switch-unknown-name", all.switchTable, i, "",
                 "no backend drives a switch named '" + printable(sw.name) + "'");
@@ -353,13 +210,13 @@ void Checker::checkSwitches()
 // The end of a start applies the top switch, which hands its VLAN mode down.
 void Checker::checkVlanMode()
 {
-    const Switch *top = nullptr;
-    for (const Switch &sw : all.switches)
+    const SwitchRow *top = nullptr;
+    for (const SwitchRow &sw : all.switches)
         if (top == nullptr || sw.level > top->level)
             top = &sw;
     if (top == nullptr || top->name != "PSE")
         return;
-    const bool handsDown = std::any_of(all.ports.begin(), all.ports.end(), [](const Port &port) {
+    const bool handsDown = std::any_of(all.ports.begin(), all.ports.end(), [](const PortRow &port) {
         return port.owner == "PSE" &&
                std::any_of(port.mapping.begin(), port.mapping.end(),
                            [](const auto &entry) { return entry.starts_with("BCM:"); });
@@ -378,7 +235,7 @@ void Checker::checkPorts()
 {
     std::set<std::pair<std::string, int32_t>> seen;
     for (size_t i = 0; i < all.ports.size(); ++i) {
-        const Port &port = all.ports[i];
+        const PortRow &port = all.ports[i];
         if (!all.hasSwitch(port.owner))
             add("port-without-switch", all.portTable, i, "",
                 "there is no switch named '" + printable(port.owner) + "'");
@@ -392,7 +249,7 @@ void Checker::checkPorts()
 
 void Checker::checkPortNumber(size_t row)
 {
-    const Port &port = all.ports[row];
+    const PortRow &port = all.ports[row];
     const bool chip = port.owner == "BCM";
     const int count = chip ? chipPorts : enginePorts;
     if (!chip && port.owner != "PSE")
@@ -431,7 +288,7 @@ void Checker::checkMappings()
 void Checker::checkMapping(size_t row, const std::string &entry,
                            const std::map<std::string, size_t> &rowOfPort)
 {
-    const Port &port = all.ports[row];
+    const PortRow &port = all.ports[row];
     const auto lower = rowOfPort.find(entry);
     const std::string start = "it is mapped onto " + printable(entry);
     if (entry.starts_with(port.owner + ":"))
@@ -445,8 +302,8 @@ void Checker::checkMapping(size_t row, const std::string &entry,
         add("mapping-later-row", all.portTable, row, entry,
             start + ", whose row comes after this one");
     else
-        for (const Switch &above : all.switches)
-            for (const Switch &below : all.switches)
+        for (const SwitchRow &above : all.switches)
+            for (const SwitchRow &below : all.switches)
                 if (above.name == port.owner && below.name == all.ports[lower->second].owner &&
                     below.level > above.level)
                     add("mapping-level", all.portTable, row, entry,
@@ -460,20 +317,20 @@ void Checker::checkVlans()
 {
     uint32_t chipRows = 0; // chip ports that have a row
     uint32_t reached = 0;  // chip ports that the engine's ports are mapped onto
-    for (const Port &port : all.ports) {
+    for (const PortRow &port : all.ports) {
         if (port.owner == "BCM" && port.number >= 0 && port.number < chipPorts)
             chipRows |= 1u << port.number;
-        for (int chip = 0; chip < chipPorts && port.owner == "PSE"; ++chip)
-            if (std::find(port.mapping.begin(), port.mapping.end(),
-                          "BCM:" + std::to_string(chip)) != port.mapping.end())
-                reached |= 1u << chip;
+        for (const std::string &entry : port.mapping)
+            for (int chip = 0; chip < chipPorts && port.owner == "PSE"; ++chip)
+                if (entryAsRead(entry) == "BCM:" + std::to_string(chip))
+                    reached |= 1u << chip;
     }
     if (!all.hasSwitch("BCM"))
         chipRows = chipMask; // that there is no chip is said of the switches
     std::set<int32_t> seen;
-    std::array<const Vlan *, chipPorts> untaggedIn{};
+    std::array<const VlanRow *, chipPorts> untaggedIn{};
     for (size_t i = 0; i < all.vlans.size(); ++i) {
-        const Vlan &vlan = all.vlans[i];
+        const VlanRow &vlan = all.vlans[i];
         if (vlan.id < 1 || vlan.id > highestVlan)
             add("vlan-id-range", all.vlanTable, i, "",
                 "the id is outside 1 to 4094; it reaches the chip as " +
@@ -491,7 +348,7 @@ void Checker::checkVlans()
 
 void Checker::checkInterface(size_t row)
 {
-    const Vlan &vlan = all.vlans[row];
+    const VlanRow &vlan = all.vlans[row];
     const std::string &name = vlan.interfaceName;
     if (name.empty()) {
         add("interface-missing", all.vlanTable, all.vlanTable.rows[row], "",
@@ -533,9 +390,9 @@ void Checker::checkList(size_t row, const char *column, const PortList &list, ui
                 "port " + std::to_string(port) + " in " + column + " has no row");
 }
 
-void Checker::checkUntagged(size_t row, std::array<const Vlan *, chipPorts> &untaggedIn)
+void Checker::checkUntagged(size_t row, std::array<const VlanRow *, chipPorts> &untaggedIn)
 {
-    const Vlan &vlan = all.vlans[row];
+    const VlanRow &vlan = all.vlans[row];
     uint32_t members = vlan.members.mask;
     // The chip adds the port towards the processor to a VLAN that has members.
     if (members != 0)
@@ -547,7 +404,7 @@ void Checker::checkUntagged(size_t row, std::array<const Vlan *, chipPorts> &unt
         if ((members >> port & 1) == 0)
             add("untag-without-membership", all.vlanTable, row, number,
                 "port " + number + " is in untagMap and not in fwdMap");
-        const Vlan *earlier = std::exchange(untaggedIn[static_cast<size_t>(port)], &vlan);
+        const VlanRow *earlier = std::exchange(untaggedIn[static_cast<size_t>(port)], &vlan);
         if (earlier != nullptr)
             add("untag-twice", all.vlanTable, row, number,
                 "port " + number + " is untagged in VLAN " + std::to_string(earlier->id) + " too");
@@ -562,18 +419,15 @@ void Checker::checkShift(size_t row, uint32_t reached)
     const uint32_t byEngine = members << 1 & reached;
     if (byChip == byEngine)
         return;
-    const auto list = [](uint32_t ports) {
-        return ports == 0 ? std::string("none") : portsText(ports);
-    };
     add("shifted-ports", all.vlanTable, row, "",
-        "of the chip ports below the engine, the chip carries it at " + list(byChip) +
-            ", the engine above " + list(byEngine));
+        "of the chip ports below the engine, the chip carries it at " + portsText(byChip) +
+            ", the engine above " + portsText(byEngine));
 }
 
 std::vector<Finding> Checker::run()
 {
     checkStart();
-    for (const Table *table : {&all.switchTable, &all.portTable, &all.vlanTable})
+    for (const TableRows *table : {&all.switchTable, &all.portTable, &all.vlanTable})
         checkTable(*table);
     checkSwitches();
     checkPorts();
@@ -618,7 +472,7 @@ bool Finding::sameAs(const Finding &other) const
 
 std::vector<Finding> checkConfiguration(Database &database, const CheckContext &context)
 {
-    const Configuration configuration = read(database);
+    const Configuration configuration = readConfiguration(database);
     return Checker(configuration, context).run();
 }
 
