@@ -370,8 +370,9 @@ std::string constraintTriggers()
         const std::string refusals = refusalsOf(table);
         for (const std::string event : {"INSERT", "UPDATE"}) {
             const std::string name = table + (event == "INSERT" ? "_inserted" : "_updated");
-            sql += "\nDROP TRIGGER IF EXISTS " + name + ";\nCREATE TRIGGER " + name + " AFTER " +
-                   event + " ON " + table + "\nBEGIN\n" + refusals + "END;\n";
+            sql.append("\nDROP TRIGGER IF EXISTS ").append(name).append(";\nCREATE TRIGGER ");
+            sql.append(name).append(" AFTER ").append(event).append(" ON ").append(table);
+            sql.append("\nBEGIN\n").append(refusals).append("END;\n");
         }
     }
     return sql + "\nCOMMIT;\n";

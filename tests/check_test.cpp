@@ -93,7 +93,7 @@ constexpr struct { const char *sql, *rules; } cases[] = {
     {VLAN "fwdMap = '0,1,2,3,31'", "*port-missing"},
     {VLAN "untagMap = '5' WHERE vlanId = 10", "start-stops *port-missing"},
     {VLAN "fwdMap = '0,1,2,3,4'", "port-without-row"},
-    {VLAN "untagMap = '4' WHERE vlanId = 20", "port-without-row *untag-without-membership"},
+    {VLAN "untagMap = '4' WHERE vlanId = 20", "*untag-without-membership port-without-row"},
     {VLAN "untagMap = '4' WHERE vlanId = 10", "port-without-row"}, // towards the processor
     {VLAN "untagMap = '3,2' WHERE vlanId = 10", "*untag-twice"},
     {VLAN "fwdMap = '0,1,2'", "shifted-ports"},
