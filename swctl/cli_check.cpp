@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <memory>
 #include <net/if.h>
+#include <sstream>
 
 namespace swctl {
 namespace {
@@ -22,11 +23,11 @@ constexpr int exitWarnings = 1;
 constexpr int exitErrors = 2;
 
 struct CheckArguments {
-    std::string file;                    // empty: the configuration database
-    std::vector<std::string> interfaces; // that exist; empty: not looked up
-    std::string rule;                    // to explain
-    bool rules = false;                  // list them
-    bool triggers = false;               // print them as triggers
+    std::string file;       // empty: the configuration database
+    std::string interfaces; // that exist, or "local"; empty: not looked up
+    std::string rule;       // to explain
+    bool rules = false;     // list them
+    bool triggers = false;  // print them as triggers
 };
 
 struct Report {
@@ -72,13 +73,17 @@ std::set<std::string> localInterfaces()
     return names;
 }
 
-std::optional<std::set<std::string>> givenInterfaces(const std::vector<std::string> &names)
+std::optional<std::set<std::string>> givenInterfaces(const std::string &list)
 {
-    if (names.empty())
+    if (list.empty())
         return std::nullopt;
-    if (names.size() == 1 && names.front() == "local")
+    if (list == "local")
         return localInterfaces();
-    return std::set<std::string>(names.begin(), names.end());
+    std::set<std::string> names;
+    std::istringstream rest(list);
+    for (std::string name; std::getline(rest, name, ',');)
+        names.insert(name);
+    return names;
 }
 
 // Where nothing is known of the interfaces, those that rows name are taken to
@@ -267,9 +272,7 @@ void addCheckCommand(Program &program)
         ->add_option("--interfaces", arguments->interfaces,
                      "Network interfaces that exist where the service runs, or 'local' for those "
                      "of this machine; without it, whether they exist is not checked")
-        ->type_name("LIST")
-        ->delimiter(',')
-        ->expected(1);
+        ->type_name("LIST");
     command->add_option("--explain", arguments->rule, "Only say why a rule matters")
         ->type_name("RULE");
     command->add_flag("--rules", arguments->rules, "Only list all rules");
