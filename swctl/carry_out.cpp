@@ -1,6 +1,7 @@
 // Writes, announces, verifies, settles, takes back; see the header.
 #include "swctl/carry_out.h"
 
+#include "swctl/check.h"
 #include "swctl/journal.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
@@ -163,6 +164,26 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
     judge(verdict, std::move(settled), Word::refused);
 }
 
+// Errors that the configuration did not have before.
+void refuseErrors(const Prepared &prepared, Database &database, const ChangeSet &changes)
+{
+    CheckContext context;
+    context.interfaces.emplace();
+    for (const auto &[name, address] : prepared.gateway.interfaces())
+        context.interfaces->insert(name);
+    const std::vector<Finding> worse =
+        newFindings(checkConfiguration(prepared.before->database(), context),
+                    checkConfiguration(database, context), Severity::error);
+    if (worse.empty())
+        return;
+    std::string text = "refused: " + printable(changes.what) + ": the configuration would be wrong";
+    for (const Finding &finding : worse)
+        text += "\n  " + printable(finding.name) + ": " + printable(finding.message) + " (" +
+                finding.rule->id + ")";
+    throw Failure(exitRefused, text + "\n  Nothing was changed. See 'swctl check --explain " +
+                                   worse.front().rule->id + "'; --force does it all the same.");
+}
+
 bool wasNeverSent(const Failure &failure)
 {
     return dynamic_cast<const Unanswered *>(&failure) == nullptr;
@@ -184,6 +205,8 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
         return;
     prepared.before = std::make_unique<Snapshot>(database);
     writeRows(database, changes);
+    if (!options.force)
+        refuseErrors(prepared, database, changes);
     for (const int id : changes.vlanIds())
         prepared.ids.insert(id);
     if (options.verify && !options.offline) {

@@ -53,6 +53,7 @@ void addSwitchCommands(Program &program);        // rate-limit, queues, qos, ...
 void addRequestCommands(Program &program);       // request, bandwidth, event, command
 void addViewCommands(Program &program);          // show, log
 void addTruthCommands(Program &program);         // diff, repair, recover, rehearse
+void addCheckCommand(Program &program);          // check
 
 // Made from the commands themselves.
 std::string manualPage(const CLI::App &app);

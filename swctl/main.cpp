@@ -110,6 +110,7 @@ int main(int argc, char **argv)
         addRequestCommands(program);
         addViewCommands(program);
         addTruthCommands(program);
+        addCheckCommand(program);
         return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {
         fprintf(stderr, "swctl: %s\n", failure.what());

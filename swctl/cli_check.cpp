@@ -1,0 +1,284 @@
+// The command that checks a configuration.
+#include "swctl/check.h"
+#include "swctl/cli.h"
+#include "swctl/json.h"
+#include "swctl/outcome.h"
+#include "swctl/rehearsal.h"
+#include "swctl/snapshot.h"
+#include "swctl/text.h"
+
+#include <algorithm>
+#include <memory>
+#include <net/if.h>
+#include <sstream>
+
+namespace swctl {
+namespace {
+
+constexpr size_t outputColumns = 80;
+constexpr size_t mostShown = 20; // findings of one rule in the text
+
+// What `check` ends with; a database that cannot be used ends with exitUsage, 2.
+constexpr int exitWarnings = 1;
+constexpr int exitErrors = 2;
+
+struct CheckArguments {
+    std::string file;       // empty: the configuration database
+    std::string interfaces; // that exist, or "local"; empty: not looked up
+    std::string rule;       // to explain
+    bool rules = false;     // list them
+    bool triggers = false;  // print them as triggers
+};
+
+struct Report {
+    std::vector<Finding> findings;
+    std::string notRehearsed; // why a start was not; empty: it was
+
+    [[nodiscard]] size_t count(Severity severity) const
+    {
+        return static_cast<size_t>(std::count_if(
+            findings.begin(), findings.end(),
+            [&](const Finding &finding) { return finding.severity == severity; }));
+    }
+};
+
+// Prints a text in lines that fit; those after the first stand `hang` further in.
+void printWrapped(const std::string &text, size_t indent, size_t hang)
+{
+    std::string line(indent, ' ');
+    bool empty = true; // no word in this line yet
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = std::min(text.find(' ', start), text.size());
+        const std::string word = text.substr(start, end - start);
+        if (!empty && displayWidth(line) + 1 + displayWidth(word) > outputColumns) {
+            printf("%s\n", line.c_str());
+            line.assign(indent + hang, ' ');
+            empty = true;
+        }
+        line += (empty ? "" : " ") + word;
+        empty = false;
+        start = end + 1;
+    }
+    printf("%s\n", line.c_str());
+}
+
+std::set<std::string> localInterfaces()
+{
+    const std::unique_ptr<struct if_nameindex, Releaser<if_freenameindex>> all(if_nameindex());
+    if (all == nullptr)
+        throw Failure(exitUsage, "the interfaces of this machine cannot be listed");
+    std::set<std::string> names;
+    for (const struct if_nameindex *one = all.get(); one->if_index != 0; ++one)
+        names.insert(one->if_name);
+    return names;
+}
+
+std::optional<std::set<std::string>> givenInterfaces(const std::string &list)
+{
+    if (list.empty())
+        return std::nullopt;
+    if (list == "local")
+        return localInterfaces();
+    std::set<std::string> names;
+    std::istringstream rest(list);
+    for (std::string name; std::getline(rest, name, ',');)
+        names.insert(name);
+    return names;
+}
+
+// Where nothing is known of the interfaces, those that rows name are taken to
+// exist. Their addresses do not matter to whether a start stops.
+Interfaces interfacesFor(Database &database, const CheckContext &context)
+{
+    constexpr HardwareAddress address = {2, 0, 0, 0, 0, 1};
+    Interfaces interfaces;
+    if (context.interfaces)
+        for (const std::string &name : *context.interfaces)
+            interfaces[name] = address;
+    else
+        for (const Row &row : database.rows("vlanEncapIf"))
+            if (!row.text("interfaceName").empty())
+                interfaces[row.text("interfaceName")] = address;
+    return interfaces;
+}
+
+Report check(Database &source, const CheckArguments &arguments)
+{
+    source.run("PRAGMA schema_version"); // a file that is no database is named here
+    Snapshot snapshot(source);
+    CheckContext context;
+    context.interfaces = givenInterfaces(arguments.interfaces);
+    Report report;
+    std::optional<Rehearsal> start;
+    try {
+        const Interfaces interfaces = interfacesFor(snapshot.database(), context);
+        start.emplace(rehearse(Script(interfaces).image(snapshot.image()).start()));
+        context.start = &*start;
+    } catch (const Failure &failure) {
+        report.notRehearsed = failure.what();
+    }
+    report.findings = checkConfiguration(snapshot.database(), context);
+    return report;
+}
+
+void printReportJson(const Report &report)
+{
+    Json findings = Json::array();
+    for (const Finding &finding : report.findings)
+        findings.push_back({{"rule", finding.rule->id},
+                            {"severity", severityName(finding.severity)},
+                            {"table", finding.table},
+                            {"rowid", finding.rowId},
+                            {"name", finding.name},
+                            {"subject", finding.subject},
+                            {"message", finding.message}});
+    Json json = {{"errors", report.count(Severity::error)},
+                 {"warnings", report.count(Severity::warning)},
+                 {"startRehearsed", report.notRehearsed.empty()},
+                 {"findings", std::move(findings)}};
+    printJson(json);
+}
+
+using FindingIterator = std::vector<Finding>::const_iterator;
+
+// Findings of one rule and severity, which stand together.
+void printGroup(FindingIterator first, FindingIterator last)
+{
+    printWrapped(std::string(severityName(first->severity)) + " " + first->rule->id + ": " +
+                     first->rule->fault,
+                 0, 2);
+    const auto count = static_cast<size_t>(last - first);
+    const size_t shown = count > mostShown ? mostShown - 1 : count;
+    for (const Finding &finding : std::span(first, shown)) {
+        const std::string row =
+            finding.rowId == 0 ? "" : " (rowid " + std::to_string(finding.rowId) + ")";
+        printWrapped(finding.name + row + ": " + finding.message, 2, 2);
+    }
+    if (shown < count)
+        printf("  and %zu more; --json shows all\n", count - shown);
+    printWrapped(std::string("Mend: ") + first->rule->mend, 2, 2);
+}
+
+std::string counted(size_t number, const char *noun)
+{
+    return (number == 0 ? "no" : std::to_string(number)) + " " + noun + (number == 1 ? "" : "s");
+}
+
+void printReport(const Report &report)
+{
+    const auto &findings = report.findings;
+    for (auto first = findings.begin(); first != findings.end();) {
+        const auto last = std::find_if(first, findings.end(), [&](const Finding &finding) {
+            return finding.rule != first->rule || finding.severity != first->severity;
+        });
+        printGroup(first, last);
+        first = last;
+    }
+    printf("%s, %s\n", counted(report.count(Severity::error), "error").c_str(),
+           counted(report.count(Severity::warning), "warning").c_str());
+    if (!findings.empty())
+        printf("'swctl check --explain RULE' says why a rule matters.\n");
+}
+
+int runCheck(const Globals &globals, const CheckArguments &arguments)
+{
+    const std::string &file = arguments.file.empty() ? globals.database : arguments.file;
+    Database database(file, Access::read);
+    const Report report = check(database, arguments);
+    if (!report.notRehearsed.empty())
+        fprintf(stderr, "swctl: whether a start stops was not checked: %s\n",
+                report.notRehearsed.c_str());
+    if (globals.json)
+        printReportJson(report);
+    else
+        printReport(report);
+    if (report.count(Severity::error) != 0)
+        return exitErrors;
+    return report.findings.empty() ? exitDone : exitWarnings;
+}
+
+int listRules(const Globals &globals)
+{
+    Json json = Json::array();
+    for (const Rule &rule : checkRules()) {
+        if (globals.json)
+            json.push_back({{"rule", rule.id},
+                            {"severity", severityName(rule.severity)},
+                            {"fault", rule.fault},
+                            {"why", rule.why},
+                            {"mend", rule.mend}});
+        else
+            printWrapped(padded(severityName(rule.severity), 9) + rule.id + ": " + rule.fault, 0,
+                         9);
+    }
+    if (globals.json)
+        printJson(json);
+    return exitDone;
+}
+
+int explain(const Globals &globals, const std::string &id)
+{
+    const Rule *rule = ruleById(id);
+    if (rule == nullptr)
+        throw Failure(exitUsage,
+                      "there is no rule '" + printable(id) + "'; 'swctl check --rules' lists them");
+    if (globals.json) {
+        printJson({{"rule", rule->id},
+                   {"severity", severityName(rule->severity)},
+                   {"fault", rule->fault},
+                   {"why", rule->why},
+                   {"mend", rule->mend}});
+        return exitDone;
+    }
+    printWrapped(std::string(rule->id) + " (" + severityName(rule->severity) + "): " + rule->fault,
+                 0, 2);
+    printWrapped(std::string("Why: ") + rule->why, 0, 2);
+    printWrapped(std::string("Mend: ") + rule->mend, 0, 2);
+    return exitDone;
+}
+
+int run(const Globals &globals, const CheckArguments &arguments)
+{
+    const bool only[] = {!arguments.rule.empty(), arguments.rules, arguments.triggers};
+    if (std::count(std::begin(only), std::end(only), true) > 1)
+        throw Failure(exitUsage, "--explain, --rules and --triggers cannot be combined");
+    if (!arguments.rule.empty())
+        return explain(globals, arguments.rule);
+    if (arguments.rules)
+        return listRules(globals);
+    if (!arguments.triggers)
+        return runCheck(globals, arguments);
+    printf("%s", constraintTriggers().c_str());
+    return exitDone;
+}
+
+} // namespace
+
+void addCheckCommand(Program &program)
+{
+    const auto arguments = std::make_shared<CheckArguments>();
+    CLI::App *command = addCommand(
+        program, program.app, "check",
+        "Check the rows of a configuration and rehearse a start of the service from it. Exit "
+        "status: 0 nothing found, 1 warnings, 2 errors, or a database that cannot be used",
+        "  swctl check\n  swctl check new.db --interfaces eth0,eth1\n"
+        "  swctl check --explain untag-twice",
+        [&program, arguments] { return run(program.globals, *arguments); });
+    if (!program.mayRun("check"))
+        return;
+    command->add_option("FILE", arguments->file, "Database to check instead of the configured one")
+        ->type_name("FILE");
+    command
+        ->add_option("--interfaces", arguments->interfaces,
+                     "Network interfaces that exist where the service runs, or 'local' for those "
+                     "of this machine; without it, whether they exist is not checked")
+        ->type_name("LIST");
+    command->add_option("--explain", arguments->rule, "Only say why a rule matters")
+        ->type_name("RULE");
+    command->add_flag("--rules", arguments->rules, "Only list all rules");
+    command->add_flag("--triggers", arguments->triggers,
+                      "Only print the rules as triggers for the database, as constraints.sql "
+                      "holds them");
+}
+
+} // namespace swctl

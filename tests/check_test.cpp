@@ -1,0 +1,145 @@
+// The rules of 'swctl check' against faulty databases: what it finds, with a start
+// judged by the service itself, and that the triggers agree.
+#include "swctl/check.h"
+#include "swctl/outcome.h"
+#include "swctl/rehearsal.h"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sstream>
+
+using namespace swctl;
+
+namespace {
+
+std::string fileText(const std::string &name)
+{
+    std::ostringstream text;
+    text << std::ifstream(DATA "/" + name).rdbuf();
+    return text.str();
+}
+
+Database soundDatabase()
+{
+    Database database = Database::inMemory();
+    database.run(fileText("schema.sql").c_str());
+    database.run(
+        "INSERT INTO swGlobalCfg (switchName, switchDevice, vlanEnable, numPorts, switchLevel)"
+        " VALUES ('BCM', '/dev/bcmsw', 1, 5, 1), ('PSE', NULL, 1, 4, 2);"
+        "INSERT INTO swPortConfig (switchName, portNumber, phyDevice) VALUES ('BCM', 0, NULL),"
+        " ('BCM', 1, NULL), ('BCM', 2, NULL), ('BCM', 3, NULL), ('PSE', 1, 'BCM:1'),"
+        " ('PSE', 2, 'BCM:2,BCM:3');"
+        "INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap, untagMap)"
+        " VALUES (10, 'eth0', '0, 1,2,3', '1'), (20, 'eth1', '0,1,2,3', '2');");
+    return database;
+}
+
+std::vector<Finding> findingsOf(Database &database)
+{
+    const Interfaces interfaces = {{"eth0", {2}}, {"eth1", {2}}, {"uplink.of.port1", {2}}};
+    const Rehearsal start = rehearse(Script(interfaces).image(database.serialised()).start());
+    return checkConfiguration(database, {{{"eth0", "eth1", "uplink.of.port1"}}, &start});
+}
+
+// Each rule once, in the order of the findings.
+std::string rulesOf(const std::vector<Finding> &findings)
+{
+    std::string rules;
+    for (const Finding &finding : findings)
+        if (rules.find(finding.rule->id) == std::string::npos)
+            rules += (rules.empty() ? "" : " ") + std::string(finding.rule->id);
+    return rules;
+}
+
+// clang-format off
+#define VLAN   "UPDATE vlanEncapIf SET "
+#define PORT   "UPDATE swPortConfig SET "
+#define SWITCH "UPDATE swGlobalCfg SET "
+#define ADD_PORT "INSERT INTO swPortConfig (switchName, portNumber) VALUES "
+#define ADD_SWITCH "INSERT INTO swGlobalCfg (switchName, switchLevel, vlanEnable) VALUES "
+// One fault each, and the rules that it breaks; by the one marked with * the
+// triggers refuse it. Without a mark SQL cannot tell, or the rule only warns.
+constexpr struct { const char *sql, *rules; } cases[] = {
+    {"SELECT 1", ""}, // sound as it is
+    {"DROP TABLE vlanEncapIf", "start-stops table-missing"},
+    {"ALTER TABLE swPortConfig RENAME COLUMN trustMode TO TrustMode", "column-missing"},
+    {VLAN "LogicalIfName = printf('%64s', '')", "start-stops *text-too-long"},
+    {VLAN "interfaceName = 'eth0;'", "start-stops *interface-bad-name interface-unknown"},
+    {PORT "rateLimit = 'fast'", "number-text"},
+    {PORT "trustMode = 5", "*value-range"},
+    {PORT "PVID = 4095", "start-stops *value-range"},
+    {PORT "schedMode = 2", "value-range"},
+    {SWITCH "vlanEnable = 2", "start-stops *value-range"},
+    {ADD_SWITCH "('pse', 0, 1)", "start-stops *switch-unknown-name"},
+    {ADD_SWITCH "('PSE', 3, 1)", "start-stops *switch-duplicate"},
+    {SWITCH "switchDevice = ''", "*switch-device-missing"},
+    {SWITCH "switchLevel = 1", "same-level"},
+    {SWITCH "vlanEnable = 0 WHERE switchName = 'PSE'", "vlan-mode-differs"},
+    {ADD_PORT "('X', 1)", "start-stops *port-without-switch"},
+    {ADD_PORT "('PSE', 1)", "start-stops *port-duplicate"},
+    {ADD_PORT "('BCM', 9)", "start-stops *port-number-range"},
+    {SWITCH "numPorts = 3", "port-beyond-count"},
+    {PORT "phyDevice = 'PSE:2' WHERE rowid = 6", "start-stops *mapping-own-switch"},
+    {PORT "phyDevice = 'BCM:1,BCM:9' WHERE rowid = 5", "start-stops *mapping-nowhere"},
+    {PORT "phyDevice = 'BCM:01' WHERE rowid = 5", "*mapping-nowhere"},
+    {PORT "phyDevice = 'PSE:1' WHERE rowid = 1", "start-stops *mapping-later-row"},
+    {SWITCH "switchLevel = 0 WHERE switchName = 'PSE'", "mapping-level"},
+    {VLAN "vlanId = 65556 WHERE vlanId = 10", "*vlan-id-range"},
+    {VLAN "vlanId = 10", "start-stops *vlan-duplicate"},
+    {VLAN "interfaceName = NULL", "start-stops *interface-missing"},
+    {VLAN "interfaceName = 'uplink.of.port1'", "*interface-name-long"},
+    {VLAN "interfaceName = 'eth9'", "start-stops interface-unknown"},
+    {VLAN "fwdMap = '0-3,1,2,3', untagMap = NULL", "*list-text"},
+    {VLAN "fwdMap = '0,1,2,3,31'", "*port-missing"},
+    {VLAN "untagMap = '5' WHERE vlanId = 10", "start-stops *port-missing"},
+    {VLAN "fwdMap = '0,1,2,3,4'", "port-without-row"},
+    {VLAN "untagMap = '4' WHERE vlanId = 20", "*untag-without-membership port-without-row"},
+    {VLAN "untagMap = '4' WHERE vlanId = 10", "port-without-row"}, // towards the processor
+    {VLAN "untagMap = '3,2' WHERE vlanId = 10", "*untag-twice"},
+    {VLAN "fwdMap = '0,1,2'", "shifted-ports"},
+};
+// clang-format on
+
+} // namespace
+
+TEST(Check, aFaultyRowIsFoundByItsRuleAndRefusedByTheTriggers)
+{
+    std::string all;
+    for (const auto &[sql, rules] : cases) {
+        SCOPED_TRACE(sql);
+        std::string expected = rules;
+        const size_t mark = std::min(expected.find('*'), expected.size());
+        const std::string refusal = expected.substr(mark, expected.find(' ', mark) - mark);
+        std::erase(expected, '*');
+        Database database = soundDatabase();
+        database.run(sql);
+        EXPECT_EQ(expected, rulesOf(findingsOf(database)));
+        all += expected;
+
+        Database guarded = soundDatabase();
+        guarded.run(fileText("constraints.sql").c_str());
+        try {
+            guarded.run(sql);
+            EXPECT_EQ("", refusal) << "is not refused";
+        } catch (const Failure &failure) {
+            ASSERT_NE("", refusal) << failure.what();
+            EXPECT_PRED_FORMAT2(testing::IsSubstring, refusal.substr(1) + ":", failure.what());
+        }
+    }
+    for (const Rule &rule : checkRules())
+        EXPECT_PRED_FORMAT2(testing::IsSubstring, rule.id, all);
+    EXPECT_EQ(constraintTriggers(), fileText("constraints.sql"));
+}
+
+TEST(Check, aChangeAnswersForWhatItMakesWorseAlone)
+{
+    Database database = soundDatabase();
+    database.run(VLAN "interfaceName = 'eth9' WHERE vlanId = 20");
+    const std::vector<Finding> before = findingsOf(database);
+    database.run("DELETE FROM vlanEncapIf WHERE vlanId = 20; INSERT INTO vlanEncapIf "
+                 "(rowid, vlanId, interfaceName, fwdMap) VALUES (7, 20, 'eth9', '0,1,2,3')");
+    EXPECT_EQ("", rulesOf(newFindings(before, findingsOf(database), Severity::error)));
+    database.run(VLAN "interfaceName = 'eth8' WHERE vlanId = 10");
+    EXPECT_EQ("start-stops interface-unknown",
+              rulesOf(newFindings(before, findingsOf(database), Severity::error)));
+}
