@@ -138,7 +138,13 @@ void putRowsBack(Database &database, const ChangeSet &changes)
 // The rows go back, the service is told, and what the attempt left is cleared.
 void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, Verdict &verdict)
 {
-    putRowsBack(database, verdict.changes);
+    try {
+        putRowsBack(database, verdict.changes);
+    } catch (const Failure &failure) {
+        verdict.word = Word::differs;
+        verdict.note = std::string(failure.what()) + "; the rows are left as they are";
+        return;
+    }
     int ignored = 0;
     ChangeSet told = reversed(verdict.changes, sent);
     std::erase_if(told.rows, [](const RowChange &change) { return change.vlanId() == 0; });
@@ -182,6 +188,13 @@ void refuseErrors(const Prepared &prepared, Database &database, const ChangeSet 
                 finding.rule->id + ")";
     throw Failure(exitRefused, text + "\n  Nothing was changed. See 'swctl check --explain " +
                                    worse.front().rule->id + "'; --force does it all the same.");
+}
+
+bool takesAway(const ChangeSet &changes)
+{
+    return std::any_of(
+        changes.rows.begin(), changes.rows.end(),
+        [](const RowChange &change) { return !change.after; });
 }
 
 bool wasNeverSent(const Failure &failure)
@@ -239,14 +252,23 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
                 verdict.reasons = reasonsIn(log.take());
         }
         if (verdict.word != Word::applied && !log.available())
-            verdict.note = "reasons are not available: no log daemon hears the service";
+            verdict.note +=
+                (verdict.note.empty() ? "" : "\n  ") +
+                std::string("reasons are not available: no log daemon hears the service");
     } catch (const Failure &failure) {
         verdict.word = Word::unanswered;
         verdict.note = failure.what();
-        if (verdict.asked || !wasNeverSent(failure))
+        verdict.open = verdict.asked || !wasNeverSent(failure);
+        if (verdict.asked)
             return;
-        putRowsBack(database, verdict.changes);
-        verdict.note += "; the rows are as they were";
+        // The next start writes what the rows say and clears nothing: what was added
+        // or changed stays in them, what was to go comes back.
+        const bool stays = !wasNeverSent(failure) && !takesAway(verdict.changes);
+        if (!stays)
+            putRowsBack(database, verdict.changes);
+        verdict.note +=
+            stays ? "; the rows stay as written, and the service's next start applies them"
+                  : "; the rows are as they were";
     }
 }
 
@@ -277,8 +299,8 @@ Verdict carryOut(const ChangeOptions &options, const Plan &plan)
     if (verdict.changes.empty() || options.offline)
         return verdict;
     announceAndVerify(database, options, prepared, verdict);
-    const bool open = verdict.word == Word::unanswered && rowsAreAfter(database, verdict.changes);
-    if (!open)
+    // Whether it was carried out is for the next swctl to find out.
+    if (!verdict.open)
         journal.end();
     return verdict;
 }

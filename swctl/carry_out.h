@@ -27,6 +27,7 @@ struct Verdict {
     Word word = Word::applied;
     ChangeSet changes;
     bool asked = false;               // the service was told
+    bool open = false;                // unanswered, and perhaps carried out
     bool verified = false;            // it was looked at
     int answer = 0;                   // of the service
     std::vector<Difference> left;     // that count

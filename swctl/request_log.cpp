@@ -6,6 +6,7 @@
 #include "swctl/service.h"
 #include "swctl/text.h"
 
+#include <algorithm>
 #include <poll.h>
 #include <unistd.h>
 
@@ -87,6 +88,10 @@ std::vector<std::string> reasonsIn(const std::vector<LogLine> &lines)
             line.text.find("processing returned 0") == std::string::npos &&
             line.text.find("Disabling Vlan") == std::string::npos)
             reasons.push_back(printable(line.text));
+        // The same line of several rows says no more than one.
+        if (reasons.size() > 1 &&
+            std::find(reasons.begin(), reasons.end() - 1, reasons.back()) != reasons.end() - 1)
+            reasons.pop_back();
     }
     return reasons;
 }

@@ -1,0 +1,108 @@
+"""A drill for swctl's word: random but seeded operations on a gateway whose tools
+fail, whose service is killed and where writers and clients are interrupted. After
+each, a short calculation of its own from the database and from what chip, engine
+and kernel hold decides whether they agree; swctl must have said just that."""
+
+import os
+import random
+import signal
+import subprocess
+import time
+
+from expected import Expected, held_tables
+from gateway import BUILD, GatewayTest, main, progress, setting
+
+SEED = setting("SWMGR_E2E_SEED", 20260)
+OPERATIONS = setting("SWMGR_E2E_DRILL", 60)
+APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
+TABLES = ("swGlobalCfg", "swPortConfig", "vlanEncapIf")
+VLANS = (5, 6, 7, 8, 10, 20, 100)
+
+
+class Drill(GatewayTest):
+    def setUp(self):
+        self.random = random.Random(SEED)
+        self.hardware = self.gateway()
+        self.assertTrue(self.hardware.start())
+        self.words = [0] * 5
+
+    def swctl(self, *arguments, interrupt=0.0):
+        environment = dict(os.environ, RELAY_DIR=str(self.hardware.state / "relay"),
+                           SWMGR_DATABASE=str(self.hardware.state / "switch.db"))
+        client = subprocess.Popen([BUILD / "bin/swctl", *map(str, arguments)], env=environment,
+                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+        if interrupt:
+            time.sleep(interrupt)
+            client.send_signal(self.random.choice((signal.SIGINT, signal.SIGTERM, signal.SIGKILL)))
+        out, error = client.communicate(timeout=60)
+        self.said = f"swctl {arguments}: {client.returncode}\n{out}{error}"
+        return client.returncode
+
+    def agree(self):
+        """Whether chip and kernel hold what the rows say: entries, tags, sub-interfaces."""
+        expected = Expected()
+        expected.start(*(self.hardware.rows(table).values() for table in TABLES))
+        wanted = expected.tables()
+        held = held_tables(self.hardware.chip(), self.hardware.engine(),
+                           self.hardware.uptime_records())
+        held["chip VLANs"] = {vlan: maps for vlan, maps in held["chip VLANs"].items()
+                              if maps != (0, 0) or vlan in wanted["chip VLANs"]}
+        # A default tag has an effect where the port is untagged in some VLAN. The
+        # engine numbers its entries anew at each start and keeps older ones.
+        takes = [port for port, drops in wanted["chip non-802.1Q"].items() if drops == 0]
+        for tables in (wanted, held):
+            tables["chip PVIDs"] = {port: tables["chip PVIDs"][port] for port in takes}
+            tables["engine members"] = {entry for entry in tables["engine VLANs"].values()
+                                        if entry[2] != 0}
+        held["engine members"] &= wanted["engine members"]
+        names = ("chip VLANs", "chip PVIDs", "sub-interfaces", "engine members")
+        self.seen = [f"{name}: wanted {wanted[name]}, held {held[name]}" for name in names
+                     if wanted[name] != held[name]]
+        return not self.seen
+
+    def ports(self, most):
+        return ",".join(str(port) for port in range(5) if self.random.random() < most / 5)
+
+    def operation(self):
+        rows = [row["vlanId"] for row in self.hardware.rows("vlanEncapIf").values()]
+        vlan = self.random.choice(VLANS)
+        ports = self.ports(4)
+        inside = [port for port in ports.split(",") if port and self.random.random() < 0.3]
+        shape = ("--ports", ports, "--untagged", ",".join(inside), "--interface",
+                 self.random.choice(("eth0", "eth0", "eth1", "eth9")))
+        if vlan not in rows:
+            return ("vlan", "add", vlan, *shape)
+        return self.random.choice((
+            ("vlan", "set", vlan, *shape[:4]), ("vlan", "set", vlan, *shape),
+            ("vlan", "delete", vlan), ("vlan", "set", vlan, "--id", self.random.choice(VLANS)),
+            ("vlan", "add", vlan, *shape), ("port", "add", "BCM", 9)))
+
+    def test_words(self):
+        for number in range(OPERATIONS):
+            before = self.hardware.rows("vlanEncapIf")
+            operation = self.operation()
+            chance = self.random.random()
+            interrupt = self.random.random() * 0.02 if chance < 0.15 else 0.0
+            status = self.swctl(*operation, interrupt=interrupt)
+            what = f"operation {number}, seed {SEED}: {self.said}"
+            if interrupt and status not in (APPLIED, REFUSED):
+                self.assertIn(self.swctl("recover"), (APPLIED,), what + self.said)
+                self.assertTrue(self.agree(), f"{what}{self.said}{self.seen}")
+                continue
+            self.words[status] += 1
+            agree = self.agree()
+            self.assertIn(status, (APPLIED, REFUSED, DIFFERS), what)
+            self.assertEqual(agree, status != DIFFERS, f"{what}{self.seen}")
+            if status == REFUSED:
+                self.assertEqual(self.hardware.rows("vlanEncapIf"), before, what)
+            if chance > 0.93:
+                self.hardware.kill()
+                self.assertTrue(self.hardware.start())
+        self.assertEqual(self.swctl("repair"), APPLIED, self.said)
+        self.assertEqual(self.swctl("diff", "--all"), APPLIED, self.said)
+        progress(f"{OPERATIONS} operations: {self.words[APPLIED]} applied, "
+                 f"{self.words[REFUSED]} refused, {self.words[DIFFERS]} differ")
+
+
+if __name__ == "__main__":
+    main()
