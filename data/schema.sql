@@ -6,6 +6,7 @@
 
 -- One row per switch.
 CREATE TABLE IF NOT EXISTS swGlobalCfg (
+    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again
     switchName          TEXT NOT NULL,      -- 'PSE' or 'BCM', which names the backend too
     switchDevice        TEXT,               -- device node of the chip, up to 127 characters
     vlanEnable          INTEGER DEFAULT 0,  -- 802.1Q: 0 off, 1 on
@@ -19,6 +20,7 @@ CREATE TABLE IF NOT EXISTS swGlobalCfg (
 
 -- One row per port. Ports that others are mapped onto come first.
 CREATE TABLE IF NOT EXISTS swPortConfig (
+    id             INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again
     switchName     TEXT NOT NULL,      -- switch that has the port
     portNumber     INTEGER NOT NULL,   -- number of the port on that switch
     PVID           INTEGER DEFAULT 1,  -- unless a VLAN is untagged on the port
@@ -38,6 +40,7 @@ CREATE TABLE IF NOT EXISTS swPortConfig (
 
 -- One row per VLAN.
 CREATE TABLE IF NOT EXISTS vlanEncapIf (
+    id             INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again
     vlanId         INTEGER NOT NULL,   -- 1 to 4094
     interfaceName  TEXT,               -- Linux interface of the sub-interface, up to 63
     LogicalIfName  TEXT,               -- up to 63 characters

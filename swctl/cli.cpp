@@ -1,8 +1,10 @@
 // What every command of the command line shares; see the header.
 #include "swctl/cli.h"
 
+#include "swctl/carry_out.h"
 #include "swctl/json.h"
 #include "swctl/outcome.h"
+#include "swctl/request_log.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 
@@ -35,15 +37,37 @@ CLI::App *addGroup(CLI::App &parent, const std::string &name, const std::string 
 
 int reportAnswer(const Globals &globals, const std::string &what, int status)
 {
+    RequestLog silent;
+    return reportAnswer(globals, what, status, silent);
+}
+
+// A tool that failed shows in the log alone: the service answers for the switches
+// below.
+int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log)
+{
+    const std::vector<std::string> reasons = reasonsIn(log.take());
+    const bool failed = std::any_of(reasons.begin(), reasons.end(), [](const std::string &line) {
+        return line.starts_with("cmd (");
+    });
+    const Word word = status < 0 ? Word::refused : failed ? Word::differs : Word::applied;
     if (globals.json)
-        printJson({{"request", what}, {"status", status}, {"meaning", statusInWords(status)}});
-    else if (status >= 0)
-        printf("%s: done\n", printable(what).c_str());
-    if (status >= 0)
-        return exitDone;
-    fprintf(stderr, "swctl: %s: the service answered %s\n", printable(what).c_str(),
-            statusInWords(status).c_str());
-    return exitRefused;
+        printJson({{"outcome", wordText(word)},
+                   {"request", what},
+                   {"status", status},
+                   {"meaning", statusInWords(status)},
+                   {"reasons", reasons}});
+    else if (word == Word::applied)
+        printf("applied: %s\n", printable(what).c_str());
+    if (word == Word::refused)
+        fprintf(stderr, "swctl: refused: %s: the service answered %s\n", printable(what).c_str(),
+                statusInWords(status).c_str());
+    if (word == Word::differs)
+        fprintf(stderr, "swctl: differs: %s: answered as done, but a tool failed\n",
+                printable(what).c_str());
+    if (word != Word::applied)
+        for (const std::string &reason : reasons)
+            fprintf(stderr, "  service: %s\n", reason.c_str());
+    return wordStatus(word);
 }
 
 } // namespace swctl

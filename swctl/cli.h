@@ -22,6 +22,8 @@ struct Globals {
     bool json = false;                      // print JSON instead of text
 };
 
+class RequestLog;
+
 struct Program {
     CLI::App app;
     Globals globals;
@@ -44,8 +46,10 @@ CLI::App *addCommand(Program &program, CLI::App &parent, const std::string &name
 // A group of commands, of which one must be given.
 CLI::App *addGroup(CLI::App &parent, const std::string &name, const std::string &description);
 
-// What a request came to, in words or as JSON; gives the exit status.
+// What a request came to, in words or as JSON; gives the exit status. `log` was
+// listening since before it.
 int reportAnswer(const Globals &globals, const std::string &what, int status);
+int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log);
 
 // The commands, by area.
 void addConfigurationCommands(Program &program); // vlan, port, switch

@@ -191,7 +191,11 @@ ChangeSet vlanSetPlan(Database &database, const ChangeArguments &arguments,
         !database.rowsWhere(vlanTable.table, {values.back()}).empty())
         refuseSecond("VLAN " + after.text("vlanId"));
     if (movesAway(before, after)) {
-        after.rowId = 0; // a row of its own: the old one goes
+        // A row of its own: the old one goes, and its id is not used again.
+        std::erase_if(after.cells, [&](const Row::Cell &cell) {
+            return cell.column == "id" && cell.value == Value(before.rowId);
+        });
+        after.rowId = 0;
         changes.rows.push_back({vlanTable.table, before, std::nullopt});
         changes.rows.push_back({vlanTable.table, std::nullopt, after});
     } else {

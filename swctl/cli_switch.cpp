@@ -1,9 +1,12 @@
 // Commands for one switch, sent as they are and not stored: rate-limit, queues,
 // qos, pause-frames, vlan-mode and snooping.
 #include "swctl/cli.h"
+#include "swctl/foresee.h"
 #include "swctl/number.h"
 #include "swctl/outcome.h"
+#include "swctl/request_log.h"
 #include "swctl/service.h"
+#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <limits>
@@ -27,15 +30,37 @@ struct SwitchArguments {
     std::vector<std::string> weights; // of queues 1 to 4; missing ones are 1
     std::string state;                // "1" or "0"
     std::string igmp, mld;            // "1", "0" or not given
+    bool force = false;               // although a rehearsal says that it does nothing
 };
 
 using SharedSwitchArguments = std::shared_ptr<SwitchArguments>;
 
+// A port that no row adds would be passed over in silence.
+void refuseUnknownPort(Database &database, const SwitchArguments &arguments)
+{
+    if (arguments.port.empty() || arguments.port == "all")
+        return;
+    if (database
+            .rowsWhere("swPortConfig", {{"switchName", arguments.switchName},
+                                        {"portNumber", int64_t{toInt(arguments.port)}}})
+            .empty())
+        throw Failure(exitRefused, "refused: " + printable(arguments.switchName) + " has no port " +
+                                       arguments.port + " in the database; nothing was sent");
+}
+
 int send(const Globals &globals, const std::string &what, const SwitchArguments &arguments,
          int command, std::string_view payload)
 {
+    if (!arguments.force) {
+        Database database(globals.database, Access::read);
+        refuseUnknownPort(database, arguments);
+        refuseIdleCommand(GatewayView(globals.database, globals.site), database,
+                          arguments.switchName, command,
+                          switchRequest(arguments.switchName, payload));
+    }
+    RequestLog log;
     const int status = askSwitch(arguments.switchName, command, payload);
-    return reportAnswer(globals, what + " for " + arguments.switchName, status);
+    return reportAnswer(globals, what + " for " + arguments.switchName, status, log);
 }
 
 int runRateLimit(const Globals &globals, const SwitchArguments &arguments)
@@ -115,6 +140,8 @@ CLI::App *addSwitchCommand(Program &program, const char *name, const std::string
         ->type_name("NAME")
         ->capture_default_str()
         ->check(switchNameText());
+    command->add_flag("--force", arguments->force,
+                      "Send it although a rehearsal says that nothing would act on it");
     return command;
 }
 

@@ -2,6 +2,7 @@
 // configuration database and tells the service, sends requests, shows what is
 // configured and follows the log.
 #include "swctl/cli.h"
+#include "swctl/json.h"
 #include "swctl/outcome.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
@@ -75,7 +76,16 @@ int parseAndRun(Program &program, int argc, char **argv)
         return exitUsage;
     }
     useRelayDirectory(program.globals.relayDirectory);
-    return program.run();
+    try {
+        return program.run();
+    } catch (const Failure &failure) {
+        if (program.globals.json)
+            printJson({{"outcome", failure.status == exitRefused       ? "refused"
+                                   : failure.status == exitUnreachable ? "unanswered"
+                                                                       : "unusable"},
+                       {"reason", failure.what()}});
+        throw;
+    }
 }
 
 // What was to be shown and could not be is a failure, whatever else was done.

@@ -64,12 +64,17 @@ int ask(int module, int requestType, std::string_view data, std::string_view buf
     return exchange(module, requestType, data, reply);
 }
 
-int askSwitch(const std::string &switchName, int command, std::string_view payload)
+std::string switchRequest(const std::string &switchName, std::string_view payload)
 {
     SwMgrSwitchCmdRequest request{};
     fillField(request.switchName, switchName);
     memcpy(request.payload, payload.data(), payload.size());
-    return ask(SWMGR_RELAY_MODULE_ID, command, bytesOf(request));
+    return std::string(bytesOf(request));
+}
+
+int askSwitch(const std::string &switchName, int command, std::string_view payload)
+{
+    return ask(SWMGR_RELAY_MODULE_ID, command, switchRequest(switchName, payload));
 }
 
 std::string statusInWords(int status)

@@ -37,6 +37,9 @@ void fillField(char (&field)[N], std::string_view text)
     text.copy(field, N - 1);
 }
 
+// The body of a switch command's request.
+std::string switchRequest(const std::string &switchName, std::string_view payload);
+
 // A switch command with its record at the start of the payload.
 int askSwitch(const std::string &switchName, int command, std::string_view payload);
 

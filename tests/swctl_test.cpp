@@ -310,13 +310,15 @@ TEST_F(Swctl, requestsCarryTheirRecords)
                              padded("eth0", 64) + padded("lan", 64) + padded("", 1024) +
                              "\x06\0\0\0\x04\0\0\0\0\0\0\0\x01\0\0\0"s;
     const Case cases[] = {
-        {"rate-limit --port 1 --rate 20480", 50, pse + "\1\0\0\0\1\0\0\0\0\x50\0\0"s, 1364, ""},
-        {"rate-limit --port 31 --off --switch BCM", 50, padded("BCM", 64) + "\x1f"s, 1364, ""},
-        {"queues --port all --queues 2 --mode 3 --weights 1,2,4,8", 48,
+        {"rate-limit --port 1 --rate 20480 --force", 50, pse + "\1\0\0\0\1\0\0\0\0\x50\0\0"s, 1364,
+         ""},
+        {"rate-limit --port 31 --off --switch BCM --force", 50, padded("BCM", 64) + "\x1f"s, 1364,
+         ""},
+        {"queues --port all --queues 2 --mode 3 --weights 1,2,4,8 --force", 48,
          pse + "\xff\xff\xff\xff\2\0\0\0\3\0\0\0\1\0\0\0\2\0\0\0\4\0\0\0\x08"s, 1364, ""},
-        {"qos on", 47, pse + "\1", 1364, ""},
-        {"vlan-mode on", 33, pse + "\1", 1364, ""},
-        {"snooping --mld on", 57, pse + "\1", 1364, ""},
+        {"qos on --force", 47, pse + "\1", 1364, ""},
+        {"vlan-mode on --force", 33, pse + "\1", 1364, ""},
+        {"snooping --mld on --force", 57, pse + "\1", 1364, ""},
         {"bandwidth eth1 100000 50 --event 25", 5, padded("eth1", 132) + "\x19", 1132, bandwidth},
         {"request vlan-add 30 --name guests --interface eth0 --logical lan --ports 1,2 "
          "--untagged 2 --switch-only on",

@@ -183,7 +183,7 @@ class Gateway:
 
     def answers(self):
         """The service still does what a well-formed request asks for."""
-        return self.swctl("qos", "on") == 0
+        return self.swctl("qos", "on", "--force") == 0
 
     def swctl(self, *arguments):
         """Runs the client from outside. Returns its exit status."""
