@@ -227,11 +227,11 @@ int main(int argc, char **argv)
     const int status = readArguments(argc, argv);
     if (status >= 0)
         return status;
+    installSignals();
     const char *fault = databaseFileFault(options.database);
     if (fault != nullptr) {
         fprintf(stderr, "swmgrd: database %s: %s\n", options.database, fault);
         return EXIT_FAILED;
     }
-    installSignals();
     return options.recover ? recover() : serve();
 }

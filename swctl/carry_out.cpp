@@ -48,6 +48,17 @@ private:
     struct sigaction before[std::size(numbers)];
 };
 
+using Extent = GatewayView::Extent;
+
+// A change touches its own entries alone. Reading all the others as well finds what
+// went wrong before; with very many that is left to 'swctl diff'.
+constexpr size_t mostReadWhole = 256;
+
+Extent extentOf(const Target &target)
+{
+    return target.vlanIds.size() <= mostReadWhole ? Extent::whole : Extent::touched;
+}
+
 // What a change is about to meet.
 struct Prepared {
     GatewayView gateway;
@@ -157,7 +168,8 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
     if (!verify)
         return;
     const Target target = targetOfStart(prepared.gateway, *prepared.before);
-    Settled settled = settle(prepared.gateway, *prepared.before, target, prepared.ids, true);
+    Settled settled =
+        settle(prepared.gateway, *prepared.before, target, prepared.ids, extentOf(target), true);
     // What differed before, or lies where this change cannot have reached, is not
     // of its making.
     const std::vector<Difference> old = counting(differences(target, prepared.hardware));
@@ -204,7 +216,9 @@ bool wasNeverSent(const Failure &failure)
 
 void verifyChange(Prepared &prepared, Verdict &verdict)
 {
-    judge(verdict, settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids, true),
+    judge(verdict,
+          settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids,
+                 extentOf(prepared.target), true),
           Word::applied);
 }
 
@@ -225,7 +239,10 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
     if (options.verify && !options.offline) {
         prepared.after = std::make_unique<Snapshot>(database);
         auto running = prepared.gateway.rehearseStart(*prepared.after);
-        prepared.hardware = prepared.gateway.read(*prepared.before, Target(), prepared.ids);
+        Target rows; // only which VLANs there are
+        rows.vlanIds = vlanIdsIn(prepared.before->database());
+        prepared.hardware =
+            prepared.gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
         prepared.target = targetOf(running->finish(), vlanIdsIn(prepared.after->database()));
         if (!options.force)
             refuseStop(prepared, changes);
@@ -323,7 +340,7 @@ std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
     const bool done = rowsAreAfter(database, verdict.changes);
     verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
                    ") was broken off; it is " + (done ? "finished" : "taken back");
-    judge(verdict, settle(gateway, snapshot, target, ids, true), Word::applied);
+    judge(verdict, settle(gateway, snapshot, target, ids, Extent::whole, true), Word::applied);
     journal.end();
     fprintf(stderr, "swctl: %s\n", printable(verdict.note).c_str());
     return verdict;
@@ -342,7 +359,7 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
     Verdict verdict;
     verdict.changes.what = "gateway";
     verdict.changes.verb = "compared";
-    Settled settled = settle(gateway, snapshot, target, ids, !dryRun, progress);
+    Settled settled = settle(gateway, snapshot, target, ids, Extent::whole, !dryRun, progress);
     if (target.stopped)
         verdict.note = stoppedText(*target.stopped);
     const std::string note = verdict.note;

@@ -34,7 +34,8 @@ std::string stateText(const SubInterface &sub)
     return text;
 }
 
-void compareChip(const Target &target, const Chip &actual, std::vector<Difference> &all)
+void compareChip(const Target &target, const Chip &actual, const std::set<int> &read,
+                 std::vector<Difference> &all)
 {
     std::set<int> ids;
     for (const auto &[id, entry] : target.chip.vlans)
@@ -44,7 +45,7 @@ void compareChip(const Target &target, const Chip &actual, std::vector<Differenc
     for (const int id : ids) {
         const ChipVlan wanted = entryOf(target.chip, id);
         const ChipVlan found = entryOf(actual, id);
-        if (wanted == found)
+        if (wanted == found || !read.contains(id))
             continue;
         Difference difference;
         difference.kind = DifferenceKind::chipEntry;
@@ -164,7 +165,7 @@ std::vector<Difference> differences(const Target &target, const Actual &actual)
 {
     std::vector<Difference> all;
     if (actual.chip.held && target.chipRun)
-        compareChip(target, *actual.chip.held, all);
+        compareChip(target, *actual.chip.held, actual.chipIds, all);
     if (actual.kernel.held)
         compareKernel(target, *actual.kernel.held, all);
     if (actual.engine.held)

@@ -58,6 +58,7 @@ struct EngineFacts {
 
 struct Actual {
     Part<Chip> chip;
+    std::set<int> chipIds; // VLANs whose entry was read
     Part<Kernel> kernel;
     Part<EngineFacts> engine;
 };

@@ -46,18 +46,21 @@ std::unique_ptr<RunningRehearsal> GatewayView::rehearseStart(Snapshot &snapshot)
 }
 
 Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::set<int> &moreIds,
-                         const Progress &progress) const
+                         Extent extent, const Progress &progress) const
 {
     Actual actual;
     actual.kernel = readKernel(place);
     actual.engine = readEngine();
-    std::set<int> ids = target.vlanIds;
-    ids.insert(moreIds.begin(), moreIds.end());
-    for (const auto &[id, vlan] : target.chip.vlans)
-        ids.insert(id);
+    std::set<int> ids = moreIds;
     if (actual.kernel.held)
         for (const auto &[name, sub] : actual.kernel.held->interfaces)
-            ids.insert(sub.vlanId);
+            if (extent == Extent::whole || !target.vlanIds.contains(sub.vlanId))
+                ids.insert(sub.vlanId);
+    if (extent == Extent::whole) {
+        ids.insert(target.vlanIds.begin(), target.vlanIds.end());
+        for (const auto &[id, vlan] : target.chip.vlans)
+            ids.insert(id);
+    }
     ids.erase(ids.begin(), ids.lower_bound(lowestVlan));
     ids.erase(ids.upper_bound(highestVlan), ids.end());
     const std::string device = chipDevice(snapshot.database());
@@ -65,6 +68,7 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
         actual.chip = readChip(place, device, ids, progress);
     else
         actual.chip.reason = "no switch is a chip";
+    actual.chipIds = std::move(ids);
     return actual;
 }
 

@@ -27,9 +27,15 @@ public:
     // A script that starts from it, to which requests can be added.
     [[nodiscard]] Script startScript(Snapshot &snapshot) const;
 
-    // Everything that the target and `moreIds` name; of the chip in `snapshot`.
-    Actual read(Snapshot &snapshot, const Target &target, const std::set<int> &moreIds = {},
-                const Progress &progress = {}) const;
+    // What of the chip's table is read.
+    enum class Extent {
+        whole,  // what the target, a sub-interface or `moreIds` name
+        touched // what `moreIds` name, and sub-interfaces that no row has
+    };
+
+    // Everything as far as that; of the chip in `snapshot`.
+    Actual read(Snapshot &snapshot, const Target &target, const std::set<int> &moreIds,
+                Extent extent, const Progress &progress = {}) const;
 
 private:
     Site place;

@@ -99,16 +99,17 @@ std::vector<Difference> counting(std::vector<Difference> all)
 }
 
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
-               const std::set<int> &ids, bool mend, const Progress &progress)
+               const std::set<int> &ids, GatewayView::Extent extent, bool mend,
+               const Progress &progress)
 {
     Settled settled;
-    settled.actual = gateway.read(snapshot, target, ids, progress);
+    settled.actual = gateway.read(snapshot, target, ids, extent, progress);
     settled.left = counting(differences(target, settled.actual));
     const std::vector<Row> rows = snapshot.database().rows("vlanEncapIf");
     while (mend && !settled.left.empty() && settled.rounds < mostRounds) {
         mendRound(complaintsOf(settled.left, target), rows, settled.rounds, settled.done);
         ++settled.rounds;
-        settled.actual = gateway.read(snapshot, target, ids);
+        settled.actual = gateway.read(snapshot, target, ids, extent);
         std::vector<Difference> now = counting(differences(target, settled.actual));
         const bool better = now.size() < settled.left.size();
         settled.left = std::move(now);

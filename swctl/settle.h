@@ -25,7 +25,8 @@ constexpr int mostRounds = 3;
 // Settles the VLANs of every difference that counts. `ids` are read in any case.
 // Throws Unanswered when the service stops answering.
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
-               const std::set<int> &ids, bool mend, const Progress &progress = {});
+               const std::set<int> &ids, GatewayView::Extent extent, bool mend,
+               const Progress &progress = {});
 
 // The differences that have an effect.
 std::vector<Difference> counting(std::vector<Difference> all);

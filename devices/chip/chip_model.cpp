@@ -5,6 +5,7 @@
 #include "standins/sal/device_protocol.h"
 #include "swmgr/swmgr_client.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -297,6 +298,14 @@ int dispatch(Model &model, uint32_t number, int64_t argument, uint8_t *record, s
 }
 
 } // namespace
+
+bool isQuery(uint32_t request)
+{
+    constexpr uint32_t queries[] = {BCM_IOC_PORT_VLAN_MEMBER_GET, BCM_IOC_DEFAULT_TAG_GET,
+                                    BCM_IOC_VLAN_FWD_MEMBER_GET,  BCM_IOC_VLAN_UNTAG_MEMBER_GET,
+                                    BCM_IOC_PORT_STATS_GET,       BCM_IOC_LINK_STATUS_GET};
+    return std::find(std::begin(queries), std::end(queries), request) != std::end(queries);
+}
 
 Model::Model()
 {

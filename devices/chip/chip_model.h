@@ -39,6 +39,9 @@ struct Vlan {
     uint16_t untagMap = 0; // bit n: port n sends the VLAN untagged
 };
 
+// A request that only asks.
+bool isQuery(uint32_t request);
+
 struct Model {
     bool vlanMode = false; // 802.1Q on
     bool qos = false;
