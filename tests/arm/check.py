@@ -12,6 +12,10 @@ import re
 import sqlite3
 import sys
 
+if len(sys.argv) != 2 or sys.argv[1].startswith("-"):
+    print(__doc__)
+    sys.exit(0 if sys.argv[1:] == ["--help"] else 2)
+
 sys.path.insert(0, str(pathlib.Path(__file__).resolve().parents[1] / "e2e"))
 from expected import Expected, held_tables
 

@@ -36,7 +36,7 @@ expect() {
 }
 
 hardware || fail "no hardware"
-gateway-up || fail "the service does not start"
+service-up || fail "the service does not start"
 collect start
 
 # Changes while it runs: the database's row and the hardware in one command.
@@ -59,7 +59,7 @@ collect changed
 kill -9 "$(cat /run/swmgrd.pid)"
 sqlite3 $SWMGR_DATABASE "UPDATE vlanEncapIf SET untagMap = '1,2', fwdMap = '1,2' WHERE vlanId = 30"
 /etc/init.d/S60swmgr stop > /dev/null
-gateway-up || fail "the service does not start after kill -9"
+service-up || fail "the service does not start after kill -9"
 collect killed
 
 # Everything anew, as after a loss of power.
@@ -72,7 +72,7 @@ rm -f /var/VLAN.*.Uptime
 swengine reset
 while [ -e /dev/bcmsw ]; do sleep 0.1; done
 hardware || fail "no hardware the second time"
-gateway-up || fail "the service does not start the second time"
+service-up || fail "the service does not start the second time"
 collect power
 
 cp /var/log/swmgr.log /var/log/chip.log $report/

@@ -10,7 +10,10 @@ import os
 import pathlib
 import sys
 
-import kconfiglib
+if len(sys.argv) != 2 or sys.argv[1].startswith("-"):
+    print(__doc__)
+    sys.exit(0 if sys.argv[1:] == ["--help"] else 2)
+import kconfiglib  # after the help, which needs none
 
 ALLOWED = {"MODULES", "UNAME_RELEASE"}  # the parser's own
 SELECTED = ["BR2_PACKAGE_SQLITE", "BR2_PACKAGE_CLI11", "BR2_PACKAGE_JSON_FOR_MODERN_CPP"]
