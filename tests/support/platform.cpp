@@ -155,6 +155,14 @@ void forget()
 {
     state().lines.clear();
 }
+void note(const std::string &lines)
+{
+    state().lines += lines + (lines.ends_with('\n') ? "" : "\n");
+}
+int called(const std::string &line, int result)
+{
+    return record(line, result);
+}
 const LogSent &lastLog()
 {
     return state().sent;

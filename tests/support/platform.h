@@ -30,6 +30,10 @@ std::string hardware();
 std::string log();
 void forget();
 
+// Adds to the record: a line of the test's own, or a call that can be answered.
+void note(const std::string &lines);
+int called(const std::string &line, int result);
+
 // The records of the log with all their bytes: what relayIoctl received last.
 struct LogSent {
     RelayCtx *ctx;
