@@ -11,18 +11,18 @@
 #include <cstdlib>
 #include <utility>
 
-constinit SalList switchTbl = {}; // written by switchLibInit and by additions
+constinit SalList switchTbl = {};          // written by switchLibInit and by additions
+constinit Switch *switchGivenUp = nullptr; // written by switchGiveUp and by switchCreate
 
 namespace {
 
 constinit int32_t switchTopLevel = 0; // highest level of any switch ever created
 constinit uint32_t switchCount = 0;   // switches added since switchLibInit
-constinit Switch *givenUp = nullptr;  // a switch whose set-up failed; the next one takes its place
 
 // A zeroed object, or none without memory.
 Switch *switchAllocate()
 {
-    Switch *sw = std::exchange(givenUp, nullptr);
+    Switch *sw = std::exchange(switchGivenUp, nullptr);
     if (sw == nullptr)
         return static_cast<Switch *>(calloc(1, sizeof(Switch)));
     *sw = {};
@@ -33,7 +33,7 @@ Switch *switchAllocate()
 
 void switchGiveUp(Switch &sw)
 {
-    givenUp = &sw;
+    switchGivenUp = &sw;
 }
 
 uint32_t switchNextIndexTake()
@@ -45,7 +45,6 @@ extern "C" int switchLibInit(void)
 {
     salListInit(&switchTbl);
     switchCount = 0;
-    givenUp = nullptr;
     return 0;
 }
 

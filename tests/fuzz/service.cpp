@@ -111,6 +111,7 @@ Service::~Service()
     additionCheck();
     swMgrDeinit();
     blocksFree();
+    switchGivenUp = nullptr; // it was among them
     if (databaseChanged)
         databaseFill();
 }
