@@ -64,9 +64,9 @@ void addShow(Program &program)
 constexpr auto followInterval = std::chrono::milliseconds(200);
 
 struct LogArguments {
-    std::string level = "notice"; // least urgent rank to show
-    std::string lines = "20";     // older records to show first
-    bool noFollow = false;        // end after the older records
+    std::string level;        // least urgent rank to show; empty: all but tools
+    std::string lines = "20"; // older records to show first
+    bool noFollow = false;    // end after the older records
 };
 
 // Escape sequence, empty: none.
@@ -136,12 +136,16 @@ int runLog(const Globals &globals, const LogArguments &arguments)
 {
     const bool colour = colourWanted(stdout);
     int32_t most = LOG_RANK_DEBUG;
-    static_cast<void>(logRankByName(arguments.level.c_str(), most)); // checked before
+    const bool named = logRankByName(arguments.level.c_str(), most); // checked before
+    // Unless a level is named, tools that did their work are noise.
+    const auto shown = [most, named](const LogLine &line) {
+        return rankOf(line) <= most && (named || rankOf(line) != LOG_RANK_TOOL);
+    };
     LogFollower follower(most); // no rank is below its record's level
     const size_t keep = std::stoul(arguments.lines);
     std::deque<LogLine> older;
     follower.read([&](const LogLine &line) {
-        if (rankOf(line) > most)
+        if (!shown(line))
             return;
         older.push_back(line);
         if (older.size() > keep)
@@ -152,7 +156,7 @@ int runLog(const Globals &globals, const LogArguments &arguments)
     while (!arguments.noFollow && ferror(stdout) == 0) {
         std::this_thread::sleep_for(followInterval);
         const uint64_t lost = follower.read([&](const LogLine &line) {
-            if (rankOf(line) <= most)
+            if (shown(line))
                 printLine(line, globals.json, colour);
         });
         if (lost != 0)
