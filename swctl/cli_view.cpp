@@ -176,8 +176,9 @@ void addLog(Program &program)
     if (!program.mayRun("log"))
         return;
     command
-        ->add_option("--level", arguments->level,
-                     "Show this and what is more urgent: error, warning, info, notice, tool, debug")
+        ->add_option(
+            "--level", arguments->level,
+            "Show this and what is more urgent: error, warning, info, notice, tool, debug; all but tool unless given")
         ->type_name("LEVEL")
         ->capture_default_str()
         ->check(CLI::Validator(&checkLevel, ""));

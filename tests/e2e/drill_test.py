@@ -23,6 +23,7 @@ class Drill(GatewayTest):
     def setUp(self):
         self.random = random.Random(SEED)
         self.hardware = self.gateway()
+        self.hardware.start_log_daemon()
         self.assertTrue(self.hardware.start())
         self.words = [0] * 5
 
@@ -100,8 +101,43 @@ class Drill(GatewayTest):
                 self.assertTrue(self.hardware.start())
         self.assertEqual(self.swctl("repair"), APPLIED, self.said)
         self.assertEqual(self.swctl("diff", "--all"), APPLIED, self.said)
+        self.assertTrue(self.agree(), self.seen)
         progress(f"{OPERATIONS} operations: {self.words[APPLIED]} applied, "
                  f"{self.words[REFUSED]} refused, {self.words[DIFFERS]} differ")
+
+    def test_a_tool_that_fails(self):
+        """The service answers 0 for it; the log says what happened, and so does swctl,
+        until the tool has done its work."""
+        self.assertEqual(self.hardware.stop(), 0)
+        (self.hardware.state / "odd").mkdir()
+        tool = self.hardware.state / "odd/arl_table_func"
+        tool.write_text("#!/bin/sh\n[ ! -e /run/gateway/fail ] || exit 3\n"
+                        "exec /gateway/tools/arl_table_func \"$@\"\n")
+        tool.chmod(0o755)
+        fail = self.hardware.state / "fail"
+        fail.touch()
+        self.assertTrue(self.hardware.start(
+            env={"PATH": f"/run/gateway/odd:/gateway/tools:{BUILD}/bin:/usr/bin:/bin"}))
+        self.assertEqual(self.swctl("vlan", "add", 8, "--ports", "1,2", "--interface", "eth0"),
+                         DIFFERS, self.said)
+        self.assertIn("arl_table_func add", self.said)
+        self.assertEqual(self.swctl("diff"), DIFFERS, self.said)
+        fail.unlink()
+        self.assertEqual(self.swctl("repair"), APPLIED, self.said)
+        self.assertTrue(self.agree(), self.seen)
+
+    def test_two_clients_at_once(self):
+        """One waits for the other; both changes are there at the end."""
+        environment = dict(os.environ, RELAY_DIR=str(self.hardware.state / "relay"),
+                           SWMGR_DATABASE=str(self.hardware.state / "switch.db"))
+        clients = [subprocess.Popen([BUILD / "bin/swctl", "vlan", "add", str(vlan), "--ports", "1",
+                                     "--interface", "eth0", "--untagged", "1"], env=environment,
+                                    stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+                   for vlan in range(30, 38)]
+        for client in clients:
+            said = client.communicate(timeout=60)
+            self.assertEqual(client.returncode, APPLIED, said)
+        self.assertTrue(self.agree(), self.seen)
 
 
 if __name__ == "__main__":

@@ -12,6 +12,7 @@ import shutil
 import sqlite3
 import subprocess
 import sys
+import time
 import tempfile
 import unittest
 
@@ -46,6 +47,7 @@ class Gateway:
 
     def __init__(self, config=SAMPLE, chip=True, inside=True):
         # A short path, since the addresses of Unix sockets are short.
+        self.logs_here = True  # by the switch manager itself, on standard error
         self.state = pathlib.Path(tempfile.mkdtemp(prefix="gateway-", dir="/tmp"))
         self.database = self.state / "switch.db"
         self.relay = str(self.state / "relay")
@@ -108,13 +110,21 @@ class Gateway:
             self.inside("end", name="chip", number=0, timeout=0.01)
         raise RuntimeError("the chip did not start")
 
+    def start_log_daemon(self):
+        """From then on the switch manager logs to it."""
+        self.inside("spawn", name="swlogd", argv=["swlogd"])
+        while not (self.state / "relay/20.sock").exists():
+            time.sleep(0.01)
+        self.logs_here = False
+
     def start(self, env=None, kill_after=0, database="/run/gateway/switch.db", ready=300,
               options=()):
         """Starts the switch manager; false when it is not ready before its end."""
         (self.state / "leaks").write_text("".join(f"leak:{name}\n" for name in KEPT))
         env = dict(env or {}, LSAN_OPTIONS="suppressions=/run/gateway/leaks:print_suppressions=0")
         answer = self.inside("spawn", name="swmgrd", env=env, ready=ready, kill_after=kill_after,
-                             argv=["swmgrd", "--database", database, "--foreground", *options])
+                             argv=["swmgrd", "--database", database,
+                                   *(["--foreground"] if self.logs_here else []), *options])
         return answer["ready"]
 
     def stop(self):
