@@ -1,21 +1,16 @@
-// The checks of what reaches the platform, and the calls of the C library and of
-// SQLite that the service makes itself.
+// The checks of what reaches the platform.
 #include "platform.h"
 
 #include "input.h"
-#include "platform/database.h"
 #include "support/platform.h"
 #include "swmgr/swmgr_client.h"
 
 #include <cctype>
-#include <dlfcn.h>
-#include <map>
+#include <cstdlib>
 #include <set>
 #include <string_view>
 
 using fuzz::require;
-
-extern "C" int platformProcessCall(const char *line, int result);
 
 namespace {
 
@@ -23,9 +18,6 @@ constexpr size_t longestLine = 511;
 
 struct State {
     fuzz::Fault fault{};
-    bool watching = false;
-    std::map<void *, size_t> blocks;
-    std::set<char **> tables;
     std::set<std::string> shellLines;
     bool shellLinesFrozen = false;
 };
@@ -151,82 +143,6 @@ int look(const std::string &line, int usual)
 
 } // namespace
 
-namespace platform {
-
-std::vector<Block> blocksHeld()
-{
-    std::vector<Block> held;
-    for (const auto &[address, size] : state().blocks)
-        held.push_back({address, size});
-    return held;
-}
-
-int sqliteHeld()
-{
-    return static_cast<int>(state().tables.size());
-}
-
-} // namespace platform
-
-extern "C" {
-
-void *__real_calloc(size_t count, size_t size);
-void __real_free(void *block);
-void *__wrap_calloc(size_t count, size_t size);
-void __wrap_free(void *block);
-
-void *__wrap_calloc(size_t count, size_t size)
-{
-    if (!state().watching)
-        return __real_calloc(count, size);
-    if (answer(0) < 0)
-        return nullptr;
-    void *block = __real_calloc(count, size);
-    state().blocks[block] = count * size;
-    return block;
-}
-
-void __wrap_free(void *block)
-{
-    if (state().watching)
-        state().blocks.erase(block);
-    __real_free(block);
-}
-
-int system(const char *commandLine)
-{
-    // The fuzzer itself starts processes when it merges inputs.
-    if (!state().watching)
-        return reinterpret_cast<int (*)(const char *)>(dlsym(RTLD_NEXT, "system"))(commandLine);
-    return platformProcessCall((std::string("system ") + commandLine).c_str(), 0);
-}
-
-char **sqlite3QueryResGet(sqlite3 *db, void *, const char *sql, int *columnCount, int *rowCount)
-{
-    char **table = nullptr;
-    if (platformProcessCall((std::string("query ") + sql).c_str(), 0) < 0)
-        return nullptr;
-    if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK)
-        return nullptr;
-    state().tables.insert(table);
-    return table;
-}
-
-void __real_sqlite3_free_table(char **table);
-void __wrap_sqlite3_free_table(char **table);
-
-void __wrap_sqlite3_free_table(char **table)
-{
-    state().tables.erase(table);
-    __real_sqlite3_free_table(table);
-}
-
-int sqliteBusyHandler(void *, int)
-{
-    return 0;
-}
-}
-
 namespace fuzz {
 
 void faultArm(const Fault &fault)
@@ -236,17 +152,17 @@ void faultArm(const Fault &fault)
 
 void watchBegin()
 {
-    state().blocks.clear();
-    state().watching = true;
+    platform::blocksForget();
     platform::intercept(look);
+    platform::watch(true);
 }
 
 void blocksFree()
 {
-    state().watching = false;
-    for (const auto &[block, size] : state().blocks)
-        __real_free(block);
-    state().blocks.clear();
+    platform::watch(false);
+    for (const platform::Block &block : platform::blocksHeld())
+        free(const_cast<void *>(block.address));
+    platform::blocksForget();
 }
 
 void shellLinesFreeze()

@@ -47,10 +47,3 @@ void Fixture::start()
     ASSERT_EQ(0, swMgrInit(path));
     platform::everything();
 }
-
-void Fixture::startFull()
-{
-    addSwitches();
-    addPorts();
-    start();
-}

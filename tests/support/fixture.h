@@ -16,11 +16,6 @@
 // Compares with a raw string that begins with a line break, for readability.
 #define EXPECT_LINES(actual, expected) EXPECT_EQ(std::string((expected) + 1), (actual))
 
-// Whether a text occurs in another.
-#define EXPECT_HAS(text, part) EXPECT_PRED_FORMAT2(testing::IsSubstring, std::string(part), text)
-#define EXPECT_LACKS(text, part)                                                                   \
-    EXPECT_PRED_FORMAT2(testing::IsNotSubstring, std::string(part), text)
-
 class Fixture {
 public:
     static constexpr const char *path = "file:gateway?mode=memory&cache=shared";
@@ -36,9 +31,6 @@ public:
 
     // Starts the service and forgets what was recorded; fails the test unless 0.
     void start();
-
-    // Both switches and all ports, started.
-    void startFull();
 
 private:
     sqlite3 *db = nullptr;

@@ -6,6 +6,7 @@
 #include "model/switch.h"
 #include "model/vlan.h"
 #include "platform/list_of.h"
+#include "store/database.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"
 
@@ -101,6 +102,8 @@ std::string brokenInvariant(const std::set<const void *> &abandoned)
                          (block.size == sizeof(Switch) && ++spare == 1),
                      "", "a block of the library is lost");
     walk.require(platform::sqliteHeld() == 0, "", "a result table or a query text is lost");
+    walk.require(platform::connectionsOpen() == (pDB != nullptr ? 1 : 0), "",
+                 "a connection to the database is lost");
     walk.require(platform::filesOpen() == 0, "", "a file stays open");
     return walk.broken;
 }

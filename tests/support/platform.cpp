@@ -11,7 +11,6 @@
 #include <deque>
 #include <map>
 #include <net/if.h>
-#include <sstream>
 #include <utility>
 
 namespace {
@@ -67,17 +66,6 @@ int record(const std::string &line, int result, platform::Bytes *reply = nullptr
         break;
     }
     return s.hook ? s.hook(line, result) : result;
-}
-
-// Takes the lines that are of the log, or that are not.
-std::string taken(bool ofLog)
-{
-    std::string text;
-    std::istringstream lines(platform::everything());
-    for (std::string line; std::getline(lines, line);)
-        if (line.starts_with("log ") == ofLog)
-            text += line.substr(ofLog ? 4 : 0) + "\n";
-    return text;
 }
 
 struct IoctlName {
@@ -142,14 +130,6 @@ void answerAsUsual()
 std::string everything()
 {
     return std::exchange(state().lines, "");
-}
-std::string hardware()
-{
-    return taken(false);
-}
-std::string log()
-{
-    return taken(true);
 }
 void forget()
 {
@@ -339,10 +319,5 @@ int socket(int domain, int type, int protocol)
     return record("socket " + std::to_string(domain) + " " + std::to_string(type) + " " +
                       std::to_string(protocol),
                   9);
-}
-
-int platformProcessCall(const char *line, int result) // support/process.cpp reports here
-{
-    return record(line, result);
 }
 }

@@ -22,12 +22,9 @@ void answer(const std::string &match, int result, int nth = 0, Bytes reply = {})
 // Forgets the scripted answers; calls get their defaults again.
 void answerAsUsual();
 
-// The lines recorded since the last call of any of these, one per call:
-// everything, everything but the log, or "LEVEL TEXT" of the log alone. A line
-// break inside a text shows as \n.
+// The lines recorded since the last call of either, one per call. A line break
+// inside a text shows as \n.
 std::string everything();
-std::string hardware();
-std::string log();
 void forget();
 
 // Adds to the record: a line of the test's own, or a call that can be answered.
@@ -59,16 +56,23 @@ RelayHandler handler();
 using Intercept = std::function<int(const std::string &line, int result)>;
 void intercept(Intercept hook);
 
-// Blocks that libswmgr.so holds: address and size. Empty under sanitizers.
+// Blocks that the library holds: address and size. Empty where its calls are told
+// by their place and a sanitizer has the allocator.
 struct Block {
     const void *address;
     size_t size;
 };
 std::vector<Block> blocksHeld();
-bool blocksAreTracked();
+void blocksForget();
+
+// Whether calls of a library that lies in the program itself are looked at.
+void watch(bool on);
 
 // Files that the library has opened and not closed.
 int filesOpen();
+
+// Connections to databases that the library has opened and not closed.
+int connectionsOpen();
 
 // Result tables and query texts that the library has not released.
 int sqliteHeld();

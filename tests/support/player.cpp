@@ -228,7 +228,7 @@ void Player::perform(const std::string &command)
     } else if (const auto found = commands.find(name); found != commands.end()) {
         found->second(words);
     } else if (!exportedCall(name, words)) {
-        platform::note("no such command");
+        ADD_FAILURE() << "no such command: " << command;
     }
 }
 

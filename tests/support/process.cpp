@@ -1,6 +1,8 @@
 // SQLite, the allocator and the shell as the library sees them: the first two are
 // real, but each call can be made to fail, and what the library has not given
-// back is known.
+// back is known. Where the library lies in a shared object its calls are told by
+// where they come from; where it lies in the program (LIBRARY_INSIDE), the linker
+// leads them here, and what counts is whether it is being watched.
 #include "support/platform.h"
 
 #include "platform/database.h"
@@ -11,6 +13,7 @@
 #include <link.h>
 #include <map>
 #include <set>
+#include <utility>
 
 #if defined(__SANITIZE_ADDRESS__)
 #define UNDER_ASAN 1
@@ -20,7 +23,13 @@
 #endif
 #endif
 
-extern "C" int platformProcessCall(const char *line, int result);
+#ifdef LIBRARY_INSIDE
+#define SEEN(name) __wrap_##name
+#define REAL(name) __real_##name
+#else
+#define SEEN(name) name
+#define REAL(name) next<decltype(&(name))>(#name)
+#endif
 
 namespace {
 
@@ -36,6 +45,21 @@ std::set<const void *> &sqliteBlocks()
     return *one;
 }
 
+int connections = 0;
+bool watching = false;
+
+template <class Function>
+Function next(const char *name)
+{
+    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+}
+
+#ifdef LIBRARY_INSIDE
+bool isLibrary(const void *)
+{
+    return watching;
+}
+#else
 // Where libswmgr.so lies.
 struct Range {
     uintptr_t begin = 0;
@@ -57,28 +81,39 @@ int rangeOf(dl_phdr_info *info, size_t, void *out)
 }
 
 Range library; // set before main
-bool busy = false;
 
-bool fromLibrary(const void *caller)
+bool isLibrary(const void *caller)
 {
     const auto address = reinterpret_cast<uintptr_t>(caller);
-    return !busy && address >= library.begin && address < library.end;
+    return watching && address >= library.begin && address < library.end;
 }
 
 __attribute__((constructor)) void findLibrary()
 {
     dl_iterate_phdr(rangeOf, &library);
+    watching = true;
 }
+#endif
 
-template <class Function>
-Function next(const char *name)
+// Whether a call is of the library's; not while one of them is being recorded.
+#define OURS isLibrary(__builtin_return_address(0))
+
+int called(const char *line, int result)
 {
-    return reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
+    const bool before = std::exchange(watching, false);
+    const int answer = platform::called(line, result);
+    watching = before;
+    return answer;
 }
 
 } // namespace
 
 namespace platform {
+
+void watch(bool on)
+{
+    watching = on;
+}
 
 std::vector<Block> blocksHeld()
 {
@@ -88,13 +123,14 @@ std::vector<Block> blocksHeld()
     return held;
 }
 
-bool blocksAreTracked()
+void blocksForget()
 {
-#ifdef UNDER_ASAN
-    return false;
-#else
-    return true;
-#endif
+    blocks().clear();
+}
+
+int connectionsOpen()
+{
+    return connections;
 }
 
 int sqliteHeld()
@@ -106,7 +142,21 @@ int sqliteHeld()
 
 extern "C" {
 
-#ifdef UNDER_ASAN
+#ifdef LIBRARY_INSIDE
+void *__real_calloc(size_t count, size_t size);
+void __real_free(void *block);
+int __real_sqlite3_open(const char *path, sqlite3 **db);
+int __real_sqlite3_close(sqlite3 *db);
+void __real_sqlite3_free(void *block);
+void __real_sqlite3_free_table(char **table);
+void *__wrap_calloc(size_t count, size_t size);
+void __wrap_free(void *block);
+int __wrap_sqlite3_open(const char *path, sqlite3 **db);
+int __wrap_sqlite3_close(sqlite3 *db);
+char *__wrap_sqlite3_mprintf(const char *format, ...);
+void __wrap_sqlite3_free(void *block);
+void __wrap_sqlite3_free_table(char **table);
+#elif defined(UNDER_ASAN)
 // The model keeps its objects for the life of the process, and the switches
 // that could not be set up too; lists that a test empties lose theirs.
 const char *__lsan_default_suppressions(void)
@@ -118,51 +168,61 @@ const char *__lsan_default_suppressions(void)
 void *calloc(size_t count, size_t size)
 {
     static auto real = next<void *(*)(size_t, size_t)>("calloc");
-    if (fromLibrary(__builtin_return_address(0)) && platformProcessCall("calloc", 0) < 0)
+    if (OURS && called("calloc", 0) < 0)
         return nullptr;
     return real(count, size);
 }
 #else
 void *__libc_calloc(size_t count, size_t size);
 void __libc_free(void *block);
+#define __real_calloc __libc_calloc
+#define __real_free   __libc_free
+#endif
 
-void *calloc(size_t count, size_t size)
+#if defined(LIBRARY_INSIDE) || !defined(UNDER_ASAN)
+void *SEEN(calloc)(size_t count, size_t size)
 {
-    if (!fromLibrary(__builtin_return_address(0)))
-        return __libc_calloc(count, size);
-    busy = true;
-    const bool fails = platformProcessCall("calloc", 0) < 0;
-    void *block = fails ? nullptr : __libc_calloc(count, size);
-    if (block != nullptr)
-        blocks()[block] = count * size;
-    busy = false;
+    if (!OURS)
+        return __real_calloc(count, size);
+    if (called("calloc", 0) < 0)
+        return nullptr;
+    void *block = __real_calloc(count, size);
+    const bool before = std::exchange(watching, false);
+    blocks()[block] = count * size;
+    watching = before;
     return block;
 }
 
-void free(void *block)
+void SEEN(free)(void *block)
 {
-    if (fromLibrary(__builtin_return_address(0))) {
-        busy = true;
+    if (OURS) {
+        const bool before = std::exchange(watching, false);
         blocks().erase(block);
-        busy = false;
+        watching = before;
     }
-    __libc_free(block);
+    __real_free(block);
 }
 #endif
 
-int sqlite3_open(const char *path, sqlite3 **db)
+int SEEN(sqlite3_open)(const char *path, sqlite3 **db)
 {
-    static auto real = next<int (*)(const char *, sqlite3 **)>("sqlite3_open");
-    const int status = real(path, db);
-    if (!fromLibrary(__builtin_return_address(0)))
+    const int status = REAL(sqlite3_open)(path, db);
+    if (!OURS)
         return status;
-    return platformProcessCall("sqlite3_open", status);
+    ++connections;
+    return called("sqlite3_open", status);
 }
 
-char *sqlite3_mprintf(const char *format, ...)
+int SEEN(sqlite3_close)(sqlite3 *db)
 {
-    const bool ours = fromLibrary(__builtin_return_address(0));
-    if (ours && platformProcessCall("sqlite3_mprintf", 0) < 0)
+    connections -= OURS && db != nullptr ? 1 : 0;
+    return REAL(sqlite3_close)(db);
+}
+
+char *SEEN(sqlite3_mprintf)(const char *format, ...)
+{
+    const bool ours = OURS;
+    if (ours && called("sqlite3_mprintf", 0) < 0)
         return nullptr;
     va_list arguments;
     va_start(arguments, format);
@@ -173,18 +233,16 @@ char *sqlite3_mprintf(const char *format, ...)
     return text;
 }
 
-void sqlite3_free(void *block)
+void SEEN(sqlite3_free)(void *block)
 {
-    static auto real = next<void (*)(void *)>("sqlite3_free");
     sqliteBlocks().erase(block);
-    real(block);
+    REAL(sqlite3_free)(block);
 }
 
-void sqlite3_free_table(char **table)
+void SEEN(sqlite3_free_table)(char **table)
 {
-    static auto real = next<void (*)(char **)>("sqlite3_free_table");
     sqliteBlocks().erase(table);
-    real(table);
+    REAL(sqlite3_free_table)(table);
 }
 
 char **sqlite3QueryResGet(sqlite3 *db, void *reserved, const char *sql, int *columnCount,
@@ -192,9 +250,8 @@ char **sqlite3QueryResGet(sqlite3 *db, void *reserved, const char *sql, int *col
 {
     char **table = nullptr;
     const std::string line = std::string("query ") + sql + (reserved == nullptr ? "" : " reserved");
-    if (platformProcessCall(line.c_str(), 0) < 0)
-        return nullptr;
-    if (sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK)
+    if (called(line.c_str(), 0) < 0 ||
+        sqlite3_get_table(db, sql, &table, rowCount, columnCount, nullptr) != SQLITE_OK)
         return nullptr;
     sqliteBlocks().insert(table);
     return table;
@@ -202,7 +259,9 @@ char **sqlite3QueryResGet(sqlite3 *db, void *reserved, const char *sql, int *col
 
 int system(const char *command)
 {
-    return platformProcessCall((std::string("system ") + command).c_str(), 0);
+    if (!OURS) // a fuzzer itself starts processes when it merges inputs
+        return next<int (*)(const char *)>("system")(command);
+    return called((std::string("system ") + command).c_str(), 0);
 }
 
 int sqliteBusyHandler(void *, int)
