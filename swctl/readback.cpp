@@ -12,26 +12,25 @@
 #include "swctl/request_log.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
+#include "swctl/vlan_links.h"
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <net/if.h>
-#include <sys/ioctl.h>
-#include <sys/mman.h>
-#include <sys/socket.h>
+#include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
-#include <fstream>
 #include <memory>
-#include <sstream>
 
 namespace swctl {
 namespace {
 
-constexpr const char *vlanFolder = "/proc/net/vlan/";
+constexpr int lockStep = 2;      // ms between two tries for the state file
+constexpr int longestLock = 500; // ms
 
 // What the driver answered, thrown when it refuses.
 struct Refusal {
@@ -128,103 +127,84 @@ Part<Chip> readFrom(const std::string &path, const Read &read)
     return part;
 }
 
-void readUptimeFiles(const Site &site, Kernel &kernel)
+// The id of "VLAN.<id>.Uptime"; -1 for any other name.
+int uptimeVlan(const std::string &name)
 {
-    const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(site.uptimeFolder.c_str()), closedir);
-    if (folder == nullptr)
-        return;
-    while (const dirent *entry = readdir(folder.get())) {
-        int vlanId = 0;
-        int length = 0;
-        if (sscanf(entry->d_name, "VLAN.%d.Uptime%n", &vlanId, &length) == 1 && length != 0 &&
-            entry->d_name[length] == '\0')
-            kernel.uptimeFiles.insert(vlanId);
+    int vlanId = -1;
+    if (sscanf(name.c_str(), "VLAN.%9d.Uptime", &vlanId) != 1 ||
+        name != "VLAN." + std::to_string(vlanId) + ".Uptime")
+        return -1;
+    return vlanId;
+}
+
+// A folder that is not there holds no records; one that cannot be read is said.
+void readUptimeFiles(const std::string &path, Part<Kernel> &part)
+{
+    const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(path.c_str()), closedir);
+    if (folder == nullptr && errno != ENOENT)
+        part.reason = "uptime records in " + printable(path) + ": " + strerror(errno);
+    while (const dirent *entry = folder != nullptr ? readdir(folder.get()) : nullptr) {
+        const int vlanId = uptimeVlan(entry->d_name);
+        if (vlanId >= 0)
+            part.held->uptimeFiles.insert(vlanId);
     }
 }
 
-// The simulated gateway's own account, as its tools keep it.
+// A tool holds the file for the length of its call; one that is stopped holds it
+// for ever.
+bool lockShared(int file)
+{
+    for (int waited = 0; flock(file, LOCK_SH | LOCK_NB) != 0; waited += lockStep) {
+        if (errno != EINTR && (errno != EWOULDBLOCK || waited >= longestLock))
+            return false;
+        poll(nullptr, 0, lockStep);
+    }
+    return true;
+}
+
+// Of the file's state the head and the sub-interfaces. Read rather than mapped: a
+// file that is cut short meanwhile gives a short read, and no signal.
+bool readPieces(int file, engine::State &state)
+{
+    constexpr size_t headSize = offsetof(engine::State, ports);
+    return pread(file, &state, headSize, 0) == static_cast<ssize_t>(headSize) &&
+           pread(file, state.interfaces, sizeof(state.interfaces),
+                 offsetof(engine::State, interfaces)) ==
+               static_cast<ssize_t>(sizeof(state.interfaces));
+}
+
+// The simulated gateway's own account, as its tools keep it. A file that is not
+// there, or that its maker left empty, is a gateway on which no tool has run yet.
 Part<Kernel> readState(const std::string &path)
 {
-    Part<Kernel> part;
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    const auto refused = [&path](const char *reason) {
+        return Part<Kernel>{.held = {}, .reason = printable(path) + ": " + reason};
+    };
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat about = {};
-    if (!file.valid() || fstat(file.get(), &about) != 0 ||
-        about.st_size != static_cast<off_t>(sizeof(engine::State))) {
-        if (!file.valid() && errno == ENOENT)
-            part.held.emplace(); // no tool has run yet
-        else
-            part.reason = printable(path) + ": " + (file.valid() ? "no state" : strerror(errno));
-        return part;
-    }
-    void *memory = mmap(nullptr, sizeof(engine::State), PROT_READ, MAP_SHARED, file.get(), 0);
-    if (memory == MAP_FAILED) {
-        part.reason = printable(path) + ": " + strerror(errno);
-        return part;
-    }
-    part.held = kernelOf(*static_cast<const engine::State *>(memory));
-    munmap(memory, sizeof(engine::State));
-    return part;
-}
-
-// "0:0  1:1 ..." after a label; a priority that is not named stays 0.
-template <size_t N>
-void readPriorities(const std::string &line, std::array<uint8_t, N> &map)
-{
-    std::istringstream pairs(line.substr(line.rfind("mappings:") + 9));
-    for (std::string pair; pairs >> pair;) {
-        unsigned from = 0;
-        unsigned to = 0;
-        if (sscanf(pair.c_str(), "%u:%u", &from, &to) == 2 && from < N)
-            map[from] = static_cast<uint8_t>(to);
-    }
-}
-
-bool isUp(const std::string &name)
-{
-    ifreq about = {};
-    name.copy(about.ifr_name, sizeof(about.ifr_name) - 1);
-    const Descriptor socket(::socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    return socket.valid() && ioctl(socket.get(), SIOCGIFFLAGS, &about) == 0 &&
-           (about.ifr_flags & IFF_UP) != 0;
-}
-
-SubInterface readSubInterface(const std::string &name)
-{
-    SubInterface sub;
-    std::ifstream file(vlanFolder + name);
-    for (std::string line; std::getline(file, line);) {
-        const size_t id = line.find("VID: ");
-        if (id != std::string::npos)
-            sub.vlanId = atoi(line.c_str() + id + 5);
-        if (line.starts_with("Device: "))
-            sub.parent = line.substr(8);
-        else if (line.starts_with("INGRESS priority mappings:"))
-            readPriorities(line, sub.ingress);
-        else if (line.find("EGRESS priority mappings:") != std::string::npos)
-            readPriorities(line, sub.egress);
-    }
-    sub.up = isUp(name);
-    return sub;
-}
-
-Part<Kernel> readKernelItself()
-{
-    Part<Kernel> part;
-    std::ifstream config(std::string(vlanFolder) + "config");
-    if (!config) {
-        part.reason = std::string(vlanFolder) + "config: " + strerror(errno) +
-                      (errno == ENOENT ? " (the kernel's VLAN support is not loaded)" : "");
-        return part;
-    }
-    part.held.emplace();
-    for (std::string line; std::getline(config, line);) {
-        const size_t bar = line.find('|');
-        if (bar == std::string::npos || line.starts_with("VLAN Dev name"))
-            continue;
-        const std::string name = line.substr(0, line.find_last_not_of(' ', bar - 1) + 1);
-        part.held->interfaces[name] = readSubInterface(name);
-    }
-    return part;
+    if (!file.valid() && errno == ENOENT)
+        return {.held = Kernel{}, .reason = {}};
+    if (!file.valid() || fstat(file.get(), &about) != 0)
+        return refused(strerror(errno));
+    if (!S_ISREG(about.st_mode))
+        return refused("no state file");
+    if (!lockShared(file.get()))
+        return refused(errno == EWOULDBLOCK ? "a tool holds it for too long" : strerror(errno));
+    if (fstat(file.get(), &about) == 0 && about.st_size == 0)
+        return {.held = Kernel{}, .reason = {}};
+    const std::unique_ptr<engine::State, void (*)(void *)> state(
+        static_cast<engine::State *>(calloc(1, sizeof(engine::State))), free);
+    if (state == nullptr)
+        return refused(strerror(ENOMEM));
+    if (about.st_size != static_cast<off_t>(sizeof(engine::State)) ||
+        !readPieces(file.get(), *state))
+        return refused("no state file of this version");
+    if (state->magic == 0)
+        return {.held = Kernel{}, .reason = {}};
+    if (state->magic != engine::stateMagic || state->version != engine::stateVersion ||
+        state->size != sizeof(engine::State))
+        return refused("no state file of this version");
+    return {.held = kernelOf(*state), .reason = {}};
 }
 
 } // namespace
@@ -260,9 +240,9 @@ Part<Chip> readChipPorts(const Site &site, const std::string &device)
 
 Part<Kernel> readKernel(const Site &site)
 {
-    Part<Kernel> part = site.engineState.empty() ? readKernelItself() : readState(site.engineState);
+    Part<Kernel> part = site.engineState.empty() ? vlanLinksRead() : readState(site.engineState);
     if (part.held)
-        readUptimeFiles(site, *part.held);
+        readUptimeFiles(site.uptimeFolder, part);
     return part;
 }
 

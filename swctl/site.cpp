@@ -7,16 +7,28 @@
 #include "swctl/text.h"
 
 #include <ifaddrs.h>
+#include <net/if.h>
 #include <netpacket/packet.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <cstring>
+#include <stdexcept>
+#include <vector>
 
 namespace swctl {
 namespace {
 
+// Not the one that keeps the order of members: that looks at all for each.
+using SiteJson = nlohmann::json;
+
 constexpr size_t mostSite = 1024 * 1024; // bytes
+constexpr size_t mostDevices = 64;
+constexpr size_t mostInterfaces = 4096;
+constexpr size_t longestPath = 4095;  // bytes, as in Linux
+constexpr size_t longestReason = 300; // bytes
 
 std::string folderOf(const std::string &path)
 {
@@ -36,16 +48,74 @@ std::string placed(const std::string &folder, const std::string &path)
     return path.empty() || path.front() == '/' ? path : folder + path;
 }
 
+[[noreturn]] void refuse(const std::string &what)
+{
+    throw std::invalid_argument(what);
+}
+
 HardwareAddress addressOf(const std::string &text)
 {
     HardwareAddress address{};
-    unsigned bytes[6] = {};
-    if (sscanf(text.c_str(), "%2x:%2x:%2x:%2x:%2x:%2x", &bytes[0], &bytes[1], &bytes[2], &bytes[3],
-               &bytes[4], &bytes[5]) != 6)
-        throw std::invalid_argument("'" + text + "' is no hardware address");
-    for (size_t i = 0; i < address.size(); ++i)
-        address[i] = static_cast<uint8_t>(bytes[i]);
+    for (size_t i = 0; i < address.size(); ++i) {
+        const char *pair = text.c_str() + 3 * i; // there: the length is looked at first
+        if (text.size() != 3 * address.size() - 1 || isxdigit(static_cast<uint8_t>(pair[0])) == 0 ||
+            isxdigit(static_cast<uint8_t>(pair[1])) == 0 || (i != 0 && pair[-1] != ':'))
+            refuse("'" + text + "' is no hardware address");
+        address[i] = static_cast<uint8_t>(strtoul(pair, nullptr, 16));
+    }
     return address;
+}
+
+std::string textOf(const std::string &name, const SiteJson &value)
+{
+    const auto *text = value.get_ptr<const std::string *>();
+    if (text == nullptr || text->empty() || text->size() > longestPath ||
+        text->find('\0') != text->npos)
+        refuse("'" + name + "' needs a text of 1 to " + std::to_string(longestPath) +
+               " characters");
+    return *text;
+}
+
+// The members of the object `value`, no more than `most`.
+template <class Take>
+void eachMember(const std::string &name, const SiteJson &value, size_t most, const Take &take)
+{
+    if (!value.is_object() || value.size() > most)
+        refuse("'" + name + "' needs an object of at most " + std::to_string(most) + " members");
+    for (const auto &[member, of] : value.items())
+        take(member, of);
+}
+
+void takeInterface(const std::string &name, const SiteJson &address, Interfaces &interfaces)
+{
+    if (name.empty() || name.size() >= IFNAMSIZ || name.find_first_of(" \t\n/") != name.npos)
+        refuse("'" + name + "' is no name of an interface");
+    interfaces[name] = addressOf(textOf(name, address));
+}
+
+Site siteOf(const SiteJson &json, const std::string &folder)
+{
+    Site site;
+    eachMember("site", json, /*most=*/4, [&](const std::string &name, const SiteJson &value) {
+        if (name == "devices")
+            eachMember(name, value, mostDevices,
+                       [&](const std::string &device, const SiteJson &path) {
+                           site.devices[device] = placed(folder, textOf(device, path));
+                       });
+        else if (name == "interfaces")
+            eachMember(
+                name, value, mostInterfaces,
+                [&all = site.interfaces.emplace()](const std::string &one, const SiteJson &at) {
+                    takeInterface(one, at, all);
+                });
+        else if (name == "engineState")
+            site.engineState = placed(folder, textOf(name, value));
+        else if (name == "uptime")
+            site.uptimeFolder = placed(folder, textOf(name, value));
+        else
+            refuse("there is no member '" + name + "'");
+    });
+    return site;
 }
 
 Site readSite(const std::string &path)
@@ -54,22 +124,13 @@ Site readSite(const std::string &path)
     if (!text)
         throw Failure(exitUsage, "site " + printable(path) + ": there is no such file");
     try {
-        const Json json = Json::parse(*text);
-        const std::string folder = folderOf(path);
-        Site site;
-        const Json devices = json.value("devices", Json::object());
-        for (const auto &[device, place] : devices.items())
-            site.devices[device] = placed(folder, place.get<std::string>());
-        if (json.contains("interfaces")) {
-            site.interfaces.emplace();
-            for (const auto &[name, address] : json["interfaces"].items())
-                (*site.interfaces)[name] = addressOf(address.get<std::string>());
-        }
-        site.engineState = placed(folder, json.value("engineState", ""));
-        site.uptimeFolder = placed(folder, json.value("uptime", site.uptimeFolder));
-        return site;
+        return siteOf(SiteJson::parse(*text), folderOf(path));
     } catch (const std::exception &error) {
-        throw Failure(exitUsage, "site " + printable(path) + ": " + printable(error.what()));
+        std::string_view what = error.what();
+        if (what.starts_with('[')) // the parser's begin with "[...] "
+            what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
+        throw Failure(exitUsage,
+                      "site " + printable(path) + ": " + printable(what.substr(0, longestReason)));
     }
 }
 
@@ -89,7 +150,10 @@ Site findSite(const std::string &databasePath, const std::string &explicitFile)
     std::string relay = environment("RELAY_DIR");
     while (!relay.empty() && relay.back() == '/')
         relay.pop_back();
-    for (const std::string &folder : {folderOf(databasePath), folderOf(relay)})
+    std::vector<std::string> folders{folderOf(databasePath)};
+    if (!relay.empty()) // without it the parent would be the current directory
+        folders.push_back(folderOf(relay));
+    for (const std::string &folder : folders)
         if (access((folder + "site.json").c_str(), F_OK) == 0)
             return readSite(folder + "site.json");
     return {};
