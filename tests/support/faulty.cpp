@@ -66,7 +66,8 @@ std::string difference(const std::vector<std::string> &before, const std::vector
         if (i < before.size() && j < now.size() && before[i] == now[j]) {
             ++i, ++j;
         } else if (j == now.size() || (i < before.size() && common[i + 1][j] >= common[i][j + 1])) {
-            const size_t first = i++;
+            const size_t first = i;
+            ++i;
             while (i < before.size() && (j == now.size() || (before[i] != now[j] &&
                                                              common[i + 1][j] >= common[i][j + 1])))
                 ++i;
