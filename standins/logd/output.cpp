@@ -75,8 +75,9 @@ bool writeWhole(const char *line, size_t length)
     if (sent == length)
         return true;
     const int reason = errno;
-    if (sent != 0 && path != nullptr && ftruncate(fd, size - static_cast<int64_t>(sent)) == 0)
-        size -= static_cast<int64_t>(sent);
+    const int64_t whole = size - static_cast<int64_t>(sent); // without what was begun
+    if (sent != 0 && path != nullptr && ftruncate(fd, static_cast<off_t>(whole)) == 0)
+        size = whole;
     else
         halfLine = sent != 0;
     errno = reason;
