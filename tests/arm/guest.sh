@@ -44,7 +44,7 @@ expect 0 swctl vlan add 30 --interface eth1 --ports 0-2 --untagged 0
 expect 0 swctl vlan add 4094 --interface eth0 --ports 3
 expect 0 swctl vlan set 10 --ports 1,2,4 --untagged 1
 expect 0 swctl vlan delete 20
-expect 0 swctl vlan set 200 --untagged 2
+expect 0 swctl vlan set 200 --ports 2,3 --untagged 2
 expect 0 swctl rate-limit --port 2 --rate 640
 expect 0 swctl queues --port 3 --queues 4 --mode 1 --weights 1,2,4,8
 expect 0 swctl bandwidth eth1 20000 50 --event 22
@@ -78,6 +78,6 @@ collect power
 cp /var/log/swmgr.log /var/log/chip.log $report/
 /etc/init.d/S60swmgr stop > /dev/null || fail "the service does not stop at the end"
 
-echo "report"
+echo "@@report"
 tar -C /tmp -czf - report | base64
-echo "end"
+echo "@@end"
