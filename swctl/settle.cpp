@@ -106,10 +106,15 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
     settled.actual = gateway.read(snapshot, target, ids, extent, progress);
     settled.left = counting(differences(target, settled.actual));
     const std::vector<Row> rows = snapshot.database().rows("vlanEncapIf");
+    // A VLAN that was read because of a sub-interface is read again without it:
+    // its entry in the chip may stay.
+    std::set<int> touched = ids;
     while (mend && !settled.left.empty() && settled.rounds < mostRounds) {
+        for (const Difference &difference : settled.left)
+            touched.insert(difference.vlanId);
         mendRound(complaintsOf(settled.left, target), rows, settled.rounds, settled.done);
         ++settled.rounds;
-        settled.actual = gateway.read(snapshot, target, ids, extent);
+        settled.actual = gateway.read(snapshot, target, touched, extent);
         std::vector<Difference> now = counting(differences(target, settled.actual));
         const bool better = now.size() < settled.left.size();
         settled.left = std::move(now);
