@@ -7,19 +7,6 @@
 namespace swctl {
 namespace {
 
-// The parts between commas; a run of commas separates once.
-std::vector<std::string> entriesOf(const std::string &text)
-{
-    std::vector<std::string> entries;
-    for (size_t start = 0; start < text.size();) {
-        const size_t end = std::min(text.find(',', start), text.size());
-        if (end > start)
-            entries.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return entries;
-}
-
 // Digits alone, without leading zeros.
 bool isPlainNumber(std::string_view text)
 {

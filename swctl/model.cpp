@@ -16,19 +16,6 @@ constexpr int32_t chipTablePorts = 16; // ports in an entry of the chip's VLAN t
 constexpr int32_t engineCpuPort = 2;
 constexpr int32_t chipWanCpuPort = 4; // of VLANs on eth0
 
-// The parts of a text between commas; a run of commas separates once.
-std::vector<std::string> entriesOf(const std::string &text)
-{
-    std::vector<std::string> entries;
-    for (size_t start = 0; start < text.size();) {
-        const size_t end = std::min(text.find(',', start), text.size());
-        if (end > start)
-            entries.push_back(text.substr(start, end - start));
-        start = end + 1;
-    }
-    return entries;
-}
-
 uint32_t toMask(const std::string &list)
 {
     uint32_t mask = 0;

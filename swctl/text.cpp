@@ -91,6 +91,18 @@ std::string padded(std::string_view text, int width)
     return width < 0 ? fill + std::string(text) : std::string(text) + fill;
 }
 
+std::vector<std::string> entriesOf(const std::string &text)
+{
+    std::vector<std::string> entries;
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = std::min(text.find(',', start), text.size());
+        if (end > start)
+            entries.push_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return entries;
+}
+
 bool colourWanted(FILE *stream)
 {
     const char *refused = getenv("NO_COLOR");

@@ -1,4 +1,4 @@
-// Text on its way out: made safe for a terminal, or in aligned columns.
+// Text on its way out, made safe for a terminal or in aligned columns, and lists of a column.
 // Everything that comes from a database or a log record passes through here.
 #pragma once
 
@@ -18,6 +18,9 @@ size_t displayWidth(std::string_view text);
 
 // `text` filled up with blanks; to the left of it for a negative width.
 std::string padded(std::string_view text, int width);
+
+// The parts of a column's list between commas; a run of commas separates once.
+std::vector<std::string> entriesOf(const std::string &text);
 
 // Whether escape sequences for colour are wanted on this stream: a terminal
 // whose user did not set NO_COLOR.
