@@ -59,6 +59,7 @@ struct Account : testing::Test {
             if (line.starts_with("> "))
                 happened += line + "\n" + marked(player.play(line.substr(2)));
         }
+        EXPECT_EQ("", platform::answerAsUsual());
         if (getenv("ACCOUNTS_WRITE") != nullptr)
             write(path, section.name, happened);
         else if (getenv("FAULTS_FRUGAL") != nullptr && path.stem() == "faults")

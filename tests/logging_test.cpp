@@ -101,8 +101,14 @@ TEST(LogRecords, labelsNameSwitchPortAndVlanInTheirOwnClearedBuffer)
     EXPECT_EQ(511u, strlen(switchStrGet(&sw)));
     EXPECT_EQ(511u, strlen(swPortStrGet(&port)));
     strcpy(sw.switchName, "S");
-    const std::string padded(std::string("(switch=S) ") + std::string(501, '\0'));
-    EXPECT_EQ(padded, std::string(switchStrGet(&sw), 512));
+    memset(swVlanStr, 'x', 511);
+    for (const auto &[label, text] : {std::pair{switchStrGet(&sw), "(switch=S) "},
+                                      {swPortStrGet(&port), "(switch=S) (port:-3) "},
+                                      {swVlanStrGet(&vlan), "(switch=S) (vlan:4094) "}}) {
+        std::string padded(text);
+        padded.resize(512);
+        EXPECT_EQ(padded, std::string(label, 512));
+    }
 }
 
 } // namespace

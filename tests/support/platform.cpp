@@ -21,6 +21,7 @@ struct Rule {
     int nth; // 0: every
     platform::Bytes reply;
     int seen;
+    bool used = false;
 };
 
 struct State {
@@ -60,6 +61,7 @@ int record(const std::string &line, int result, platform::Bytes *reply = nullptr
         if (line.find(rule.match) == std::string::npos ||
             (rule.nth != 0 && ++rule.seen != rule.nth))
             continue;
+        rule.used = true;
         result = rule.result;
         if (reply != nullptr)
             *reply = rule.reply;
@@ -121,11 +123,15 @@ namespace platform {
 
 void answer(const std::string &match, int result, int nth, Bytes reply)
 {
-    state().rules.push_back({match, result, nth, std::move(reply), 0});
+    state().rules.push_back({match, result, nth, std::move(reply), 0, false});
 }
-void answerAsUsual()
+std::string answerAsUsual()
 {
-    state().rules.clear();
+    std::string unused;
+    for (const Rule &rule : std::exchange(state().rules, {}))
+        if (!rule.used)
+            unused += "unused answer: " + rule.match + "\n";
+    return unused;
 }
 std::string everything()
 {

@@ -19,8 +19,9 @@ using Bytes = std::vector<uint8_t>;
 // as far as it reaches.
 void answer(const std::string &match, int result, int nth = 0, Bytes reply = {});
 
-// Forgets the scripted answers; calls get their defaults again.
-void answerAsUsual();
+// Forgets the scripted answers; calls get their defaults again. Returns a line for
+// each that no call ever got.
+std::string answerAsUsual();
 
 // The lines recorded since the last call of either, one per call. A line break
 // inside a text shows as \n.

@@ -175,7 +175,7 @@ void file(Words &words)
 
 const std::map<std::string, void (*)(Words &)> commands = {
     {"answer", answer},
-    {"usual", [](Words &) { platform::answerAsUsual(); }},
+    {"usual", [](Words &) { EXPECT_EQ("", platform::answerAsUsual()); }},
     {"event", event},
     {"vlan", vlan},
     {"bandwidth", bandwidth},
