@@ -63,12 +63,10 @@ void checkFile(const std::string &path, Access access)
     struct stat about = {};
     const int wanted = access == Access::write ? R_OK | W_OK : R_OK;
     const char *fault = nullptr;
-    if (stat(path.c_str(), &about) != 0)
+    if (stat(path.c_str(), &about) != 0 || ::access(path.c_str(), wanted) != 0)
         fault = strerror(errno);
     else if (!S_ISREG(about.st_mode))
         fault = S_ISDIR(about.st_mode) ? "it is a directory" : "it is not a file";
-    else if (::access(path.c_str(), wanted) != 0)
-        fault = strerror(errno);
     if (fault != nullptr)
         throw Failure(exitUsage, "database " + printable(path) + ": " + fault);
 }

@@ -8,6 +8,7 @@
 #include "devices/engine/state.h"
 #include "platform/sal.h"
 #include "swctl/log.h"
+#include "swctl/number.h"
 #include "swctl/outcome.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
@@ -130,11 +131,11 @@ Part<Chip> readFrom(const std::string &path, const Read &read)
 // The id of "VLAN.<id>.Uptime"; -1 for any other name.
 int uptimeVlan(const std::string &name)
 {
-    int vlanId = -1;
-    if (sscanf(name.c_str(), "VLAN.%9d.Uptime", &vlanId) != 1 ||
-        name != "VLAN." + std::to_string(vlanId) + ".Uptime")
+    const std::string start = "VLAN.";
+    if (name.compare(0, start.size(), start) != 0)
         return -1;
-    return vlanId;
+    const int vlanId = toInt(name.substr(start.size()));
+    return name == start + std::to_string(vlanId) + ".Uptime" ? vlanId : -1;
 }
 
 // A folder that is not there holds no records; one that cannot be read is said.

@@ -70,7 +70,7 @@ std::string textOf(const std::string &name, const SiteJson &value)
 {
     const auto *text = value.get_ptr<const std::string *>();
     if (text == nullptr || text->empty() || text->size() > longestPath ||
-        text->find('\0') != text->npos)
+        text->find('\0') != std::string::npos)
         refuse("'" + name + "' needs a text of 1 to " + std::to_string(longestPath) +
                " characters");
     return *text;
@@ -88,7 +88,8 @@ void eachMember(const std::string &name, const SiteJson &value, size_t most, con
 
 void takeInterface(const std::string &name, const SiteJson &address, Interfaces &interfaces)
 {
-    if (name.empty() || name.size() >= IFNAMSIZ || name.find_first_of(" \t\n/") != name.npos)
+    if (name.empty() || name.size() >= IFNAMSIZ ||
+        name.find_first_of(" \t\n/") != std::string::npos)
         refuse("'" + name + "' is no name of an interface");
     interfaces[name] = addressOf(textOf(name, address));
 }
