@@ -2,7 +2,10 @@
 #include "swctl/carry_out.h"
 
 #include "swctl/check.h"
+#include "swctl/confirm.h"
+#include "swctl/history.h"
 #include "swctl/journal.h"
+#include "swctl/pending.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
@@ -11,6 +14,7 @@
 
 #include <algorithm>
 #include <csignal>
+#include <ctime>
 
 namespace swctl {
 namespace {
@@ -83,16 +87,17 @@ std::string stoppedText(const StoppedAt &stopped)
 }
 
 // A change that would keep the next start from going through is not begun.
-void refuseStop(const Prepared &prepared, const ChangeSet &changes)
+void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &after,
+                const ChangeSet &changes)
 {
-    if (!prepared.target.stopped)
+    if (!after.stopped)
         return;
-    const Target now = targetOfStart(prepared.gateway, *prepared.before);
-    if (now.stopped && now.stopped->table == prepared.target.stopped->table &&
-        now.stopped->row == prepared.target.stopped->row)
+    const Target now = targetOfStart(gateway, before);
+    if (now.stopped && now.stopped->table == after.stopped->table &&
+        now.stopped->row == after.stopped->row)
         return; // it does already, and not for this
     throw Failure(exitRefused, "refused: " + printable(changes.what) + ": " +
-                                   stoppedText(*prepared.target.stopped) +
+                                   stoppedText(*after.stopped) +
                                    "\n  Nothing was changed. --force does it all the same.");
 }
 
@@ -107,7 +112,9 @@ void readUnread(Verdict &verdict, const Actual &actual)
 void noteEngine(Verdict &verdict, const Actual &actual)
 {
     if (!actual.engine.reason.empty())
-        verdict.note = "engine: not known whether its tools worked: " + actual.engine.reason;
+        verdict.note += (verdict.note.empty() ? "" : "\n  ") +
+                        std::string("engine: not known whether its tools worked: ") +
+                        actual.engine.reason;
 }
 
 void judge(Verdict &verdict, Settled settled, Word otherwise)
@@ -156,6 +163,7 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
         verdict.note = std::string(failure.what()) + "; the rows are left as they are";
         return;
     }
+    verdict.rowsBack = true;
     int ignored = 0;
     ChangeSet told = reversed(verdict.changes, sent);
     std::erase_if(told.rows, [](const RowChange &change) { return change.vlanId() == 0; });
@@ -183,15 +191,16 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
 }
 
 // Errors that the configuration did not have before.
-void refuseErrors(const Prepared &prepared, Database &database, const ChangeSet &changes)
+void refuseErrors(const GatewayView &gateway, Snapshot &before, Database &after,
+                  const ChangeSet &changes)
 {
     CheckContext context;
     context.interfaces.emplace();
-    for (const auto &[name, address] : prepared.gateway.interfaces())
+    for (const auto &[name, address] : gateway.interfaces())
         context.interfaces->insert(name);
     const std::vector<Finding> worse =
-        newFindings(checkConfiguration(prepared.before->database(), context),
-                    checkConfiguration(database, context), Severity::error);
+        newFindings(checkConfiguration(before.database(), context),
+                    checkConfiguration(after, context), Severity::error);
     if (worse.empty())
         return;
     std::string text = "refused: " + printable(changes.what) + ": the configuration would be wrong";
@@ -214,12 +223,46 @@ bool wasNeverSent(const Failure &failure)
     return dynamic_cast<const Unanswered *>(&failure) == nullptr;
 }
 
+// What the service was not told of waits for its next start, and so does whatever
+// else cannot be mended meanwhile.
 void verifyChange(Prepared &prepared, Verdict &verdict)
 {
+    std::vector<Difference> waiting =
+        pendingSettings(prepared.gateway, *prepared.before, *prepared.after, verdict.changes);
+    Settled settled = settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids,
+                             extentOf(prepared.target), true);
+    for (Difference &difference : settled.left)
+        difference.restart = !waiting.empty();
+    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    judge(verdict, std::move(settled), Word::applied);
+}
+
+// With nothing to change nothing is sent; whether all is as the rows say is looked
+// at all the same.
+void verifyAsItIs(Database &database, const ChangeOptions &options, Prepared &prepared,
+                  Verdict &verdict)
+{
+    if (!options.verify || options.offline)
+        return;
+    prepared.after = std::make_unique<Snapshot>(database);
+    prepared.target = targetOfStart(prepared.gateway, *prepared.after);
     judge(verdict,
-          settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids,
-                 extentOf(prepared.target), true),
+          settle(prepared.gateway, *prepared.after, prepared.target, {}, Extent::whole, false),
           Word::applied);
+}
+
+// While a change is on trial another one would be in the way of taking it back.
+void refuseDuringTrial(const ChangeOptions &options)
+{
+    if (options.recovering)
+        return;
+    if (const std::optional<Trial> trial = trialOf(options.databasePath))
+        throw Failure(exitRefused,
+                      "refused: a change (" + printable(trial->changes.what) + " " +
+                          trial->changes.verb + ") waits for its confirmation until " +
+                          clockText(trial->deadline) +
+                          "; nothing was changed\n  'swctl confirm' keeps it, 'swctl confirm "
+                          "--take-back' ends it now");
 }
 
 void writeAndPrepare(Database &database, const ChangeOptions &options, const Plan &plan,
@@ -233,7 +276,7 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
     prepared.before = std::make_unique<Snapshot>(database);
     writeRows(database, changes);
     if (!options.force)
-        refuseErrors(prepared, database, changes);
+        refuseErrors(prepared.gateway, *prepared.before, database, changes);
     for (const int id : changes.vlanIds())
         prepared.ids.insert(id);
     if (options.verify && !options.offline) {
@@ -245,11 +288,21 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
             prepared.gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
         prepared.target = targetOf(running->finish(), vlanIdsIn(prepared.after->database()));
         if (!options.force)
-            refuseStop(prepared, changes);
+            refuseStop(prepared.gateway, *prepared.before, prepared.target, changes);
     }
     if (!options.offline)
         journal.begin(changes);
-    transaction.commit();
+    if (options.onTrial != 0)
+        beginTrial(options, changes, options.onTrial);
+    try {
+        transaction.commit();
+    } catch (const Failure &) {
+        if (options.onTrial != 0)
+            endTrial(options.databasePath);
+        if (!options.offline)
+            journal.end();
+        throw;
+    }
 }
 
 void announceAndVerify(Database &database, const ChangeOptions &options, Prepared &prepared,
@@ -283,13 +336,64 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
         const bool stays = !wasNeverSent(failure) && !takesAway(verdict.changes);
         if (!stays)
             putRowsBack(database, verdict.changes);
+        verdict.rowsBack = !stays;
         verdict.note +=
             stays ? "; the rows stay as written, and the service's next start applies them"
                   : "; the rows are as they were";
     }
 }
 
+// Finishes a change that was broken off, or takes it back: by its rows, which are
+// one or the other. Where the service does not answer, its start applies them.
+std::optional<Verdict> recoverChange(const ChangeOptions &options)
+{
+    const Journal journal(options.databasePath);
+    std::optional<ChangeSet> changes = journal.unfinished();
+    if (!changes)
+        return std::nullopt;
+    GatewayView gateway(options.databasePath, options.siteFile);
+    Database database(options.databasePath, Access::write);
+    Verdict verdict;
+    verdict.changes = std::move(*changes);
+    const bool done = rowsAreAfter(database, verdict.changes);
+    const bool answers = serviceAnswers();
+    verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
+                   ") was broken off; it is " + (done ? "finished" : "taken back") +
+                   (answers ? "" : " in the rows, which the service's next start applies");
+    if (answers) {
+        Snapshot snapshot(database);
+        const Target target = targetOfStart(gateway, snapshot);
+        const std::vector<int> touched = verdict.changes.vlanIds();
+        judge(verdict,
+              settle(gateway, snapshot, target, {touched.begin(), touched.end()}, Extent::whole,
+                     true),
+              Word::applied);
+    }
+    journal.end();
+    fprintf(stderr, "swctl: %s\n", printable(verdict.note).c_str());
+    return verdict;
+}
+
+void remember(const ChangeOptions &options, Verdict &verdict)
+{
+    try {
+        static_cast<void>(History(options.databasePath)
+                              .add(verdict, options.offline ? "written" : wordText(verdict.word),
+                                   options.undoes));
+    } catch (const Failure &failure) {
+        verdict.note += (verdict.note.empty() ? "" : "\n  ") + std::string("not in the history: ") +
+                        failure.what();
+    }
+}
+
 } // namespace
+
+void refuseWorse(const GatewayView &gateway, Snapshot &before, Snapshot &after,
+                 const ChangeSet &changes)
+{
+    refuseErrors(gateway, before, after.database(), changes);
+    refuseStop(gateway, before, targetOfStart(gateway, after), changes);
+}
 
 const char *wordText(Word word)
 {
@@ -308,41 +412,38 @@ Verdict carryOut(const ChangeOptions &options, const Plan &plan)
     Prepared prepared{GatewayView(options.databasePath, options.siteFile), {}, {}, {}, {}, {}};
     Database database(options.databasePath, Access::write);
     const Journal journal(options.databasePath);
-    if (!options.offline)
+    if (!options.offline && !options.recovering)
         static_cast<void>(recoverUnfinished(options));
+    refuseDuringTrial(options);
     Verdict verdict;
     const InterruptionTold told;
     writeAndPrepare(database, options, plan, journal, prepared, verdict);
-    if (verdict.changes.empty() || options.offline)
+    if (verdict.changes.empty()) {
+        verifyAsItIs(database, options, prepared, verdict);
         return verdict;
-    announceAndVerify(database, options, prepared, verdict);
+    }
+    if (!options.offline)
+        announceAndVerify(database, options, prepared, verdict);
     // Whether it was carried out is for the next swctl to find out.
-    if (!verdict.open)
+    if (!options.offline && !verdict.open)
         journal.end();
+    if (options.onTrial != 0 && verdict.rowsBack)
+        endTrial(options.databasePath);
+    else if (options.onTrial != 0)
+        verdict.deadline = time(nullptr) + options.onTrial;
+    remember(options, verdict);
     return verdict;
 }
 
 std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
 {
-    const Journal journal(options.databasePath);
-    std::optional<ChangeSet> changes = journal.unfinished();
-    if (!changes)
-        return std::nullopt;
-    GatewayView gateway(options.databasePath, options.siteFile);
-    Database database(options.databasePath, Access::write);
-    Snapshot snapshot(database);
-    const Target target = targetOfStart(gateway, snapshot);
-    std::set<int> ids;
-    for (const int id : changes->vlanIds())
-        ids.insert(id);
-    Verdict verdict;
-    verdict.changes = std::move(*changes);
-    const bool done = rowsAreAfter(database, verdict.changes);
-    verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
-                   ") was broken off; it is " + (done ? "finished" : "taken back");
-    judge(verdict, settle(gateway, snapshot, target, ids, Extent::whole, true), Word::applied);
-    journal.end();
-    fprintf(stderr, "swctl: %s\n", printable(verdict.note).c_str());
+    std::optional<Verdict> verdict = recoverChange(options);
+    const std::optional<Trial> trial = trialOf(options.databasePath);
+    if (trial && !trial->watched) {
+        verdict = takeBackTrial(options, *trial);
+        fprintf(stderr, "swctl: a change on trial (%s) was left alone; it is taken back\n",
+                printable(trial->changes.what).c_str());
+    }
     return verdict;
 }
 

@@ -22,7 +22,9 @@ struct Globals {
     bool json = false;                      // print JSON instead of text
 };
 
+class Database;
 class RequestLog;
+struct ChangeSet;
 
 struct Program {
     CLI::App app;
@@ -34,6 +36,9 @@ struct Program {
     // take a good part of the time that a change may cost.
     std::vector<std::string> words;
     bool everything = false; // set up all commands, for the documents
+
+    // Takes the changes that commands ask for, to carry them out together.
+    std::vector<std::function<ChangeSet(Database &)>> *batch = nullptr;
 
     [[nodiscard]] bool mayRun(const std::string &command) const;
 };
@@ -56,6 +61,8 @@ void addConfigurationCommands(Program &program); // vlan, port, switch
 void addSwitchCommands(Program &program);        // rate-limit, queues, qos, ...
 void addRequestCommands(Program &program);       // request, bandwidth, event, command
 void addViewCommands(Program &program);          // show, log
+void addFileCommands(Program &program);          // export, apply, batch
+void addTrialCommands(Program &program);         // confirm, history, undo
 void addTruthCommands(Program &program);         // diff, repair, recover, rehearse
 void addCheckCommand(Program &program);          // check
 

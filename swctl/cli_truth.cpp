@@ -1,7 +1,7 @@
 // The commands that hold the database against the hardware: diff, repair, recover,
 // rehearse.
-#include "swctl/carry_out.h"
-#include "swctl/cli.h"
+#include "swctl/cli_change.h"
+#include "swctl/happening_text.h"
 #include "swctl/journal.h"
 #include "swctl/json.h"
 #include "swctl/report.h"
@@ -17,15 +17,6 @@ struct TruthArguments {
     bool all = false;    // every VLAN id of the chip
     bool dryRun = false; // of repair
 };
-
-ChangeOptions optionsOf(const Globals &globals)
-{
-    ChangeOptions options;
-    options.databasePath = globals.database;
-    options.siteFile = globals.site;
-    options.wait = globals.wait;
-    return options;
-}
 
 // A line that counts up, on a terminal only.
 Progress progressOn(FILE *stream)
@@ -74,54 +65,6 @@ int runRecover(const Globals &globals)
     else
         printRepair(*verdict);
     return verdict ? wordStatus(verdict->word) : exitDone;
-}
-
-const char *kindName(rehearsal::Kind kind)
-{
-    switch (kind) {
-    case rehearsal::Kind::command:
-        return "tool";
-    case rehearsal::Kind::shell:
-        return "shell";
-    case rehearsal::Kind::driver:
-        return "chip";
-    case rehearsal::Kind::opened:
-        return "open";
-    case rehearsal::Kind::written:
-        return "write";
-    case rehearsal::Kind::removed:
-        return "remove";
-    case rehearsal::Kind::log:
-        return "log";
-    case rehearsal::Kind::row:
-        return "row";
-    case rehearsal::Kind::loaded:
-        return "load";
-    default:
-        return "answer";
-    }
-}
-
-std::string happeningText(const Happening &happening)
-{
-    std::string text(happening.data);
-    switch (happening.kind) {
-    case rehearsal::Kind::driver:
-        return driverText(happening);
-    case rehearsal::Kind::row:
-        return text + " " + std::to_string(happening.extra + 1) + " -> " +
-               std::to_string(happening.number);
-    case rehearsal::Kind::log:
-        while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
-            text.pop_back();
-        return printable(text);
-    case rehearsal::Kind::written:
-    case rehearsal::Kind::removed:
-        return printable(text);
-    default:
-        return (text.empty() ? text : printable(text) + " ") + "-> " +
-               std::to_string(happening.number);
-    }
 }
 
 int runRehearse(const Globals &globals)

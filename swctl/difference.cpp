@@ -135,14 +135,14 @@ std::string Difference::text() const
     case DifferenceKind::engineEntry:
         return vlan + " in the engine: " + printable(found);
     case DifferenceKind::setting:
-        return found + ", should be " + wanted;
+        return printable(found);
     }
     return {};
 }
 
 std::string Difference::mend() const
 {
-    return kind == DifferenceKind::setting ? "restart the service" : "swctl repair";
+    return restart ? "restart the service" : "swctl repair";
 }
 
 Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)

@@ -29,6 +29,7 @@ struct Difference {
     bool counts = true;   // false: has no effect on any frame
     bool inRows = true;   // a row of the database has this VLAN
     std::string parent{}; // sub-interface: its Linux interface
+    bool restart = false; // only a restart of the service mends it
 
     // The same thing is different in the same way.
     [[nodiscard]] bool sameAs(const Difference &other) const;

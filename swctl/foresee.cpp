@@ -1,6 +1,7 @@
 // Rehearses one command; see the header.
 #include "swctl/foresee.h"
 
+#include "swctl/happening_text.h"
 #include "swctl/outcome.h"
 #include "swctl/text.h"
 #include "swmgr/swmgr_client.h"
@@ -15,11 +16,6 @@ using rehearsal::Kind;
     throw Failure(exitRefused, "refused: command " + std::to_string(command) + " for " +
                                    printable(switchName) + ": " + why +
                                    "; nothing was sent. --force sends it all the same");
-}
-
-bool isAction(Kind kind)
-{
-    return kind == Kind::command || kind == Kind::driver || kind == Kind::shell;
 }
 
 } // namespace

@@ -93,8 +93,22 @@ void Journal::begin(const ChangeSet &changes) const
 
 void Journal::end() const
 {
+    removeFile(path);
+}
+
+void removeFile(const std::string &path)
+{
     if (unlink(path.c_str()) != 0 && errno != ENOENT)
         failFile("cannot remove", path);
+}
+
+void appendToFile(const std::string &path, const std::string &contents)
+{
+    const Descriptor file(
+        open(path.c_str(), O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOFOLLOW, 0660));
+    if (!file.valid())
+        failFile("cannot write", path);
+    writeAll(file.get(), contents, path);
 }
 
 void replaceFile(const std::string &path, const std::string &contents)

@@ -38,6 +38,12 @@ private:
 // loss of power.
 void replaceFile(const std::string &path, const std::string &contents);
 
+// Adds to the end of a file, which is made where there is none.
+void appendToFile(const std::string &path, const std::string &contents);
+
+// A file that is not there is removed already.
+void removeFile(const std::string &path);
+
 // The contents of a file; none when it is not there.
 std::optional<std::string> fileContents(const std::string &path, size_t most);
 

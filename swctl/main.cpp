@@ -119,6 +119,8 @@ int main(int argc, char **argv)
         addSwitchCommands(program);
         addRequestCommands(program);
         addViewCommands(program);
+        addFileCommands(program);
+        addTrialCommands(program);
         addTruthCommands(program);
         addCheckCommand(program);
         return written(parseAndRun(program, argc, argv));

@@ -1,6 +1,7 @@
 // Texts and JSON of verdicts; see the header.
 #include "swctl/report.h"
 
+#include "swctl/confirm.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 
@@ -41,13 +42,18 @@ std::string rowsText(const ChangeSet &changes)
 
 } // namespace
 
-Json verdictJson(const Verdict &verdict)
+Json rowsJson(const ChangeSet &changes)
 {
     Json rows = Json::array();
-    for (const RowChange &change : verdict.changes.rows)
+    for (const RowChange &change : changes.rows)
         rows.push_back({{"table", change.table},
                         {"rowid", change.rowId()},
                         {"operation", operationName(change.operation())}});
+    return rows;
+}
+
+Json verdictJson(const Verdict &verdict)
+{
     Json left = Json::array();
     for (const Difference &difference : verdict.left)
         left.push_back({{"kind", difference.key()},
@@ -63,19 +69,55 @@ Json verdictJson(const Verdict &verdict)
             {"asked", verdict.asked},
             {"verified", verdict.verified},
             {"status", verdict.asked ? Json(verdict.answer) : Json()},
-            {"rows", std::move(rows)},
+            {"changed", !verdict.changes.empty() && !verdict.rowsBack},
+            {"rows", rowsJson(verdict.changes)},
             {"consequences", verdict.changes.consequences},
             {"differences", std::move(left)},
             {"unread", verdict.unread},
             {"settled", verdict.settled},
             {"reasons", verdict.reasons},
-            {"note", verdict.note}};
+            {"note", verdict.note},
+            {"confirmUntil", verdict.deadline != 0 ? Json(verdict.deadline) : Json()}};
+}
+
+Json previewJson(const Preview &seen)
+{
+    return {{"outcome", seen.reasons.empty() ? "would apply" : "would refuse"},
+            {"what", seen.changes.what},
+            {"verb", seen.changes.verb},
+            {"changed", !seen.changes.empty()},
+            {"rows", rowsJson(seen.changes)},
+            {"changes", seen.lines},
+            {"consequences", seen.changes.consequences},
+            {"actions", seen.actions},
+            {"reasons", seen.reasons}};
+}
+
+void printPreview(const Preview &seen, bool verbose)
+{
+    const std::string what = printable(seen.changes.what);
+    if (seen.changes.empty())
+        printf("would change nothing: every row is so already\n");
+    else
+        printf("would %s: %s %s%s\n", seen.reasons.empty() ? "apply" : "refuse", what.c_str(),
+               seen.changes.verb.c_str(), rowsText(seen.changes).c_str());
+    printLines(stdout, "service: ", seen.reasons);
+    printLines(stdout, "", seen.lines);
+    printLines(stdout, "", seen.changes.consequences);
+    if (verbose)
+        printLines(stdout, "> ", seen.actions);
+    printf("Nothing was written or sent.\n");
 }
 
 void printVerdict(const Verdict &verdict, bool offline)
 {
     const std::string what = printable(verdict.changes.what);
     const std::string done = what + " " + verdict.changes.verb + rowsText(verdict.changes);
+    if (verdict.changes.empty() && verdict.word == Word::applied) {
+        printf("unchanged: every row is so already%s\n",
+               verdict.verified ? ", and nothing differs" : "; not verified");
+        return;
+    }
     if (offline) {
         printf("%s; the service was not told\n", done.c_str());
         return;
@@ -84,6 +126,9 @@ void printVerdict(const Verdict &verdict, bool offline)
     case Word::applied:
         printf("applied: %s%s\n", done.c_str(), verdict.verified ? "" : "; not verified");
         printLines(stdout, "", verdict.changes.consequences);
+        if (verdict.deadline != 0)
+            printf("  Taken back at %s unless 'swctl confirm' comes first.\n",
+                   clockText(verdict.deadline).c_str());
         if (!verdict.note.empty())
             printf("  %s\n", verdict.note.c_str());
         return;
@@ -103,6 +148,9 @@ void printVerdict(const Verdict &verdict, bool offline)
         fprintf(stderr, "swctl: unanswered: %s\n", what.c_str());
         break;
     }
+    if (verdict.deadline != 0)
+        fprintf(stderr, "  Taken back at %s unless 'swctl confirm' comes first.\n",
+                clockText(verdict.deadline).c_str());
     printDetails(stderr, verdict);
 }
 

@@ -6,11 +6,16 @@
 
 namespace swctl {
 
+Json rowsJson(const ChangeSet &changes);
 Json verdictJson(const Verdict &verdict);
 
 // The outcome first, the reasons second, the remedy third. `offline`: the service
 // was not to be told.
 void printVerdict(const Verdict &verdict, bool offline);
+
+// What a change would do, and that nothing of it was done.
+Json previewJson(const Preview &seen);
+void printPreview(const Preview &seen, bool verbose);
 
 void printDifferences(const Verdict &verdict);
 void printRepair(const Verdict &verdict);

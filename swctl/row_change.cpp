@@ -36,6 +36,7 @@ void writeRow(Database &database, RowChange &change)
                                        change.table + " since");
     if (change.before && change.after) {
         database.updateRow(change.table, *change.after);
+        change.after = database.rowById(change.table, change.after->rowId); // as it is stored
     } else if (change.before) {
         database.remove(change.table, change.before->rowId);
     } else if (change.after->rowId != 0) {
@@ -92,7 +93,7 @@ int RowChange::vlanId() const
 
 bool RowChange::isAnnounced() const
 {
-    return table == vlanTableName || operation() == SWMGR_DB_INSERT;
+    return told && (table == vlanTableName || operation() == SWMGR_DB_INSERT);
 }
 
 std::vector<int> ChangeSet::vlanIds() const
@@ -105,13 +106,52 @@ std::vector<int> ChangeSet::vlanIds() const
     return ids;
 }
 
+void append(ChangeSet &to, ChangeSet more)
+{
+    for (RowChange &change : more.rows) {
+        const auto earlier =
+            std::find_if(to.rows.begin(), to.rows.end(), [&](const RowChange &one) {
+                return change.before && one.after && one.table == change.table &&
+                       one.after->rowId == change.before->rowId;
+            });
+        if (earlier == to.rows.end()) {
+            to.rows.push_back(std::move(change));
+            continue;
+        }
+        earlier->after = std::move(change.after);
+        const bool none = !earlier->before && !earlier->after;
+        const bool same =
+            earlier->before && earlier->after && earlier->before->sameAs(*earlier->after);
+        if (none || same)
+            to.rows.erase(earlier);
+    }
+    for (std::string &consequence : more.consequences)
+        if (std::find(to.consequences.begin(), to.consequences.end(), consequence) ==
+            to.consequences.end())
+            to.consequences.push_back(std::move(consequence));
+}
+
+Row asNewRow(Row row)
+{
+    // The column that stands for the row id has its value.
+    std::erase_if(row.cells, [&](const Row::Cell &cell) {
+        return cell.column == "id" && cell.value == Value(row.rowId);
+    });
+    row.rowId = 0;
+    return row;
+}
+
 ChangeSet reversed(const ChangeSet &changes, size_t count)
 {
     ChangeSet back;
     back.what = changes.what;
     back.verb = "put back";
-    for (size_t i = std::min(count, changes.rows.size()); i-- > 0;)
-        back.rows.push_back({changes.rows[i].table, changes.rows[i].after, changes.rows[i].before});
+    for (size_t i = std::min(count, changes.rows.size()); i-- > 0;) {
+        const RowChange &change = changes.rows[i];
+        back.rows.push_back({change.table, change.after, change.before});
+        // The service hears nothing of a port or a switch that goes, and still has it.
+        back.rows.back().told = change.table == vlanTableName;
+    }
     return back;
 }
 
@@ -123,11 +163,15 @@ void writeRows(Database &database, ChangeSet &changes)
 
 bool rowsAreAfter(Database &database, const ChangeSet &changes)
 {
-    return std::all_of(
-        changes.rows.begin(), changes.rows.end(),
-        [&](const RowChange &change) {
-            return rowIs(database, change.table, change.rowId(), change.after);
+    for (auto change = changes.rows.begin(); change != changes.rows.end(); ++change) {
+        // Where row ids are used again, the last change of one is what counts.
+        const bool again = std::any_of(change + 1, changes.rows.end(), [&](const RowChange &later) {
+            return later.table == change->table && later.rowId() == change->rowId();
         });
+        if (!again && !rowIs(database, change->table, change->rowId(), change->after))
+            return false;
+    }
+    return true;
 }
 
 bool rowsAreBefore(Database &database, const ChangeSet &changes)

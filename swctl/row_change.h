@@ -3,6 +3,7 @@
 
 #include "swctl/database.h"
 
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,6 +15,7 @@ struct RowChange {
     std::string table;
     std::optional<Row> before;
     std::optional<Row> after;
+    bool told = true; // the service is, as far as it has an event for it
 
     [[nodiscard]] int operation() const;    // SWMGR_DB_...
     [[nodiscard]] int64_t rowId() const;    // of the row that is or was there
@@ -31,6 +33,13 @@ struct ChangeSet {
     [[nodiscard]] bool empty() const { return rows.empty(); }
     [[nodiscard]] std::vector<int> vlanIds() const; // of every VLAN whose row is touched
 };
+
+// Adds what comes after. Several changes of one row become one, in the place of the
+// first; what was added and taken away again is none.
+void append(ChangeSet &to, ChangeSet more);
+
+// The row as one of its own: without the id that it had.
+Row asNewRow(Row row);
 
 // The changes that take a set back, last first; of the first `count` rows only.
 ChangeSet reversed(const ChangeSet &changes, size_t count = SIZE_MAX);

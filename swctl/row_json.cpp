@@ -2,12 +2,8 @@
 // text that is no UTF-8 as {"hex": ...}.
 #include "swctl/row_json.h"
 
-#include <nlohmann/json.hpp>
-
 namespace swctl {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 std::string hexOf(const std::string &bytes)
 {
@@ -38,6 +34,31 @@ bool isUtf8(const std::string &text)
     }
 }
 
+Json toJson(const std::optional<Row> &row)
+{
+    if (!row)
+        return nullptr;
+    Json cells = Json::array();
+    for (const Row::Cell &cell : row->cells)
+        cells.push_back(
+            {{"column", cell.column}, {"value", toJson(cell.value)}, {"as", cell.text}});
+    return {{"rowid", row->rowId}, {"cells", std::move(cells)}};
+}
+
+std::optional<Row> rowOf(const Json &json)
+{
+    if (json.is_null())
+        return std::nullopt;
+    Row row;
+    row.rowId = json.at("rowid").get<int64_t>();
+    for (const Json &cell : json.at("cells"))
+        row.cells.push_back({cell.at("column").get<std::string>(), valueOf(cell.at("value")),
+                             cell.at("as").get<std::string>()});
+    return row;
+}
+
+} // namespace
+
 Json toJson(const Value &value)
 {
     if (const auto *number = std::get_if<int64_t>(&value))
@@ -66,38 +87,14 @@ Value valueOf(const Json &json)
     return {};
 }
 
-Json toJson(const std::optional<Row> &row)
-{
-    if (!row)
-        return nullptr;
-    Json cells = Json::array();
-    for (const Row::Cell &cell : row->cells)
-        cells.push_back(
-            {{"column", cell.column}, {"value", toJson(cell.value)}, {"as", cell.text}});
-    return {{"rowid", row->rowId}, {"cells", std::move(cells)}};
-}
-
-std::optional<Row> rowOf(const Json &json)
-{
-    if (json.is_null())
-        return std::nullopt;
-    Row row;
-    row.rowId = json.at("rowid").get<int64_t>();
-    for (const Json &cell : json.at("cells"))
-        row.cells.push_back({cell.at("column").get<std::string>(), valueOf(cell.at("value")),
-                             cell.at("as").get<std::string>()});
-    return row;
-}
-
-} // namespace
-
 std::string toJson(const ChangeSet &changes)
 {
     Json rows = Json::array();
     for (const RowChange &change : changes.rows)
         rows.push_back({{"table", change.table},
                         {"before", toJson(change.before)},
-                        {"after", toJson(change.after)}});
+                        {"after", toJson(change.after)},
+                        {"told", change.told}});
     const Json json = {{"what", changes.what}, {"verb", changes.verb}, {"rows", std::move(rows)}};
     return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace);
 }
@@ -111,7 +108,7 @@ std::optional<ChangeSet> changeSetOf(std::string_view text)
         changes.verb = json.at("verb").get<std::string>();
         for (const Json &row : json.at("rows"))
             changes.rows.push_back({row.at("table").get<std::string>(), rowOf(row.at("before")),
-                                    rowOf(row.at("after"))});
+                                    rowOf(row.at("after")), row.value("told", true)});
         return changes;
     } catch (const std::exception &) {
         return std::nullopt;

@@ -1,12 +1,16 @@
 // Rows and changes as JSON text, for the files beside the database.
 #pragma once
 
+#include "swctl/json.h"
 #include "swctl/row_change.h"
 
 #include <string>
 #include <string_view>
 
 namespace swctl {
+
+Json toJson(const Value &value);
+Value valueOf(const Json &json);
 
 std::string toJson(const ChangeSet &changes);
 

@@ -64,6 +64,19 @@ int ask(int module, int requestType, std::string_view data, std::string_view buf
     return exchange(module, requestType, data, reply);
 }
 
+bool serviceAnswers()
+{
+    SwMgrDbEvent event{};
+    fillField(event.tableName, "swctl");
+    event.opCode = SWMGR_DB_DELETE;
+    try {
+        static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event)));
+        return true;
+    } catch (const Failure &) {
+        return false;
+    }
+}
+
 std::string switchRequest(const std::string &switchName, std::string_view payload)
 {
     SwMgrSwitchCmdRequest request{};

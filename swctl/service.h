@@ -40,6 +40,10 @@ void fillField(char (&field)[N], std::string_view text)
 // The body of a switch command's request.
 std::string switchRequest(const std::string &switchName, std::string_view payload);
 
+// Whether the switch manager answers: to the deletion of a row in a table that it
+// does not know, which does nothing.
+bool serviceAnswers();
+
 // A switch command with its record at the start of the payload.
 int askSwitch(const std::string &switchName, int command, std::string_view payload);
 

@@ -1,0 +1,31 @@
+// What every command that changes the configuration shares.
+#pragma once
+
+#include "swctl/carry_out.h"
+#include "swctl/cli.h"
+
+namespace swctl {
+
+struct ChangeFlags {
+    bool offline = false;  // only write the row
+    bool noVerify = false; // do not look what became of it
+    bool force = false;    // although a start would stop at it
+    bool dryRun = false;   // only look what it would do
+    bool verbose = false;  // and list every command and request
+    int confirm = 0;       // s until it is taken back unless confirmed; 0: it stays
+
+    [[nodiscard]] bool any() const
+    {
+        return offline || noVerify || force || dryRun || verbose || confirm != 0;
+    }
+};
+
+void addChangeFlags(CLI::App &command, ChangeFlags &flags);
+
+ChangeOptions optionsOf(const Globals &globals, const ChangeFlags &flags = {});
+
+// Carries a change out, one at a time, and says what became of it; with --dry-run
+// only what it would do. In a batch it is kept for later.
+int change(const Program &program, const ChangeFlags &flags, const Plan &plan, int undoes = 0);
+
+} // namespace swctl

@@ -1,0 +1,181 @@
+// The commands about changes that were made: confirm, history, undo.
+#include "swctl/cli_change.h"
+#include "swctl/confirm.h"
+#include "swctl/history.h"
+#include "swctl/journal.h"
+#include "swctl/json.h"
+#include "swctl/log.h"
+#include "swctl/outcome.h"
+#include "swctl/report.h"
+#include "swctl/text.h"
+#include "swctl/validate.h"
+
+#include <ctime>
+#include <memory>
+
+namespace swctl {
+namespace {
+
+struct TrialArguments {
+    bool takeBack = false;
+    int watch = 0;            // s; the process that takes it back
+    std::string lines = "20"; // entries of the history
+    std::string number;       // entry to take back; empty: the last
+    ChangeFlags flags;
+};
+
+int runConfirm(const Globals &globals, const TrialArguments &arguments)
+{
+    const ChangeOptions options = optionsOf(globals);
+    if (arguments.watch != 0)
+        return watchTrial(options, arguments.watch);
+    const ChangeLock lock(globals.database, globals.wait, tellWaiting);
+    const std::optional<Trial> trial = trialOf(globals.database);
+    if (!trial)
+        throw Failure(exitRefused, "refused: no change waits for its confirmation");
+    if (arguments.takeBack || (!trial->watched && trial->deadline < time(nullptr))) {
+        const Verdict verdict = takeBackTrial(options, *trial);
+        if (globals.json)
+            printJson(verdictJson(verdict));
+        else
+            printVerdict(verdict, /*offline=*/!verdict.asked && verdict.word == Word::applied);
+        return arguments.takeBack ? wordStatus(verdict.word) : exitRefused;
+    }
+    endTrial(globals.database);
+    const std::string what = trial->changes.what + " " + trial->changes.verb;
+    if (globals.json)
+        printJson({{"outcome", "applied"}, {"what", trial->changes.what}, {"confirmed", true}});
+    else
+        printf("confirmed: %s; it stays\n", printable(what).c_str());
+    return exitDone;
+}
+
+std::string dateText(int64_t time)
+{
+    const auto seconds = static_cast<time_t>(time);
+    tm broken = {};
+    localtime_r(&seconds, &broken);
+    char text[32];
+    strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &broken);
+    return text;
+}
+
+int runHistory(const Globals &globals, const TrialArguments &arguments)
+{
+    { // Of a database that can be used.
+        const Database database(globals.database, Access::read);
+    }
+    std::vector<HistoryEntry> entries = History(globals.database).entries();
+    const size_t keep = std::stoul(arguments.lines);
+    if (entries.size() > keep)
+        entries.erase(entries.begin(), entries.end() - static_cast<ptrdiff_t>(keep));
+    if (globals.json) {
+        Json all = Json::array();
+        for (const HistoryEntry &entry : entries)
+            all.push_back({{"number", entry.number},
+                           {"time", entry.time},
+                           {"who", entry.who},
+                           {"what", entry.changes.what},
+                           {"verb", entry.changes.verb},
+                           {"outcome", entry.outcome},
+                           {"undoes", entry.undoes != 0 ? Json(entry.undoes) : Json()},
+                           {"rows", rowsJson(entry.changes)}});
+        printJson(all);
+        return exitDone;
+    }
+    TextTable table({"#", "TIME", "WHO", "OUTCOME", "WHAT"});
+    for (const HistoryEntry &entry : entries)
+        table.add(
+            {std::to_string(entry.number), dateText(entry.time), printable(entry.who),
+             printable(entry.outcome),
+             printable(entry.changes.what + " " + entry.changes.verb) +
+                 (entry.undoes != 0 ? " (undoes " + std::to_string(entry.undoes) + ")" : "")});
+    table.print(stdout);
+    return exitDone;
+}
+
+// The entry of that number; without one the last that took effect, is not undone
+// and undoes nothing itself.
+HistoryEntry entryToUndo(const std::string &databasePath, int number)
+{
+    const std::vector<HistoryEntry> entries = History(databasePath).entries();
+    std::set<int> undone;
+    for (const HistoryEntry &entry : entries)
+        if (entry.undoes != 0 && entry.outcome != "refused")
+            undone.insert(entry.undoes);
+    for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
+        if (number != 0 ? entry->number != number
+                        : entry->outcome == "refused" || entry->undoes != 0 ||
+                              undone.contains(entry->number))
+            continue;
+        if (undone.contains(entry->number))
+            throw Failure(exitRefused, "refused: change " + std::to_string(number) +
+                                           " is undone already; nothing was changed");
+        if (entry->outcome == "refused")
+            throw Failure(exitRefused, "refused: change " + std::to_string(number) +
+                                           " was refused itself; there is nothing to undo");
+        return *entry;
+    }
+    throw Failure(exitUsage,
+                  number != 0 ? "there is no change " + std::to_string(number) + " in the history"
+                              : std::string("the history has no change that could be undone"));
+}
+
+int runUndo(const Program &program, const TrialArguments &arguments)
+{
+    const int wanted = arguments.number.empty() ? 0 : std::stoi(arguments.number);
+    { // Of a database that can be used.
+        const Database database(program.globals.database, Access::read);
+    }
+    const HistoryEntry entry = entryToUndo(program.globals.database, wanted);
+    return change(
+        program, arguments.flags,
+        [&entry](Database &database) {
+            if (!rowsAreAfter(database, entry.changes))
+                throw Failure(exitRefused, "refused: change " + std::to_string(entry.number) +
+                                               " cannot be undone: its rows were changed again "
+                                               "since; nothing was changed");
+            ChangeSet back = reversed(entry.changes);
+            back.what = entry.changes.what;
+            back.verb = "as before change " + std::to_string(entry.number);
+            return back;
+        },
+        entry.number);
+}
+
+} // namespace
+
+void addTrialCommands(Program &program)
+{
+    const auto arguments = std::make_shared<TrialArguments>();
+    CLI::App *confirm = addCommand(
+        program, program.app, "confirm",
+        "Keep a change that was made with --confirm, which is taken back otherwise",
+        "  swctl apply gateway.json --confirm 120\n  swctl confirm\n"
+        "  swctl confirm --take-back",
+        [&program, arguments] { return runConfirm(program.globals, *arguments); });
+    CLI::App *history = addCommand(
+        program, program.app, "history", "Show who changed what, when, and what came of it",
+        "  swctl history\n  swctl history --lines 100 --json",
+        [&program, arguments] { return runHistory(program.globals, *arguments); });
+    CLI::App *undo =
+        addCommand(program, program.app, "undo", "Take a change back, the last one unless told",
+                   "  swctl undo\n  swctl undo 17 --dry-run",
+                   [&program, arguments] { return runUndo(program, *arguments); });
+    if (program.mayRun("confirm")) {
+        confirm->add_flag("--take-back", arguments->takeBack, "Take it back now");
+        confirm->add_option("--watch", arguments->watch)->group("");
+    }
+    if (program.mayRun("history"))
+        history->add_option("--lines", arguments->lines, "Newest entries to show, 1 to 100000")
+            ->type_name("N")
+            ->capture_default_str()
+            ->transform(decimal(1, 100000));
+    if (program.mayRun("undo")) {
+        undo->add_option("N", arguments->number, "Number of the change, as 'history' shows it")
+            ->transform(decimal(1, std::numeric_limits<int32_t>::max()));
+        addChangeFlags(*undo, arguments->flags);
+    }
+}
+
+} // namespace swctl

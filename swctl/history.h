@@ -1,0 +1,37 @@
+// What was changed, when and by whom: a file beside the database, with a bound.
+#pragma once
+
+#include "swctl/row_change.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace swctl {
+
+struct Verdict;
+
+struct HistoryEntry {
+    int number = 0;      // counts up
+    int64_t time = 0;    // seconds since 1970
+    std::string who;     // login name
+    std::string outcome; // one of the four words, or "written": only the rows
+    int undoes = 0;      // number of the entry that it takes back; 0: none
+    ChangeSet changes;
+};
+
+class History {
+public:
+    explicit History(const std::string &databasePath);
+
+    // Oldest first; lines that cannot be read are left out.
+    [[nodiscard]] std::vector<HistoryEntry> entries() const;
+
+    // Gives the number of the new entry. The oldest ones go when there are too many.
+    int add(const Verdict &verdict, const std::string &outcome, int undoes) const;
+
+private:
+    std::string path;
+};
+
+} // namespace swctl

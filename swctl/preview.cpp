@@ -1,0 +1,139 @@
+// A change that is only looked at: rehearsed, and told in the words of the network.
+#include "swctl/carry_out.h"
+
+#include "swctl/happening_text.h"
+#include "swctl/number.h"
+#include "swctl/pending.h"
+#include "swctl/text.h"
+#include "swmgr/swmgr_client.h"
+
+#include <algorithm>
+
+namespace swctl {
+namespace {
+
+// "+ VLAN 30  BCM 1T 2T 3U"
+void foreseeChip(const Target &before, const Target &after, const std::string &chip,
+                 std::vector<std::string> &lines)
+{
+    std::set<int> ids;
+    for (const Target *target : {&before, &after})
+        for (const auto &[id, entry] : target->chip.vlans)
+            ids.insert(id);
+    for (const int id : ids) {
+        const auto old = before.chip.vlans.find(id);
+        const auto now = after.chip.vlans.find(id);
+        const std::string vlan = "VLAN " + std::to_string(id) + "  " + chip + " ";
+        if (now == after.chip.vlans.end())
+            lines.push_back("- " + vlan + portsText(old->second));
+        else if (old == before.chip.vlans.end())
+            lines.push_back("+ " + vlan + portsText(now->second));
+        else if (!(old->second == now->second))
+            lines.push_back("~ " + vlan + portsText(old->second) + " -> " + portsText(now->second));
+    }
+}
+
+void foreseeTags(const Target &before, const Target &after, std::vector<std::string> &lines)
+{
+    for (size_t port = 0; port < before.chip.ports.size(); ++port) {
+        const std::string old = std::to_string(before.chip.ports[port].pvid);
+        const std::string now = std::to_string(after.chip.ports[port].pvid);
+        if (old == now)
+            continue;
+        std::string line = "! port " + std::to_string(port) + " PVID " + old + " -> " + now;
+        if (before.takesUntagged[port])
+            line += " (VLAN " + old + " loses its untagged traffic)";
+        lines.push_back(std::move(line));
+    }
+}
+
+std::string subInterfaceText(const std::string &name, const SubInterface &sub)
+{
+    return name + (sub.up ? "  up" : "  down");
+}
+
+void foreseeKernel(const Kernel &before, const Kernel &after, std::vector<std::string> &lines)
+{
+    for (const auto &[name, sub] : before.interfaces)
+        if (!after.interfaces.contains(name))
+            lines.push_back("- " + name);
+    for (const auto &[name, sub] : after.interfaces) {
+        const auto old = before.interfaces.find(name);
+        if (old == before.interfaces.end())
+            lines.push_back("+ " + subInterfaceText(name, sub));
+        else if (!(old->second == sub))
+            lines.push_back("~ " + subInterfaceText(name, sub));
+    }
+}
+
+std::string chipName(Database &database)
+{
+    const std::string device = chipDevice(database);
+    for (const Row &row : database.rows("swGlobalCfg"))
+        if (row.text("switchDevice") == device && !device.empty())
+            return row.text("switchName");
+    return "chip";
+}
+
+// What came after the start's own answer: the commands and requests, and why a
+// request was refused.
+void takeHappenings(const Rehearsal &rehearsal, Preview &seen)
+{
+    int answers = 0;
+    std::vector<std::string> errors; // since the last answer
+    for (const Happening &happening : rehearsal.happenings()) {
+        if (happening.kind == rehearsal::Kind::answer) {
+            if (answers++ > 0 && happening.number < 0)
+                seen.reasons.insert(seen.reasons.end(), errors.begin(), errors.end());
+            if (answers > 1 && happening.number < 0 && errors.empty())
+                seen.reasons.push_back("answered " + std::to_string(happening.number));
+            errors.clear();
+        }
+        if (answers == 0)
+            continue;
+        if (isAction(happening.kind))
+            seen.actions.push_back(happeningText(happening));
+        if (happening.kind == rehearsal::Kind::log && happening.number == SWMGR_LOG_ERROR &&
+            !happening.data.starts_with("cmd ("))
+            errors.push_back(happeningText(happening));
+    }
+}
+
+} // namespace
+
+Preview preview(const ChangeOptions &options, const Plan &plan)
+{
+    const GatewayView gateway(options.databasePath, options.siteFile);
+    Database database(options.databasePath, Access::read);
+    Snapshot before(database);
+    Snapshot after(before.database());
+    Preview seen;
+    {
+        Transaction transaction(after.database(), Access::write); // as the plan expects
+        seen.changes = plan(after.database());
+        writeRows(after.database(), seen.changes);
+        transaction.commit();
+    }
+    if (seen.changes.empty())
+        return seen;
+    if (!options.force)
+        refuseWorse(gateway, before, after, seen.changes);
+    const Rehearsal rehearsedBefore = gateway.rehearseStart(before)->finish();
+    const Rehearsal rehearsedAfter = gateway.rehearseStart(after)->finish();
+    const Target old = targetOf(rehearsedBefore, vlanIdsIn(before.database()));
+    const Target now = targetOf(rehearsedAfter, vlanIdsIn(after.database()));
+    foreseeChip(old, now, printable(chipName(after.database())), seen.lines);
+    foreseeTags(old, now, seen.lines);
+    foreseeKernel(old.kernel, now.kernel, seen.lines);
+    for (const Difference &difference : pendingSettings(gateway, before, after, seen.changes))
+        seen.lines.push_back("! " + difference.text());
+    if (options.offline)
+        return seen;
+    Script script = gateway.startScript(before);
+    script.image(after.image());
+    addRequests(script, seen.changes);
+    takeHappenings(rehearse(script), seen);
+    return seen;
+}
+
+} // namespace swctl
