@@ -225,10 +225,12 @@ bool wasNeverSent(const Failure &failure)
 
 // What the service was not told of waits for its next start, and so does whatever
 // else cannot be mended meanwhile.
-void verifyChange(Prepared &prepared, Verdict &verdict)
+void verifyChange(const std::string &databasePath, Prepared &prepared, Verdict &verdict)
 {
-    std::vector<Difference> waiting =
-        pendingSettings(prepared.gateway, *prepared.before, *prepared.after, verdict.changes);
+    std::vector<Difference> waiting;
+    if (isPartlyUnheard(verdict.changes))
+        waiting = pendingSettings(prepared.gateway, databasePath, *prepared.before, *prepared.after,
+                                  verdict.changes);
     Settled settled = settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids,
                              extentOf(prepared.target), true);
     for (Difference &difference : settled.left)
@@ -317,7 +319,7 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
             verdict.reasons = reasonsIn(log.take());
             takeBack(database, prepared, sent, options.verify, verdict);
         } else if (options.verify) {
-            verifyChange(prepared, verdict);
+            verifyChange(options.databasePath, prepared, verdict);
             if (verdict.word == Word::differs)
                 verdict.reasons = reasonsIn(log.take());
         }
@@ -461,6 +463,11 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
     verdict.changes.what = "gateway";
     verdict.changes.verb = "compared";
     Settled settled = settle(gateway, snapshot, target, ids, Extent::whole, !dryRun, progress);
+    std::vector<Difference> waiting =
+        pendingSettings(gateway, options.databasePath, snapshot, snapshot, ChangeSet());
+    for (Difference &difference : settled.left)
+        difference.restart = !waiting.empty() && !dryRun;
+    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
     if (target.stopped)
         verdict.note = stoppedText(*target.stopped);
     const std::string note = verdict.note;

@@ -73,7 +73,7 @@ int runHistory(const Globals &globals, const TrialArguments &arguments)
         Json all = Json::array();
         for (const HistoryEntry &entry : entries)
             all.push_back({{"number", entry.number},
-                           {"time", entry.time},
+                           {"time", entry.time / 1000},
                            {"who", entry.who},
                            {"what", entry.changes.what},
                            {"verb", entry.changes.verb},
@@ -86,7 +86,7 @@ int runHistory(const Globals &globals, const TrialArguments &arguments)
     TextTable table({"#", "TIME", "WHO", "OUTCOME", "WHAT"});
     for (const HistoryEntry &entry : entries)
         table.add(
-            {std::to_string(entry.number), dateText(entry.time), printable(entry.who),
+            {std::to_string(entry.number), dateText(entry.time / 1000), printable(entry.who),
              printable(entry.outcome),
              printable(entry.changes.what + " " + entry.changes.verb) +
                  (entry.undoes != 0 ? " (undoes " + std::to_string(entry.undoes) + ")" : "")});

@@ -28,6 +28,13 @@ std::string userName()
     return entry != nullptr ? entry->pw_name : std::to_string(getuid());
 }
 
+int64_t nowMs()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
 std::vector<std::string_view> linesOf(std::string_view text)
 {
     std::vector<std::string_view> lines;
@@ -77,11 +84,25 @@ std::vector<HistoryEntry> History::entries() const
     return all;
 }
 
+std::vector<RowChange> History::unheardSince(int64_t start) const
+{
+    std::vector<RowChange> rows;
+    std::vector<HistoryEntry> all = entries();
+    for (auto entry = all.rbegin(); entry != all.rend() && entry->time >= start; ++entry) {
+        if (entry->outcome == "refused")
+            continue;
+        for (auto row = entry->changes.rows.rbegin(); row != entry->changes.rows.rend(); ++row)
+            if (row->vlanId() == 0 && (!row->isAnnounced() || entry->outcome == "written"))
+                rows.push_back(std::move(*row));
+    }
+    return rows;
+}
+
 int History::add(const Verdict &verdict, const std::string &outcome, int undoes) const
 {
     std::string text = fileContents(path, mostHistory).value_or(std::string());
     std::vector<std::string_view> lines = linesOf(text);
-    HistoryEntry entry{1, time(nullptr), userName(), outcome, undoes, verdict.changes};
+    HistoryEntry entry{1, nowMs(), userName(), outcome, undoes, verdict.changes};
     for (size_t i = lines.size(); i-- > 0;)
         if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
             entry.number = last->number + 1;

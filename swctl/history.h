@@ -13,7 +13,7 @@ struct Verdict;
 
 struct HistoryEntry {
     int number = 0;      // counts up
-    int64_t time = 0;    // seconds since 1970
+    int64_t time = 0;    // ms since 1970
     std::string who;     // login name
     std::string outcome; // one of the four words, or "written": only the rows
     int undoes = 0;      // number of the entry that it takes back; 0: none
@@ -26,6 +26,10 @@ public:
 
     // Oldest first; lines that cannot be read are left out.
     [[nodiscard]] std::vector<HistoryEntry> entries() const;
+
+    // Rows of ports and switches of which the service has not heard since that time,
+    // in ms since 1970; newest first.
+    [[nodiscard]] std::vector<RowChange> unheardSince(int64_t start) const;
 
     // Gives the number of the new entry. The oldest ones go when there are too many.
     int add(const Verdict &verdict, const std::string &outcome, int undoes) const;

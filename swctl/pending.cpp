@@ -1,10 +1,15 @@
 // Compares a change on a running service with a start; see the header.
 #include "swctl/pending.h"
 
+#include "swctl/history.h"
+#include "swctl/outcome.h"
+#include "swctl/service_life.h"
 #include "swmgr/swmgr_client.h"
 
 #include <algorithm>
 #include <cstring>
+#include <set>
+#include <utility>
 
 namespace swctl {
 namespace {
@@ -62,6 +67,40 @@ std::string rowName(const RowChange &change)
                                           : "switch " + owner;
 }
 
+// A row that somebody else has changed since is left as it is.
+void putBack(Database &database, const RowChange &change)
+{
+    ChangeSet single;
+    single.rows.push_back(change);
+    single = reversed(single);
+    try {
+        writeRows(database, single);
+    } catch (const Failure &) {
+        return;
+    }
+}
+
+std::vector<Difference> otherwiseIn(Database &loaded, Database &now,
+                                    const std::vector<RowChange> &unheard)
+{
+    std::vector<Difference> waiting;
+    std::set<std::pair<std::string, int64_t>> seen;
+    for (const RowChange &change : unheard) {
+        const std::optional<Row> had = loaded.rowById(change.table, change.rowId());
+        const std::optional<Row> has = now.rowById(change.table, change.rowId());
+        if (!seen.emplace(change.table, change.rowId()).second ||
+            (had.has_value() == has.has_value() && (!had || had->sameAs(*has))))
+            continue;
+        Difference difference;
+        difference.kind = DifferenceKind::setting;
+        difference.wanted = has ? "as its row says" : "gone";
+        difference.found = rowName(change) + ": as before until the service starts again";
+        difference.restart = true;
+        waiting.push_back(std::move(difference));
+    }
+    return waiting;
+}
+
 } // namespace
 
 void addRequests(Script &script, const ChangeSet &changes)
@@ -74,23 +113,30 @@ void addRequests(Script &script, const ChangeSet &changes)
     }
 }
 
-std::vector<Difference> pendingSettings(const GatewayView &gateway, Snapshot &before,
-                                        Snapshot &after, const ChangeSet &changes)
+bool isPartlyUnheard(const ChangeSet &changes)
 {
-    std::vector<Difference> waiting;
-    for (const RowChange &change : changes.rows) {
-        if (change.isAnnounced())
-            continue;
-        Difference difference;
-        difference.kind = DifferenceKind::setting;
-        difference.wanted = change.after ? "as its row says" : "gone";
-        difference.found = rowName(change) + ": as before until the service starts again";
-        difference.restart = true;
-        waiting.push_back(std::move(difference));
-    }
+    return std::any_of(
+        changes.rows.begin(), changes.rows.end(),
+        [](const RowChange &change) { return !change.isAnnounced(); });
+}
+
+std::vector<Difference> pendingSettings(const GatewayView &gateway, const std::string &databasePath,
+                                        Snapshot &before, Snapshot &after, const ChangeSet &changes)
+{
+    const std::optional<int64_t> start = serviceStart();
+    std::vector<RowChange> unheard;
+    if (start)
+        unheard = History(databasePath).unheardSince(*start);
+    Snapshot loaded(before.database());
+    for (const RowChange &change : unheard)
+        putBack(loaded.database(), change);
+    for (const RowChange &change : changes.rows)
+        if (!change.isAnnounced())
+            unheard.push_back(change);
+    std::vector<Difference> waiting = otherwiseIn(loaded.database(), after.database(), unheard);
     if (waiting.empty())
         return waiting;
-    Script script = gateway.startScript(before);
+    Script script = gateway.startScript(loaded);
     script.image(after.image());
     addRequests(script, changes);
     const Rehearsal changed = rehearse(script);

@@ -12,10 +12,15 @@ namespace swctl {
 // The events of a change, as the service gets them.
 void addRequests(Script &script, const ChangeSet &changes);
 
-// The rows of which the service hears nothing, as far as a start with them would
-// give something else than the change on the running service. That is rehearsed;
-// none when every row is announced, or when it makes no difference.
-std::vector<Difference> pendingSettings(const GatewayView &gateway, Snapshot &before,
-                                        Snapshot &after, const ChangeSet &changes);
+// The rows of ports and switches that the running service has otherwise, in memory,
+// as far as a start with the rows as they are now would give something else. That is
+// rehearsed, from the rows as the service had them at its start, which the history
+// tells; none when it makes no difference.
+std::vector<Difference> pendingSettings(const GatewayView &gateway, const std::string &databasePath,
+                                        Snapshot &before, Snapshot &after,
+                                        const ChangeSet &changes);
+
+// Whether the service hears nothing of some of them.
+bool isPartlyUnheard(const ChangeSet &changes);
 
 } // namespace swctl

@@ -125,8 +125,10 @@ Preview preview(const ChangeOptions &options, const Plan &plan)
     foreseeChip(old, now, printable(chipName(after.database())), seen.lines);
     foreseeTags(old, now, seen.lines);
     foreseeKernel(old.kernel, now.kernel, seen.lines);
-    for (const Difference &difference : pendingSettings(gateway, before, after, seen.changes))
-        seen.lines.push_back("! " + difference.text());
+    if (isPartlyUnheard(seen.changes))
+        for (const Difference &difference :
+             pendingSettings(gateway, options.databasePath, before, after, seen.changes))
+            seen.lines.push_back("! " + difference.text());
     if (options.offline)
         return seen;
     Script script = gateway.startScript(before);
