@@ -314,7 +314,8 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
     size_t sent = 0;
     try {
         sent = announceAll(verdict.changes, verdict.answer);
-        verdict.asked = true;
+        verdict.asked = std::any_of(verdict.changes.rows.begin(), verdict.changes.rows.end(),
+                                    [](const RowChange &change) { return change.isAnnounced(); });
         if (verdict.answer < 0) {
             verdict.reasons = reasonsIn(log.take());
             takeBack(database, prepared, sent, options.verify, verdict);
@@ -469,11 +470,8 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
         difference.restart = !waiting.empty() && !dryRun;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
     if (target.stopped)
-        verdict.note = stoppedText(*target.stopped);
-    const std::string note = verdict.note;
+        verdict.note = verdict.startStops = stoppedText(*target.stopped);
     judge(verdict, std::move(settled), Word::applied);
-    if (!note.empty())
-        verdict.note = note;
     return verdict;
 }
 

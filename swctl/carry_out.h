@@ -35,6 +35,7 @@ struct Verdict {
     std::vector<std::string> reasons; // lines of the service's log that say why
     std::vector<std::string> settled; // what was announced again
     std::vector<std::string> unread;  // parts that could not be read, and why
+    std::string startStops;           // where a start of the service would stop; empty: nowhere
     std::string note;                 // what a person should know besides
     int64_t deadline = 0;             // of its confirmation, seconds since 1970; 0: none
 };

@@ -63,8 +63,10 @@ void addRequestCommands(Program &program);       // request, bandwidth, event, c
 void addViewCommands(Program &program);          // show, log
 void addFileCommands(Program &program);          // export, apply, batch
 void addTrialCommands(Program &program);         // confirm, history, undo
-void addTruthCommands(Program &program);         // diff, repair, recover, rehearse
-void addCheckCommand(Program &program);          // check
+void addStateCommands(Program &program);         // status
+void addPortStats(Program &program, CLI::App &group);
+void addTruthCommands(Program &program); // diff, repair, recover, rehearse
+void addCheckCommand(Program &program);  // check
 
 // Made from the commands themselves.
 std::string manualPage(const CLI::App &app);

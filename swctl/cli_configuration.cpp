@@ -185,6 +185,7 @@ void addPortCommands(Program &program)
          {"delete", planDelete, "Delete a port; the service drops it when it starts again",
           "  swctl port delete BCM 4"}});
     addListCommand(program, *group, portTable, "List the ports", "  swctl port list");
+    addPortStats(program, *group);
 }
 
 void addSwitchRowCommands(Program &program)

@@ -50,16 +50,6 @@ int runConfirm(const Globals &globals, const TrialArguments &arguments)
     return exitDone;
 }
 
-std::string dateText(int64_t time)
-{
-    const auto seconds = static_cast<time_t>(time);
-    tm broken = {};
-    localtime_r(&seconds, &broken);
-    char text[32];
-    strftime(text, sizeof(text), "%Y-%m-%d %H:%M:%S", &broken);
-    return text;
-}
-
 int runHistory(const Globals &globals, const TrialArguments &arguments)
 {
     { // Of a database that can be used.

@@ -34,7 +34,8 @@ Verdict takeBackTrial(const ChangeOptions &options, const Trial &trial);
 // What the process does: waits, and takes back what is still there.
 int watchTrial(const ChangeOptions &options, int seconds);
 
-// "12:30:05" of today.
+// "12:30:05" and "2026-01-31 12:30:05", local time of seconds since 1970.
 std::string clockText(int64_t time);
+std::string dateText(int64_t time);
 
 } // namespace swctl

@@ -122,6 +122,7 @@ int main(int argc, char **argv)
         addFileCommands(program);
         addTrialCommands(program);
         addTruthCommands(program);
+        addStateCommands(program);
         addCheckCommand(program);
         return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {

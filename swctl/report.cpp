@@ -141,6 +141,7 @@ void printVerdict(const Verdict &verdict, bool offline)
     case Word::differs:
         fprintf(stderr, "swctl: differs: %s: %s\n", what.c_str(),
                 verdict.answer < 0     ? "refused by the service, and not all is as before"
+                : !verdict.asked       ? "written; the service does not take it up while it runs"
                 : verdict.left.empty() ? "accepted by the service, but it could not be verified"
                                        : "accepted by the service, but not all is as it should be");
         break;
