@@ -8,6 +8,7 @@
 #include "swctl/pending.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
+#include "swctl/service_life.h"
 #include "swctl/text.h"
 
 #include <unistd.h>
@@ -275,6 +276,7 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
     changes = plan(database);
     if (changes.empty())
         return;
+    markStillHeld(options.databasePath, changes);
     prepared.before = std::make_unique<Snapshot>(database);
     writeRows(database, changes);
     if (!options.force)
@@ -298,6 +300,7 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
         beginTrial(options, changes, options.onTrial);
     try {
         transaction.commit();
+        verdict.committed = clockMs(CLOCK_REALTIME);
     } catch (const Failure &) {
         if (options.onTrial != 0)
             endTrial(options.databasePath);

@@ -8,6 +8,7 @@
 #include "swctl/outcome.h"
 #include "swctl/row_json.h"
 #include "swctl/service.h"
+#include "swctl/service_life.h"
 #include "swctl/text.h"
 
 #include <fcntl.h>
@@ -70,13 +71,6 @@ void startWatcher(const ChangeOptions &options, int lockedFile, int seconds)
         throw Failure(exitUsage, std::string("a process that would take the change back cannot be "
                                              "started: ") +
                                      strerror(status));
-}
-
-int64_t sinceBoot() // ms, time asleep included
-{
-    timespec now = {};
-    clock_gettime(CLOCK_BOOTTIME, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
 // While it is open no other file can have its number.
@@ -164,8 +158,8 @@ int watchTrial(const ChangeOptions &options, int seconds)
     signal(SIGHUP, SIG_IGN);
     signal(SIGINT, SIG_IGN);
     const std::string path = trialPath(options.databasePath);
-    const int64_t end = sinceBoot() + int64_t{seconds} * 1000;
-    while (isThisTrial(path) && sinceBoot() < end)
+    const int64_t end = clockMs(CLOCK_BOOTTIME) + int64_t{seconds} * 1000;
+    while (isThisTrial(path) && clockMs(CLOCK_BOOTTIME) < end)
         poll(nullptr, 0, napMs);
     const ChangeLock lock(options.databasePath, longestWait, [] {});
     if (!isThisTrial(path))

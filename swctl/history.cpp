@@ -10,7 +10,6 @@
 #include <unistd.h>
 
 #include <cstdlib>
-#include <ctime>
 
 namespace swctl {
 namespace {
@@ -26,13 +25,6 @@ std::string userName()
         return lent;
     const passwd *entry = getpwuid(getuid());
     return entry != nullptr ? entry->pw_name : std::to_string(getuid());
-}
-
-int64_t nowMs()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
 }
 
 std::vector<std::string_view> linesOf(std::string_view text)
@@ -102,7 +94,7 @@ int History::add(const Verdict &verdict, const std::string &outcome, int undoes)
 {
     std::string text = fileContents(path, mostHistory).value_or(std::string());
     std::vector<std::string_view> lines = linesOf(text);
-    HistoryEntry entry{1, nowMs(), userName(), outcome, undoes, verdict.changes};
+    HistoryEntry entry{1, verdict.committed, userName(), outcome, undoes, verdict.changes};
     for (size_t i = lines.size(); i-- > 0;)
         if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
             entry.number = last->number + 1;

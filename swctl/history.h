@@ -13,7 +13,7 @@ struct Verdict;
 
 struct HistoryEntry {
     int number = 0;      // counts up
-    int64_t time = 0;    // ms since 1970
+    int64_t time = 0;    // ms since 1970, of its commit
     std::string who;     // login name
     std::string outcome; // one of the four words, or "written": only the rows
     int undoes = 0;      // number of the entry that it takes back; 0: none

@@ -113,6 +113,27 @@ void addRequests(Script &script, const ChangeSet &changes)
     }
 }
 
+void markStillHeld(const std::string &databasePath, ChangeSet &changes)
+{
+    const auto isNew = [](const RowChange &change) {
+        return change.vlanId() == 0 && change.operation() == SWMGR_DB_INSERT;
+    };
+    if (std::none_of(changes.rows.begin(), changes.rows.end(), isNew))
+        return;
+    std::set<std::string> gone;
+    const auto take = [&gone](const std::vector<RowChange> &rows) {
+        for (const RowChange &change : rows)
+            if (!change.after)
+                gone.insert(rowName(change));
+    };
+    if (const std::optional<int64_t> start = serviceStart())
+        take(History(databasePath).unheardSince(*start));
+    take(changes.rows);
+    for (RowChange &change : changes.rows)
+        if (isNew(change) && gone.contains(rowName(change)))
+            change.told = false;
+}
+
 bool isPartlyUnheard(const ChangeSet &changes)
 {
     return std::any_of(

@@ -20,6 +20,10 @@ std::vector<Difference> pendingSettings(const GatewayView &gateway, const std::s
                                         Snapshot &before, Snapshot &after,
                                         const ChangeSet &changes);
 
+// A port or a switch whose row went while the service was up is still there in its
+// memory: a new row for it is none that the service can add. Marks those as not told.
+void markStillHeld(const std::string &databasePath, ChangeSet &changes);
+
 // Whether the service hears nothing of some of them.
 bool isPartlyUnheard(const ChangeSet &changes);
 

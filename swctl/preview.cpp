@@ -111,6 +111,7 @@ Preview preview(const ChangeOptions &options, const Plan &plan)
     {
         Transaction transaction(after.database(), Access::write); // as the plan expects
         seen.changes = plan(after.database());
+        markStillHeld(options.databasePath, seen.changes);
         writeRows(after.database(), seen.changes);
         transaction.commit();
     }

@@ -11,7 +11,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <ctime>
 #include <fstream>
 #include <sstream>
 #include <string>
@@ -20,13 +19,6 @@ namespace swctl {
 namespace {
 
 constexpr const char *defaultRelayDirectory = "/run/relay";
-
-int64_t clockMs(clockid_t clock)
-{
-    timespec now = {};
-    clock_gettime(clock, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
 
 pid_t servingProcess()
 {
@@ -52,6 +44,13 @@ pid_t servingProcess()
 
 } // namespace
 
+int64_t clockMs(clockid_t clock)
+{
+    timespec now = {};
+    clock_gettime(clock, &now);
+    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
+}
+
 std::optional<int64_t> serviceStart()
 {
     constexpr int startField = 20; // among those behind the name, which may hold blanks
@@ -65,7 +64,9 @@ std::optional<int64_t> serviceStart()
     for (int i = 0; i < startField; ++i)
         fields >> field;
     const int64_t sinceBoot = strtoll(field.c_str(), nullptr, 10) * 1000 / sysconf(_SC_CLK_TCK);
-    return clockMs(CLOCK_REALTIME) - clockMs(CLOCK_BOOTTIME) + sinceBoot;
+    // The kernel tells it in whole ticks, rounded down.
+    const int64_t tick = 1000 / sysconf(_SC_CLK_TCK);
+    return clockMs(CLOCK_REALTIME) - clockMs(CLOCK_BOOTTIME) + sinceBoot + tick;
 }
 
 } // namespace swctl

@@ -27,16 +27,17 @@ class Drill(GatewayTest):
         self.assertTrue(self.hardware.start())
         self.words = [0] * 5
 
-    def swctl(self, *arguments, interrupt=0.0):
+    def swctl(self, *arguments, interrupt=0.0, text=""):
         environment = dict(os.environ, RELAY_DIR=str(self.hardware.state / "relay"),
                            SWMGR_DATABASE=str(self.hardware.state / "switch.db"))
         client = subprocess.Popen([BUILD / "bin/swctl", *map(str, arguments)], env=environment,
-                                  stdout=subprocess.PIPE, stderr=subprocess.PIPE, text=True)
+                                  stdin=subprocess.PIPE, stdout=subprocess.PIPE,
+                                  stderr=subprocess.PIPE, text=True)
         if interrupt:
             time.sleep(interrupt)
             client.send_signal(self.random.choice((signal.SIGINT, signal.SIGTERM, signal.SIGKILL)))
-        out, error = client.communicate(timeout=60)
-        self.said = f"swctl {arguments}: {client.returncode}\n{out}{error}"
+        out, error = client.communicate(text, timeout=60)
+        self.said = f"swctl {arguments} {text}: {client.returncode}\n{out}{error}"
         return client.returncode
 
     def agree(self):
@@ -64,6 +65,17 @@ class Drill(GatewayTest):
     def ports(self, most):
         return ",".join(str(port) for port in range(5) if self.random.random() < most / 5)
 
+    def operations(self):
+        """One command, several at once, or the last change taken back."""
+        chance = self.random.random()
+        if chance < 0.1 and self.swctl("undo", "--dry-run") != USAGE:
+            return ("undo",), ""
+        if chance > 0.3:
+            return self.operation(), ""
+        lines = [self.operation() for _ in range(self.random.randrange(1, 4))]
+        return ("batch",), "".join(" ".join(str(word) or '""' for word in line) + "\n"
+                                   for line in lines)
+
     def operation(self):
         rows = [row["vlanId"] for row in self.hardware.rows("vlanEncapIf").values()]
         vlan = self.random.choice(VLANS)
@@ -81,11 +93,14 @@ class Drill(GatewayTest):
     def test_words(self):
         for number in range(OPERATIONS):
             before = self.hardware.rows("vlanEncapIf")
-            operation = self.operation()
+            operation, text = self.operations()
             chance = self.random.random()
             interrupt = self.random.random() * 0.02 if chance < 0.15 else 0.0
-            status = self.swctl(*operation, interrupt=interrupt)
+            status = self.swctl(*operation, interrupt=interrupt, text=text)
             what = f"operation {number}, seed {SEED}: {self.said}"
+            if status == USAGE and text:  # a line after another one deleted its VLAN
+                self.assertEqual(self.hardware.rows("vlanEncapIf"), before, what)
+                continue
             if interrupt and status not in (APPLIED, REFUSED):
                 self.assertIn(self.swctl("recover"), (APPLIED,), what + self.said)
                 self.assertTrue(self.agree(), f"{what}{self.said}{self.seen}")

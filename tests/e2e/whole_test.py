@@ -1,0 +1,121 @@
+"""Changes as a whole, on trial, looked at beforehand and taken back."""
+
+import json
+import os
+import signal
+import subprocess
+import time
+
+from gateway import TOP, GatewayTest, main
+
+APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
+ADD = ("vlan", "add", 30, "--interface", "eth0", "--ports", "1,2,3", "--untagged", 3)
+
+
+class Whole(GatewayTest):
+    def setUp(self):
+        self.hardware = self.gateway()
+        self.hardware.start_log_daemon()
+        self.assertTrue(self.hardware.start())
+        self.before = self.state()
+
+    def state(self):
+        return (self.hardware.rows("vlanEncapIf"),
+                [vlan for vlan in self.hardware.chip()["vlans"] if vlan["fwdMap"] != 0],
+                self.hardware.engine()["interfaces"])
+
+    def swctl(self, status, *arguments):
+        self.assertEqual(self.hardware.swctl(*arguments), status, self.hardware.said)
+        return self.hardware.said
+
+    def test_dry_runs_write_and_send_nothing(self):
+        trace = len(self.hardware.trace())
+        for arguments, status, text in (
+                (ADD, APPLIED, "+ VLAN 30  BCM 1T 2T 3U"),
+                (ADD, APPLIED, "! port 3 PVID 100 -> 30"),
+                ((*ADD, "-v"), APPLIED, "> vconfig add eth0 30"),
+                (("vlan", "delete", 10), APPLIED, "- eth0.10"),
+                ((*ADD, "--no-move"), REFUSED, "--no-move"),
+                (("switch", "set", "PSE", "--qos", "off"), APPLIED, "! switch PSE")):
+            self.assertIn(text, self.swctl(status, *arguments, "--dry-run"))
+        self.assertEqual(len(self.hardware.trace()), trace)
+        self.assertEqual(self.state(), self.before)
+
+    def test_a_file_is_applied_whole_and_once(self):
+        path = self.hardware.state / "gateway.json"
+        self.swctl(APPLIED, "export", path)
+        configuration = json.loads(path.read_text())
+        self.check_schema(configuration)
+        self.assertIs(json.loads(self.swctl(APPLIED, "--json", "apply", path))["changed"], False)
+        whole = json.dumps(configuration)
+        gone = configuration["vlans"].pop(0)
+        ports = [port for port in configuration["ports"] if port["portNumber"] != 4 or
+                 port["phyDevice"]]
+        for port in ports:
+            port["phyDevice"] = (port["phyDevice"] or "").replace("BCM:4", "BCM:3")
+        configuration["ports"] = ports
+        path.write_text(json.dumps(configuration))
+        self.assertIn("restart the service", self.swctl(DIFFERS, "apply", path))
+        self.assertNotIn(gone["vlanId"], [row["vlanId"] for row in self.state()[0].values()])
+        path.write_text(whole)  # a port of the engine is mapped onto one that is new
+        self.swctl(APPLIED, "apply", path)
+        self.assertEqual(self.hardware.stop(), 0)
+        self.assertTrue(self.hardware.start())
+        self.swctl(APPLIED, "diff")
+        self.assertIs(json.loads(self.swctl(APPLIED, "--json", "apply", path))["changed"], False)
+        held = self.state()
+        configuration = json.loads(whole)
+        configuration["vlans"].append({"vlanId": 40, "interfaceName": "eth9", "fwdMap": "1"})
+        for text, status in ((json.dumps(configuration), REFUSED), ("{]", USAGE), ("[]", USAGE),
+                             ('{"vlans": [{"vlanId": 1, "no": 2}]}', USAGE),
+                             ('{"vlans": [{"fwdMap": "1"}]}', USAGE)):
+            path.write_text(text)
+            self.swctl(status, "apply", path)
+        self.assertEqual(self.state(), held)
+
+    def check_schema(self, configuration):
+        import jsonschema  # a package that the tests install
+        schema = json.loads((TOP / "data/configuration.schema.json").read_text())
+        jsonschema.validate(configuration, schema)
+        configuration["vlans"][0]["vlanId"] += 5000
+        with self.assertRaises(jsonschema.ValidationError):
+            jsonschema.validate(configuration, schema)
+        configuration["vlans"][0]["vlanId"] -= 5000
+
+    def test_trials_go_back_unless_confirmed(self):
+        for arguments, status in (((*ADD, "--confirm", 600), APPLIED), (("confirm",), APPLIED),
+                                  (("confirm",), REFUSED), (("undo",), APPLIED)):
+            self.swctl(status, *arguments)
+        self.assertEqual(self.state(), self.before)
+        self.swctl(APPLIED, *ADD, "--confirm", 1)
+        while self.hardware.rows("vlanEncapIf") != self.before[0]:
+            time.sleep(0.05)
+        self.swctl(APPLIED, "diff")  # after its watcher, which has the lock until it ends
+        self.swctl(APPLIED, *ADD, "--confirm", 600)
+        self.swctl(REFUSED, "vlan", "delete", 10)
+        self.end_watchers()
+        self.assertEqual(self.hardware.stop(), 0)  # as after a loss of power
+        self.swctl(APPLIED, "recover")
+        self.assertEqual(self.hardware.rows("vlanEncapIf"), self.before[0])
+        self.assertTrue(self.hardware.start())
+
+    def end_watchers(self):
+        found = subprocess.run(["pgrep", "-f", f"{self.hardware.database} confirm --watch"],
+                               capture_output=True, text=True, check=True)
+        for pid in found.stdout.split():
+            os.kill(int(pid), signal.SIGKILL)
+
+    def test_what_the_service_has_not_heard_is_told_until_it_starts(self):
+        for arguments, status in ((("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS),
+                                  (("diff",), DIFFERS), (("status",), DIFFERS),
+                                  (("undo",), APPLIED), (("status",), APPLIED),
+                                  (("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS)):
+            self.swctl(status, *arguments)
+        self.assertEqual(self.hardware.stop(), 0)
+        self.swctl(UNANSWERED, "status")
+        self.assertTrue(self.hardware.start())
+        self.swctl(APPLIED, "status")
+
+
+if __name__ == "__main__":
+    main()
