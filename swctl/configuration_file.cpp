@@ -51,6 +51,12 @@ Json rowJson(const Row &row)
     throw Failure(exitUsage, printable(name) + ": " + printable(why));
 }
 
+[[noreturn]] void refuseValue(const std::string &name, const std::string &where,
+                              const std::string &column)
+{
+    refuseFile(name, where + ": '" + column + "' is neither text, number nor null");
+}
+
 // The lists of a file, each with its rows as plain assignments.
 using WantedRows = std::vector<std::vector<Assignment>>;
 using Wanted = std::map<const Section *, WantedRows>;
@@ -64,7 +70,7 @@ std::vector<Assignment> wantedRow(const std::string &name, const Section &sectio
     std::vector<Assignment> values;
     for (const auto &[column, value] : json.items()) {
         if (value.is_array() || value.is_boolean())
-            refuseFile(name, where + ": '" + column + "' is neither text, number nor null");
+            refuseValue(name, where, column);
         values.push_back({column, valueOf(value)});
     }
     for (const char *column : {section.owner, section.number})
@@ -87,8 +93,9 @@ Wanted wantedIn(const std::string &text, const std::string &name)
         refuseFile(name, "it is no object with switches, ports and vlans");
     Wanted wanted;
     for (const auto &[member, list] : json.items()) {
-        const auto section = std::find_if(std::begin(sections), std::end(sections),
-                                          [&](const Section &one) { return member == one.name; });
+        const auto section =
+            std::find_if(std::begin(sections), std::end(sections),
+                         [&name = member](const Section &one) { return name == one.name; });
         if (member == "$schema")
             continue;
         if (section == std::end(sections) || !list.is_array())

@@ -51,6 +51,7 @@ void startWatcher(const ChangeOptions &options, int lockedFile, int seconds)
         words.insert(words.end(), {"--site", options.siteFile});
     words.insert(words.end(), {"confirm", "--watch", std::to_string(seconds)});
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (std::string &word : words)
         arguments.push_back(word.data());
     arguments.push_back(nullptr);

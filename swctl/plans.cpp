@@ -40,6 +40,16 @@ uint32_t maskOf(const std::string &list)
     throw Failure(exitRefused, "refused: " + what + "; nothing was changed");
 }
 
+[[noreturn]] void refuseMove(const std::string &ports, const std::string &vlan)
+{
+    refuse("port " + ports + " is untagged in " + vlan + " already, and --no-move keeps it there");
+}
+
+std::string movedText(const std::string &ports, const std::string &vlan)
+{
+    return "port " + ports + " is no longer untagged in " + vlan;
+}
+
 // A port is untagged in one VLAN. The service sees to it in memory only, so the
 // rows of the others are changed with this one; `replaced` is the row that it was.
 void moveUntagged(Database &database, const RowWish &wish, const Row &row, int64_t replaced,
@@ -53,11 +63,10 @@ void moveUntagged(Database &database, const RowWish &wish, const Row &row, int64
         const std::string ports = listText(had & taken);
         const std::string vlan = "VLAN " + printable(other.text("vlanId"));
         if (!wish.mayMove)
-            refuse("port " + ports + " is untagged in " + vlan +
-                   " already, and --no-move keeps it there");
+            refuseMove(ports, vlan);
         Row without = other;
         without.set({"untagMap", listText(had & ~taken)});
-        changes.consequences.push_back("port " + ports + " is no longer untagged in " + vlan);
+        changes.consequences.push_back(movedText(ports, vlan));
         changes.rows.push_back({wish.table, std::move(other), std::move(without)});
     }
 }

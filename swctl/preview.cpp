@@ -33,6 +33,13 @@ void foreseeChip(const Target &before, const Target &after, const std::string &c
     }
 }
 
+std::string tagText(const std::string &port, const std::string &old, const std::string &now,
+                    bool losesTraffic)
+{
+    return "! port " + port + " PVID " + old + " -> " + now +
+           (losesTraffic ? " (VLAN " + old + " loses its untagged traffic)" : "");
+}
+
 void foreseeTags(const Target &before, const Target &after, std::vector<std::string> &lines)
 {
     for (size_t port = 0; port < before.chip.ports.size(); ++port) {
@@ -40,10 +47,7 @@ void foreseeTags(const Target &before, const Target &after, std::vector<std::str
         const std::string now = std::to_string(after.chip.ports[port].pvid);
         if (old == now)
             continue;
-        std::string line = "! port " + std::to_string(port) + " PVID " + old + " -> " + now;
-        if (before.takesUntagged[port])
-            line += " (VLAN " + old + " loses its untagged traffic)";
-        lines.push_back(std::move(line));
+        lines.push_back(tagText(std::to_string(port), old, now, before.takesUntagged[port]));
     }
 }
 
