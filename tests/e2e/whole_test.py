@@ -90,7 +90,8 @@ class Whole(GatewayTest):
         self.swctl(APPLIED, *ADD, "--confirm", 1)
         while self.hardware.rows("vlanEncapIf") != self.before[0]:
             time.sleep(0.05)
-        self.swctl(APPLIED, "diff")  # after its watcher, which has the lock until it ends
+        self.swctl(APPLIED, "recover")  # waits for the watcher, which has the lock
+        self.swctl(APPLIED, "diff")
         self.swctl(APPLIED, *ADD, "--confirm", 600)
         self.swctl(REFUSED, "vlan", "delete", 10)
         self.end_watchers()
