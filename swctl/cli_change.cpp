@@ -4,6 +4,7 @@
 #include "swctl/journal.h"
 #include "swctl/outcome.h"
 #include "swctl/report.h"
+#include "swctl/validate.h"
 
 namespace swctl {
 namespace {
@@ -24,16 +25,15 @@ int show(const Program &program, const ChangeFlags &flags, const Plan &plan)
 
 void addChangeFlags(CLI::App &command, ChangeFlags &flags)
 {
-    CLI::Option *dryRun = command.add_flag(
-        "--dry-run", flags.dryRun, "Only show what would become different; write and send nothing");
+    command.add_flag("--dry-run", flags.dryRun,
+                     "Only show what would become different; write and send nothing");
     command.add_flag("-v,--verbose", flags.verbose,
                      "With --dry-run: the commands and requests in their order, too");
     command
         .add_option("--confirm", flags.confirm,
                     "Take it back after so many seconds unless 'swctl confirm' comes first")
         ->type_name("SECONDS")
-        ->check(CLI::Range(1, longestTrial))
-        ->excludes(dryRun);
+        ->transform(decimal(1, longestTrial));
     command.add_flag("--offline", flags.offline, "Only write the row; do not tell the service");
     command.add_flag("--no-verify", flags.noVerify,
                      "Do not look at the hardware afterwards, which is faster");
@@ -50,7 +50,7 @@ ChangeOptions optionsOf(const Globals &globals, const ChangeFlags &flags)
     options.offline = flags.offline;
     options.verify = !flags.noVerify;
     options.force = flags.force;
-    options.onTrial = flags.confirm;
+    options.onTrial = flags.confirm.empty() ? 0 : std::stoi(flags.confirm);
     return options;
 }
 
@@ -62,6 +62,8 @@ int change(const Program &program, const ChangeFlags &flags, const Plan &plan, i
         program.batch->push_back(plan);
         return exitDone;
     }
+    if (!flags.confirm.empty() && (flags.dryRun || flags.offline))
+        throw Failure(exitUsage, "--confirm does not go with --dry-run or --offline");
     if (flags.dryRun)
         return show(program, flags, plan);
     ChangeOptions options = optionsOf(program.globals, flags);

@@ -12,11 +12,11 @@ struct ChangeFlags {
     bool force = false;    // although a start would stop at it
     bool dryRun = false;   // only look what it would do
     bool verbose = false;  // and list every command and request
-    int confirm = 0;       // s until it is taken back unless confirmed; 0: it stays
+    std::string confirm;   // s until it is taken back unless confirmed; empty: it stays
 
     [[nodiscard]] bool any() const
     {
-        return offline || noVerify || force || dryRun || verbose || confirm != 0;
+        return offline || noVerify || force || dryRun || verbose || !confirm.empty();
     }
 };
 

@@ -15,24 +15,34 @@ namespace swctl {
 namespace {
 
 constexpr size_t mostInput = 64 * 1024 * 1024; // bytes
+constexpr const char *inputName = "standard input";
 
 struct FileArguments {
     std::string file = "-"; // standard input or output
     ChangeFlags flags;
 };
 
-std::string standardInput()
+// Everything up to the end; of a pipe as well.
+std::string contentsOf(FILE *stream, const std::string &name)
 {
     std::string text;
     char block[65536];
-    for (size_t length = 0; (length = fread(block, 1, sizeof(block), stdin)) > 0;) {
+    for (size_t length = 0; (length = fread(block, 1, sizeof(block), stream)) > 0;) {
         text.append(block, length);
         if (text.size() > mostInput)
-            throw Failure(exitUsage, "standard input brings too much");
+            throw Failure(exitUsage, printable(name) + ": it is too long");
     }
-    if (ferror(stdin) != 0)
-        throw Failure(exitUsage, std::string("standard input: ") + strerror(errno));
+    if (ferror(stream) != 0)
+        throw Failure(exitUsage, printable(name) + ": " + strerror(errno));
     return text;
+}
+
+std::string contentsOf(const std::string &path)
+{
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(fopen(path.c_str(), "re"), fclose);
+    if (file == nullptr)
+        throw Failure(exitUsage, printable(path) + ": " + strerror(errno));
+    return contentsOf(file.get(), path);
 }
 
 int runExport(const Globals &globals, const std::string &file)
@@ -51,12 +61,9 @@ int runExport(const Globals &globals, const std::string &file)
 int runApply(const Program &program, const FileArguments &arguments)
 {
     const bool isInput = arguments.file == "-";
-    std::optional<std::string> text =
-        isInput ? standardInput() : fileContents(arguments.file, mostInput);
-    if (!text)
-        throw Failure(exitUsage, printable(arguments.file) + ": there is no such file");
-    return change(program, arguments.flags,
-                  planFile(*text, isInput ? "standard input" : arguments.file));
+    const std::string name = isInput ? inputName : arguments.file;
+    const std::string text = isInput ? contentsOf(stdin, name) : contentsOf(name);
+    return change(program, arguments.flags, planFile(text, name));
 }
 
 // The words of a line: blanks part them, quotes keep them together.
@@ -117,7 +124,7 @@ void takeLine(const Globals &globals, std::vector<std::string> words, std::vecto
 int runBatch(const Program &program, const FileArguments &arguments)
 {
     std::vector<Plan> plans;
-    const std::string text = standardInput();
+    const std::string text = contentsOf(stdin, inputName);
     size_t number = 0;
     for (size_t start = 0; start < text.size();) {
         const size_t end = std::min(text.find('\n', start), text.size());

@@ -135,7 +135,10 @@ Verdict takeBackTrial(const ChangeOptions &options, const Trial &trial)
     try {
         verdict = carryOut(
             quiet,
-            [&trial](Database &) {
+            [&trial](Database &database) {
+                // It was written down before it was committed, and may never have been.
+                if (rowsAreBefore(database, trial.changes))
+                    return ChangeSet();
                 ChangeSet back = reversed(trial.changes);
                 back.what = trial.changes.what;
                 back.verb = "taken back, as nobody confirmed that it was " + trial.changes.verb;
