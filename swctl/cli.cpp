@@ -43,18 +43,22 @@ int reportAnswer(const Globals &globals, const std::string &what, int status)
 
 // A tool that failed shows in the log alone: the service answers for the switches
 // below.
-int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log)
+int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log,
+                 const std::string &fault)
 {
     const std::vector<std::string> reasons = reasonsIn(log.take());
     const bool failed = std::any_of(reasons.begin(), reasons.end(), [](const std::string &line) {
         return line.starts_with("cmd (");
     });
-    const Word word = status < 0 ? Word::refused : failed ? Word::differs : Word::applied;
+    const Word word = status < 0                 ? Word::refused
+                      : failed || !fault.empty() ? Word::differs
+                                                 : Word::applied;
     if (globals.json)
         printJson({{"outcome", wordText(word)},
                    {"request", what},
                    {"status", status},
                    {"meaning", statusInWords(status)},
+                   {"fault", fault.empty() ? Json() : Json(fault)},
                    {"reasons", reasons}});
     else if (word == Word::applied)
         printf("applied: %s\n", printable(what).c_str());
@@ -62,8 +66,8 @@ int reportAnswer(const Globals &globals, const std::string &what, int status, Re
         fprintf(stderr, "swctl: refused: %s: the service answered %s\n", printable(what).c_str(),
                 statusInWords(status).c_str());
     if (word == Word::differs)
-        fprintf(stderr, "swctl: differs: %s: answered as done, but a tool failed\n",
-                printable(what).c_str());
+        fprintf(stderr, "swctl: differs: %s: answered as done, but %s\n", printable(what).c_str(),
+                fault.empty() ? "a tool failed" : fault.c_str());
     if (word != Word::applied)
         for (const std::string &reason : reasons)
             fprintf(stderr, "  service: %s\n", reason.c_str());

@@ -54,7 +54,9 @@ CLI::App *addGroup(CLI::App &parent, const std::string &name, const std::string 
 // What a request came to, in words or as JSON; gives the exit status. `log` was
 // listening since before it.
 int reportAnswer(const Globals &globals, const std::string &what, int status);
-int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log);
+// `fault`: what was found afterwards that is not as asked; empty: nothing.
+int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log,
+                 const std::string &fault = {});
 
 // The commands, by area.
 void addConfigurationCommands(Program &program); // vlan, port, switch

@@ -2,7 +2,10 @@
 // bandwidth, event and command.
 #include "swctl/cli.h"
 #include "swctl/configuration_columns.h"
+#include "swctl/gateway_view.h"
 #include "swctl/outcome.h"
+#include "swctl/readback.h"
+#include "swctl/request_log.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
@@ -45,6 +48,28 @@ SwMgrVlanRequest vlanRequest(const VlanArguments &arguments)
     return request;
 }
 
+// The service answers 0 whatever became of such a request: the chip tells. Empty where
+// it is as asked, or where no chip can be read.
+std::string faultOf(const Globals &globals, const SwMgrVlanRequest &request, bool added)
+{
+    const int id = request.vlan.vlanId;
+    if (added && request.vlan.fwdMap == 0)
+        return {}; // an entry without members is none
+    try {
+        const Site site = findSite(globals.database, globals.site);
+        Database database(globals.database, Access::read);
+        const std::string device = chipDevice(database);
+        if (device.empty())
+            return {};
+        const Part<Chip> chip = readChip(site, device, {id});
+        if (!chip.held || chip.held->vlans.contains(id) == added)
+            return {};
+        return added ? "the chip has no entry of it" : "the chip still has its entry";
+    } catch (const Failure &) {
+        return {};
+    }
+}
+
 void addVlanRequest(Program &program, CLI::App &group, const char *name, int type,
                     const std::string &description, const std::string &examples)
 {
@@ -54,7 +79,11 @@ void addVlanRequest(Program &program, CLI::App &group, const char *name, int typ
             const SwMgrVlanRequest request = vlanRequest(*arguments);
             const int status = ask(SWMGR_RELAY_MODULE_ID, type, bytesOf(request));
             const std::string what = type == SW_CMD_VLAN_ADD ? "add of VLAN " : "delete of VLAN ";
-            return reportAnswer(program.globals, what + arguments->identity.text("vlanId"), status);
+            RequestLog silent;
+            return reportAnswer(
+                program.globals, what + arguments->identity.text("vlanId"), status, silent,
+                status < 0 ? std::string()
+                           : faultOf(program.globals, request, type == SW_CMD_VLAN_ADD));
         });
     arguments->identity.addTo(*command, vlanTable.arguments);
     arguments->values.addTo(*command, vlanTable.options);

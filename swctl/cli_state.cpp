@@ -21,6 +21,13 @@ namespace {
 
 constexpr size_t mostFailures = 5; // shown
 
+// What became of a sub-interface is read from the kernel itself.
+bool isOfKernel(const LogLine &line)
+{
+    return line.text.starts_with("cmd (vconfig ") || line.text.starts_with("cmd (ifconfig ") ||
+           line.text.starts_with("cmd (/sbin/vconfig ");
+}
+
 struct Status {
     std::string unreachable;      // why; empty: it answers
     std::optional<int64_t> start; // ms since 1970; none: not known
@@ -36,7 +43,8 @@ struct Status {
     {
         if (!unreachable.empty())
             return exitUnreachable;
-        const bool fine = verdict.word == Word::applied && unfinished.empty() && failures.empty() &&
+        const bool fine = verdict.word == Word::applied && unfinished.empty() &&
+                          std::all_of(failures.begin(), failures.end(), isOfKernel) &&
                           verdict.startStops.empty();
         return fine ? exitDone : exitDiffers;
     }

@@ -112,9 +112,13 @@ class Whole(GatewayTest):
                                   (("undo",), APPLIED), (("status",), APPLIED),
                                   (("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS)):
             self.swctl(status, *arguments)
+        self.swctl(APPLIED, "request", "vlan-add", 99, "--interface", "eth0", "--ports", 1)
         self.assertEqual(self.hardware.stop(), 0)
         self.swctl(UNANSWERED, "status")
         self.assertTrue(self.hardware.start())
+        said = self.swctl(DIFFERS, "request", "vlan-delete", 99, "--interface", "eth1")
+        self.assertIn("the chip still has its entry", said)
+        self.swctl(APPLIED, "repair")
         self.swctl(APPLIED, "status")
 
 
