@@ -1,6 +1,7 @@
 // Writes, announces, verifies, settles, takes back; see the header.
 #include "swctl/carry_out.h"
 
+#include "common/clock.h"
 #include "swctl/check.h"
 #include "swctl/confirm.h"
 #include "swctl/history.h"
@@ -8,7 +9,6 @@
 #include "swctl/pending.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
-#include "swctl/service_life.h"
 #include "swctl/text.h"
 
 #include <unistd.h>
@@ -102,6 +102,11 @@ void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &afte
                                    "\n  Nothing was changed. --force does it all the same.");
 }
 
+void addNote(Verdict &verdict, const std::string &text)
+{
+    verdict.note += (verdict.note.empty() ? "" : "\n  ") + text;
+}
+
 void readUnread(Verdict &verdict, const Actual &actual)
 {
     if (!actual.chip.held)
@@ -113,9 +118,7 @@ void readUnread(Verdict &verdict, const Actual &actual)
 void noteEngine(Verdict &verdict, const Actual &actual)
 {
     if (!actual.engine.reason.empty())
-        verdict.note += (verdict.note.empty() ? "" : "\n  ") +
-                        std::string("engine: not known whether its tools worked: ") +
-                        actual.engine.reason;
+        addNote(verdict, "engine: not known whether its tools worked: " + actual.engine.reason);
 }
 
 void judge(Verdict &verdict, Settled settled, Word otherwise)
@@ -249,9 +252,12 @@ void verifyAsItIs(Database &database, const ChangeOptions &options, Prepared &pr
         return;
     prepared.after = std::make_unique<Snapshot>(database);
     prepared.target = targetOfStart(prepared.gateway, *prepared.after);
-    judge(verdict,
-          settle(prepared.gateway, *prepared.after, prepared.target, {}, Extent::whole, false),
-          Word::applied);
+    Settled settled =
+        settle(prepared.gateway, *prepared.after, prepared.target, {}, Extent::whole, false);
+    const std::vector<Difference> waiting = pendingSettings(
+        prepared.gateway, options.databasePath, *prepared.after, *prepared.after, verdict.changes);
+    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    judge(verdict, std::move(settled), Word::applied);
 }
 
 // While a change is on trial another one would be in the way of taking it back.
@@ -296,11 +302,11 @@ void writeAndPrepare(Database &database, const ChangeOptions &options, const Pla
     }
     if (!options.offline)
         journal.begin(changes);
-    if (options.onTrial != 0)
-        beginTrial(options, changes, options.onTrial);
     try {
+        if (options.onTrial != 0)
+            beginTrial(options, changes, options.onTrial);
         transaction.commit();
-        verdict.committed = clockMs(CLOCK_REALTIME);
+        verdict.committed = millisecondsNow(CLOCK_REALTIME);
     } catch (const Failure &) {
         if (options.onTrial != 0)
             endTrial(options.databasePath);
@@ -328,9 +334,7 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
                 verdict.reasons = reasonsIn(log.take());
         }
         if (verdict.word != Word::applied && !log.available())
-            verdict.note +=
-                (verdict.note.empty() ? "" : "\n  ") +
-                std::string("reasons are not available: no log daemon hears the service");
+            addNote(verdict, "reasons are not available: no log daemon hears the service");
     } catch (const Failure &failure) {
         verdict.word = Word::unanswered;
         verdict.note = failure.what();
@@ -387,8 +391,7 @@ void remember(const ChangeOptions &options, Verdict &verdict)
                               .add(verdict, options.offline ? "written" : wordText(verdict.word),
                                    options.undoes));
     } catch (const Failure &failure) {
-        verdict.note += (verdict.note.empty() ? "" : "\n  ") + std::string("not in the history: ") +
-                        failure.what();
+        addNote(verdict, std::string("not in the history: ") + failure.what());
     }
 }
 

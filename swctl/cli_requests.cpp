@@ -48,26 +48,75 @@ SwMgrVlanRequest vlanRequest(const VlanArguments &arguments)
     return request;
 }
 
-// The service answers 0 whatever became of such a request: the chip tells. Empty where
-// it is as asked, or where no chip can be read.
-std::string faultOf(const Globals &globals, const SwMgrVlanRequest &request, bool added)
+// What chip and kernel hold of a VLAN.
+struct Held {
+    std::string unread; // why it is not known
+    ChipVlan entry;
+    bool subInterface = false; // on the Linux interface of the request
+
+    [[nodiscard]] bool none() const { return entry.empty() && !subInterface; }
+};
+
+Held heldOf(const Globals &globals, const SwitchVlanCfg &vlan)
 {
-    const int id = request.vlan.vlanId;
-    if (added && request.vlan.fwdMap == 0)
-        return {}; // an entry without members is none
+    Held held;
     try {
         const Site site = findSite(globals.database, globals.site);
         Database database(globals.database, Access::read);
         const std::string device = chipDevice(database);
-        if (device.empty())
-            return {};
-        const Part<Chip> chip = readChip(site, device, {id});
-        if (!chip.held || chip.held->vlans.contains(id) == added)
-            return {};
-        return added ? "the chip has no entry of it" : "the chip still has its entry";
-    } catch (const Failure &) {
-        return {};
+        const Part<Kernel> kernel = readKernel(site);
+        const Part<Chip> chip = device.empty()
+                                    ? Part<Chip>{.held = {}, .reason = "no switch is a chip"}
+                                    : readChip(site, device, {vlan.vlanId});
+        if (!chip.held || !kernel.held) {
+            held.unread = chip.held ? kernel.reason : chip.reason;
+            return held;
+        }
+        const auto entry = chip.held->vlans.find(vlan.vlanId);
+        if (entry != chip.held->vlans.end())
+            held.entry = entry->second;
+        held.subInterface = kernel.held->interfaces.contains(std::string(vlan.interfaceName) + "." +
+                                                             std::to_string(vlan.vlanId));
+    } catch (const Failure &failure) {
+        held.unread = failure.what();
     }
+    return held;
+}
+
+// The service answers 0 whatever became of such a request, so it is looked at. Empty
+// where all is as asked.
+std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
+{
+    const bool wantsSubInterface = vlan.inSwitchOnly == 0 && vlan.interfaceName[0] != '\0';
+    if (added && (vlan.fwdMap & ~uint32_t{held.entry.fwdMap}) != 0)
+        return "the chip has " + portsText(held.entry) + " for it";
+    if (added && wantsSubInterface && !held.subInterface)
+        return "its sub-interface is not there";
+    if (!added && !held.entry.empty())
+        return "the chip still has its entry";
+    if (!added && held.subInterface)
+        return "its sub-interface is still there";
+    return {};
+}
+
+int runVlanRequest(const Globals &globals, int type, const VlanArguments &arguments)
+{
+    const bool added = type == SW_CMD_VLAN_ADD;
+    const SwMgrVlanRequest request = vlanRequest(arguments);
+    std::string what =
+        (added ? "add of VLAN " : "delete of VLAN ") + arguments.identity.text("vlanId");
+    const Held before = heldOf(globals, request.vlan);
+    RequestLog log;
+    const int status = ask(SWMGR_RELAY_MODULE_ID, type, bytesOf(request));
+    const Held after = heldOf(globals, request.vlan);
+    if (status < 0)
+        return reportAnswer(globals, what, status, log);
+    if (!after.unread.empty())
+        what += "; not verified: " + after.unread;
+    else if (!added && before.unread.empty() && before.none())
+        what += "; nothing was there before";
+    return reportAnswer(globals, what, status, log,
+                        after.unread.empty() ? faultOf(after, request.vlan, added) : std::string());
 }
 
 void addVlanRequest(Program &program, CLI::App &group, const char *name, int type,
@@ -76,14 +125,7 @@ void addVlanRequest(Program &program, CLI::App &group, const char *name, int typ
     const auto arguments = std::make_shared<VlanArguments>();
     CLI::App *command =
         addCommand(program, group, name, description, examples, [&program, type, arguments] {
-            const SwMgrVlanRequest request = vlanRequest(*arguments);
-            const int status = ask(SWMGR_RELAY_MODULE_ID, type, bytesOf(request));
-            const std::string what = type == SW_CMD_VLAN_ADD ? "add of VLAN " : "delete of VLAN ";
-            RequestLog silent;
-            return reportAnswer(
-                program.globals, what + arguments->identity.text("vlanId"), status, silent,
-                status < 0 ? std::string()
-                           : faultOf(program.globals, request, type == SW_CMD_VLAN_ADD));
+            return runVlanRequest(program.globals, type, *arguments);
         });
     arguments->identity.addTo(*command, vlanTable.arguments);
     arguments->values.addTo(*command, vlanTable.options);
@@ -97,7 +139,7 @@ void addRequests(Program &program)
     CLI::App *group =
         addGroup(program.app, "request",
                  "VLAN requests that leave the database alone; the service answers them with done "
-                 "whatever becomes of them, so look at its log");
+                 "whatever becomes of them, so chip and kernel are looked at");
     if (!program.mayRun("request"))
         return;
     addVlanRequest(program, *group, "vlan-add", SW_CMD_VLAN_ADD, "Add a VLAN until the next start",

@@ -1,6 +1,7 @@
 // Trials; see the header.
 #include "swctl/confirm.h"
 
+#include "common/clock.h"
 #include "common/descriptor.h"
 #include "swctl/history.h"
 #include "swctl/journal.h"
@@ -8,7 +9,6 @@
 #include "swctl/outcome.h"
 #include "swctl/row_json.h"
 #include "swctl/service.h"
-#include "swctl/service_life.h"
 #include "swctl/text.h"
 
 #include <fcntl.h>
@@ -110,7 +110,8 @@ void beginTrial(const ChangeOptions &options, const ChangeSet &changes, int seco
                        {"change", Json::parse(toJson(changes))}};
     replaceFile(path, json.dump());
     const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
-    if (!file.valid() || flock(file.get(), LOCK_EX | LOCK_NB) != 0)
+    // Who only looks whether it is watched holds the lock for a moment, too.
+    if (!file.valid() || flock(file.get(), LOCK_EX) != 0)
         throw Failure(exitUsage, "cannot lock " + printable(path) + ": " + strerror(errno));
     startWatcher(options, file.get(), seconds);
 }
@@ -131,19 +132,25 @@ Verdict takeBackTrial(const ChangeOptions &options, const Trial &trial)
     quiet.recovering = true;
     quiet.force = true; // as it was before, whatever a check says of that
     quiet.offline = !serviceAnswers();
+    const Plan plan = [&trial](Database &database) {
+        // It was written down before it was committed, and may never have been.
+        if (rowsAreBefore(database, trial.changes))
+            return ChangeSet();
+        ChangeSet back = reversed(trial.changes);
+        back.what = trial.changes.what;
+        back.verb = "taken back, as nobody confirmed that it was " + trial.changes.verb;
+        return back;
+    };
     Verdict verdict;
     try {
-        verdict = carryOut(
-            quiet,
-            [&trial](Database &database) {
-                // It was written down before it was committed, and may never have been.
-                if (rowsAreBefore(database, trial.changes))
-                    return ChangeSet();
-                ChangeSet back = reversed(trial.changes);
-                back.what = trial.changes.what;
-                back.verb = "taken back, as nobody confirmed that it was " + trial.changes.verb;
-                return back;
-            });
+        verdict = carryOut(quiet, plan);
+        if (verdict.word == Word::refused) {
+            // The rows go back all the same, for the next start to apply.
+            quiet.offline = true;
+            verdict = carryOut(quiet, plan);
+            verdict.word = Word::differs;
+            verdict.note = "the service refused it; its next start applies the rows";
+        }
     } catch (const Failure &failure) {
         if (failure.status != exitRefused)
             throw;
@@ -162,8 +169,8 @@ int watchTrial(const ChangeOptions &options, int seconds)
     signal(SIGHUP, SIG_IGN);
     signal(SIGINT, SIG_IGN);
     const std::string path = trialPath(options.databasePath);
-    const int64_t end = clockMs(CLOCK_BOOTTIME) + int64_t{seconds} * 1000;
-    while (isThisTrial(path) && clockMs(CLOCK_BOOTTIME) < end)
+    const int64_t end = millisecondsNow(CLOCK_BOOTTIME) + int64_t{seconds} * 1000;
+    while (isThisTrial(path) && millisecondsNow(CLOCK_BOOTTIME) < end)
         poll(nullptr, 0, napMs);
     const ChangeLock lock(options.databasePath, longestWait, [] {});
     if (!isThisTrial(path))

@@ -67,7 +67,7 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
     if (!device.empty())
         actual.chip = readChip(place, device, ids, progress);
     else
-        actual.chip.reason = "no switch is a chip";
+        actual.chip.held.emplace(); // no switch is a chip: there is nothing to read
     actual.chipIds = std::move(ids);
     return actual;
 }

@@ -106,13 +106,12 @@ int History::add(const Verdict &verdict, const std::string &outcome, int undoes)
         appendToFile(path, line);
         return entry.number;
     }
+    size_t first = lines.size();
+    for (size_t size = 0; first > 0 && size + lines[first - 1].size() < fullHistory / 2;)
+        size += lines[--first].size() + 1;
     std::string kept;
-    size_t size = 0;
-    for (size_t i = lines.size(); i-- > 0 && size + lines[i].size() < fullHistory / 2;)
-        size += lines[i].size() + 1;
-    for (const std::string_view old : lines)
-        if (static_cast<size_t>(text.data() + text.size() - old.data()) <= size)
-            kept.append(old).append("\n");
+    for (size_t i = first; i < lines.size(); ++i)
+        kept.append(lines[i]).append("\n");
     replaceFile(path, kept + line);
     return entry.number;
 }

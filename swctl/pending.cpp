@@ -1,6 +1,7 @@
 // Compares a change on a running service with a start; see the header.
 #include "swctl/pending.h"
 
+#include "swctl/check_rows.h"
 #include "swctl/history.h"
 #include "swctl/outcome.h"
 #include "swctl/service_life.h"
@@ -61,10 +62,7 @@ bool isSameChip(const Rehearsal &a, const Rehearsal &b)
 
 std::string rowName(const RowChange &change)
 {
-    const Row &row = change.after ? *change.after : *change.before;
-    const std::string &owner = row.text("switchName");
-    return change.table == "swPortConfig" ? "port " + row.text("portNumber") + " of " + owner
-                                          : "switch " + owner;
+    return nameOf(change.table, change.after ? *change.after : *change.before);
 }
 
 // A row that somebody else has changed since is left as it is.

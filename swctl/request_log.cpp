@@ -15,7 +15,6 @@ namespace {
 
 constexpr int napMs = 1;
 constexpr int mostNaps = 250;
-constexpr const char *markerTable = "swctl"; // no table of the service's
 
 // The end of a deletion in a table that the service does not know: it does nothing
 // and logs that it did, after everything that it logged before.
@@ -23,15 +22,6 @@ std::string markerText(int rowId)
 {
     return std::string("DBUpdate event: Table: ") + markerTable +
            " opCode:9 rowId:" + std::to_string(rowId) + " status=0";
-}
-
-void markerSend(int rowId)
-{
-    SwMgrDbEvent event{};
-    fillField(event.tableName, markerTable);
-    event.rowId = rowId;
-    event.opCode = SWMGR_DB_DELETE;
-    static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event)));
 }
 
 bool isOfMarker(const LogLine &line)
@@ -59,7 +49,7 @@ std::vector<LogLine> RequestLog::take()
         return lines;
     try {
         const int rowId = getpid() * 64 + serial++ % 64;
-        markerSend(rowId);
+        askNothing(rowId);
         const std::string marker = markerText(rowId);
         bool seen = false;
         for (int nap = 0; !seen && nap < mostNaps; ++nap) {

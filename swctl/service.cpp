@@ -64,13 +64,19 @@ int ask(int module, int requestType, std::string_view data, std::string_view buf
     return exchange(module, requestType, data, reply);
 }
 
-bool serviceAnswers()
+void askNothing(int rowId)
 {
     SwMgrDbEvent event{};
-    fillField(event.tableName, "swctl");
+    fillField(event.tableName, markerTable);
+    event.rowId = rowId;
     event.opCode = SWMGR_DB_DELETE;
+    static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event)));
+}
+
+bool serviceAnswers()
+{
     try {
-        static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event)));
+        askNothing(/*rowId=*/0);
         return true;
     } catch (const Failure &) {
         return false;

@@ -40,9 +40,12 @@ void fillField(char (&field)[N], std::string_view text)
 // The body of a switch command's request.
 std::string switchRequest(const std::string &switchName, std::string_view payload);
 
-// Whether the switch manager answers: to the deletion of a row in a table that it
-// does not know, which does nothing.
-bool serviceAnswers();
+// A request that does nothing: the deletion of a row in a table that the service does
+// not know. It logs that with table and row.
+constexpr const char *markerTable = "swctl";
+void askNothing(int rowId);
+
+bool serviceAnswers(); // the switch manager, to such a request
 
 // A switch command with its record at the start of the payload.
 int askSwitch(const std::string &switchName, int command, std::string_view payload);

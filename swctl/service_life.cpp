@@ -1,6 +1,7 @@
 // Asks the kernel who serves the socket; see the header.
 #include "swctl/service_life.h"
 
+#include "common/clock.h"
 #include "common/descriptor.h"
 #include "swmgr/swmgr_client.h"
 
@@ -44,13 +45,6 @@ pid_t servingProcess()
 
 } // namespace
 
-int64_t clockMs(clockid_t clock)
-{
-    timespec now = {};
-    clock_gettime(clock, &now);
-    return int64_t{now.tv_sec} * 1000 + now.tv_nsec / 1000000;
-}
-
 std::optional<int64_t> serviceStart()
 {
     constexpr int startField = 20; // among those behind the name, which may hold blanks
@@ -66,7 +60,7 @@ std::optional<int64_t> serviceStart()
     const int64_t sinceBoot = strtoll(field.c_str(), nullptr, 10) * 1000 / sysconf(_SC_CLK_TCK);
     // The kernel tells it in whole ticks, rounded down.
     const int64_t tick = 1000 / sysconf(_SC_CLK_TCK);
-    return clockMs(CLOCK_REALTIME) - clockMs(CLOCK_BOOTTIME) + sinceBoot + tick;
+    return millisecondsNow(CLOCK_REALTIME) - millisecondsNow(CLOCK_BOOTTIME) + sinceBoot + tick;
 }
 
 } // namespace swctl

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <ctime>
 #include <optional>
 
 namespace swctl {
@@ -10,8 +9,5 @@ namespace swctl {
 // In ms since 1970; none where it is not up, or where its relay does not tell which
 // process serves.
 std::optional<int64_t> serviceStart();
-
-// In ms.
-int64_t clockMs(clockid_t clock);
 
 } // namespace swctl

@@ -109,6 +109,7 @@ class Whole(GatewayTest):
     def test_what_the_service_has_not_heard_is_told_until_it_starts(self):
         for arguments, status in ((("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS),
                                   (("diff",), DIFFERS), (("status",), DIFFERS),
+                                  (("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS),
                                   (("undo",), APPLIED), (("status",), APPLIED),
                                   (("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS)):
             self.swctl(status, *arguments)
@@ -116,6 +117,8 @@ class Whole(GatewayTest):
         self.assertEqual(self.hardware.stop(), 0)
         self.swctl(UNANSWERED, "status")
         self.assertTrue(self.hardware.start())
+        said = self.swctl(APPLIED, "request", "vlan-delete", 98, "--interface", "eth0")
+        self.assertIn("nothing was there before", said)
         said = self.swctl(DIFFERS, "request", "vlan-delete", 99, "--interface", "eth1")
         self.assertIn("the chip still has its entry", said)
         self.swctl(APPLIED, "repair")
