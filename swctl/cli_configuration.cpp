@@ -1,10 +1,8 @@
-// The commands that change and list the configuration database: vlan, port and
-// switch. They differ only in their tables.
+// The commands that change the configuration database: vlan, port and switch. They
+// differ only in their tables.
 #include "swctl/cli_change.h"
-#include "swctl/configuration_columns.h"
-#include "swctl/json.h"
+#include "swctl/cli_list.h"
 #include "swctl/outcome.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <limits>
@@ -56,47 +54,6 @@ int runChange(const Program &program, const TableCommands &table, Planner planne
                   [wish, planner](Database &database) { return planner(database, wish); });
 }
 
-void printJsonRows(const std::vector<Row> &rows)
-{
-    Json json = Json::array();
-    for (const Row &row : rows) {
-        Json object = {{"rowid", row.rowId}};
-        for (const Row::Cell &cell : row.cells)
-            if (cell.isNull())
-                object[cell.column] = nullptr;
-            else if (cell.isInteger())
-                object[cell.column] = std::get<int64_t>(cell.value);
-            else
-                object[cell.column] = cell.text;
-        json.push_back(std::move(object));
-    }
-    printJson(json);
-}
-
-int runList(const Program &program, const TableCommands &table)
-{
-    Database database(program.globals.database, Access::read);
-    const std::vector<Row> rows = database.rows(table.table);
-    if (program.globals.json) {
-        printJsonRows(rows);
-        return exitDone;
-    }
-    std::vector<std::string> header;
-    for (const ListColumn &column : table.list)
-        header.emplace_back(column.heading);
-    TextTable text(std::move(header));
-    for (const Row &row : rows) {
-        std::vector<std::string> line;
-        for (const ListColumn &column : table.list) {
-            const std::string value = printable(row.text(column.column));
-            line.push_back(value.empty() ? "-" : value);
-        }
-        text.add(std::move(line));
-    }
-    text.print(stdout);
-    return exitDone;
-}
-
 using SharedChangeArguments = std::shared_ptr<ChangeArguments>;
 
 CLI::App *addChangeCommand(Program &program, CLI::App &group, const TableCommands &table,
@@ -142,14 +99,6 @@ void addChangeCommands(Program &program, CLI::App &group, const TableCommands &t
                          text.examples, std::make_shared<ChangeArguments>());
 }
 
-void addListCommand(Program &program, CLI::App &group, const TableCommands &table,
-                    const std::string &description, const std::string &examples)
-{
-    addCommand(
-        program, group, "list", description, examples,
-        [&program, &table] { return runList(program, table); });
-}
-
 void addVlanCommands(Program &program)
 {
     CLI::App *group = addGroup(program.app, "vlan", "VLANs in the configuration");
@@ -166,8 +115,7 @@ void addVlanCommands(Program &program)
           "  swctl vlan set 10 --untagged \"\" --logical lan10\n"
           "  swctl vlan set 10 --id 11 --confirm 60"},
          {"delete", planDelete, "Delete a VLAN", "  swctl vlan delete 10"}});
-    addListCommand(program, *group, vlanTable, "List the VLANs",
-                   "  swctl vlan list\n  swctl vlan list --json");
+    addVlanListCommand(program, *group);
 }
 
 void addPortCommands(Program &program)

@@ -53,6 +53,17 @@ bool addPorts(const std::string &entry, uint32_t &mask)
     return true;
 }
 
+// "10" or "100-199" with both ends, 0 to 0 when it is neither.
+std::pair<int, int> idRange(const std::string &entry)
+{
+    const size_t dash = entry.find('-');
+    const std::string first = entry.substr(0, dash);
+    const std::string last = dash == std::string::npos ? first : entry.substr(dash + 1);
+    if (!allDigits(first) || !allDigits(last) || first.size() > 4 || last.size() > 4)
+        return {0, 0};
+    return {std::stoi(first), std::stoi(last)};
+}
+
 bool parsePorts(const std::string &text, uint32_t &mask)
 {
     if (text.empty())
@@ -79,6 +90,30 @@ CLI::Validator decimal(int64_t least, int64_t most)
         return {};
     };
     return CLI::Validator(check, "");
+}
+
+CLI::Validator idRanges()
+{
+    const auto check = [](std::string &text) -> std::string {
+        const std::vector<std::string> entries = split(text, ',');
+        const bool good = std::all_of(entries.begin(), entries.end(), [](const std::string &entry) {
+            const auto [first, last] = idRange(entry);
+            return first >= 1 && first <= last && last <= 4094;
+        });
+        return good ? ""
+                    : "'" + printable(text) +
+                          "' is no list of VLAN ids; write numbers from 1 to 4094 such as 10,20-29";
+    };
+    return CLI::Validator(check, "");
+}
+
+bool inRanges(const std::string &ranges, int number)
+{
+    const std::vector<std::string> entries = split(ranges, ',');
+    return std::any_of(entries.begin(), entries.end(), [number](const std::string &entry) {
+        const auto [first, last] = idRange(entry);
+        return number >= first && number <= last;
+    });
 }
 
 CLI::Validator oneOf(std::initializer_list<int> values)

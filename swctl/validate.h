@@ -17,6 +17,12 @@ CLI::Validator decimal(int64_t least, int64_t most);
 // each number once and in order; ports 0 to 31.
 CLI::Validator portList();
 
+// VLAN ids and ranges of them, as "10,100-199".
+CLI::Validator idRanges();
+
+// Whether a number lies in a text that idRanges has accepted.
+bool inRanges(const std::string &ranges, int number);
+
 // One of a few numbers.
 CLI::Validator oneOf(std::initializer_list<int> values);
 
