@@ -42,24 +42,9 @@ struct Report {
     }
 };
 
-// Prints a text in lines that fit; those after the first stand `hang` further in.
-void printWrapped(const std::string &text, size_t indent, size_t hang)
+void printLines(const std::string &text, size_t indent, size_t hang)
 {
-    std::string line(indent, ' ');
-    bool empty = true; // no word in this line yet
-    for (size_t start = 0; start < text.size();) {
-        const size_t end = std::min(text.find(' ', start), text.size());
-        const std::string word = text.substr(start, end - start);
-        if (!empty && displayWidth(line) + 1 + displayWidth(word) > outputColumns) {
-            printf("%s\n", line.c_str());
-            line.assign(indent + hang, ' ');
-            empty = true;
-        }
-        line += (empty ? "" : " ") + word;
-        empty = false;
-        start = end + 1;
-    }
-    printf("%s\n", line.c_str());
+    printWrapped(stdout, text, outputColumns, indent, hang);
 }
 
 std::set<std::string> localInterfaces()
@@ -144,19 +129,19 @@ using FindingIterator = std::vector<Finding>::const_iterator;
 // Findings of one rule and severity, which stand together.
 void printGroup(FindingIterator first, FindingIterator last)
 {
-    printWrapped(std::string(severityName(first->severity)) + " " + first->rule->id + ": " +
-                     first->rule->fault,
-                 0, 2);
+    printLines(std::string(severityName(first->severity)) + " " + first->rule->id + ": " +
+                   first->rule->fault,
+               0, 2);
     const auto count = static_cast<size_t>(last - first);
     const size_t shown = count > mostShown ? mostShown - 1 : count;
     for (const Finding &finding : std::span(first, shown)) {
         const std::string row =
             finding.rowId == 0 ? "" : " (rowid " + std::to_string(finding.rowId) + ")";
-        printWrapped(finding.name + row + ": " + finding.message, 2, 2);
+        printLines(finding.name + row + ": " + finding.message, 2, 2);
     }
     if (shown < count)
         printf("  and %zu more; --json shows all\n", count - shown);
-    printWrapped(std::string("Mend: ") + first->rule->mend, 2, 2);
+    printLines(std::string("Mend: ") + first->rule->mend, 2, 2);
 }
 
 std::string counted(size_t number, const char *noun)
@@ -200,7 +185,7 @@ int runCheck(const Globals &globals, const CheckArguments &arguments)
 int listRules(const Globals &globals)
 {
     Json json = Json::array();
-    for (const Rule &rule : checkRules()) {
+    for (const Rule &rule : checkRules())
         if (globals.json)
             json.push_back({{"rule", rule.id},
                             {"severity", severityName(rule.severity)},
@@ -208,9 +193,7 @@ int listRules(const Globals &globals)
                             {"why", rule.why},
                             {"mend", rule.mend}});
         else
-            printWrapped(padded(severityName(rule.severity), 9) + rule.id + ": " + rule.fault, 0,
-                         9);
-    }
+            printLines(padded(severityName(rule.severity), 9) + rule.id + ": " + rule.fault, 0, 9);
     if (globals.json)
         printJson(json);
     return exitDone;
@@ -230,10 +213,10 @@ int explain(const Globals &globals, const std::string &id)
                    {"mend", rule->mend}});
         return exitDone;
     }
-    printWrapped(std::string(rule->id) + " (" + severityName(rule->severity) + "): " + rule->fault,
-                 0, 2);
-    printWrapped(std::string("Why: ") + rule->why, 0, 2);
-    printWrapped(std::string("Mend: ") + rule->mend, 0, 2);
+    printLines(std::string(rule->id) + " (" + severityName(rule->severity) + "): " + rule->fault, 0,
+               2);
+    printLines(std::string("Why: ") + rule->why, 0, 2);
+    printLines(std::string("Mend: ") + rule->mend, 0, 2);
     return exitDone;
 }
 

@@ -3,7 +3,6 @@
 #include "swctl/cli.h"
 #include "swctl/json.h"
 #include "swctl/log.h"
-#include "swctl/model.h"
 #include "swctl/outcome.h"
 #include "swctl/service.h"
 #include "swctl/show.h"
@@ -32,15 +31,15 @@ void writeFile(const std::string &path, const std::string &text)
 
 int runShow(const Globals &globals, const std::string &svgFile)
 {
+    const GatewayView gateway(globals.database, globals.site);
     Database database(globals.database, Access::read);
-    const Model model = readModel(database);
-    const Matrix matrix = membership(model);
+    const Network network = networkOf(gateway, database);
     if (!svgFile.empty())
-        writeFile(svgFile, showSvg(model, matrix));
+        writeFile(svgFile, showSvg(network));
     else if (globals.json)
-        printJson(showJson(model, matrix));
+        printJson(showJson(network));
     else
-        showText(stdout, model, matrix, colourWanted(stdout));
+        showText(stdout, network, colourWanted(stdout), terminalColumns(stdout));
     return exitDone;
 }
 
@@ -49,8 +48,8 @@ void addShow(Program &program)
     const auto svgFile = std::make_shared<std::string>();
     CLI::App *command = addCommand(
         program, program.app, "show",
-        "Show what the database says: the switches with their port mappings, and which port "
-        "takes part in which VLAN when the service starts from it",
+        "Show what a start of the service from the database would give: the switches with their "
+        "port mappings, which port takes part in which VLAN, and where the start would stop",
         "  swctl show\n  swctl show --svg network.svg\n  swctl show --json",
         [&program, svgFile] { return runShow(program.globals, *svgFile); });
     if (!program.mayRun("show"))

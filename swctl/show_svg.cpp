@@ -1,4 +1,4 @@
-// The configuration as an SVG picture: the switches as boxes with their ports
+// The network as an SVG picture: the switches as boxes with their ports
 // and mappings, and the membership matrix below. Text stays text, and the
 // colours follow the reader's light or dark scheme.
 #include "swctl/show.h"
@@ -23,6 +23,8 @@ constexpr int cellWidth = 40;
 constexpr int cellHeight = 26;
 constexpr int leftOfCells = 230; // room for VLAN, interface and logical name
 constexpr int groupGap = 16;     // between the columns of two switches
+constexpr int headHeight = 44;   // of the names and numbers above the cells
+constexpr size_t headEvery = 25; // VLANs below one head
 
 // Plain colours first, for programs that know neither schemes nor variables.
 constexpr const char *style = R"(<style>
@@ -73,15 +75,15 @@ std::string escaped(const std::string &text)
 // A name cut to what its place holds, with the whole of it as a tooltip.
 std::string fitting(const std::string &text, size_t characters)
 {
-    const std::string shown = printable(text);
-    if (displayWidth(shown) <= characters)
+    const std::string whole = printable(text);
+    if (displayWidth(whole) <= characters)
         return escaped(text);
     size_t end = 0;
-    for (size_t count = 0; end < shown.size() && count < characters; ++count)
+    for (size_t count = 0; end < whole.size() && count < characters; ++count)
         do
             ++end;
-        while (end < shown.size() && (static_cast<unsigned char>(shown[end]) & 0xc0) == 0x80);
-    return escaped(shown.substr(0, end)) + "…<title>" + escaped(text) + "</title>";
+        while (end < whole.size() && (static_cast<unsigned char>(whole[end]) & 0xc0) == 0x80);
+    return escaped(whole.substr(0, end)) + "…<title>" + escaped(text) + "</title>";
 }
 
 class Drawing {
@@ -151,28 +153,29 @@ void drawSwitch(Drawing &drawing, const SwitchConfig &sw, int y,
     }
 }
 
-void drawSwitches(Drawing &drawing, const Model &model, int y)
+void drawSwitches(Drawing &drawing, const Network &network, int y)
 {
     std::map<PortKey, std::pair<int, int>> places; // top middle of each port
-    for (const SwitchConfig &sw : model.switches) {
+    for (const SwitchConfig &sw : network.switches) {
         drawSwitch(drawing, sw, y, places);
         y += switchHeight + switchGap;
     }
-    for (const SwitchConfig &sw : model.switches)
+    for (const SwitchConfig &sw : network.switches)
         for (const PortConfig &port : sw.ports)
             for (const PortConfig::Mapping &mapping : port.mapped) {
                 const auto [x, top] = places[{sw.name, port.number}];
-                drawing.curve({x, top + portHeight + 22},
-                              places[{mapping.switchName, mapping.port}]);
+                const auto lower = places.find({mapping.switchName, mapping.port});
+                if (lower != places.end())
+                    drawing.curve({x, top + portHeight + 22}, lower->second);
             }
 }
 
-std::vector<int> columnPlaces(const Matrix &matrix)
+std::vector<int> columnPlaces(const Network &network)
 {
     std::vector<int> places;
     int x = margin + leftOfCells;
-    for (size_t i = 0; i < matrix.columns.size(); ++i) {
-        if (i > 0 && matrix.columns[i].owner != matrix.columns[i - 1].owner)
+    for (size_t i = 0; i < network.columns.size(); ++i) {
+        if (i > 0 && beginsSwitch(network, i))
             x += groupGap;
         places.push_back(x);
         x += cellWidth;
@@ -180,17 +183,24 @@ std::vector<int> columnPlaces(const Matrix &matrix)
     return places;
 }
 
-void drawHeadings(Drawing &drawing, const Matrix &matrix, const std::vector<int> &places, int y)
+void drawHeadings(Drawing &drawing, const Network &network, const std::vector<int> &places, int y)
 {
     drawing.text(margin, y + 36, "b", "VLAN");
     drawing.text(margin + 56, y + 36, "b", "Interface");
     drawing.text(margin + 140, y + 36, "b", "Logical");
     for (size_t i = 0; i < places.size(); ++i) {
-        const PortColumn &column = matrix.columns[i];
-        if (i == 0 || column.owner != matrix.columns[i - 1].owner)
-            drawing.text(places[i], y + 14, "b", escaped(column.owner->name));
+        const PortColumn &column = network.columns[i];
+        if (beginsSwitch(network, i))
+            drawing.text(places[i], y + 14, "b", escaped(ownerName(network, column)));
         drawing.text(places[i] + cellWidth / 2, y + 36, "s m", std::to_string(column.port));
     }
+}
+
+std::string remarkOf(const VlanConfig &vlan)
+{
+    const std::string fate = fateText(vlan);
+    return std::string(vlan.switchOnly ? "switch only" : "") +
+           (vlan.switchOnly && !fate.empty() ? ", " : "") + fate;
 }
 
 void drawLine(Drawing &drawing, const VlanConfig &vlan, const std::vector<Cell> &line,
@@ -207,8 +217,10 @@ void drawLine(Drawing &drawing, const VlanConfig &vlan, const std::vector<Cell> 
         if (line[i].member)
             drawing.text(places[i] + cellWidth / 2, baseline, "m", mark);
     }
-    if (vlan.switchOnly && !places.empty())
-        drawing.text(places.back() + cellWidth + 10, baseline, "s", "switch only");
+    const std::string remark = remarkOf(vlan);
+    if (!remark.empty())
+        drawing.text((places.empty() ? margin + leftOfCells : places.back() + cellWidth + 10),
+                     baseline, "s", remark);
 }
 
 void drawLegend(Drawing &drawing, int y)
@@ -228,37 +240,49 @@ void drawLegend(Drawing &drawing, int y)
     }
 }
 
-void drawMatrix(Drawing &drawing, const Model &model, const Matrix &matrix, int y)
+void drawMatrix(Drawing &drawing, const Network &network, int y)
 {
-    const std::vector<int> places = columnPlaces(matrix);
-    drawHeadings(drawing, matrix, places, y);
-    y += 44;
-    for (size_t i = 0; i < model.vlans.size(); ++i) {
-        drawLine(drawing, model.vlans[i], matrix.lines[i], places, y);
+    const std::vector<int> places = columnPlaces(network);
+    for (size_t i = 0; i < network.vlans.size(); ++i) {
+        if (i % headEvery == 0) {
+            drawHeadings(drawing, network, places, y);
+            y += headHeight;
+        }
+        drawLine(drawing, network.vlans[i], network.lines[i], places, y);
         y += cellHeight;
     }
     drawing.text(margin, y + 20, "b", "PVID");
     for (size_t i = 0; i < places.size(); ++i)
-        if (matrix.columns[i].pvid)
+        if (network.columns[i].pvid)
             drawing.text(places[i] + cellWidth / 2, y + 20, "m",
-                         std::to_string(*matrix.columns[i].pvid));
+                         std::to_string(*network.columns[i].pvid));
     drawLegend(drawing, y + 40);
+}
+
+void drawNote(Drawing &drawing, const std::string &text)
+{
+    drawing.text(margin, drawing.bottom + 24, "s", escaped(text));
+    drawing.bottom += 18;
 }
 
 } // namespace
 
-std::string showSvg(const Model &model, const Matrix &matrix)
+std::string showSvg(const Network &network)
 {
     Drawing drawing;
-    drawSwitches(drawing, model, margin);
-    drawMatrix(drawing, model, matrix, drawing.bottom + margin);
-    for (const std::string &note : model.notes) {
-        drawing.text(margin, drawing.bottom + 24, "s", "note: " + escaped(note));
-        drawing.bottom += 18;
+    drawSwitches(drawing, network, margin);
+    drawMatrix(drawing, network, drawing.bottom + margin);
+    if (network.stop) {
+        drawNote(drawing, stopText(*network.stop));
+        for (const std::string &reason : network.stop->reasons)
+            drawNote(drawing, "service: " + reason);
     }
-    const bool switchOnly = std::any_of(model.vlans.begin(), model.vlans.end(),
-                                        [](const VlanConfig &vlan) { return vlan.switchOnly; });
-    return drawing.finish(std::max(480, drawing.right + (switchOnly ? 80 : 0)));
+    for (const std::string &note : network.notes)
+        drawNote(drawing, "note: " + note);
+    const bool remarks =
+        std::any_of(network.vlans.begin(), network.vlans.end(),
+                    [](const VlanConfig &vlan) { return !remarkOf(vlan).empty(); });
+    return drawing.finish(std::max(480, drawing.right + (remarks ? 170 : 0)));
 }
 
 } // namespace swctl

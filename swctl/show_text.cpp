@@ -1,4 +1,4 @@
-// The configuration as text and as JSON; see show.h.
+// The network as text and as JSON; see show.h.
 #include "swctl/show.h"
 #include "swctl/text.h"
 
@@ -8,6 +8,8 @@ namespace swctl {
 namespace {
 
 constexpr const char *reset = "\x1b[0m";
+constexpr size_t mostNotes = 20;    // shown in the text
+constexpr size_t usualColumns = 80; // of notes in a file or pipe
 
 const char *cellColour(const Cell &cell)
 {
@@ -23,18 +25,30 @@ const char *onOffText(bool on)
     return on ? "on" : "off";
 }
 
+// What draws the tree of ports: lines where the terminal shows them.
+struct Strokes {
+    const char *branch, *lastBranch, *arrow;
+};
+
+const Strokes &strokes()
+{
+    static constexpr Strokes lines = {"├─ ", "└─ ", " ─> "};
+    static constexpr Strokes plain = {"|- ", "`- ", " -> "};
+    return utf8Wanted() ? lines : plain;
+}
+
 void showSwitch(FILE *stream, const SwitchConfig &sw, bool top)
 {
-    fprintf(stream, "%s  level %d%s%s%s  VLAN %s  QoS %s\n", printable(sw.name).c_str(), sw.level,
-            top ? " (top)" : "", sw.device.empty() ? "" : "  ", printable(sw.device).c_str(),
+    fprintf(stream, "%s  level %d%s%s%s  VLAN %s  QoS %s\n", shown(sw.name).c_str(), sw.level,
+            top ? " (top)" : "", sw.device.empty() ? "" : "  ", shown(sw.device).c_str(),
             onOffText(sw.vlanEnabled), onOffText(sw.qosEnabled));
     for (const PortConfig &port : sw.ports) {
         const bool last = &port == &sw.ports.back();
-        std::string line =
-            std::string(last ? "└─ " : "├─ ") + "port " + padded(std::to_string(port.number), 2) +
-            "  " + padded(port.interfaceName.empty() ? "-" : printable(port.interfaceName), 10);
+        std::string line = std::string(last ? strokes().lastBranch : strokes().branch) + "port " +
+                           padded(std::to_string(port.number), 2) + "  " +
+                           padded(port.interfaceName.empty() ? "-" : shown(port.interfaceName), 10);
         if (!port.mapped.empty())
-            line += " ─> " + mappingText(port);
+            line += strokes().arrow + mappingText(port);
         line.erase(line.find_last_not_of(' ') + 1);
         fprintf(stream, "%s\n", line.c_str());
     }
@@ -45,86 +59,164 @@ struct Layout {
     int nameWidth = 4;      // of the first column
     int interfaceWidth = 9; // of the second
     int cellWidth = 2;      // of every port column, without the blank before it
+    int fateWidth = 0;      // of what stands behind a line
+
+    [[nodiscard]] int left() const { return nameWidth + 2 + interfaceWidth; }
 };
 
-Layout layoutOf(const Model &model, const Matrix &matrix)
+// What stands behind the line of a VLAN.
+std::string remarkOf(const VlanConfig &vlan)
+{
+    const std::string fate = fateText(vlan);
+    return std::string(vlan.switchOnly ? "  switch only" : "") + (fate.empty() ? "" : "  ") + fate;
+}
+
+Layout layoutOf(const Network &network)
 {
     Layout layout;
-    for (const VlanConfig &vlan : model.vlans)
-        layout.interfaceWidth = std::max(
-            layout.interfaceWidth, static_cast<int>(displayWidth(printable(vlan.interfaceName))));
-    for (const PortColumn &column : matrix.columns)
+    for (const VlanConfig &vlan : network.vlans) {
+        const int width = static_cast<int>(displayWidth(shown(vlan.interfaceName)));
+        layout.interfaceWidth = std::max(layout.interfaceWidth, width);
+        layout.fateWidth = std::max(layout.fateWidth, static_cast<int>(remarkOf(vlan).size()));
+    }
+    for (const PortColumn &column : network.columns)
         if (column.pvid)
             layout.cellWidth =
                 std::max(layout.cellWidth, static_cast<int>(std::to_string(*column.pvid).size()));
     return layout;
 }
 
+// The columns that stand beside each other.
+struct Fold {
+    size_t first, end;
+};
+
 // A further blank keeps the columns of two switches apart.
-std::string gapBefore(const Matrix &matrix, size_t column)
+std::string gapBefore(const Network &network, const Fold &fold, size_t column)
 {
-    const bool newSwitch =
-        column == 0 || matrix.columns[column].owner != matrix.columns[column - 1].owner;
-    return newSwitch ? "  " : " ";
+    return column == fold.first || beginsSwitch(network, column) ? "  " : " ";
+}
+
+// As many columns in each as the width holds, and at least one.
+std::vector<Fold> foldsOf(const Network &network, const Layout &layout, size_t width)
+{
+    std::vector<Fold> folds{{0, 0}};
+    const int limit = width == 0 ? 0 : static_cast<int>(width) - layout.fateWidth;
+    int used = layout.left();
+    for (size_t i = 0; i < network.columns.size(); ++i) {
+        const auto more = [&] {
+            return static_cast<int>(gapBefore(network, folds.back(), i).size()) + layout.cellWidth;
+        };
+        if (width != 0 && i > folds.back().first && used + more() > limit) {
+            folds.push_back({i, i});
+            used = layout.left();
+        }
+        used += more();
+        folds.back().end = i + 1;
+    }
+    return folds;
 }
 
 // The names of the switches, each above its first column.
-std::string switchHeading(const Matrix &matrix, const Layout &layout)
+std::string switchHeading(const Network &network, const Layout &layout, const Fold &fold)
 {
     std::string line;
-    int place = layout.nameWidth + 2 + layout.interfaceWidth;
-    for (size_t i = 0; i < matrix.columns.size(); ++i) {
-        place += static_cast<int>(gapBefore(matrix, i).size()) + layout.cellWidth;
-        if (i == 0 || matrix.columns[i].owner != matrix.columns[i - 1].owner)
-            line = padded(line, place - 1) + printable(matrix.columns[i].owner->name) + " ";
+    int place = layout.left();
+    for (size_t i = fold.first; i < fold.end; ++i) {
+        place += static_cast<int>(gapBefore(network, fold, i).size()) + layout.cellWidth;
+        if (i == fold.first || beginsSwitch(network, i))
+            line = padded(line, place - 1) + shown(ownerName(network, network.columns[i])) + " ";
     }
     line.pop_back();
     return line;
 }
 
-void showMatrix(FILE *stream, const Model &model, const Matrix &matrix, bool colour)
+std::string vlanLine(const Network &network, const Layout &layout, const Fold &fold, size_t row,
+                     bool colour)
 {
-    const Layout layout = layoutOf(model, matrix);
-    fprintf(stream, "\n%s\n", switchHeading(matrix, layout).c_str());
+    const VlanConfig &vlan = network.vlans[row];
+    std::string line =
+        padded(std::to_string(vlan.id), -layout.nameWidth) + "  " +
+        padded(vlan.interfaceName.empty() ? "-" : shown(vlan.interfaceName), layout.interfaceWidth);
+    for (size_t i = fold.first; i < fold.end; ++i) {
+        const Cell &cell = network.lines[row][i];
+        const std::string mark = padded(cellMark(cell), -layout.cellWidth);
+        line += gapBefore(network, fold, i) + (colour ? cellColour(cell) + mark + reset : mark);
+    }
+    return line + remarkOf(vlan);
+}
+
+void showFold(FILE *stream, const Network &network, const Layout &layout, const Fold &fold,
+              bool colour)
+{
+    fprintf(stream, "\n%s\n", switchHeading(network, layout, fold).c_str());
     std::string heading =
         padded("VLAN", -layout.nameWidth) + "  " + padded("interface", layout.interfaceWidth);
     std::string pvids =
         padded("PVID", -layout.nameWidth) + "  " + padded("", layout.interfaceWidth);
-    for (size_t i = 0; i < matrix.columns.size(); ++i) {
-        const PortColumn &column = matrix.columns[i];
+    for (size_t i = fold.first; i < fold.end; ++i) {
+        const PortColumn &column = network.columns[i];
         const std::string pvid = column.pvid ? std::to_string(*column.pvid) : "-";
-        heading += gapBefore(matrix, i) + padded(std::to_string(column.port), -layout.cellWidth);
-        pvids += gapBefore(matrix, i) + padded(pvid, -layout.cellWidth);
+        heading +=
+            gapBefore(network, fold, i) + padded(std::to_string(column.port), -layout.cellWidth);
+        pvids += gapBefore(network, fold, i) + padded(pvid, -layout.cellWidth);
     }
     fprintf(stream, "%s\n", heading.c_str());
-    for (size_t row = 0; row < model.vlans.size(); ++row) {
-        const VlanConfig &vlan = model.vlans[row];
-        std::string line = padded(std::to_string(vlan.id), -layout.nameWidth) + "  " +
-                           padded(vlan.interfaceName.empty() ? "-" : printable(vlan.interfaceName),
-                                  layout.interfaceWidth);
-        for (size_t i = 0; i < matrix.columns.size(); ++i) {
-            const Cell &cell = matrix.lines[row][i];
-            const std::string mark = padded(cellMark(cell), -layout.cellWidth);
-            line += gapBefore(matrix, i) + (colour ? cellColour(cell) + mark + reset : mark);
-        }
-        fprintf(stream, "%s%s\n", line.c_str(), vlan.switchOnly ? "  switch only" : "");
-    }
-    fprintf(stream, "%s\n\n", pvids.c_str());
-    fprintf(stream, "T tagged  U untagged  C CPU port (CU: untagged)  . not a member\n");
+    for (size_t row = 0; row < network.vlans.size(); ++row)
+        fprintf(stream, "%s\n", vlanLine(network, layout, fold, row, colour).c_str());
+    fprintf(stream, "%s\n", pvids.c_str());
 }
 
-Json switchJson(const SwitchConfig &sw, const Matrix &matrix)
+void showMatrix(FILE *stream, const Network &network, bool colour, size_t columns)
 {
+    const Layout layout = layoutOf(network);
+    for (const Fold &fold : foldsOf(network, layout, columns))
+        showFold(stream, network, layout, fold, colour);
+    fprintf(stream, "\nT tagged  U untagged  C CPU port (CU: untagged)  . not a member\n");
+}
+
+// "1 error", "2 errors"
+std::string countText(size_t count, const char *what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+void showNotes(FILE *stream, const Network &network, size_t terminal)
+{
+    const size_t columns = terminal != 0 ? terminal : usualColumns;
+    if (network.stop) {
+        printWrapped(stream, stopText(*network.stop), columns, 0, 2);
+        for (const std::string &reason : network.stop->reasons)
+            printWrapped(stream, "service: " + shown(reason), columns, 2, 2);
+        const std::string missing = missingText(*network.stop);
+        if (!missing.empty())
+            printWrapped(stream, "missing then: " + missing, columns, 2, 2);
+    }
+    for (size_t i = 0; i < std::min(network.notes.size(), mostNotes); ++i)
+        printWrapped(stream, "note: " + shown(network.notes[i]), columns, 0, 2);
+    if (network.notes.size() > mostNotes || network.warnings > 0)
+        printWrapped(stream,
+                     "note: 'swctl check' tells of " +
+                         (network.notes.empty()
+                              ? std::string()
+                              : countText(network.notes.size(), "error") + " and ") +
+                         countText(network.warnings, "warning"),
+                     columns, 0, 2);
+}
+
+Json switchJson(const Network &network, size_t owner)
+{
+    const SwitchConfig &sw = network.switches[owner];
     Json ports = Json::array();
     for (const PortConfig &port : sw.ports) {
         const auto column = std::find_if(
-            matrix.columns.begin(), matrix.columns.end(), [&](const PortColumn &candidate) {
-                return candidate.owner == &sw && candidate.port == port.number;
+            network.columns.begin(), network.columns.end(), [&](const PortColumn &candidate) {
+                return candidate.owner == owner && candidate.port == port.number;
             });
         Json mapped = Json::array();
         for (const PortConfig::Mapping &mapping : port.mapped)
             mapped.push_back({{"switch", mapping.switchName}, {"port", mapping.port}});
-        const bool known = column != matrix.columns.end() && column->pvid;
+        const bool known = column != network.columns.end() && column->pvid;
         ports.push_back({{"port", port.number},
                          {"interface", port.interfaceName},
                          {"pvid", known ? Json(*column->pvid) : Json()},
@@ -138,19 +230,22 @@ Json switchJson(const SwitchConfig &sw, const Matrix &matrix)
             {"ports", std::move(ports)}};
 }
 
-Json vlanJson(const VlanConfig &vlan, const std::vector<Cell> &line, const Matrix &matrix)
+Json vlanJson(const Network &network, size_t row)
 {
+    const VlanConfig &vlan = network.vlans[row];
+    const std::vector<Cell> &line = network.lines[row];
     Json members = Json::array();
     for (size_t i = 0; i < line.size(); ++i)
         if (line[i].member)
-            members.push_back({{"switch", matrix.columns[i].owner->name},
-                               {"port", matrix.columns[i].port},
+            members.push_back({{"switch", ownerName(network, network.columns[i])},
+                               {"port", network.columns[i].port},
                                {"untagged", line[i].untagged},
                                {"cpu", line[i].cpu}});
     return {{"vlan", vlan.id},
             {"interface", vlan.interfaceName},
             {"logical", vlan.logicalName},
             {"switchOnly", vlan.switchOnly},
+            {"applied", vlan.fate == Fate::applied},
             {"members", std::move(members)}};
 }
 
@@ -169,32 +264,66 @@ std::string mappingText(const PortConfig &port)
 {
     std::string text;
     for (const PortConfig::Mapping &mapping : port.mapped)
-        text += (text.empty() ? "" : ", ") + printable(mapping.switchName) + ":" +
+        text += (text.empty() ? "" : ", ") + shown(mapping.switchName) + ":" +
                 std::to_string(mapping.port);
     return text;
 }
 
-void showText(FILE *stream, const Model &model, const Matrix &matrix, bool colour)
+std::string fateText(const VlanConfig &vlan)
 {
-    for (const SwitchConfig &sw : model.switches)
-        showSwitch(stream, sw, &sw == &model.switches.front());
-    if (model.switches.empty())
-        fprintf(stream, "No switches are configured.\n");
-    if (!matrix.columns.empty() && !model.vlans.empty())
-        showMatrix(stream, model, matrix, colour);
-    for (const std::string &note : model.notes)
-        fprintf(stream, "note: %s\n", printable(note).c_str());
+    return vlan.fate == Fate::stopsHere ? "start stops here"
+           : vlan.fate == Fate::missing ? "not applied"
+                                        : "";
 }
 
-Json showJson(const Model &model, const Matrix &matrix)
+std::string stopText(const Stop &stop)
+{
+    if (stop.row == 0)
+        return "A fresh start fails before the first row: status " + std::to_string(stop.status);
+    return "A fresh start stops at row " + std::to_string(stop.row) + " of " + stop.table + ", " +
+           shown(stop.name);
+}
+
+std::string missingText(const Stop &stop)
+{
+    std::string text;
+    for (const std::string &name : stop.missing)
+        text += (text.empty() ? "" : ", ") + shown(name);
+    for (size_t i = 0; i < stop.vlans.size(); ++i)
+        text += (i > 0 ? ", " : text.empty() ? "VLAN " : ", VLAN ") + std::to_string(stop.vlans[i]);
+    return text;
+}
+
+Json stopJson(const Stop &stop)
+{
+    return {{"table", stop.table},       {"row", stop.row},         {"name", stop.name},
+            {"status", stop.status},     {"reasons", stop.reasons}, {"missing", stop.missing},
+            {"missingVlans", stop.vlans}};
+}
+
+void showText(FILE *stream, const Network &network, bool colour, size_t columns)
+{
+    for (const SwitchConfig &sw : network.switches)
+        showSwitch(stream, sw, &sw == &network.switches.front());
+    if (network.switches.empty())
+        fprintf(stream, "No switches are configured.\n");
+    if (!network.columns.empty() && !network.vlans.empty())
+        showMatrix(stream, network, colour, columns);
+    showNotes(stream, network, columns);
+}
+
+Json showJson(const Network &network)
 {
     Json switches = Json::array();
-    for (const SwitchConfig &sw : model.switches)
-        switches.push_back(switchJson(sw, matrix));
+    for (size_t i = 0; i < network.switches.size(); ++i)
+        switches.push_back(switchJson(network, i));
     Json vlans = Json::array();
-    for (size_t i = 0; i < model.vlans.size(); ++i)
-        vlans.push_back(vlanJson(model.vlans[i], matrix.lines[i], matrix));
-    return {{"switches", std::move(switches)}, {"vlans", std::move(vlans)}, {"notes", model.notes}};
+    for (size_t i = 0; i < network.vlans.size(); ++i)
+        vlans.push_back(vlanJson(network, i));
+    return {{"switches", std::move(switches)},
+            {"vlans", std::move(vlans)},
+            {"start", {{"stopsAt", network.stop ? stopJson(*network.stop) : Json()}}},
+            {"notes", network.notes}};
 }
 
 } // namespace swctl

@@ -3,7 +3,11 @@
 
 #include <algorithm>
 #include <array>
+#include <clocale>
 #include <cstdlib>
+#include <cstring>
+#include <langinfo.h>
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 namespace swctl {
@@ -76,6 +80,27 @@ std::string printable(std::string_view text)
     return out;
 }
 
+bool utf8Wanted()
+{
+    static const bool wanted =
+        setlocale(LC_CTYPE, "") != nullptr && strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
+    return wanted;
+}
+
+std::string shown(std::string_view text)
+{
+    const std::string safe = printable(text);
+    if (utf8Wanted())
+        return safe;
+    std::string out;
+    for (const char byte : safe)
+        if (static_cast<unsigned char>(byte) < 0x80)
+            out += byte;
+        else
+            appendFormatted(out, "\\x%02x", static_cast<unsigned char>(byte));
+    return out;
+}
+
 size_t displayWidth(std::string_view text)
 {
     return static_cast<size_t>(std::count_if(
@@ -107,6 +132,38 @@ bool colourWanted(FILE *stream)
 {
     const char *refused = getenv("NO_COLOR");
     return isatty(fileno(stream)) == 1 && (refused == nullptr || *refused == '\0');
+}
+
+size_t terminalColumns(FILE *stream)
+{
+    constexpr size_t usual = 80;
+    if (isatty(fileno(stream)) != 1)
+        return 0;
+    const char *wanted = getenv("COLUMNS");
+    const unsigned long columns = wanted != nullptr ? strtoul(wanted, nullptr, 10) : 0;
+    struct winsize size = {};
+    if (columns > 0)
+        return columns;
+    return ioctl(fileno(stream), TIOCGWINSZ, &size) == 0 && size.ws_col > 0 ? size.ws_col : usual;
+}
+
+void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t indent, size_t hang)
+{
+    std::string line(indent, ' ');
+    bool empty = true; // no word in this line yet
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = std::min(text.find(' ', start), text.size());
+        const std::string word = text.substr(start, end - start);
+        if (!empty && columns != 0 && displayWidth(line) + 1 + displayWidth(word) > columns) {
+            fprintf(stream, "%s\n", line.c_str());
+            line.assign(indent + hang, ' ');
+            empty = true;
+        }
+        line += (empty ? "" : " ") + word;
+        empty = false;
+        start = end + 1;
+    }
+    fprintf(stream, "%s\n", line.c_str());
 }
 
 void TextTable::print(FILE *stream) const

@@ -13,6 +13,12 @@ namespace swctl {
 // Control characters and bytes that are no UTF-8 come out as \xNN.
 std::string printable(std::string_view text);
 
+// Whether this terminal takes UTF-8, by the locale.
+bool utf8Wanted();
+
+// As printable, and plain ASCII where the locale is not UTF-8.
+std::string shown(std::string_view text);
+
 // Characters that a terminal shows for `text`, which must be printable.
 size_t displayWidth(std::string_view text);
 
@@ -25,6 +31,14 @@ std::vector<std::string> entriesOf(const std::string &text);
 // Whether escape sequences for colour are wanted on this stream: a terminal
 // whose user did not set NO_COLOR.
 bool colourWanted(FILE *stream);
+
+// The width of the terminal behind the stream in characters; 0 when it is none.
+size_t terminalColumns(FILE *stream);
+
+// Prints a text in lines of at most `columns` characters, 0 for no limit; those
+// after the first stand `hang` further in.
+void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t indent,
+                  size_t hang);
 
 // Rows of cells, printed with every column as wide as its widest cell.
 class TextTable {

@@ -114,6 +114,7 @@ protected:
         database = directory + "/config.db";
         setenv("RELAY_DIR", directory.c_str(), 1);
         setenv("SWMGR_DATABASE", database.c_str(), 1);
+        setenv("LC_ALL", "C.UTF-8", 1);
         unsetenv("NO_COLOR");
         sql(contents(SCHEMA) +
             "INSERT INTO vlanEncapIf(rowid, vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)"
@@ -357,6 +358,9 @@ INSERT INTO vlanEncapIf(vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)
 TEST_F(Swctl, showDrawsTheSwitchesAndTheMembership)
 {
     sql(gateway);
+    std::ofstream(directory + "/site.json") << R"({"devices":{"/dev/bcm":"."},"interfaces":)"
+                                               R"({"eth0":"02:00:00:00:00:10",)"
+                                               R"("eth1":"02:00:00:00:00:11"}})";
     EXPECT_EQ(run("show").out, R"(PSE  level 2 (top)  VLAN off  QoS on
 ├─ port 1   eth0       ─> BCM:1, BCM:2
 └─ port 3   eth1       ─> BCM:4
@@ -376,8 +380,27 @@ VLAN  interface     1    2    3     0    1    2    3    4
 PVID                -    -    -     1   30    1   20 4000
 
 T tagged  U untagged  C CPU port (CU: untagged)  . not a member
-note: VLAN 4000: port 4 is untagged but no member
+note: VLAN 4000: port 4 is in untagMap and not in fwdMap
+note: VLAN 30: port 1 is untagged in VLAN 10 too
+note: 'swctl check' tells of 2 errors and 4 warnings
 )");
+    // The port to the host shows where the row names it as well, and where a start stops.
+    sql("INSERT INTO vlanEncapIf(vlanId, interfaceName, fwdMap, inSwitchOnly)"
+        " VALUES(50, 'eth1', '0,3', 1), (60, 'eth9', '1', 0), (70, 'eth0', '2', 0)");
+    const Result stopped = run("show");
+    EXPECT_HAS(stopped.out,
+               "  50  eth1          T    C    T     C    .    .    T    .  switch only");
+    EXPECT_HAS(stopped.out, "start stops here\n  70");
+    EXPECT_HAS(stopped.out, "A fresh start stops at row 6 of vlanEncapIf, VLAN 60\n  service: ");
+    EXPECT_HAS(stopped.out, "missing then: VLAN 60, 70\n");
+    EXPECT_HAS(run("show --json").out, R"("row":6,"name":"VLAN 60","status":-)");
+    setenv("LC_ALL", "C", 1);
+    EXPECT_HAS(run("show").out, "`- port 3   eth1       -> BCM:4\n");
+    // Too wide for the terminal: the second switch moves below the first.
+    const std::string line = "COLUMNS=50 script -qec '" SWCTL_PROGRAM " show' /dev/null >" +
+                             directory + "/out </dev/null";
+    ASSERT_EQ(system(line.c_str()), 0);
+    EXPECT_HAS(contents(directory + "/out"), "PVID                -    -    -\r\n\r\n");
 }
 
 TEST_F(Swctl, whatIsPrintedAsJsonIsJson)
