@@ -116,6 +116,7 @@ void addVlanCommands(Program &program)
           "  swctl vlan set 10 --id 11 --confirm 60"},
          {"delete", planDelete, "Delete a VLAN", "  swctl vlan delete 10"}});
     addVlanListCommand(program, *group);
+    addVlanShowCommand(program, *group);
 }
 
 void addPortCommands(Program &program)

@@ -2,7 +2,6 @@
 #include "swctl/cli_list.h"
 
 #include "swctl/database.h"
-#include "swctl/json.h"
 #include "swctl/number.h"
 #include "swctl/outcome.h"
 #include "swctl/text.h"
@@ -14,23 +13,6 @@
 namespace swctl {
 namespace {
 
-void printJsonRows(const std::vector<Row> &rows)
-{
-    Json json = Json::array();
-    for (const Row &row : rows) {
-        Json object = {{"rowid", row.rowId}};
-        for (const Row::Cell &cell : row.cells)
-            if (cell.isNull())
-                object[cell.column] = nullptr;
-            else if (cell.isInteger())
-                object[cell.column] = std::get<int64_t>(cell.value);
-            else
-                object[cell.column] = cell.text;
-        json.push_back(std::move(object));
-    }
-    printJson(json);
-}
-
 void printRows(const TableCommands &table, const std::vector<Row> &rows)
 {
     std::vector<std::string> header;
@@ -40,7 +22,7 @@ void printRows(const TableCommands &table, const std::vector<Row> &rows)
     for (const Row &row : rows) {
         std::vector<std::string> line;
         for (const ListColumn &column : table.list) {
-            const std::string value = printable(row.text(column.column));
+            const std::string value = shown(row.text(column.column));
             line.push_back(value.empty() ? "-" : value);
         }
         text.add(std::move(line));
@@ -80,13 +62,30 @@ int runList(const Program &program, const TableCommands &table, const VlanFilter
     std::vector<Row> rows = database.rows(table.table);
     std::erase_if(rows, [&filter](const Row &row) { return !matches(filter, row); });
     if (program.globals.json)
-        printJsonRows(rows);
+        printJson(rowsJson(rows));
     else
         printRows(table, rows);
     return exitDone;
 }
 
 } // namespace
+
+Json rowsJson(const std::vector<Row> &rows)
+{
+    Json json = Json::array();
+    for (const Row &row : rows) {
+        Json object = {{"rowid", row.rowId}};
+        for (const Row::Cell &cell : row.cells)
+            if (cell.isNull())
+                object[cell.column] = nullptr;
+            else if (cell.isInteger())
+                object[cell.column] = std::get<int64_t>(cell.value);
+            else
+                object[cell.column] = cell.text;
+        json.push_back(std::move(object));
+    }
+    return json;
+}
 
 void addListCommand(Program &program, CLI::App &group, const TableCommands &table,
                     const std::string &description, const std::string &examples)

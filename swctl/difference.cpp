@@ -18,22 +18,6 @@ ChipVlan entryOf(const Chip &chip, int vlanId)
     return found != chip.vlans.end() ? found->second : ChipVlan();
 }
 
-std::string stateText(const SubInterface &sub)
-{
-    std::string text = sub.up ? "up" : "down";
-    const auto mapped = [](const auto &map) {
-        for (size_t i = 0; i < 8; ++i)
-            if (map[i] != i)
-                return false;
-        return true;
-    };
-    if (!mapped(sub.ingress))
-        text += ", ingress priorities not mapped";
-    if (!mapped(sub.egress))
-        text += ", egress priorities not mapped";
-    return text;
-}
-
 void compareChip(const Target &target, const Chip &actual, const std::set<int> &read,
                  std::vector<Difference> &all)
 {
@@ -175,6 +159,22 @@ std::vector<Difference> differences(const Target &target, const Actual &actual)
     std::stable_sort(all.begin(), all.end(),
                      [](const Difference &a, const Difference &b) { return a.vlanId < b.vlanId; });
     return all;
+}
+
+std::string stateText(const SubInterface &sub)
+{
+    std::string text = sub.up ? "up" : "down";
+    const auto mapped = [](const auto &map) {
+        for (size_t i = 0; i < 8; ++i)
+            if (map[i] != i)
+                return false;
+        return true;
+    };
+    if (!mapped(sub.ingress))
+        text += ", ingress priorities not mapped";
+    if (!mapped(sub.egress))
+        text += ", egress priorities not mapped";
+    return text;
 }
 
 std::string portsText(const ChipVlan &vlan)

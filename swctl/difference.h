@@ -68,6 +68,9 @@ struct Actual {
 // that it is unknown is the caller's to say.
 std::vector<Difference> differences(const Target &target, const Actual &actual);
 
+// "up", and what of its priority maps is not as it should be.
+std::string stateText(const SubInterface &sub);
+
 // "1T 2T 3U" for an entry of the chip, "-" for an empty one.
 std::string portsText(const ChipVlan &vlan);
 

@@ -111,37 +111,6 @@ std::string rowName(const std::string &table, const Row &row)
     return "switch " + row.text("switchName");
 }
 
-std::optional<Stop> stopOf(Database &database, const Rehearsal &start)
-{
-    const std::optional<StoppedAt> stopped = start.stoppedAt();
-    if (!stopped && start.loadStatus() >= 0)
-        return std::nullopt;
-    Stop stop;
-    stop.status = start.loadStatus();
-    if (stopped) {
-        stop.table = stopped->table;
-        stop.row = stopped->row + 1;
-        stop.status = stopped->status;
-        stop.reasons = stopped->reasons;
-    }
-    for (const char *table : {"swGlobalCfg", "swPortConfig", "vlanEncapIf"}) {
-        const std::vector<int> statuses = rowStatuses(start, table);
-        const std::vector<Row> rows = database.rows(table);
-        for (size_t at = 0; at < rows.size(); ++at) {
-            if (at < statuses.size() && statuses[at] >= 0)
-                continue;
-            const std::string name = rowName(table, rows[at]);
-            if (stop.table == table && at < statuses.size())
-                stop.name = name;
-            if (std::string_view(table) == "vlanEncapIf")
-                stop.vlans.push_back(toInt(rows[at].text("vlanId")));
-            else
-                stop.missing.push_back(name);
-        }
-    }
-    return stop;
-}
-
 // --- who takes part in what --------------------------------------------------
 
 // What decides which port of the chip leads a VLAN to the host.
@@ -295,6 +264,37 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
 }
 
 } // namespace
+
+std::optional<Stop> stopOf(Database &database, const Rehearsal &start)
+{
+    const std::optional<StoppedAt> stopped = start.stoppedAt();
+    if (!stopped && start.loadStatus() >= 0)
+        return std::nullopt;
+    Stop stop;
+    stop.status = start.loadStatus();
+    if (stopped) {
+        stop.table = stopped->table;
+        stop.row = stopped->row + 1;
+        stop.status = stopped->status;
+        stop.reasons = stopped->reasons;
+    }
+    for (const char *table : {"swGlobalCfg", "swPortConfig", "vlanEncapIf"}) {
+        const std::vector<int> statuses = rowStatuses(start, table);
+        const std::vector<Row> rows = database.rows(table);
+        for (size_t at = 0; at < rows.size(); ++at) {
+            if (at < statuses.size() && statuses[at] >= 0)
+                continue;
+            const std::string name = rowName(table, rows[at]);
+            if (stop.table == table && at < statuses.size())
+                stop.name = name;
+            if (std::string_view(table) == "vlanEncapIf")
+                stop.vlans.push_back(toInt(rows[at].text("vlanId")));
+            else
+                stop.missing.push_back(name);
+        }
+    }
+    return stop;
+}
 
 EngineVlan engineVlan(const engine::State &state, int32_t vlanId)
 {

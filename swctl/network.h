@@ -88,6 +88,9 @@ struct Network {
     size_t warnings = 0;            // about the rows
 };
 
+// Where the start from this database ended early; none when it took every row.
+std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
+
 Network networkOf(const GatewayView &gateway, Database &database);
 
 // The name of the switch that owns a column.

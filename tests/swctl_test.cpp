@@ -261,6 +261,8 @@ vlan add 20 --logical $LONG
 vlan add 20 --switch-only maybe
 vlan add 20 --logical "$(printf 'a\033[2J')"
 vlan set 10
+vlan show 11 => there is no VLAN 11 in the database
+vlan list --id 9,5-3 => is no list of VLAN ids
 vlan set 11 --ports 1 => there is no VLAN 11 in the database
 vlan set 10 --ports 1 --database /nonexistent/db => No such file or directory
 port add PSE 32

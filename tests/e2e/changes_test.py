@@ -151,6 +151,7 @@ class Changes(GatewayTest):
         row = self.vlan(self.free_id())
         if self.by_swctl():
             self.swctl(0, "vlan", "add", row["vlanId"], *self.options(row))
+            self.swctl(0, "vlan", "show", row["vlanId"])
         else:
             self.foreign(0, relay.INSERT, self.insert(row))
         self.assertTrue(self.expected.add(row))

@@ -1,0 +1,240 @@
+// One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
+#include "swctl/cli_list.h"
+#include "swctl/json.h"
+#include "swctl/network.h"
+#include "swctl/number.h"
+#include "swctl/outcome.h"
+#include "swctl/settle.h"
+#include "swctl/show.h"
+#include "swctl/text.h"
+#include "swctl/validate.h"
+
+#include <algorithm>
+#include <memory>
+
+namespace swctl {
+namespace {
+
+struct VlanView {
+    int id = 0;
+    std::vector<Row> rows; // more than one when the id is there twice
+    std::string chipName;  // of its switch; empty: there is none
+    std::string engineName;
+    EngineVlan engine; // by a fresh start
+    Target target;
+    Actual actual;
+    std::optional<Stop> stop;
+    std::vector<Difference> differences; // that count
+    std::vector<std::string> unread;     // parts that might differ, and why they are unknown
+
+    [[nodiscard]] bool equal() const { return differences.empty() && unread.empty(); }
+};
+
+// A port's default tag concerns the VLAN that it has and the one that it should have.
+bool concerns(const Difference &difference, int id)
+{
+    return difference.vlanId == id || (difference.kind == DifferenceKind::defaultTag &&
+                                       difference.found == std::to_string(id));
+}
+
+VlanView viewOf(const Globals &globals, int id)
+{
+    const GatewayView gateway(globals.database, globals.site);
+    Database database(globals.database, Access::read);
+    Snapshot snapshot(database);
+    VlanView view;
+    view.id = id;
+    view.rows = snapshot.database().rows("vlanEncapIf");
+    std::erase_if(view.rows, [id](const Row &row) { return toInt(row.text("vlanId")) != id; });
+    if (view.rows.empty())
+        throw Failure(exitUsage, "there is no VLAN " + std::to_string(id) + " in the database");
+    const Rehearsal start = gateway.rehearseStart(snapshot)->finish();
+    view.chipName = switchCarriedBy(snapshot.database(), start, Device::chip);
+    view.engineName = switchCarriedBy(snapshot.database(), start, Device::engine);
+    view.engine = engineVlan(start.state().engine, id);
+    view.target = targetOf(start, vlanIdsIn(snapshot.database()));
+    view.stop = stopOf(snapshot.database(), start);
+    view.actual = gateway.read(snapshot, view.target, {id}, GatewayView::Extent::touched);
+    view.differences = counting(differences(view.target, view.actual));
+    std::erase_if(view.differences,
+                  [id](const Difference &difference) { return !concerns(difference, id); });
+    if (!view.actual.chip.held && view.target.chipRun)
+        view.unread.push_back("chip: " + view.actual.chip.reason);
+    if (!view.actual.kernel.held)
+        view.unread.push_back("kernel: " + view.actual.kernel.reason);
+    return view;
+}
+
+ChipVlan entryOf(const Chip &chip, int id)
+{
+    const auto found = chip.vlans.find(id);
+    return found != chip.vlans.end() ? found->second : ChipVlan();
+}
+
+std::string engineText(const EngineVlan &vlan)
+{
+    // As in an entry of the chip, where the untagged ports are marked instead.
+    return portsText(
+        {static_cast<uint16_t>(vlan.members), static_cast<uint16_t>(vlan.members & ~vlan.tagged)});
+}
+
+// The VLAN's sub-interfaces that should be there or are.
+std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const VlanView &view)
+{
+    std::map<std::string, std::pair<std::string, std::string>> states;
+    for (const auto &[name, sub] : view.target.kernel.interfaces)
+        if (sub.vlanId == view.id)
+            states[name] = {stateText(sub), view.actual.kernel.held ? "missing" : "not read"};
+    if (view.actual.kernel.held)
+        for (const auto &[name, sub] : view.actual.kernel.held->interfaces)
+            if (sub.vlanId == view.id) {
+                const std::string wanted = states.contains(name) ? states[name].first : "none";
+                states[name] = {wanted, stateText(sub)};
+            }
+    return states;
+}
+
+std::string engineNow(const VlanView &view)
+{
+    if (!view.actual.engine.held)
+        return "not read";
+    return view.actual.engine.held->failed.contains(view.id) ? "a tool failed, by the log"
+                                                             : "no tool failed, by the log";
+}
+
+void printStates(const VlanView &view)
+{
+    TextTable table({"", "FRESH START", "NOW"});
+    const auto chip = view.actual.chip.held;
+    if (!view.chipName.empty())
+        table.add({"  chip " + shown(view.chipName), portsText(entryOf(view.target.chip, view.id)),
+                   chip ? portsText(entryOf(*chip, view.id)) : "not read"});
+    if (!view.engineName.empty())
+        table.add({"  engine " + shown(view.engineName), engineText(view.engine), engineNow(view)});
+    const auto interfaces = interfacesOf(view);
+    for (const auto &[name, states] : interfaces)
+        table.add({"  " + shown(name), states.first, states.second});
+    if (interfaces.empty())
+        table.add({"  sub-interface", "none", view.actual.kernel.held ? "none" : "not read"});
+    table.print(stdout);
+}
+
+void printRow(const Row &row)
+{
+    std::string text = "row " + std::to_string(row.rowId);
+    const auto add = [&](const char *what, const char *column) {
+        if (!row.text(column).empty())
+            text += std::string(", ") + what + " " + shown(row.text(column));
+    };
+    add("interface", "interfaceName");
+    add("logical", "LogicalIfName");
+    add("ports", "fwdMap");
+    add("untagged", "untagMap");
+    if (toInt(row.text("inSwitchOnly")) != 0)
+        text += ", switch only";
+    printf("  %s\n", text.c_str());
+}
+
+void printView(const VlanView &view)
+{
+    printf("VLAN %d\n", view.id);
+    for (const Row &row : view.rows)
+        printRow(row);
+    printStates(view);
+    if (view.stop)
+        printf("%s.\n", stopText(*view.stop).c_str());
+    for (const std::string &part : view.unread)
+        printf("not read: %s\n", shown(part).c_str());
+    if (!view.engineName.empty() && !view.actual.engine.reason.empty())
+        printf("not read: engine: %s\n", shown(view.actual.engine.reason).c_str());
+    for (const Difference &difference : view.differences)
+        printf("! %s\n  To mend it: %s\n", difference.text().c_str(), difference.mend().c_str());
+    if (view.equal())
+        printf("Nothing differs.\n");
+}
+
+Json portsJson(uint32_t map)
+{
+    Json ports = Json::array();
+    for (int port = 0; port < 32; ++port)
+        if ((map >> port & 1) != 0)
+            ports.push_back(port);
+    return ports;
+}
+
+Json chipJson(const ChipVlan &vlan)
+{
+    return {{"members", portsJson(vlan.fwdMap)}, {"untagged", portsJson(vlan.untagMap)}};
+}
+
+Json interfacesJson(const Kernel &kernel, int id)
+{
+    Json interfaces = Json::array();
+    for (const auto &[name, sub] : kernel.interfaces)
+        if (sub.vlanId == id)
+            interfaces.push_back({{"name", name}, {"state", stateText(sub)}});
+    return interfaces;
+}
+
+Json viewJson(const VlanView &view)
+{
+    const auto &[chip, chipIds, kernel, engine] = view.actual;
+    Json left = Json::array();
+    for (const Difference &difference : view.differences)
+        left.push_back({{"kind", difference.key()},
+                        {"port", difference.port >= 0 ? Json(difference.port) : Json()},
+                        {"wanted", difference.wanted},
+                        {"found", difference.found},
+                        {"text", difference.text()},
+                        {"mend", difference.mend()}});
+    Json failed = Json::array();
+    if (engine.held && engine.held->failed.contains(view.id))
+        failed = engine.held->failed.at(view.id);
+    return {
+        {"vlan", view.id},
+        {"outcome", view.equal() ? "equal" : "different"},
+        {"rows", rowsJson(view.rows)},
+        {"start",
+         {{"stopsAt", view.stop ? stopJson(*view.stop) : Json()},
+          {"chip", view.chipName.empty() ? Json() : chipJson(entryOf(view.target.chip, view.id))},
+          {"engine", view.engineName.empty() ? Json()
+                                             : Json{{"members", portsJson(view.engine.members)},
+                                                    {"tagged", portsJson(view.engine.tagged)}}},
+          {"interfaces", interfacesJson(view.target.kernel, view.id)}}},
+        {"now",
+         {{"chip", chip.held ? chipJson(entryOf(*chip.held, view.id)) : Json()},
+          {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},
+          {"interfaces", kernel.held ? interfacesJson(*kernel.held, view.id) : Json()}}},
+        {"unread", view.unread},
+        {"differences", std::move(left)}};
+}
+
+int runVlanShow(const Globals &globals, const std::string &id)
+{
+    const VlanView view = viewOf(globals, std::stoi(id));
+    if (globals.json)
+        printJson(viewJson(view));
+    else
+        printView(view);
+    return view.equal() ? exitDone : exitDiffers;
+}
+
+} // namespace
+
+void addVlanShowCommand(Program &program, CLI::App &group)
+{
+    const auto id = std::make_shared<std::string>();
+    const Globals &globals = program.globals;
+    CLI::App *command = addCommand(
+        program, group, "show",
+        "Show one VLAN: its row, what a fresh start would make of it, what chip and kernel hold "
+        "now, and what the log says of the engine's tools",
+        "  swctl vlan show 20\n  swctl vlan show 20 --json",
+        [&globals, id] { return runVlanShow(globals, *id); });
+    command->add_option("ID", *id, "802.1Q VLAN id, 1 to 4094")
+        ->type_name("ID")
+        ->required()
+        ->transform(decimal(1, 4094));
+}
+
+} // namespace swctl
