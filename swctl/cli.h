@@ -64,6 +64,7 @@ void addSwitchCommands(Program &program);        // rate-limit, queues, qos, ...
 void addRequestCommands(Program &program);       // request, bandwidth, event, command
 void addViewCommands(Program &program);          // show, log
 void addFileCommands(Program &program);          // export, apply, batch
+void addInitCommand(Program &program);           // init
 void addTrialCommands(Program &program);         // confirm, history, undo
 void addStateCommands(Program &program);         // status
 void addPortStats(Program &program, CLI::App &group);

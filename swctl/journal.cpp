@@ -42,15 +42,14 @@ void writeAll(int fd, const std::string &contents, const std::string &path)
     }
 }
 
-// A name in a folder is as durable as the folder.
+} // namespace
+
 void syncFolder(const std::string &path)
 {
     const Descriptor folder(open(folderOf(path).c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
     if (folder.valid())
         fsync(folder.get());
 }
-
-} // namespace
 
 ChangeLock::ChangeLock(const std::string &databasePath, int seconds,
                        const std::function<void()> &waiting)

@@ -38,6 +38,9 @@ private:
 // loss of power.
 void replaceFile(const std::string &path, const std::string &contents);
 
+// A name in a folder is as durable as the folder: writes that of `path` to disk.
+void syncFolder(const std::string &path);
+
 // Adds to the end of a file, which is made where there is none.
 void appendToFile(const std::string &path, const std::string &contents);
 

@@ -120,6 +120,7 @@ int main(int argc, char **argv)
         addRequestCommands(program);
         addViewCommands(program);
         addFileCommands(program);
+        addInitCommand(program);
         addTrialCommands(program);
         addTruthCommands(program);
         addStateCommands(program);

@@ -405,6 +405,24 @@ note: 'swctl check' tells of 2 errors and 4 warnings
     EXPECT_HAS(contents(directory + "/out"), "PVID                -    -    -\r\n\r\n");
 }
 
+TEST_F(Swctl, initMakesADatabaseOnlyWhereThereIsNone)
+{
+    const char *tables = "SELECT sql FROM sqlite_master WHERE type = 'table' ORDER BY name";
+    const std::string schema = sql(tables);
+    const std::string before = everything();
+    EXPECT_EQ(run("init").status, 1);
+    EXPECT_EQ(everything(), before);
+    std::filesystem::remove(database);
+    std::ofstream(database + "-journal") << "of another database";
+    EXPECT_EQ(run("init").status, 1);
+    std::filesystem::remove(database + "-journal");
+    EXPECT_EQ(run("init --template gateway --constraints").status, 0);
+    EXPECT_EQ(sql(tables), schema);
+    EXPECT_EQ(sql("SELECT count(*) FROM swPortConfig"), "9\n");
+    EXPECT_EQ(sql("SELECT count(*) > 0 FROM sqlite_master WHERE type = 'trigger'"), "1\n");
+    EXPECT_EQ(std::filesystem::status(database).permissions(), std::filesystem::perms(0660));
+}
+
 TEST_F(Swctl, whatIsPrintedAsJsonIsJson)
 {
     sql(gateway);

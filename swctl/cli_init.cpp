@@ -1,0 +1,167 @@
+// The command that makes a configuration database.
+#include "common/descriptor.h"
+#include "swctl/check.h"
+#include "swctl/cli.h"
+#include "swctl/database.h"
+#include "swctl/database_sql.h"
+#include "swctl/journal.h"
+#include "swctl/json.h"
+#include "swctl/outcome.h"
+#include "swctl/text.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <memory>
+
+namespace swctl {
+namespace {
+
+struct Template {
+    const char *name;
+    const char *sql;
+    const char *meaning; // of its rows
+};
+
+constexpr Template templates[] = {
+    {"none", "", "no rows"},
+    {"gateway", gatewaySql, "an engine with 4 ports over a chip with 5"},
+    {"chip", chipSql, "a chip with 5 ports"},
+};
+
+struct InitArguments {
+    std::string pattern = "none"; // name of a template
+    bool constraints = false;     // with the triggers that guard the rows
+};
+
+const Template &templateNamed(const std::string &name)
+{
+    for (const Template &candidate : templates)
+        if (candidate.name == name)
+            return candidate;
+    return templates[0]; // the option accepts no other name
+}
+
+[[noreturn]] void refuse(const std::string &path, const std::string &why)
+{
+    throw Failure(exitRefused, "refused: " + printable(path) + " " + why + "; nothing was changed");
+}
+
+// What belongs to an earlier database of that name would be taken for the new one's.
+void refuseRemains(const std::string &path)
+{
+    for (const char *ending : {"", "-journal", "-wal", ".change", ".trial", ".history"}) {
+        struct stat about = {};
+        if (lstat((path + ending).c_str(), &about) == 0)
+            refuse(path + ending,
+                   *ending == '\0' ? "is there already" : "of an earlier database is there");
+    }
+}
+
+// The contents under a name of their own until they are whole; the file is gone
+// with the object, but for the names that it was given.
+class DraftFile {
+public:
+    explicit DraftFile(const std::string &target)
+        : path(target + ".init-" + std::to_string(getpid())),
+          file(open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, 0600))
+    {
+        if (!file.valid())
+            fail();
+    }
+    ~DraftFile() { unlink(path.c_str()); }
+    DraftFile(const DraftFile &) = delete;
+    DraftFile &operator=(const DraftFile &) = delete;
+
+    void write(std::string_view bytes) const
+    {
+        while (!bytes.empty()) {
+            const ssize_t length = ::write(file.get(), bytes.data(), bytes.size());
+            if (length < 0)
+                fail();
+            bytes.remove_prefix(static_cast<size_t>(length));
+        }
+        constexpr mode_t ownerAndGroup = 0660;
+        if (fchmod(file.get(), ownerAndGroup) != 0 || fsync(file.get()) != 0)
+            fail();
+    }
+
+    // False when something has that name already.
+    [[nodiscard]] bool publish(const std::string &target) const
+    {
+        const int status =
+            renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE);
+        // Older file systems cannot rename without replacing.
+        const bool known = status == 0 || (errno != EINVAL && errno != ENOSYS);
+        if ((known ? status : link(path.c_str(), target.c_str())) == 0)
+            return true;
+        if (errno != EEXIST)
+            fail();
+        return false;
+    }
+
+private:
+    [[noreturn]] void fail() const
+    {
+        throw Failure(exitUsage, "cannot write " + printable(path) + ": " + strerror(errno));
+    }
+
+    std::string path;
+    Descriptor file;
+};
+
+int runInit(const Globals &globals, const InitArguments &arguments)
+{
+    const Template &chosen = templateNamed(arguments.pattern);
+    Database database = Database::inMemory();
+    database.run(schemaSql);
+    database.run(chosen.sql);
+    if (arguments.constraints)
+        database.run(constraintTriggers().c_str());
+    refuseRemains(globals.database);
+    {
+        const DraftFile draft(globals.database);
+        draft.write(database.serialised());
+        if (!draft.publish(globals.database))
+            refuse(globals.database, "is there already");
+    }
+    syncFolder(globals.database);
+    if (globals.json)
+        printJson({{"outcome", "applied"},
+                   {"what", globals.database},
+                   {"template", chosen.name},
+                   {"constraints", arguments.constraints}});
+    else
+        printf("applied: %s made, with %s%s\n", shown(globals.database).c_str(), chosen.meaning,
+               arguments.constraints ? " and constraints" : "");
+    return exitDone;
+}
+
+} // namespace
+
+void addInitCommand(Program &program)
+{
+    const auto arguments = std::make_shared<InitArguments>();
+    const Globals &globals = program.globals;
+    CLI::App *command = addCommand(
+        program, program.app, "init",
+        "Make a new configuration database where there is none, with switches and ports but "
+        "without VLANs",
+        "  swctl init --template gateway\n  swctl init --database new.db --constraints",
+        [&globals, arguments] { return runInit(globals, *arguments); });
+    if (!program.mayRun("init"))
+        return;
+    command
+        ->add_option("--template", arguments->pattern,
+                     "Rows to begin with: none, a chip alone, or an engine over a chip")
+        ->type_name("none|gateway|chip")
+        ->check(CLI::IsMember({"none", "gateway", "chip"}))
+        ->capture_default_str();
+    command->add_flag("--constraints", arguments->constraints,
+                      "Add triggers that refuse wrong rows of any writer");
+}
+
+} // namespace swctl
