@@ -158,7 +158,7 @@ void addInitCommand(Program &program)
         ->add_option("--template", arguments->pattern,
                      "Rows to begin with: none, a chip alone, or an engine over a chip")
         ->type_name("none|gateway|chip")
-        ->check(CLI::IsMember({"none", "gateway", "chip"}))
+        ->check(CLI::IsMember({"none", "gateway", "chip"}).description(""))
         ->capture_default_str();
     command->add_flag("--constraints", arguments->constraints,
                       "Add triggers that refuse wrong rows of any writer");

@@ -2,6 +2,7 @@
 // configuration database and tells the service, sends requests, shows what is
 // configured and follows the log.
 #include "swctl/cli.h"
+#include "swctl/complete.h"
 #include "swctl/json.h"
 #include "swctl/outcome.h"
 #include "swctl/service.h"
@@ -62,12 +63,18 @@ int parseAndRun(Program &program, int argc, char **argv)
 {
     CLI::App &app = program.app;
     std::string generated;
+    std::string completed;
+    app.add_option("--complete", completed)->group("");
     app.add_option("--generate", generated)->check(CLI::IsMember({"man", "bash"}))->group("");
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
             return app.exit(error); // help or version
+        if (!completed.empty()) {
+            printCompletions(program.globals, completed);
+            return exitDone;
+        }
         if (!generated.empty())
             return generate(app, generated);
         const std::optional<std::string> unknown = unknownWord(app, program.words);

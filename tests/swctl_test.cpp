@@ -423,6 +423,15 @@ TEST_F(Swctl, initMakesADatabaseOnlyWhereThereIsNone)
     EXPECT_EQ(std::filesystem::status(database).permissions(), std::filesystem::perms(0660));
 }
 
+TEST_F(Swctl, aCompletionOffersNothingThatAShellWouldTakeForMore)
+{
+    sql("INSERT INTO swGlobalCfg(switchName) VALUES('BCM'), ('$(reboot)'), ('a b'), ('-x')");
+    EXPECT_EQ(run("--complete switches").out, "BCM\n");
+    EXPECT_EQ(run("vlan show --complete vlans").out, "10\n");
+    const Result none = run("--complete vlans --database /nonexistent/db");
+    EXPECT_EQ(std::to_string(none.status) + none.out + none.err, "0");
+}
+
 TEST_F(Swctl, whatIsPrintedAsJsonIsJson)
 {
     sql(gateway);

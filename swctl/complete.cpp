@@ -1,0 +1,57 @@
+// What the database names; see the header.
+#include "swctl/complete.h"
+
+#include "swctl/database.h"
+#include "swctl/site.h"
+
+#include <set>
+
+namespace swctl {
+namespace {
+
+struct Source {
+    const char *kind;
+    const char *table;
+    const char *column;
+};
+
+constexpr Source sources[] = {
+    {"vlans", "vlanEncapIf", "vlanId"},
+    {"switches", "swGlobalCfg", "switchName"},
+    {"ports", "swPortConfig", "portNumber"},
+    {"interfaces", "swPortConfig", "interfaceName"},
+    {"interfaces", "vlanEncapIf", "interfaceName"},
+};
+
+bool isPlain(const std::string &word)
+{
+    return !word.empty() && word.front() != '-' &&
+           word.find_first_not_of("abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
+                                  "0123456789_.:@-") == std::string::npos;
+}
+
+} // namespace
+
+void printCompletions(const Globals &globals, const std::string &kind)
+{
+    std::set<std::string> words;
+    try {
+        Database database(globals.database, Access::read);
+        for (const Source &source : sources)
+            if (kind == source.kind)
+                for (const Row &row : database.rows(source.table))
+                    words.insert(row.text(source.column));
+        if (kind == "interfaces") {
+            const Site site = findSite(globals.database, globals.site);
+            for (const auto &[name, address] : interfacesOf(site))
+                words.insert(name);
+        }
+    } catch (const std::exception &) {
+        // Who completes a word asked for no message: what is known is offered.
+    }
+    for (const std::string &word : words)
+        if (isPlain(word))
+            puts(word.c_str());
+}
+
+} // namespace swctl
