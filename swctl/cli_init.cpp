@@ -156,7 +156,7 @@ void addInitCommand(Program &program)
         return;
     command
         ->add_option("--template", arguments->pattern,
-                     "Rows to begin with: none, a chip alone, or an engine over a chip")
+                     "Rows to begin with: none, an engine over a chip, or a chip alone")
         ->type_name("none|gateway|chip")
         ->check(CLI::IsMember({"none", "gateway", "chip"}).description(""))
         ->capture_default_str();
