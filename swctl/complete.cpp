@@ -1,6 +1,7 @@
 // What the database names; see the header.
 #include "swctl/complete.h"
 
+#include "swctl/cli.h"
 #include "swctl/database.h"
 #include "swctl/site.h"
 

@@ -1,9 +1,11 @@
 // The names and numbers that a completion offers.
 #pragma once
 
-#include "swctl/cli.h"
+#include <string>
 
 namespace swctl {
+
+struct Globals;
 
 // Prints the VLAN ids, switches, ports or interfaces, one a line; nothing where
 // they cannot be read. Only what means nothing to a shell.

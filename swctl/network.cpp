@@ -161,8 +161,11 @@ private:
             if (entry == chip.vlans.end() || network.vlans[at].fate == Fate::missing)
                 continue;
             uint32_t named = 0;
-            for (const std::string &port : entriesOf(rows[at].text("fwdMap")))
-                named |= hasBit(~0u, toInt(port)) ? 1u << toInt(port) : 0;
+            for (const std::string &listed : entriesOf(rows[at].text("fwdMap"))) {
+                const int32_t port = toInt(listed);
+                if (port >= 0 && port < mapPorts)
+                    named |= 1u << port;
+            }
             note(routeOf(network.vlans[at]), entry->second.fwdMap & ~named);
         }
     }

@@ -56,7 +56,7 @@ struct VlanConfig {
 
 // Where a start ends early, and what is missing then.
 struct Stop {
-    std::string table;                // empty: before the first row
+    std::string table;                // empty: at no row
     int row = 0;                      // in the table's own order, from 1; 0: at none
     std::string name;                 // of the row, as "VLAN 30"
     int status = 0;                   // of the service

@@ -279,7 +279,7 @@ std::string fateText(const VlanConfig &vlan)
 std::string stopText(const Stop &stop)
 {
     if (stop.row == 0)
-        return "A fresh start fails before the first row: status " + std::to_string(stop.status);
+        return "A fresh start fails, though at no row: status " + std::to_string(stop.status);
     return "A fresh start stops at row " + std::to_string(stop.row) + " of " + stop.table + ", " +
            shown(stop.name);
 }

@@ -89,7 +89,7 @@ bool utf8Wanted()
 
 std::string shown(std::string_view text)
 {
-    const std::string safe = printable(text);
+    std::string safe = printable(text);
     if (utf8Wanted())
         return safe;
     std::string out;
