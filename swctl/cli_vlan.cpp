@@ -187,6 +187,9 @@ Json viewJson(const VlanView &view)
                         {"found", difference.found},
                         {"text", difference.text()},
                         {"mend", difference.mend()}});
+    std::vector<std::string> unread = view.unread;
+    if (!view.engineName.empty() && !engine.reason.empty())
+        unread.push_back("engine: " + engine.reason);
     Json failed = Json::array();
     if (engine.held && engine.held->failed.contains(view.id))
         failed = engine.held->failed.at(view.id);
@@ -205,7 +208,7 @@ Json viewJson(const VlanView &view)
          {{"chip", chip.held ? chipJson(entryOf(*chip.held, view.id)) : Json()},
           {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},
           {"interfaces", kernel.held ? interfacesJson(*kernel.held, view.id) : Json()}}},
-        {"unread", view.unread},
+        {"unread", unread},
         {"differences", std::move(left)}};
 }
 
