@@ -456,6 +456,26 @@ std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
     return verdict;
 }
 
+namespace {
+
+// What is otherwise than after a fresh start and has no effect on a VLAN's frames.
+void noteIdle(const Site &site, const Target &target, const Actual &actual, Verdict &verdict)
+{
+    for (const Difference &difference : differences(target, actual))
+        if (!difference.counts)
+            verdict.idle.push_back(difference);
+    if (!target.pausesSet)
+        return;
+    const Part<PauseRegisters> pauses = readPauseRegisters(site);
+    if (!pauses.held)
+        verdict.idleUnread = "the engine's registers for pause frames: " + pauses.reason;
+    else
+        for (const Difference &difference : pauseDifferences(target.pauses, *pauses.held))
+            verdict.idle.push_back(difference);
+}
+
+} // namespace
+
 Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress)
 {
     constexpr int highestVlan = 4094;
@@ -477,6 +497,7 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
     if (target.stopped)
         verdict.note = verdict.startStops = stoppedText(*target.stopped);
+    noteIdle(gateway.site(), target, settled.actual, verdict);
     judge(verdict, std::move(settled), Word::applied);
     return verdict;
 }

@@ -68,8 +68,10 @@ void addInitCommand(Program &program);           // init
 void addTrialCommands(Program &program);         // confirm, history, undo
 void addStateCommands(Program &program);         // status
 void addPortStats(Program &program, CLI::App &group);
-void addTruthCommands(Program &program); // diff, repair, recover, rehearse
-void addCheckCommand(Program &program);  // check
+void addTruthCommands(Program &program);  // diff, repair, recover, rehearse
+void addCheckCommand(Program &program);   // check
+void addExplainCommand(Program &program); // explain
+void addWatchCommand(Program &program);   // watch
 
 // Made from the commands themselves.
 std::string manualPage(const CLI::App &app);

@@ -15,7 +15,6 @@
 namespace swctl {
 namespace {
 
-constexpr size_t outputColumns = 80;
 constexpr size_t mostShown = 20; // findings of one rule in the text
 
 // What `check` ends with; a database that cannot be used ends with exitUsage, 2.

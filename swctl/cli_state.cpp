@@ -1,83 +1,31 @@
 // How the gateway is doing: status, and what the chip counts on its ports.
 #include "swctl/cli_change.h"
-#include "swctl/confirm.h"
 #include "swctl/gateway_view.h"
-#include "swctl/journal.h"
-#include "swctl/log.h"
 #include "swctl/outcome.h"
 #include "swctl/readback.h"
 #include "swctl/report.h"
-#include "swctl/service.h"
-#include "swctl/service_life.h"
+#include "swctl/status.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <algorithm>
 #include <memory>
-#include <set>
 
 namespace swctl {
 namespace {
 
-constexpr size_t mostFailures = 5; // shown
+constexpr size_t mostFailures = 5;     // shown
+constexpr size_t mostDifferences = 20; // shown
+constexpr int nameColumns = 11;
 
-// What became of a sub-interface is read from the kernel itself.
-bool isOfKernel(const LogLine &line)
+Json loadJson(const LastLoad &load)
 {
-    return line.text.starts_with("cmd (vconfig ") || line.text.starts_with("cmd (ifconfig ") ||
-           line.text.starts_with("cmd (/sbin/vconfig ");
-}
-
-struct Status {
-    std::string unreachable;      // why; empty: it answers
-    std::optional<int64_t> start; // ms since 1970; none: not known
-    Verdict verdict;              // rows against hardware
-    size_t vlans = 0;             // in the rows
-    std::set<int> different;      // VLANs
-    std::string unfinished;       // what a broken-off change was about
-    std::optional<Trial> trial;
-    std::vector<LogLine> failures; // tools that failed last, oldest first
-    std::string failuresUnknown;   // why
-
-    [[nodiscard]] ExitStatus exitStatus() const
-    {
-        if (!unreachable.empty())
-            return exitUnreachable;
-        const bool fine = verdict.word == Word::applied && unfinished.empty() &&
-                          std::all_of(failures.begin(), failures.end(), isOfKernel) &&
-                          verdict.startStops.empty();
-        return fine ? exitDone : exitDiffers;
-    }
-};
-
-void takeFailures(Status &status)
-{
-    try {
-        static_cast<void>(
-            failedTools([&](const LogLine &line) { status.failures.push_back(line); }));
-    } catch (const Failure &) {
-        status.failuresUnknown = "no log daemon is running that could tell";
-    }
-}
-
-Status statusOf(const Globals &globals)
-{
-    Status status;
-    status.verdict = repair(optionsOf(globals), /*allVlans=*/false, /*dryRun=*/true, {});
-    Database database(globals.database, Access::read);
-    status.vlans = database.rows("vlanEncapIf").size();
-    for (const Difference &difference : status.verdict.left)
-        if (difference.vlanId != 0 && difference.inRows)
-            status.different.insert(difference.vlanId);
-    if (serviceAnswers())
-        status.start = serviceStart();
-    else
-        status.unreachable = "it does not answer; is it running?";
-    if (const std::optional<ChangeSet> changes = Journal(globals.database).unfinished())
-        status.unfinished = changes->what + " " + changes->verb;
-    status.trial = trialOf(globals.database);
-    takeFailures(status);
-    return status;
+    return {{"outcome", !load.unknown.empty() ? "unknown"
+                        : load.stopped        ? "stopped"
+                                              : "went through"},
+            {"time", load.stopped ? Json(load.time) : Json()},
+            {"text", load.text()},
+            {"reasons", load.reasons}};
 }
 
 Json statusJson(const Status &status)
@@ -85,69 +33,84 @@ Json statusJson(const Status &status)
     Json failures = Json::array();
     for (const LogLine &line : status.failures)
         failures.push_back({{"time", line.time}, {"text", line.text}});
-    const ExitStatus exit = status.exitStatus();
-    return {{"outcome", exit == exitDone      ? "healthy"
-                        : exit == exitDiffers ? "not healthy"
-                                              : "not reachable"},
+    const std::optional<size_t> applied = status.applied();
+    return {{"outcome", status.word()},
             {"reachable", status.unreachable.empty()},
             {"upSince", status.start ? Json(*status.start / 1000) : Json()},
+            {"lastLoad", loadJson(status.load)},
             {"startStops", status.verdict.startStops},
             {"vlans",
              {{"configured", status.vlans},
+              {"applied", applied ? Json(*applied) : Json()},
               {"different", status.different.size()},
-              {"verified", status.verdict.unread.empty()}}},
+              {"verified", applied.has_value()}}},
             {"unfinished", status.unfinished.empty() ? Json() : Json(status.unfinished)},
             {"confirmUntil", status.trial ? Json(status.trial->deadline) : Json()},
             {"failures", std::move(failures)},
             {"comparison", verdictJson(status.verdict)}};
 }
 
+void printField(const char *name, const std::string &text)
+{
+    printWrapped(stdout, padded(name, nameColumns) + shown(text), outputColumns, /*indent=*/0,
+                 nameColumns);
+}
+
 void printService(const Status &status)
 {
     if (!status.unreachable.empty())
-        printf("service   not reachable: %s\n", status.unreachable.c_str());
+        printField("service", "not reachable: " + status.unreachable);
     else if (status.start)
-        printf("service   up since %s\n", dateText(*status.start / 1000).c_str());
+        printField("service", "up since " + dateText(*status.start / 1000));
     else
-        printf("service   up; since when is not known\n");
+        printField("service", "up; since when is not known");
+    if (status.unreachable.empty())
+        printField("last load", status.load.text());
+    for (const std::string &reason : status.load.reasons)
+        printField("", reason);
+    printField("next load", status.verdict.startStops.empty() ? "would go through (rehearsed)"
+                                                              : status.verdict.startStops);
+}
+
+void printVlans(const Status &status)
+{
+    const std::optional<size_t> applied = status.applied();
+    printField("VLANs", std::to_string(status.vlans) + " configured, " +
+                            (applied ? std::to_string(*applied) : "an unknown number") +
+                            " applied, " + std::to_string(status.different.size()) + " different");
+    size_t printed = 0;
+    for (const Difference &difference : status.verdict.left)
+        if (printed++ < mostDifferences)
+            printField("  !", difference.text() + " (" + difference.mend() + ")");
+    if (printed > mostDifferences)
+        printField("", "and " + std::to_string(printed - mostDifferences) +
+                           " more; 'swctl diff' shows all");
+    for (const std::string &part : status.verdict.unread)
+        printField("not read", part);
 }
 
 void printStatus(const Status &status)
 {
-    const ExitStatus exit = status.exitStatus();
-    printf("%s\n", exit == exitDone      ? "healthy"
-                   : exit == exitDiffers ? "not healthy"
-                                         : "not reachable");
+    printf("%s\n", status.word());
     printService(status);
-    printf("start     %s (rehearsed)\n", status.verdict.startStops.empty()
-                                             ? "goes through from the database as it is"
-                                             : status.verdict.startStops.c_str());
-    printf("VLANs     %zu configured, %zu different%s\n", status.vlans, status.different.size(),
-           status.verdict.unread.empty() ? "" : ", not all read");
+    printVlans(status);
     if (!status.unfinished.empty())
-        printf("change    broken off: %s; 'swctl recover' finishes it or takes it back\n",
-               printable(status.unfinished).c_str());
+        printField("change", "broken off: " + status.unfinished +
+                                 "; 'swctl recover' finishes it or takes it back");
     if (status.trial)
-        printf("change    on trial until %s: %s %s; 'swctl confirm' keeps it\n",
-               clockText(status.trial->deadline).c_str(),
-               printable(status.trial->changes.what).c_str(), status.trial->changes.verb.c_str());
-    for (const Difference &difference : status.verdict.left)
-        printf("  ! %s\n", difference.text().c_str());
-    for (const std::string &part : status.verdict.unread)
-        printf("  not read: %s\n", part.c_str());
-    if (!status.verdict.left.empty())
-        printf("  To mend it: %s\n", status.verdict.left.front().mend().c_str());
+        printField("change", "on trial until " + clockText(status.trial->deadline) + ": " +
+                                 status.trial->changes.what + " " + status.trial->changes.verb +
+                                 "; 'swctl confirm' keeps it");
     if (!status.failuresUnknown.empty())
-        printf("failures  not known: %s\n", status.failuresUnknown.c_str());
+        printField("failures", "not known: " + status.failuresUnknown);
     const size_t all = status.failures.size();
     for (size_t i = all - std::min(all, mostFailures); i < all; ++i)
-        printf("failure   %s  %s\n", timeText(status.failures[i].time).c_str(),
-               printable(status.failures[i].text).c_str());
+        printField("failure", timeText(status.failures[i].time) + "  " + status.failures[i].text);
 }
 
 int runStatus(const Globals &globals)
 {
-    const Status status = statusOf(globals);
+    const Status status = statusOf(optionsOf(globals));
     if (globals.json)
         printJson(statusJson(status));
     else

@@ -16,6 +16,7 @@ namespace {
 struct TruthArguments {
     bool all = false;    // every VLAN id of the chip
     bool dryRun = false; // of repair
+    bool verbose = false;
 };
 
 // A line that counts up, on a terminal only.
@@ -36,7 +37,7 @@ int runDiff(const Globals &globals, const TruthArguments &arguments)
     if (globals.json)
         printJson(verdictJson(verdict));
     else
-        printDifferences(verdict);
+        printDifferences(verdict, arguments.verbose);
     return wordStatus(verdict.word);
 }
 
@@ -128,8 +129,11 @@ void addTruthCommands(Program &program)
                "Show everything that a start from the database would do, without doing it",
                "  swctl rehearse\n  swctl rehearse --json",
                [&globals] { return runRehearse(globals); });
-    if (program.mayRun("diff"))
+    if (program.mayRun("diff")) {
         addAllFlag(diff, *arguments);
+        diff->add_flag("-v,--verbose", arguments->verbose,
+                       "Show what differs without an effect as well, which counts as equal");
+    }
     if (!program.mayRun("repair"))
         return;
     addAllFlag(mend, *arguments);

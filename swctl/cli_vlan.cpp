@@ -1,10 +1,9 @@
 // One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
 #include "swctl/cli_list.h"
 #include "swctl/json.h"
-#include "swctl/network.h"
+#include "swctl/look.h"
 #include "swctl/number.h"
 #include "swctl/outcome.h"
-#include "swctl/settle.h"
 #include "swctl/show.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
@@ -17,17 +16,11 @@ namespace {
 
 struct VlanView {
     int id = 0;
-    std::vector<Row> rows; // more than one when the id is there twice
-    std::string chipName;  // of its switch; empty: there is none
-    std::string engineName;
-    EngineVlan engine; // by a fresh start
-    Target target;
-    Actual actual;
-    std::optional<Stop> stop;
-    std::vector<Difference> differences; // that count
-    std::vector<std::string> unread;     // parts that might differ, and why they are unknown
+    Look look;
+    std::vector<Row> rows;               // more than one when the id is there twice
+    std::vector<Difference> differences; // of this VLAN
 
-    [[nodiscard]] bool equal() const { return differences.empty() && unread.empty(); }
+    [[nodiscard]] bool equal() const { return differences.empty() && look.unread.empty(); }
 };
 
 // A port's default tag concerns the VLAN that it has and the one that it should have.
@@ -39,36 +32,14 @@ bool concerns(const Difference &difference, int id)
 
 VlanView viewOf(const Globals &globals, int id)
 {
-    const GatewayView gateway(globals.database, globals.site);
-    Database database(globals.database, Access::read);
-    Snapshot snapshot(database);
-    VlanView view;
-    view.id = id;
-    view.rows = snapshot.database().rows("vlanEncapIf");
-    std::erase_if(view.rows, [id](const Row &row) { return toInt(row.text("vlanId")) != id; });
+    VlanView view{id, lookAt(globals.database, globals.site, {id}), {}, {}};
+    view.rows = view.look.rowsOf(id);
     if (view.rows.empty())
         throw Failure(exitUsage, "there is no VLAN " + std::to_string(id) + " in the database");
-    const Rehearsal start = gateway.rehearseStart(snapshot)->finish();
-    view.chipName = switchCarriedBy(snapshot.database(), start, Device::chip);
-    view.engineName = switchCarriedBy(snapshot.database(), start, Device::engine);
-    view.engine = engineVlan(start.state().engine, id);
-    view.target = targetOf(start, vlanIdsIn(snapshot.database()));
-    view.stop = stopOf(snapshot.database(), start);
-    view.actual = gateway.read(snapshot, view.target, {id}, GatewayView::Extent::touched);
-    view.differences = counting(differences(view.target, view.actual));
-    std::erase_if(view.differences,
-                  [id](const Difference &difference) { return !concerns(difference, id); });
-    if (!view.actual.chip.held && view.target.chipRun)
-        view.unread.push_back("chip: " + view.actual.chip.reason);
-    if (!view.actual.kernel.held)
-        view.unread.push_back("kernel: " + view.actual.kernel.reason);
+    for (const Difference &difference : view.look.differences)
+        if (concerns(difference, id))
+            view.differences.push_back(difference);
     return view;
-}
-
-ChipVlan entryOf(const Chip &chip, int id)
-{
-    const auto found = chip.vlans.find(id);
-    return found != chip.vlans.end() ? found->second : ChipVlan();
 }
 
 std::string engineText(const EngineVlan &vlan)
@@ -82,11 +53,11 @@ std::string engineText(const EngineVlan &vlan)
 std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const VlanView &view)
 {
     std::map<std::string, std::pair<std::string, std::string>> states;
-    for (const auto &[name, sub] : view.target.kernel.interfaces)
+    for (const auto &[name, sub] : view.look.target.kernel.interfaces)
         if (sub.vlanId == view.id)
-            states[name] = {stateText(sub), view.actual.kernel.held ? "missing" : "not read"};
-    if (view.actual.kernel.held)
-        for (const auto &[name, sub] : view.actual.kernel.held->interfaces)
+            states[name] = {stateText(sub), view.look.actual.kernel.held ? "missing" : "not read"};
+    if (view.look.actual.kernel.held)
+        for (const auto &[name, sub] : view.look.actual.kernel.held->interfaces)
             if (sub.vlanId == view.id) {
                 const std::string wanted = states.contains(name) ? states[name].first : "none";
                 states[name] = {wanted, stateText(sub)};
@@ -96,26 +67,29 @@ std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const Vl
 
 std::string engineNow(const VlanView &view)
 {
-    if (!view.actual.engine.held)
+    if (!view.look.actual.engine.held)
         return "not read";
-    return view.actual.engine.held->failed.contains(view.id) ? "a tool failed, by the log"
-                                                             : "no tool failed, by the log";
+    return view.look.actual.engine.held->failed.contains(view.id) ? "a tool failed, by the log"
+                                                                  : "no tool failed, by the log";
 }
 
 void printStates(const VlanView &view)
 {
+    const std::string chipName = view.look.nameOf(Device::chip);
+    const std::string engineName = view.look.nameOf(Device::engine);
     TextTable table({"", "FRESH START", "NOW"});
-    const auto chip = view.actual.chip.held;
-    if (!view.chipName.empty())
-        table.add({"  chip " + shown(view.chipName), portsText(entryOf(view.target.chip, view.id)),
+    const auto chip = view.look.actual.chip.held;
+    if (!chipName.empty())
+        table.add({"  chip " + shown(chipName), portsText(entryOf(view.look.target.chip, view.id)),
                    chip ? portsText(entryOf(*chip, view.id)) : "not read"});
-    if (!view.engineName.empty())
-        table.add({"  engine " + shown(view.engineName), engineText(view.engine), engineNow(view)});
+    if (!engineName.empty())
+        table.add({"  engine " + shown(engineName), engineText(view.look.engineOf(view.id)),
+                   engineNow(view)});
     const auto interfaces = interfacesOf(view);
     for (const auto &[name, states] : interfaces)
         table.add({"  " + shown(name), states.first, states.second});
     if (interfaces.empty())
-        table.add({"  sub-interface", "none", view.actual.kernel.held ? "none" : "not read"});
+        table.add({"  sub-interface", "none", view.look.actual.kernel.held ? "none" : "not read"});
     table.print(stdout);
 }
 
@@ -141,12 +115,12 @@ void printView(const VlanView &view)
     for (const Row &row : view.rows)
         printRow(row);
     printStates(view);
-    if (view.stop)
-        printf("%s.\n", stopText(*view.stop).c_str());
-    for (const std::string &part : view.unread)
+    if (view.look.network.stop)
+        printf("%s.\n", stopText(*view.look.network.stop).c_str());
+    for (const std::string &part : view.look.unread)
         printf("not read: %s\n", shown(part).c_str());
-    if (!view.engineName.empty() && !view.actual.engine.reason.empty())
-        printf("not read: engine: %s\n", shown(view.actual.engine.reason).c_str());
+    if (!view.look.nameOf(Device::engine).empty() && !view.look.actual.engine.reason.empty())
+        printf("not read: engine: %s\n", shown(view.look.actual.engine.reason).c_str());
     for (const Difference &difference : view.differences)
         printf("! %s\n  To mend it: %s\n", difference.text().c_str(), difference.mend().c_str());
     if (view.equal())
@@ -178,7 +152,10 @@ Json interfacesJson(const Kernel &kernel, int id)
 
 Json viewJson(const VlanView &view)
 {
-    const auto &[chip, chipIds, kernel, engine] = view.actual;
+    const auto &[chip, chipIds, kernel, engine] = view.look.actual;
+    const std::string chipName = view.look.nameOf(Device::chip);
+    const std::string engineName = view.look.nameOf(Device::engine);
+    const EngineVlan ports = view.look.engineOf(view.id);
     Json left = Json::array();
     for (const Difference &difference : view.differences)
         left.push_back({{"kind", difference.key()},
@@ -187,8 +164,8 @@ Json viewJson(const VlanView &view)
                         {"found", difference.found},
                         {"text", difference.text()},
                         {"mend", difference.mend()}});
-    std::vector<std::string> unread = view.unread;
-    if (!view.engineName.empty() && !engine.reason.empty())
+    std::vector<std::string> unread = view.look.unread;
+    if (!engineName.empty() && !engine.reason.empty())
         unread.push_back("engine: " + engine.reason);
     Json failed = Json::array();
     if (engine.held && engine.held->failed.contains(view.id))
@@ -198,12 +175,12 @@ Json viewJson(const VlanView &view)
         {"outcome", view.equal() ? "equal" : "different"},
         {"rows", rowsJson(view.rows)},
         {"start",
-         {{"stopsAt", view.stop ? stopJson(*view.stop) : Json()},
-          {"chip", view.chipName.empty() ? Json() : chipJson(entryOf(view.target.chip, view.id))},
-          {"engine", view.engineName.empty() ? Json()
-                                             : Json{{"members", portsJson(view.engine.members)},
-                                                    {"tagged", portsJson(view.engine.tagged)}}},
-          {"interfaces", interfacesJson(view.target.kernel, view.id)}}},
+         {{"stopsAt", view.look.network.stop ? stopJson(*view.look.network.stop) : Json()},
+          {"chip", chipName.empty() ? Json() : chipJson(entryOf(view.look.target.chip, view.id))},
+          {"engine", engineName.empty() ? Json()
+                                        : Json{{"members", portsJson(ports.members)},
+                                               {"tagged", portsJson(ports.tagged)}}},
+          {"interfaces", interfacesJson(view.look.target.kernel, view.id)}}},
         {"now",
          {{"chip", chip.held ? chipJson(entryOf(*chip.held, view.id)) : Json()},
           {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},

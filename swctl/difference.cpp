@@ -142,7 +142,31 @@ Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)
             if ((vlan.untagMap >> port & 1) != 0)
                 target.takesUntagged[port] = true;
     target.chipRun = rehearsal.state().chip.handled != 0;
+    target.pauses = pauseRegistersOf(rehearsal.state().engine);
+    const std::vector<Happening> &all = rehearsal.happenings();
+    target.pausesSet = std::any_of(all.begin(), all.end(), [](const Happening &happening) {
+        return happening.kind == rehearsal::Kind::shell;
+    });
     return target;
+}
+
+std::vector<Difference> pauseDifferences(const PauseRegisters &wanted, const PauseRegisters &found)
+{
+    std::vector<Difference> all;
+    for (size_t i = 0; i < wanted.size(); ++i) {
+        if (((wanted[i] ^ found[i]) & pauseBit) == 0)
+            continue;
+        Difference difference;
+        difference.kind = DifferenceKind::setting;
+        difference.wanted = (wanted[i] & pauseBit) != 0 ? "on" : "off";
+        difference.found = "pause frames of register " + registerName(pauseRegisters[i]) + ": " +
+                           ((found[i] & pauseBit) != 0 ? "on" : "off") + ", by a fresh start " +
+                           difference.wanted;
+        difference.counts = false;
+        difference.restart = true;
+        all.push_back(difference);
+    }
+    return all;
 }
 
 std::vector<Difference> differences(const Target &target, const Actual &actual)

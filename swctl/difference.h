@@ -3,6 +3,7 @@
 #pragma once
 
 #include "swctl/holding.h"
+#include "swctl/pause_registers.h"
 #include "swctl/rehearsal.h"
 
 #include <optional>
@@ -42,7 +43,9 @@ struct Difference {
 struct Target {
     Chip chip;
     Kernel kernel;
-    bool chipRun = false;                                 // there is a chip at all
+    bool chipRun = false;   // there is a chip at all
+    bool pausesSet = false; // an engine's pause frames were set
+    PauseRegisters pauses{};
     std::set<int> vlanIds;                                // in the rows
     std::array<bool, chipPortCount> takesUntagged{};      // an untagged frame has an effect
     std::vector<std::pair<int, std::string>> failedTools; // VLAN, line
@@ -55,6 +58,7 @@ Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds);
 // lines of the log about their last runs.
 struct EngineFacts {
     std::map<int, std::vector<std::string>> failed; // VLAN, lines that failed last
+    std::vector<std::string> others;                // lines that belong to no entry of a VLAN
 };
 
 struct Actual {
@@ -63,6 +67,10 @@ struct Actual {
     Part<Kernel> kernel;
     Part<EngineFacts> engine;
 };
+
+// Registers whose pause frames, bit 31, are otherwise. They count as no difference: a
+// request may have switched them since, and no VLAN depends on them.
+std::vector<Difference> pauseDifferences(const PauseRegisters &wanted, const PauseRegisters &found);
 
 // Everything that differs, by VLAN and port. What was not read does not differ:
 // that it is unknown is the caller's to say.

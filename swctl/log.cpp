@@ -88,7 +88,7 @@ uint64_t LogFollower::read(const std::function<void(const LogLine &)> &take)
     }
 }
 
-uint64_t failedTools(const std::function<void(const LogLine &)> &take)
+Hearing failedTools(const std::function<void(const LogLine &)> &take)
 {
     for (uint64_t after = 0;;) {
         const Answer answer = askAfter(after, SWMGR_LOG_DEVDEBUG, LOGGING_MSG_TOOLS);
@@ -97,7 +97,8 @@ uint64_t failedTools(const std::function<void(const LogLine &)> &take)
             if (const std::optional<LogLine> line = takeEntry(entries))
                 take(*line);
         if (answer.header.last <= after || answer.header.last >= answer.header.newest)
-            return answer.header.lost + answer.header.skipped;
+            return {static_cast<int64_t>(answer.header.epoch),
+                    answer.header.lost + answer.header.skipped};
         after = answer.header.last;
     }
 }

@@ -33,9 +33,15 @@ private:
     uint64_t after = 0; // number of the last record seen
 };
 
-// Hands over the command lines that failed and have not succeeded since; gives the
-// number of records that were lost on their way to the daemon.
-uint64_t failedTools(const std::function<void(const LogLine &)> &take);
+// What the daemon could have heard.
+struct Hearing {
+    int64_t since = 0; // ns since 1970: it listens since then
+    uint64_t lost = 0; // records that were lost on their way to it
+};
+
+// Hands over the command lines that failed and have not succeeded since, and the
+// lines about the last load of the configuration that failed.
+Hearing failedTools(const std::function<void(const LogLine &)> &take);
 
 std::string timeText(int64_t time); // local time with milliseconds
 

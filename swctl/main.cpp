@@ -132,6 +132,8 @@ int main(int argc, char **argv)
         addTruthCommands(program);
         addStateCommands(program);
         addCheckCommand(program);
+        addExplainCommand(program);
+        addWatchCommand(program);
         return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {
         fprintf(stderr, "swctl: %s\n", failure.what());

@@ -315,19 +315,19 @@ EngineVlan engineVlan(const engine::State &state, int32_t vlanId)
     return vlan;
 }
 
-std::string switchCarriedBy(Database &database, const Rehearsal &start, Device device)
-{
-    const std::vector<Device> devices = devicesOf(start);
-    const std::vector<Row> rows = database.rows("swGlobalCfg");
-    for (size_t at = 0; at < std::min(devices.size(), rows.size()); ++at)
-        if (devices[at] == device)
-            return rows[at].text("switchName");
-    return {};
-}
-
 bool beginsSwitch(const Network &network, size_t column)
 {
     return column == 0 || network.columns[column].owner != network.columns[column - 1].owner;
+}
+
+Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start)
+{
+    Network network;
+    readSwitches(snapshot.database(), start, network);
+    readVlans(snapshot.database(), start, network);
+    network.stop = stopOf(snapshot.database(), start);
+    drawLines(gateway, snapshot, start, network);
+    return network;
 }
 
 Network networkOf(const GatewayView &gateway, Database &database)
@@ -335,12 +335,7 @@ Network networkOf(const GatewayView &gateway, Database &database)
     Snapshot snapshot(database);
     const auto running = gateway.rehearseStart(snapshot);
     const std::vector<Finding> findings = checkConfiguration(snapshot.database(), {});
-    const Rehearsal start = running->finish();
-    Network network;
-    readSwitches(snapshot.database(), start, network);
-    readVlans(snapshot.database(), start, network);
-    network.stop = stopOf(snapshot.database(), start);
-    drawLines(gateway, snapshot, start, network);
+    Network network = networkOf(gateway, snapshot, running->finish());
     for (const Finding &finding : findings)
         if (finding.severity == Severity::error)
             network.notes.push_back(finding.name + ": " + finding.message);

@@ -93,6 +93,9 @@ std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
 
 Network networkOf(const GatewayView &gateway, Database &database);
 
+// The same of a start that was rehearsed already, without notes about the rows.
+Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start);
+
 // The name of the switch that owns a column.
 inline const std::string &ownerName(const Network &network, const PortColumn &column)
 {
@@ -109,8 +112,5 @@ struct EngineVlan {
     uint32_t cpu = 0; // ports that lead to the host's address
 };
 EngineVlan engineVlan(const engine::State &state, int32_t vlanId);
-
-// The switch that the chip, or the engine, carries out; empty when there is none.
-std::string switchCarriedBy(Database &database, const Rehearsal &start, Device device);
 
 } // namespace swctl

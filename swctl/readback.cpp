@@ -2,24 +2,20 @@
 #include "swctl/readback.h"
 
 #include "backends/bcm/driver.h"
-#include "common/descriptor.h"
 #include "common/log_entry.h"
 #include "common/tool_entry.h"
-#include "devices/engine/state.h"
 #include "platform/sal.h"
 #include "swctl/log.h"
 #include "swctl/number.h"
 #include "swctl/outcome.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
+#include "swctl/state_file.h"
 #include "swctl/text.h"
 #include "swctl/vlan_links.h"
 
 #include <dirent.h>
 #include <fcntl.h>
-#include <poll.h>
-#include <sys/file.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -29,9 +25,6 @@
 
 namespace swctl {
 namespace {
-
-constexpr int lockStep = 2;      // ms between two tries for the state file
-constexpr int longestLock = 500; // ms
 
 // What the driver answered, thrown when it refuses.
 struct Refusal {
@@ -151,63 +144,6 @@ void readUptimeFiles(const std::string &path, Part<Kernel> &part)
     }
 }
 
-// A tool holds the file for the length of its call; one that is stopped holds it
-// for ever.
-bool lockShared(int file)
-{
-    for (int waited = 0; flock(file, LOCK_SH | LOCK_NB) != 0; waited += lockStep) {
-        if (errno != EINTR && (errno != EWOULDBLOCK || waited >= longestLock))
-            return false;
-        poll(nullptr, 0, lockStep);
-    }
-    return true;
-}
-
-// Of the file's state the head and the sub-interfaces. Read rather than mapped: a
-// file that is cut short meanwhile gives a short read, and no signal.
-bool readPieces(int file, engine::State &state)
-{
-    constexpr size_t headSize = offsetof(engine::State, ports);
-    return pread(file, &state, headSize, 0) == static_cast<ssize_t>(headSize) &&
-           pread(file, state.interfaces, sizeof(state.interfaces),
-                 offsetof(engine::State, interfaces)) ==
-               static_cast<ssize_t>(sizeof(state.interfaces));
-}
-
-// The simulated gateway's own account, as its tools keep it. A file that is not
-// there, or that its maker left empty, is a gateway on which no tool has run yet.
-Part<Kernel> readState(const std::string &path)
-{
-    const auto refused = [&path](const char *reason) {
-        return Part<Kernel>{.held = {}, .reason = printable(path) + ": " + reason};
-    };
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
-    struct stat about = {};
-    if (!file.valid() && errno == ENOENT)
-        return {.held = Kernel{}, .reason = {}};
-    if (!file.valid() || fstat(file.get(), &about) != 0)
-        return refused(strerror(errno));
-    if (!S_ISREG(about.st_mode))
-        return refused("no state file");
-    if (!lockShared(file.get()))
-        return refused(errno == EWOULDBLOCK ? "a tool holds it for too long" : strerror(errno));
-    if (fstat(file.get(), &about) == 0 && about.st_size == 0)
-        return {.held = Kernel{}, .reason = {}};
-    const std::unique_ptr<engine::State, void (*)(void *)> state(
-        static_cast<engine::State *>(calloc(1, sizeof(engine::State))), free);
-    if (state == nullptr)
-        return refused(strerror(ENOMEM));
-    if (about.st_size != static_cast<off_t>(sizeof(engine::State)) ||
-        !readPieces(file.get(), *state))
-        return refused("no state file of this version");
-    if (state->magic == 0)
-        return {.held = Kernel{}, .reason = {}};
-    if (state->magic != engine::stateMagic || state->version != engine::stateVersion ||
-        state->size != sizeof(engine::State))
-        return refused("no state file of this version");
-    return {.held = kernelOf(*state), .reason = {}};
-}
-
 } // namespace
 
 Part<Chip> readChip(const Site &site, const std::string &device, const std::set<int> &vlanIds,
@@ -241,7 +177,17 @@ Part<Chip> readChipPorts(const Site &site, const std::string &device)
 
 Part<Kernel> readKernel(const Site &site)
 {
-    Part<Kernel> part = site.engineState.empty() ? vlanLinksRead() : readState(site.engineState);
+    Part<Kernel> part;
+    if (site.engineState.empty()) {
+        part = vlanLinksRead();
+    } else {
+        const StateFile file = readStateFile(site.engineState);
+        part.reason = file.reason;
+        if (file.state != nullptr)
+            part.held = kernelOf(*file.state);
+        else if (file.reason.empty())
+            part.held.emplace();
+    }
     if (part.held)
         readUptimeFiles(site.uptimeFolder, part);
     return part;
@@ -256,19 +202,20 @@ Part<EngineFacts> readEngine()
         static_cast<void>(log.take()); // the daemon has everything by then
         if (!log.available())
             throw Failure(exitUnreachable, "nobody hears the service's log");
-        const uint64_t lost = failedTools([&](const LogLine &line) {
+        const Hearing heard = failedTools([&](const LogLine &line) {
             ToolLine tool;
             ToolEntry entry;
             if (!toolLineRead(line.text.data(), line.text.size(), tool))
                 return;
             toolEntryRead(tool, entry);
-            if (entry.vlanId != 0)
-                facts.failed[entry.vlanId].push_back(std::string(tool.line, tool.length) +
-                                                     " returned " + std::to_string(tool.status));
+            std::vector<std::string> &lines =
+                entry.vlanId != 0 ? facts.failed[entry.vlanId] : facts.others;
+            lines.push_back(std::string(tool.line, tool.length) + " returned " +
+                            std::to_string(tool.status));
         });
         part.held = std::move(facts);
-        if (lost != 0)
-            part.reason = std::to_string(lost) + " records were lost, so there may be more";
+        if (heard.lost != 0)
+            part.reason = std::to_string(heard.lost) + " records were lost, so there may be more";
     } catch (const Failure &) {
         part.reason = "no log daemon is running that could tell which tools failed";
     }

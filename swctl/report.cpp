@@ -52,17 +52,22 @@ Json rowsJson(const ChangeSet &changes)
     return rows;
 }
 
+Json differencesJson(const std::vector<Difference> &differences)
+{
+    Json all = Json::array();
+    for (const Difference &difference : differences)
+        all.push_back({{"kind", difference.key()},
+                       {"vlan", difference.vlanId},
+                       {"port", difference.port >= 0 ? Json(difference.port) : Json()},
+                       {"wanted", difference.wanted},
+                       {"found", difference.found},
+                       {"text", difference.text()},
+                       {"mend", difference.mend()}});
+    return all;
+}
+
 Json verdictJson(const Verdict &verdict)
 {
-    Json left = Json::array();
-    for (const Difference &difference : verdict.left)
-        left.push_back({{"kind", difference.key()},
-                        {"vlan", difference.vlanId},
-                        {"port", difference.port >= 0 ? Json(difference.port) : Json()},
-                        {"wanted", difference.wanted},
-                        {"found", difference.found},
-                        {"text", difference.text()},
-                        {"mend", difference.mend()}});
     return {{"outcome", wordText(verdict.word)},
             {"what", verdict.changes.what},
             {"verb", verdict.changes.verb},
@@ -72,7 +77,8 @@ Json verdictJson(const Verdict &verdict)
             {"changed", !verdict.changes.empty() && !verdict.rowsBack},
             {"rows", rowsJson(verdict.changes)},
             {"consequences", verdict.changes.consequences},
-            {"differences", std::move(left)},
+            {"differences", differencesJson(verdict.left)},
+            {"withoutEffect", differencesJson(verdict.idle)},
             {"unread", verdict.unread},
             {"settled", verdict.settled},
             {"reasons", verdict.reasons},
@@ -155,11 +161,17 @@ void printVerdict(const Verdict &verdict, bool offline)
     printDetails(stderr, verdict);
 }
 
-void printDifferences(const Verdict &verdict)
+void printDifferences(const Verdict &verdict, bool verbose)
 {
     if (verdict.left.empty() && verdict.unread.empty())
         printf("Nothing differs.\n");
     printDetails(stdout, verdict);
+    if (!verbose)
+        return;
+    for (const Difference &difference : verdict.idle)
+        printf("  without effect: %s\n", difference.text().c_str());
+    if (!verdict.idleUnread.empty())
+        printf("  not read: %s\n", shown(verdict.idleUnread).c_str());
 }
 
 void printRepair(const Verdict &verdict)

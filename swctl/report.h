@@ -17,7 +17,10 @@ void printVerdict(const Verdict &verdict, bool offline);
 Json previewJson(const Preview &seen);
 void printPreview(const Preview &seen, bool verbose);
 
-void printDifferences(const Verdict &verdict);
+Json differencesJson(const std::vector<Difference> &differences);
+
+// `verbose`: also what differs without an effect.
+void printDifferences(const Verdict &verdict, bool verbose);
 void printRepair(const Verdict &verdict);
 
 // Says that another swctl is at work.

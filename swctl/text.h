@@ -10,6 +10,8 @@
 
 namespace swctl {
 
+constexpr size_t outputColumns = 80; // of texts in lines of their own
+
 // Control characters and bytes that are no UTF-8 come out as \xNN.
 std::string printable(std::string_view text);
 

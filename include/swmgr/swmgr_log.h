@@ -77,7 +77,8 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, textLength) == 28);
 // since, the newest last. Each is an entry as it was logged; a line counts as
 // the same when it is about the same entry of the same table. Removals of
 // interfaces that were not there are no failures. What was lost on its way to
-// the daemon is not among them.
+// the daemon is not among them. Among them is the line of the last load of the
+// configuration that failed, right behind the errors that were logged before it.
 
 #ifdef __cplusplus
 }

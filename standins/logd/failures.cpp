@@ -1,6 +1,7 @@
 // A table of failed command lines, in the order in which they failed.
 #include "standins/logd/failures.h"
 
+#include "common/load_line.h"
 #include "common/log_rank.h"
 #include "common/tool_entry.h"
 #include "standins/logd/ring.h"
@@ -22,6 +23,17 @@ struct Failure {
 constinit Failure failures[failureCapacity] = {};
 constinit uint32_t count = 0;
 constinit uint64_t unkept = 0; // failures that found no room or memory
+
+// The last errors before the one at hand, the oldest first: they say why a load
+// failed.
+struct Reason {
+    SwMgrLogEntry entry; // number 0: none
+    char text[256];
+};
+constexpr uint32_t reasonCount = 3;
+constinit Reason reasons[reasonCount] = {};
+
+constexpr ToolEntry loadEntry = {.key = "load", .vlanId = 0};
 
 void forget(const ToolEntry &about)
 {
@@ -45,13 +57,41 @@ void keep(const SwMgrLogEntry &entry, const char *text, const ToolEntry &about)
     failures[count++] = {entry, about, copy};
 }
 
+// A load that failed is known until the next one fails; by its time a reader tells
+// whether it was the running service's.
+void noteError(const SwMgrLogEntry &entry, const char *text)
+{
+    if (entry.level > SWMGR_LOG_ERROR)
+        return;
+    if (!isLoadFailure({text, entry.textLength})) {
+        for (uint32_t i = 1; i < reasonCount; ++i)
+            reasons[i - 1] = reasons[i];
+        Reason &newest = reasons[reasonCount - 1];
+        newest.entry = entry;
+        if (newest.entry.textLength > sizeof(newest.text))
+            newest.entry.textLength = sizeof(newest.text);
+        memcpy(newest.text, text, newest.entry.textLength);
+        return;
+    }
+    forget(loadEntry);
+    for (const Reason &reason : reasons)
+        if (reason.entry.number != 0)
+            keep(reason.entry, reason.text, loadEntry);
+    keep(entry, text, loadEntry);
+}
+
 } // namespace
 
 void failureNote(const SwMgrLogEntry &entry, const char *text)
 {
     ToolLine tool;
-    if (entry.module != SWMGR_RELAY_MODULE_ID || !toolLineRead(text, entry.textLength, tool) ||
-        toolRemovesInterface(tool))
+    if (entry.module != SWMGR_RELAY_MODULE_ID)
+        return;
+    if (!toolLineRead(text, entry.textLength, tool)) {
+        noteError(entry, text);
+        return;
+    }
+    if (toolRemovesInterface(tool))
         return;
     ToolEntry about;
     toolEntryRead(tool, about);

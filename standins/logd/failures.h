@@ -1,5 +1,6 @@
 // Command lines of the service that failed and have not succeeded since. The
-// engine's tables cannot be asked, so this is what is known of them.
+// engine's tables cannot be asked, so this is what is known of them. And whether a
+// load of the configuration failed, with the errors before that.
 #pragma once
 
 #include "swmgr/swmgr_log.h"
@@ -9,7 +10,8 @@ namespace logd {
 constexpr uint32_t failureCapacity = 4096;
 
 // Notes a command line's outcome: a failure is kept under its table entry, a
-// success about the same entry takes it away. Other records are passed over.
+// success about the same entry takes it away. Of other records the failed load is
+// kept.
 void failureNote(const SwMgrLogEntry &entry, const char *text);
 
 // Answers LOGGING_MSG_TOOLS. Returns 0 and the answer's length, or -22 for a

@@ -6,7 +6,7 @@ import signal
 import subprocess
 import time
 
-from gateway import TOP, GatewayTest, main
+from gateway import BUILD, TOP, GatewayTest, main
 
 APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
 ADD = ("vlan", "add", 30, "--interface", "eth0", "--ports", "1,2,3", "--untagged", 3)
@@ -123,6 +123,62 @@ class Whole(GatewayTest):
         self.assertIn("the chip still has its entry", said)
         self.swctl(APPLIED, "repair")
         self.swctl(APPLIED, "status")
+
+    def test_what_a_port_and_an_interface_do_is_explained(self):
+        for arguments, status, texts in (
+                (("vlan", 20, "port", 3), APPLIED, ("tagged     in VLAN 20, to 1T 2U 4T and the",
+                                                    "untagged   in VLAN 100, to 0T 1T 2T")),
+                (("vlan", 20, "port", 0), APPLIED, ("dropped: port 0 is no member of VLAN 20",
+                                                    "vlan set 20 --ports 0,1,2,3")),
+                (("vlan", 77, "port", 4), APPLIED, ("no row has this VLAN", "there is no VLAN 77",
+                                                    "in no VLAN and takes tagged")),
+                (("vlan", 20, "port", "PSE:3"), APPLIED, ("by the log no tool failed",)),
+                (("interface", "eth1.100"), APPLIED, ("from chip ports 1T 2T 3U, through 0T",)),
+                (("vlan", 20, "port", 5), USAGE, ("ports 0 to 4",)),
+                (("vlan", 20, "port", "X:1"), USAGE, ("no switch 'X'",)),
+                (("interface", "eth7"), USAGE, ("no interface 'eth7'",))):
+            said = self.swctl(status, "explain", *arguments)
+            for text in texts:
+                self.assertIn(text, said)
+        self.swctl(APPLIED, "request", "vlan-delete", 20, "--interface", "eth0")
+        for about in (("vlan", 20, "port", 3), ("interface", "eth0.20")):
+            self.assertIn("eth0.20: missing, should be up", self.swctl(DIFFERS, "explain", *about))
+        self.assertIn("link up  default tag 100", self.swctl(APPLIED, "port", "stats", 3))
+
+    def test_a_load_that_stopped_is_told_until_the_next_start(self):
+        self.hardware.sqlite3("INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap) "
+                              "VALUES (55, 'eth0;x', '1')")
+        for _ in range(2):
+            self.assertEqual(self.hardware.stop(), 0)
+            self.assertTrue(self.hardware.start())
+        status = json.loads(self.swctl(DIFFERS, "--json", "status"))
+        self.assertEqual(status["lastLoad"]["outcome"], "stopped")
+        self.assertIn("interfaceName", " ".join(status["lastLoad"]["reasons"]))
+        self.assertIn("row 6 of vlanEncapIf", status["startStops"])
+        self.hardware.sqlite3("DELETE FROM vlanEncapIf WHERE vlanId = 55")
+        self.assertEqual(self.hardware.stop(), 0)
+        self.assertTrue(self.hardware.start())
+        status = json.loads(self.swctl(APPLIED, "--json", "status"))
+        self.assertEqual((status["lastLoad"]["outcome"], status["vlans"]["applied"]),
+                         ("went through", 5))
+
+    def test_a_watch_tells_every_change_and_ends_when_asked(self):
+        watch = subprocess.Popen([BUILD / "bin/swctl", "--database", self.hardware.database,
+                                  "--relay-dir", self.hardware.relay, "--json", "watch",
+                                  "--interval", "1"], stdout=subprocess.PIPE, text=True)
+        self.addCleanup(watch.kill)
+        seen = []
+        # The first look may come after the first change: each is made until it is seen.
+        while not any(line["subject"] == "eth0.30" for line in seen):
+            self.swctl(APPLIED, *ADD)
+            self.swctl(APPLIED, "switch", "list")
+            time.sleep(1.2)
+            self.swctl(APPLIED, "undo")
+            seen.append(json.loads(watch.stdout.readline()))
+        self.assertTrue({"chip", "chip port 3 default tag"} & {line["subject"] for line in seen})
+        watch.send_signal(signal.SIGINT)
+        rest = watch.communicate()[0]
+        self.assertEqual(watch.returncode, 0, rest)
 
 
 if __name__ == "__main__":

@@ -1,0 +1,285 @@
+// explain: what becomes of a VLAN's frames at a port, and how an interface stands.
+#include "swctl/cli.h"
+#include "swctl/explain.h"
+#include "swctl/json.h"
+#include "swctl/outcome.h"
+#include "swctl/show.h"
+#include "swctl/text.h"
+#include "swctl/validate.h"
+
+#include <memory>
+
+namespace swctl {
+namespace {
+
+constexpr int highestEnginePort = 7;
+
+struct Question {
+    std::string vlan;
+    std::string word; // "port"
+    std::string port; // "3" or "PSE:3"
+    std::string name; // of an interface
+};
+
+// The port's switch: by its name, else the chip, else the engine.
+PortName portOf(const Look &look, const std::string &text)
+{
+    const size_t colon = text.rfind(':');
+    PortName port;
+    port.switchName = colon != std::string::npos           ? text.substr(0, colon)
+                      : !look.nameOf(Device::chip).empty() ? look.nameOf(Device::chip)
+                                                           : look.nameOf(Device::engine);
+    const SwitchConfig *found = nullptr;
+    for (const SwitchConfig &sw : look.network.switches)
+        if (sw.name == port.switchName)
+            found = &sw;
+    if (found == nullptr)
+        throw Failure(exitUsage, port.switchName.empty()
+                                     ? "the database has no switch that a start brings up"
+                                     : "there is no switch '" + printable(port.switchName) +
+                                           "' in the database");
+    port.device = found->carriedBy;
+    if (port.device == Device::none)
+        throw Failure(exitDiffers,
+                      "a fresh start does not bring up switch '" + printable(found->name) + "'" +
+                          (look.network.stop ? ": " + stopText(*look.network.stop) : ""));
+    port.number = std::stoi(colon != std::string::npos ? text.substr(colon + 1) : text);
+    const int highest = port.device == Device::chip ? chipPortCount - 1 : highestEnginePort;
+    if (port.number > highest)
+        throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has ports 0 to " +
+                                     std::to_string(highest));
+    return port;
+}
+
+// Ports before they are known to be there, as "3" or "PSE:3".
+CLI::Validator portText()
+{
+    return {[](std::string &text) {
+                const size_t colon = text.rfind(':');
+                const std::string number =
+                    colon != std::string::npos ? text.substr(colon + 1) : text;
+                const bool good = !number.empty() && number.size() <= 2 && colon != 0 &&
+                                  number.find_first_not_of("0123456789") == std::string::npos;
+                return good ? std::string()
+                            : "'" + printable(text) +
+                                  "' is no port; 3 is the chip's, PSE:3 one of switch PSE";
+            },
+            ""};
+}
+
+void printLine(const std::string &head, const std::string &text)
+{
+    constexpr size_t column = 13;
+    printWrapped(stdout, padded(head, static_cast<int>(column) - 2) + shown(text), outputColumns,
+                 /*indent=*/2, column);
+}
+
+const char *verdictOf(bool asWanted, const std::vector<std::string> &unread,
+                      const std::vector<Difference> &differs)
+{
+    return asWanted                             ? "as wanted"
+           : !differs.empty() || unread.empty() ? "different"
+                                                : "not all of it could be read";
+}
+
+// What both kinds of answer end with.
+template <class Explanation>
+void printWhy(const Explanation &all)
+{
+    for (const std::string &part : all.unread)
+        printLine("not read", part);
+    for (const Difference &difference : all.differs) {
+        printf("  ! %s\n", difference.text().c_str());
+        printf("    To mend it: %s\n", difference.mend().c_str());
+    }
+    for (const std::string &reason : all.reasons)
+        printLine("because", reason);
+    for (const Finding &finding : all.findings) {
+        printLine(severityName(finding.severity),
+                  finding.name + ": " + finding.message + " (" + finding.rule->id + ")");
+        printLine("mend", finding.rule->mend);
+    }
+}
+
+void printPortExplanation(const PortExplanation &all)
+{
+    printf("VLAN %d at port %d of %s: %s\n", all.vlanId, all.port.number,
+           shown(all.port.switchName).c_str(), verdictOf(all.asWanted(), all.unread, all.differs));
+    for (const std::string &row : all.rows)
+        printLine("database", row);
+    if (all.rows.empty())
+        printLine("database", "no row has this VLAN");
+    printLine("should be", all.wanted + ", by a fresh start");
+    printLine("is", all.held);
+    printLine("tagged", all.tagged.text());
+    printLine("untagged", all.untagged.text());
+    printLine("sends", all.sends.empty() ? "no frame of this VLAN" : all.sends);
+    printLine("judged by", all.basis);
+    printWhy(all);
+    if (!all.remedy.empty())
+        printLine("to have it", all.remedy);
+}
+
+Json fateJson(const FrameFate &fate)
+{
+    Json ports = Json::array();
+    Json untagged = Json::array();
+    for (int port = 0; port < 16; ++port) {
+        if ((fate.to.fwdMap >> port & 1) != 0)
+            ports.push_back(port);
+        if ((fate.to.untagMap >> port & 1) != 0)
+            untagged.push_back(port);
+    }
+    return {{"outcome", !fate.unknown.empty()   ? "unknown"
+                        : !fate.dropped.empty() ? "dropped"
+                                                : "forwarded"},
+            {"vlan", fate.vlanId != 0 ? Json(fate.vlanId) : Json()},
+            {"ports", std::move(ports)},
+            {"withoutTag", std::move(untagged)},
+            {"host", fate.host},
+            {"text", fate.text()}};
+}
+
+template <class Explanation>
+void addWhy(Json &json, const Explanation &all)
+{
+    Json differs = Json::array();
+    for (const Difference &difference : all.differs)
+        differs.push_back({{"kind", difference.key()},
+                           {"vlan", difference.vlanId},
+                           {"text", difference.text()},
+                           {"mend", difference.mend()}});
+    Json findings = Json::array();
+    for (const Finding &finding : all.findings)
+        findings.push_back({{"rule", finding.rule->id},
+                            {"severity", severityName(finding.severity)},
+                            {"message", finding.message},
+                            {"mend", finding.rule->mend}});
+    json["unread"] = all.unread;
+    json["differences"] = std::move(differs);
+    json["reasons"] = all.reasons;
+    json["findings"] = std::move(findings);
+}
+
+int runExplainVlan(const Globals &globals, const Question &question)
+{
+    const int vlanId = std::stoi(question.vlan);
+    const size_t colon = question.port.rfind(':');
+    const int number = std::stoi(question.port.substr(colon + 1)); // npos + 1 is 0
+    const Look look = lookAt(globals.database, globals.site, {vlanId},
+                             number < chipPortCount ? std::optional<int>(number) : std::nullopt);
+    const PortExplanation all = explainPort(look, portOf(look, question.port), vlanId);
+    if (globals.json) {
+        Json json = {{"vlan", vlanId},
+                     {"switch", all.port.switchName},
+                     {"port", all.port.number},
+                     {"outcome", verdictOf(all.asWanted(), all.unread, all.differs)},
+                     {"rows", all.rows},
+                     {"wanted", all.wanted},
+                     {"held", all.held},
+                     {"read", all.read},
+                     {"tagged", fateJson(all.tagged)},
+                     {"untagged", fateJson(all.untagged)},
+                     {"sends", all.sends.empty() ? Json() : Json(all.sends)},
+                     {"basis", all.basis}};
+        addWhy(json, all);
+        json["remedy"] = all.remedy.empty() ? Json() : Json(all.remedy);
+        printJson(json);
+    } else {
+        printPortExplanation(all);
+    }
+    return all.asWanted() ? exitDone : exitDiffers;
+}
+
+void printInterface(const InterfaceExplanation &all)
+{
+    printf("interface %s: %s\n", shown(all.name).c_str(),
+           !all.exists ? "does not exist" : verdictOf(all.asWanted(), all.unread, all.differs));
+    std::string ports;
+    for (const std::string &port : all.ports)
+        ports += (ports.empty() ? "" : ", ") + port;
+    printLine("rows", ports.empty() ? "no port has " + all.parent : ports);
+    for (const SubInterfaceState &sub : all.subs) {
+        printLine(sub.name, "");
+        printLine("should be", sub.wanted);
+        printLine("is", sub.held);
+        printLine("gets", "frames of VLAN " + std::to_string(sub.vlanId) + " from chip ports " +
+                              sub.ports + ", through " + sub.hostPorts);
+    }
+    if (all.subs.empty())
+        printLine("VLANs", "no row has " + all.name);
+    printWhy(all);
+}
+
+int runExplainInterface(const Globals &globals, const Question &question)
+{
+    Database database(globals.database, Access::read);
+    const std::set<int> vlanIds = vlanIdsIn(database);
+    const Look look = lookAt(globals.database, globals.site, vlanIds);
+    const InterfaceExplanation all =
+        explainInterface(look, database.rows("swPortConfig"), question.name);
+    if (!all.exists && all.subs.empty() && all.ports.empty())
+        throw Failure(exitUsage, "there is no interface '" + printable(question.name) +
+                                     "', and no row names it");
+    if (globals.json) {
+        Json subs = Json::array();
+        for (const SubInterfaceState &sub : all.subs)
+            subs.push_back({{"name", sub.name},
+                            {"vlan", sub.vlanId},
+                            {"wanted", sub.wanted},
+                            {"held", sub.held},
+                            {"chipPorts", sub.ports},
+                            {"hostPorts", sub.hostPorts}});
+        Json json = {{"interface", all.name},
+                     {"outcome", verdictOf(all.asWanted(), all.unread, all.differs)},
+                     {"exists", all.exists},
+                     {"ports", all.ports},
+                     {"subInterfaces", std::move(subs)}};
+        addWhy(json, all);
+        printJson(json);
+    } else {
+        printInterface(all);
+    }
+    return all.asWanted() ? exitDone : exitDiffers;
+}
+
+} // namespace
+
+void addExplainCommand(Program &program)
+{
+    CLI::App *group =
+        addGroup(program.app, "explain", "Why a port or an interface does what it does");
+    if (!program.mayRun("explain"))
+        return;
+    const auto question = std::make_shared<Question>();
+    const Globals &globals = program.globals;
+    CLI::App *vlan = addCommand(
+        program, *group, "vlan",
+        "Say what becomes of a VLAN's frames at a port: what the row says, what the chip holds, "
+        "where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 different",
+        "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json",
+        [&globals, question] { return runExplainVlan(globals, *question); });
+    vlan->add_option("ID", question->vlan, "802.1Q VLAN id, 1 to 4094")
+        ->type_name("ID")
+        ->required()
+        ->transform(decimal(1, 4094));
+    vlan->add_option("port", question->word, "The word 'port'")
+        ->type_name("port")
+        ->required()
+        ->check(CLI::IsMember({"port"}));
+    vlan->add_option("PORT", question->port, "Port of the chip, or SWITCH:PORT")
+        ->type_name("PORT")
+        ->required()
+        ->check(portText());
+    CLI::App *interface = addCommand(
+        program, *group, "interface",
+        "Say how an interface or a VLAN's sub-interface stands, what reaches it, and why; status "
+        "0 as wanted, 4 different",
+        "  swctl explain interface eth0\n  swctl explain interface eth0.20",
+        [&globals, question] { return runExplainInterface(globals, *question); });
+    interface->add_option("NAME", question->name, "Interface, as eth0 or eth0.20")
+        ->type_name("NAME")
+        ->required();
+}
+
+} // namespace swctl

@@ -1,0 +1,152 @@
+// watch: one line for each thing that changes, until it is interrupted.
+#include "swctl/cli.h"
+#include "swctl/json.h"
+#include "swctl/log.h"
+#include "swctl/outcome.h"
+#include "swctl/request_log.h"
+#include "swctl/text.h"
+#include "swctl/validate.h"
+#include "swctl/watch.h"
+#include "swmgr/swmgr_client.h"
+
+#include <csignal>
+#include <ctime>
+#include <memory>
+#include <unistd.h>
+
+namespace swctl {
+namespace {
+
+constexpr int readAnyway = 15; // looks after which the chip's table is read unasked
+
+// The service's log as far as it tells that something happened.
+class Ear {
+public:
+    Ear() : follower(SWMGR_LOG_DEVDEBUG)
+    {
+        try {
+            follower.skipToNewest();
+            hears = true;
+        } catch (const Failure &) {
+        }
+    }
+
+    // What the service said since: true when anything, or when nobody can tell.
+    bool listen(std::vector<std::string> &reasons)
+    {
+        std::vector<LogLine> lines;
+        try {
+            static_cast<void>(follower.read([&](const LogLine &line) {
+                if (line.module == SWMGR_RELAY_MODULE_ID)
+                    lines.push_back(line);
+            }));
+            hears = true;
+        } catch (const Failure &) {
+            hears = false;
+        }
+        reasons = reasonsIn(lines);
+        return !hears || !lines.empty();
+    }
+
+private:
+    LogFollower follower;
+    bool hears = false;
+};
+
+// The signals that end it come when it waits, not in the middle of a line.
+class Interruptions {
+public:
+    Interruptions()
+    {
+        sigemptyset(&set);
+        for (const int number : {SIGINT, SIGTERM, SIGHUP})
+            sigaddset(&set, number);
+        sigprocmask(SIG_BLOCK, &set, nullptr);
+    }
+
+    // Whether one came within that time.
+    [[nodiscard]] bool within(int seconds) const
+    {
+        const timespec limit = {seconds, 0};
+        return sigtimedwait(&set, nullptr, &limit) > 0;
+    }
+
+private:
+    sigset_t set{};
+};
+
+int64_t nanosecondsNow()
+{
+    timespec now = {};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
+}
+
+void printHappened(const Happened &happened, bool json)
+{
+    const int64_t now = nanosecondsNow();
+    if (json)
+        printJson({{"time", now},
+                   {"vlan", happened.vlanId != 0 ? Json(happened.vlanId) : Json()},
+                   {"subject", happened.subject},
+                   {"was", happened.was.empty() ? Json() : Json(happened.was)},
+                   {"is", happened.is.empty() ? Json() : Json(happened.is)},
+                   {"text", happened.text()}});
+    else
+        printf("%s  %s\n", timeText(now).c_str(), shown(happened.text()).c_str());
+}
+
+void printReason(const std::string &reason, bool json)
+{
+    const int64_t now = nanosecondsNow();
+    if (json)
+        printJson({{"time", now}, {"subject", "log"}, {"text", reason}});
+    else
+        printf("%s  service: %s\n", timeText(now).c_str(), shown(reason).c_str());
+}
+
+int runWatch(const Globals &globals, const std::string &interval)
+{
+    const Interruptions interruptions;
+    Watcher watcher(globals.database, globals.site);
+    Ear ear;
+    std::vector<std::string> reasons;
+    static_cast<void>(watcher.databaseMoved());
+    Scene before = watcher.look(/*table=*/true);
+    if (isatty(STDERR_FILENO) == 1)
+        fprintf(stderr, "swctl: watching %zu things; Ctrl-C ends it\n", before.size());
+    for (int looks = 1; ferror(stdout) == 0 && !interruptions.within(std::stoi(interval));
+         ++looks) {
+        const bool moved = watcher.databaseMoved();
+        const bool heard = ear.listen(reasons);
+        Scene now = watcher.look(moved || heard || looks % readAnyway == 0);
+        for (const Happened &happened : changesBetween(before, now))
+            printHappened(happened, globals.json);
+        for (const std::string &reason : reasons)
+            printReason(reason, globals.json);
+        fflush(stdout);
+        before = std::move(now);
+    }
+    return exitDone;
+}
+
+} // namespace
+
+void addWatchCommand(Program &program)
+{
+    const auto interval = std::make_shared<std::string>("2");
+    CLI::App *command = addCommand(
+        program, program.app, "watch",
+        "Print a line for each change of rows, chip, sub-interfaces, links and service, and for "
+        "each failure in the log, until interrupted",
+        "  swctl watch\n  swctl watch --interval 10 --json",
+        [&program, interval] { return runWatch(program.globals, *interval); });
+    if (!program.mayRun("watch"))
+        return;
+    command->add_option("--interval", *interval, "Seconds between two looks, 1 to 3600")
+        ->type_name("SECONDS")
+        ->capture_default_str()
+        ->transform(decimal(1, 3600));
+}
+
+} // namespace swctl
