@@ -3,14 +3,13 @@
 // it runs a sqlite3 shell that reads the same three tables.
 //
 //   daemon_bench BUILD DATABASE CHIP_SOCKET_DIR
-#include <algorithm>
+#include "bench/process.h"
+
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fcntl.h>
 #include <fstream>
-#include <functional>
 #include <string>
 #include <sys/socket.h>
 #include <sys/un.h>
@@ -21,42 +20,12 @@
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-using Words = std::vector<std::string>;
+using bench::median;
+using bench::milliseconds;
+using bench::start;
+using bench::Words;
 
 constexpr int rounds = 15;
-
-pid_t start(const Words &words, const Words &environment)
-{
-    const pid_t child = fork();
-    if (child != 0)
-        return child;
-    for (const std::string &entry : environment)
-        putenv(strdup(entry.c_str()));
-    const int nowhere = open("/dev/null", O_RDWR);
-    dup2(nowhere, STDIN_FILENO);
-    dup2(nowhere, STDOUT_FILENO);
-    dup2(nowhere, STDERR_FILENO);
-    std::vector<char *> arguments;
-    for (const std::string &word : words)
-        arguments.push_back(strdup(word.c_str()));
-    arguments.push_back(nullptr);
-    execvp(arguments[0], arguments.data());
-    _exit(127);
-}
-
-double median(std::vector<double> values)
-{
-    std::sort(values.begin(), values.end());
-    return values[values.size() / 2];
-}
-
-double milliseconds(const std::function<void()> &body)
-{
-    const auto begin = Clock::now();
-    body();
-    return std::chrono::duration<double, std::milli>(Clock::now() - begin).count();
-}
 
 long numberAfter(const std::string &path, const std::string &word)
 {
