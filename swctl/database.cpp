@@ -194,6 +194,10 @@ Database::Database(const std::string &file, Access access) : path(file)
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
     // A column that is missing is an error, not a text of that name.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
+    // A commit is the removal of the journal: until the folder is on the disk, a loss
+    // of power would undo what was said to be applied.
+    if (access == Access::write)
+        run("PRAGMA synchronous=EXTRA");
 }
 
 Database Database::inMemory()

@@ -108,6 +108,8 @@ void appendToFile(const std::string &path, const std::string &contents)
     if (!file.valid())
         failFile("cannot write", path);
     writeAll(file.get(), contents, path);
+    if (fdatasync(file.get()) != 0)
+        failFile("cannot write", path);
 }
 
 void replaceFile(const std::string &path, const std::string &contents)

@@ -136,7 +136,7 @@ int main(int argc, char **argv)
         addWatchCommand(program);
         return written(parseAndRun(program, argc, argv));
     } catch (const Failure &failure) {
-        fprintf(stderr, "swctl: %s\n", failure.what());
+        printLines(stderr, std::string("swctl: ") + failure.what());
         return failure.status;
     } catch (const std::exception &error) {
         fprintf(stderr, "swctl: %s\n", error.what());

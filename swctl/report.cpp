@@ -15,23 +15,58 @@ const char *operationName(int operation)
                                           : "delete";
 }
 
-void printLines(FILE *stream, const char *head, const std::vector<std::string> &lines)
+void tell(FILE *stream, const std::string &line)
+{
+    printLines(stream, line);
+}
+
+void tellEach(FILE *stream, const std::string &head, const std::vector<std::string> &lines)
 {
     for (const std::string &line : lines)
-        fprintf(stream, "  %s%s\n", head, line.c_str());
+        tell(stream, "  " + head + line);
+}
+
+void tellDeadline(FILE *stream, const Verdict &verdict)
+{
+    if (verdict.deadline != 0)
+        tell(stream, "  Taken back at " + clockText(verdict.deadline) +
+                         " unless 'swctl confirm' comes first.");
+}
+
+// Before the reasons: what became of a change, and why in a few words.
+std::string headline(const Verdict &verdict)
+{
+    const std::string what = verdict.changes.what + ": ";
+    switch (verdict.word) {
+    case Word::applied:
+        return "applied: " + verdict.changes.what;
+    case Word::refused:
+        return "refused: " + what + "the service answered " + statusInWords(verdict.answer) +
+               (verdict.verified ? "; nothing is different from before"
+                                 : "; the rows are as they were; not verified");
+    case Word::differs:
+        return "differs: " + what +
+               (verdict.answer < 0     ? "refused by the service, and not all is as before"
+                : !verdict.asked       ? "written; the service does not take it up while it runs"
+                : verdict.left.empty() ? "accepted by the service, but it could not be verified"
+                                       : "accepted by the service, but not all is as it should be");
+    case Word::unanswered:
+        break;
+    }
+    return "unanswered: " + verdict.changes.what;
 }
 
 // What stands below the first line, whatever the word.
 void printDetails(FILE *stream, const Verdict &verdict)
 {
     for (const Difference &difference : verdict.left)
-        fprintf(stream, "  ! %s\n", difference.text().c_str());
-    printLines(stream, "not read: ", verdict.unread);
-    printLines(stream, "service: ", verdict.reasons);
+        tell(stream, "  ! " + difference.text());
+    tellEach(stream, "not read: ", verdict.unread);
+    tellEach(stream, "service: ", verdict.reasons);
     if (!verdict.note.empty())
-        fprintf(stream, "  %s\n", verdict.note.c_str());
+        tell(stream, "  " + verdict.note);
     if (!verdict.left.empty())
-        fprintf(stream, "  To mend it: %s\n", verdict.left.front().mend().c_str());
+        tell(stream, "  To mend it: " + verdict.left.front().mend());
 }
 
 std::string rowsText(const ChangeSet &changes)
@@ -101,63 +136,43 @@ Json previewJson(const Preview &seen)
 
 void printPreview(const Preview &seen, bool verbose)
 {
-    const std::string what = printable(seen.changes.what);
     if (seen.changes.empty())
-        printf("would change nothing: every row is so already\n");
+        tell(stdout, "would change nothing: every row is so already");
     else
-        printf("would %s: %s %s%s\n", seen.reasons.empty() ? "apply" : "refuse", what.c_str(),
-               seen.changes.verb.c_str(), rowsText(seen.changes).c_str());
-    printLines(stdout, "service: ", seen.reasons);
-    printLines(stdout, "", seen.lines);
-    printLines(stdout, "", seen.changes.consequences);
+        tell(stdout, std::string("would ") + (seen.reasons.empty() ? "apply: " : "refuse: ") +
+                         seen.changes.what + " " + seen.changes.verb + rowsText(seen.changes));
+    tellEach(stdout, "service: ", seen.reasons);
+    tellEach(stdout, "", seen.lines);
+    tellEach(stdout, "", seen.changes.consequences);
     if (verbose)
-        printLines(stdout, "> ", seen.actions);
-    printf("Nothing was written or sent.\n");
+        for (const std::string &action : seen.actions) // to be pasted: not wrapped
+            printf("  > %s\n", shown(action).c_str());
+    tell(stdout, "Nothing was written or sent.");
 }
 
 void printVerdict(const Verdict &verdict, bool offline)
 {
-    const std::string what = printable(verdict.changes.what);
-    const std::string done = what + " " + verdict.changes.verb + rowsText(verdict.changes);
+    const std::string done =
+        verdict.changes.what + " " + verdict.changes.verb + rowsText(verdict.changes);
     if (verdict.changes.empty() && verdict.word == Word::applied) {
-        printf("unchanged: every row is so already%s\n",
-               verdict.verified ? ", and nothing differs" : "; not verified");
+        tell(stdout, std::string("unchanged: every row is so already") +
+                         (verdict.verified ? ", and nothing differs" : "; not verified"));
         return;
     }
     if (offline) {
-        printf("%s; the service was not told\n", done.c_str());
+        tell(stdout, done + "; the service was not told");
         return;
     }
-    switch (verdict.word) {
-    case Word::applied:
-        printf("applied: %s%s\n", done.c_str(), verdict.verified ? "" : "; not verified");
-        printLines(stdout, "", verdict.changes.consequences);
-        if (verdict.deadline != 0)
-            printf("  Taken back at %s unless 'swctl confirm' comes first.\n",
-                   clockText(verdict.deadline).c_str());
+    if (verdict.word == Word::applied) {
+        tell(stdout, "applied: " + done + (verdict.verified ? "" : "; not verified"));
+        tellEach(stdout, "", verdict.changes.consequences);
+        tellDeadline(stdout, verdict);
         if (!verdict.note.empty())
-            printf("  %s\n", verdict.note.c_str());
+            tell(stdout, "  " + verdict.note);
         return;
-    case Word::refused:
-        fprintf(stderr, "swctl: refused: %s: the service answered %s; %s\n", what.c_str(),
-                statusInWords(verdict.answer).c_str(),
-                verdict.verified ? "nothing is different from before"
-                                 : "the rows are as they were; not verified");
-        break;
-    case Word::differs:
-        fprintf(stderr, "swctl: differs: %s: %s\n", what.c_str(),
-                verdict.answer < 0     ? "refused by the service, and not all is as before"
-                : !verdict.asked       ? "written; the service does not take it up while it runs"
-                : verdict.left.empty() ? "accepted by the service, but it could not be verified"
-                                       : "accepted by the service, but not all is as it should be");
-        break;
-    case Word::unanswered:
-        fprintf(stderr, "swctl: unanswered: %s\n", what.c_str());
-        break;
     }
-    if (verdict.deadline != 0)
-        fprintf(stderr, "  Taken back at %s unless 'swctl confirm' comes first.\n",
-                clockText(verdict.deadline).c_str());
+    tell(stderr, "swctl: " + headline(verdict));
+    tellDeadline(stderr, verdict);
     printDetails(stderr, verdict);
 }
 
@@ -169,14 +184,14 @@ void printDifferences(const Verdict &verdict, bool verbose)
     if (!verbose)
         return;
     for (const Difference &difference : verdict.idle)
-        printf("  without effect: %s\n", difference.text().c_str());
+        tell(stdout, "  without effect: " + difference.text());
     if (!verdict.idleUnread.empty())
-        printf("  not read: %s\n", shown(verdict.idleUnread).c_str());
+        tell(stdout, "  not read: " + verdict.idleUnread);
 }
 
 void printRepair(const Verdict &verdict)
 {
-    printLines(stdout, "", verdict.settled);
+    tellEach(stdout, "", verdict.settled);
     if (verdict.word == Word::applied)
         printf("Nothing differs%s.\n", verdict.settled.empty() ? "" : " any more");
     else

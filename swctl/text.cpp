@@ -166,6 +166,17 @@ void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t 
     fprintf(stream, "%s\n", line.c_str());
 }
 
+void printLines(FILE *stream, std::string_view text)
+{
+    while (!text.empty()) {
+        const size_t end = std::min(text.find('\n'), text.size());
+        const std::string_view line = text.substr(0, end);
+        const size_t indent = std::min(line.find_first_not_of(' '), line.size());
+        printWrapped(stream, shown(line.substr(indent)), outputColumns, indent, /*hang=*/2);
+        text.remove_prefix(std::min(end + 1, text.size()));
+    }
+}
+
 void TextTable::print(FILE *stream) const
 {
     std::vector<size_t> widths(rows.front().size());

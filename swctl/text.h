@@ -42,6 +42,10 @@ size_t terminalColumns(FILE *stream);
 void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t indent,
                   size_t hang);
 
+// Lines between line ends, each with its own indent, wrapped at outputColumns and
+// safe for the terminal.
+void printLines(FILE *stream, std::string_view text);
+
 // Rows of cells, printed with every column as wide as its widest cell.
 class TextTable {
 public:

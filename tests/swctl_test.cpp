@@ -192,7 +192,7 @@ TEST_F(Swctl, aRefusedChangeLeavesTheDatabaseAsItWas)
     for (const char *change : changes) {
         const Result result = run(change);
         EXPECT_EQ(result.status, 1) << change;
-        EXPECT_HAS(result.err, "answered -22 (refused as invalid); the rows are as they were");
+        EXPECT_HAS(result.err, "the service answered -22 (refused as invalid)");
         EXPECT_EQ(everything(), before) << change;
         const bool ofVlan = std::string(change).starts_with("vlan");
         EXPECT_EQ(module->taken().size(), ofVlan ? 2u : 1u) << "the row put back is announced too";
