@@ -6,7 +6,9 @@
 #include "swctl/confirm.h"
 #include "swctl/history.h"
 #include "swctl/journal.h"
+#include "swctl/judge.h"
 #include "swctl/pending.h"
+#include "swctl/repair.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
@@ -73,20 +75,6 @@ struct Prepared {
     std::set<int> ids;
 };
 
-Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot)
-{
-    return targetOf(gateway.rehearseStart(snapshot)->finish(), vlanIdsIn(snapshot.database()));
-}
-
-std::string stoppedText(const StoppedAt &stopped)
-{
-    std::string text = "a start of the service would stop at row " +
-                       std::to_string(stopped.row + 1) + " of " + stopped.table;
-    for (const std::string &reason : stopped.reasons)
-        text += "\n  service: " + printable(reason);
-    return text;
-}
-
 // A change that would keep the next start from going through is not begun.
 void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &after,
                 const ChangeSet &changes)
@@ -102,38 +90,9 @@ void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &afte
                                    "\n  Nothing was changed. --force does it all the same.");
 }
 
-void addNote(Verdict &verdict, const std::string &text)
-{
-    verdict.note += (verdict.note.empty() ? "" : "\n  ") + text;
-}
-
-void readUnread(Verdict &verdict, const Actual &actual)
-{
-    if (!actual.chip.held)
-        verdict.unread.push_back("chip: " + actual.chip.reason);
-    if (!actual.kernel.held)
-        verdict.unread.push_back("kernel: " + actual.kernel.reason);
-}
-
-void noteEngine(Verdict &verdict, const Actual &actual)
-{
-    if (!actual.engine.reason.empty())
-        addNote(verdict, "engine: not known whether its tools worked: " + actual.engine.reason);
-}
-
-void judge(Verdict &verdict, Settled settled, Word otherwise)
-{
-    verdict.verified = true;
-    verdict.settled = std::move(settled.done);
-    verdict.left = std::move(settled.left);
-    readUnread(verdict, settled.actual);
-    noteEngine(verdict, settled.actual);
-    verdict.word = verdict.left.empty() && verdict.unread.empty() ? otherwise : Word::differs;
-}
-
 // Sends the announcements in order up to the first that is refused; gives the
 // number of those that were sent.
-size_t announceAll(const ChangeSet &changes, int &answer)
+size_t announceAll(const ChangeSet &changes, int &answer, const Progress &told = {})
 {
     size_t sent = 0;
     for (const RowChange &change : changes.rows) {
@@ -143,6 +102,8 @@ size_t announceAll(const ChangeSet &changes, int &answer)
                          announcement.oldValues);
         }
         ++sent;
+        if (told)
+            told(sent, changes.rows.size());
         if (answer < 0)
             break;
     }
@@ -322,7 +283,7 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
     RequestLog log;
     size_t sent = 0;
     try {
-        sent = announceAll(verdict.changes, verdict.answer);
+        sent = announceAll(verdict.changes, verdict.answer, options.told);
         verdict.asked = std::any_of(verdict.changes.rows.begin(), verdict.changes.rows.end(),
                                     [](const RowChange &change) { return change.isAnnounced(); });
         if (verdict.answer < 0) {
@@ -351,37 +312,6 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
             stays ? "; the rows stay as written, and the service's next start applies them"
                   : "; the rows are as they were";
     }
-}
-
-// Finishes a change that was broken off, or takes it back: by its rows, which are
-// one or the other. Where the service does not answer, its start applies them.
-std::optional<Verdict> recoverChange(const ChangeOptions &options)
-{
-    const Journal journal(options.databasePath);
-    std::optional<ChangeSet> changes = journal.unfinished();
-    if (!changes)
-        return std::nullopt;
-    GatewayView gateway(options.databasePath, options.siteFile);
-    Database database(options.databasePath, Access::write);
-    Verdict verdict;
-    verdict.changes = std::move(*changes);
-    const bool done = rowsAreAfter(database, verdict.changes);
-    const bool answers = serviceAnswers();
-    verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
-                   ") was broken off; it is " + (done ? "finished" : "taken back") +
-                   (answers ? "" : " in the rows, which the service's next start applies");
-    if (answers) {
-        Snapshot snapshot(database);
-        const Target target = targetOfStart(gateway, snapshot);
-        const std::vector<int> touched = verdict.changes.vlanIds();
-        judge(verdict,
-              settle(gateway, snapshot, target, {touched.begin(), touched.end()}, Extent::whole,
-                     true),
-              Word::applied);
-    }
-    journal.end();
-    fprintf(stderr, "swctl: %s\n", printable(verdict.note).c_str());
-    return verdict;
 }
 
 void remember(const ChangeOptions &options, Verdict &verdict)
@@ -441,64 +371,6 @@ Verdict carryOut(const ChangeOptions &options, const Plan &plan)
     else if (options.onTrial != 0)
         verdict.deadline = time(nullptr) + options.onTrial;
     remember(options, verdict);
-    return verdict;
-}
-
-std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
-{
-    std::optional<Verdict> verdict = recoverChange(options);
-    const std::optional<Trial> trial = trialOf(options.databasePath);
-    if (trial && !trial->watched) {
-        verdict = takeBackTrial(options, *trial);
-        fprintf(stderr, "swctl: a change on trial (%s) was left alone; it is taken back\n",
-                printable(trial->changes.what).c_str());
-    }
-    return verdict;
-}
-
-namespace {
-
-// What is otherwise than after a fresh start and has no effect on a VLAN's frames.
-void noteIdle(const Site &site, const Target &target, const Actual &actual, Verdict &verdict)
-{
-    for (const Difference &difference : differences(target, actual))
-        if (!difference.counts)
-            verdict.idle.push_back(difference);
-    if (!target.pausesSet)
-        return;
-    const Part<PauseRegisters> pauses = readPauseRegisters(site);
-    if (!pauses.held)
-        verdict.idleUnread = "the engine's registers for pause frames: " + pauses.reason;
-    else
-        for (const Difference &difference : pauseDifferences(target.pauses, *pauses.held))
-            verdict.idle.push_back(difference);
-}
-
-} // namespace
-
-Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress)
-{
-    constexpr int highestVlan = 4094;
-    GatewayView gateway(options.databasePath, options.siteFile);
-    Database database(options.databasePath, Access::read);
-    Snapshot snapshot(database);
-    const Target target = targetOfStart(gateway, snapshot);
-    std::set<int> ids;
-    for (int id = 1; allVlans && id <= highestVlan; ++id)
-        ids.insert(id);
-    Verdict verdict;
-    verdict.changes.what = "gateway";
-    verdict.changes.verb = "compared";
-    Settled settled = settle(gateway, snapshot, target, ids, Extent::whole, !dryRun, progress);
-    std::vector<Difference> waiting =
-        pendingSettings(gateway, options.databasePath, snapshot, snapshot, ChangeSet());
-    for (Difference &difference : settled.left)
-        difference.restart = !waiting.empty() && !dryRun;
-    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
-    if (target.stopped)
-        verdict.note = verdict.startStops = stoppedText(*target.stopped);
-    noteIdle(gateway.site(), target, settled.actual, verdict);
-    judge(verdict, std::move(settled), Word::applied);
     return verdict;
 }
 

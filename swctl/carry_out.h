@@ -53,6 +53,7 @@ struct ChangeOptions {
     int onTrial = 0;         // s until it is taken back unless confirmed; 0: it stays
     int undoes = 0;          // entry of the history that it takes back; 0: none
     bool recovering = false; // takes back or finishes what an earlier swctl left
+    Progress told{};         // of announcements, where somebody looks
 };
 
 // With a plan that finds nothing to change it is only looked whether rows and
@@ -73,12 +74,5 @@ struct Preview {
 };
 // Looks only. Throws as carryOut does where that would refuse it by itself.
 Preview preview(const ChangeOptions &options, const Plan &plan);
-
-// Finishes what an earlier swctl left unfinished, or takes it back; none when there
-// is nothing. The lock is held by the caller.
-std::optional<Verdict> recoverUnfinished(const ChangeOptions &options);
-
-// Brings the gateway to what a fresh start would give; changes no row.
-Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress);
 
 } // namespace swctl

@@ -6,6 +6,8 @@
 #include "swctl/report.h"
 #include "swctl/validate.h"
 
+#include <unistd.h>
+
 namespace swctl {
 namespace {
 
@@ -54,6 +56,19 @@ ChangeOptions optionsOf(const Globals &globals, const ChangeFlags &flags)
     return options;
 }
 
+Progress progressOn(const char *what)
+{
+    if (isatty(STDERR_FILENO) != 1)
+        return {};
+    return [what](size_t done, size_t all) {
+        constexpr size_t few = 20; // are done before anybody has read it
+        if (all <= few)
+            return;
+        fprintf(stderr, "\r%zu of %zu %s\x1b[K%s", done, all, what, done >= all ? "\r\x1b[K" : "");
+        fflush(stderr);
+    };
+}
+
 int change(const Program &program, const ChangeFlags &flags, const Plan &plan, int undoes)
 {
     if (program.batch != nullptr) {
@@ -68,6 +83,7 @@ int change(const Program &program, const ChangeFlags &flags, const Plan &plan, i
         return show(program, flags, plan);
     ChangeOptions options = optionsOf(program.globals, flags);
     options.undoes = undoes;
+    options.told = progressOn("changes announced");
     { // A database that cannot be used is named before a lock is made beside it.
         const Database database(options.databasePath, Access::write);
     }

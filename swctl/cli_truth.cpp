@@ -4,11 +4,11 @@
 #include "swctl/happening_text.h"
 #include "swctl/journal.h"
 #include "swctl/json.h"
+#include "swctl/repair.h"
 #include "swctl/report.h"
 #include "swctl/text.h"
 
 #include <memory>
-#include <unistd.h>
 
 namespace swctl {
 namespace {
@@ -19,21 +19,10 @@ struct TruthArguments {
     bool verbose = false;
 };
 
-// A line that counts up, on a terminal only.
-Progress progressOn(FILE *stream)
-{
-    if (isatty(fileno(stream)) != 1)
-        return {};
-    return [stream](size_t done, size_t all) {
-        fprintf(stream, "\r%zu of %zu VLANs read\x1b[K%s", done, all, done >= all ? "\r" : "");
-        fflush(stream);
-    };
-}
-
 int runDiff(const Globals &globals, const TruthArguments &arguments)
 {
     const Verdict verdict =
-        repair(optionsOf(globals), arguments.all, /*dryRun=*/true, progressOn(stderr));
+        repair(optionsOf(globals), arguments.all, /*dryRun=*/true, progressOn("VLANs read"));
     if (globals.json)
         printJson(verdictJson(verdict));
     else
@@ -47,7 +36,8 @@ int runRepair(const Globals &globals, const TruthArguments &arguments)
     const ChangeLock lock(globals.database, globals.wait, tellWaiting);
     if (!arguments.dryRun)
         static_cast<void>(recoverUnfinished(options));
-    const Verdict verdict = repair(options, arguments.all, arguments.dryRun, progressOn(stderr));
+    const Verdict verdict =
+        repair(options, arguments.all, arguments.dryRun, progressOn("VLANs read"));
     if (globals.json)
         printJson(verdictJson(verdict));
     else

@@ -8,6 +8,7 @@
 #include "swctl/service.h"
 #include "swctl/text.h"
 #include "swctl/usage.h"
+#include "swctl/validate.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -46,10 +47,19 @@ void addGlobalOptions(Program &program)
                    "File that says where devices and interfaces are, for a simulated gateway")
         ->envname("SWMGR_SITE")
         ->type_name("FILE");
-    app.add_option("--wait", program.globals.wait, "Seconds to wait for another swctl, 0 to 3600")
+    // The default is the other swctl's; the service has its relay's own limit, since a
+    // start with thousands of VLANs answers late.
+    app.add_option_function<std::string>(
+           "--wait",
+           [&program](const std::string &seconds) {
+               program.globals.wait = std::stoi(seconds);
+               limitAnswers(program.globals.wait);
+           },
+           "Seconds to wait for another swctl (10 unless given) and for each answer of the "
+           "service (180 unless given), 0 to 3600; 0 does not wait for the other swctl, and a "
+           "second for an answer")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0, 3600))
-        ->capture_default_str();
+        ->transform(decimal(0, 3600));
     app.add_flag("--json", program.globals.json, "Print JSON");
 }
 

@@ -37,6 +37,11 @@ void useRelayDirectory(const std::string &directory)
         setenv("RELAY_DIR", directory.c_str(), /*overwrite=*/1);
 }
 
+void limitAnswers(int seconds)
+{
+    setenv("RELAY_TIMEOUT", std::to_string(std::max(seconds, 1)).c_str(), /*overwrite=*/1);
+}
+
 int exchange(int module, int requestType, std::string_view data, std::string &buffer)
 {
     std::string sent(data); // relayIoctl takes a writable buffer

@@ -13,6 +13,9 @@ namespace swctl {
 // Where the service's sockets are; empty leaves it to RELAY_DIR.
 void useRelayDirectory(const std::string &directory);
 
+// How long each answer is waited for, in whole seconds from 1.
+void limitAnswers(int seconds);
+
 // Sends a request to a module and waits for the answer. `buffer` travels as the
 // reply buffer; an empty one is not sent. Gives the handler's result, or throws
 // with exitUnreachable when nobody answered.

@@ -3,6 +3,7 @@
 
 #include "common/log_rank.h"
 #include "swctl/journal.h"
+#include "swctl/repair.h"
 #include "swctl/service.h"
 #include "swctl/service_life.h"
 
