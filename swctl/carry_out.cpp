@@ -199,7 +199,8 @@ void verifyChange(const std::string &databasePath, Prepared &prepared, Verdict &
     Settled settled = settle(prepared.gateway, *prepared.after, prepared.target, prepared.ids,
                              extentOf(prepared.target), true);
     for (Difference &difference : settled.left)
-        difference.restart = !waiting.empty();
+        if (!waiting.empty())
+            difference.remedy = Remedy::restart;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
     judge(verdict, std::move(settled), Word::applied);
 }

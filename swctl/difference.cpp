@@ -126,7 +126,15 @@ std::string Difference::text() const
 
 std::string Difference::mend() const
 {
-    return restart ? "restart the service" : "swctl repair";
+    switch (remedy) {
+    case Remedy::repair:
+        break;
+    case Remedy::restart:
+        return "restart the service";
+    case Remedy::rows:
+        return "mend the row at which a start stops; 'swctl check' names it";
+    }
+    return "swctl repair";
 }
 
 Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)
@@ -163,7 +171,7 @@ std::vector<Difference> pauseDifferences(const PauseRegisters &wanted, const Pau
                            ((found[i] & pauseBit) != 0 ? "on" : "off") + ", by a fresh start " +
                            difference.wanted;
         difference.counts = false;
-        difference.restart = true;
+        difference.remedy = Remedy::restart;
         all.push_back(difference);
     }
     return all;
@@ -178,8 +186,11 @@ std::vector<Difference> differences(const Target &target, const Actual &actual)
         compareKernel(target, *actual.kernel.held, all);
     if (actual.engine.held)
         compareEngine(*actual.engine.held, all);
-    for (Difference &difference : all)
+    for (Difference &difference : all) {
         difference.inRows = target.vlanIds.contains(difference.vlanId);
+        if (target.stopped)
+            difference.remedy = Remedy::rows;
+    }
     std::stable_sort(all.begin(), all.end(),
                      [](const Difference &a, const Difference &b) { return a.vlanId < b.vlanId; });
     return all;

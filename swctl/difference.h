@@ -21,6 +21,13 @@ enum class DifferenceKind {
     setting,      // a setting that the service takes only at its start
 };
 
+// What mends a difference.
+enum class Remedy {
+    repair,  // announcing the VLAN again
+    restart, // of the service
+    rows     // a start stops at one of them: until that is mended nothing else can be
+};
+
 struct Difference {
     DifferenceKind kind{};
     int vlanId = 0;       // 0: none
@@ -30,7 +37,7 @@ struct Difference {
     bool counts = true;   // false: has no effect on any frame
     bool inRows = true;   // a row of the database has this VLAN
     std::string parent{}; // sub-interface: its Linux interface
-    bool restart = false; // only a restart of the service mends it
+    Remedy remedy = Remedy::repair;
 
     // The same thing is different in the same way.
     [[nodiscard]] bool sameAs(const Difference &other) const;

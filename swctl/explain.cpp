@@ -90,19 +90,21 @@ std::string rowText(const Row &row)
     return text;
 }
 
+bool hasWord(const std::string &line, const std::string &word)
+{
+    return (" " + line + " ").find(" " + word + " ") != std::string::npos;
+}
+
+// About the rows of these VLANs, or about others because of them.
 std::vector<Finding> findingsOf(const Look &look, const std::set<int> &vlanIds)
 {
     std::vector<Finding> findings;
     for (const Finding &finding : look.findings)
-        if (std::any_of(vlanIds.begin(), vlanIds.end(),
-                        [&](int id) { return finding.name == vlanText(id); }))
+        if (std::any_of(vlanIds.begin(), vlanIds.end(), [&](int id) {
+                return finding.name == vlanText(id) || hasWord(finding.message, vlanText(id));
+            }))
             findings.push_back(finding);
     return findings;
-}
-
-bool hasWord(const std::string &line, const std::string &word)
-{
-    return (" " + line + " ").find(" " + word + " ") != std::string::npos;
 }
 
 // Of the lines that failed last those that are about these sub-interfaces.
@@ -114,9 +116,12 @@ void kernelReasons(const Look &look, const std::set<int> &vlanIds,
     for (const std::string &line : look.actual.engine.held->others)
         for (const Row &row : look.vlanRows) {
             const std::string id = row.text("vlanId");
-            const std::string parent = row.text("interfaceName");
+            std::string added = row.text("interfaceName") + " ";
+            added += id;
+            std::string sub = row.text("interfaceName") + ".";
+            sub += id;
             if (vlanIds.contains(toInt(id)) && line.find("vconfig rem ") == std::string::npos &&
-                (hasWord(line, parent + "." + id) || hasWord(line, parent + " " + id)))
+                (hasWord(line, sub) || hasWord(line, added)))
                 reasons.push_back(line);
         }
 }

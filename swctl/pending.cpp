@@ -93,7 +93,7 @@ std::vector<Difference> otherwiseIn(Database &loaded, Database &now,
         difference.kind = DifferenceKind::setting;
         difference.wanted = has ? "as its row says" : "gone";
         difference.found = rowName(change) + ": as before until the service starts again";
-        difference.restart = true;
+        difference.remedy = Remedy::restart;
         waiting.push_back(std::move(difference));
     }
     return waiting;

@@ -1,6 +1,8 @@
 // Starts swrehearse and reads what it left; see the header.
 #include "swctl/rehearsal.h"
 
+#include "swctl/text.h"
+
 #include "devices/chip/chip_text.h"
 #include "swctl/outcome.h"
 #include "swmgr/swmgr_client.h"
@@ -187,7 +189,8 @@ std::optional<StoppedAt> Rehearsal::stoppedAt() const
     for (const Happening &happening : all) {
         if (happening.kind == Kind::log && happening.number == SWMGR_LOG_ERROR &&
             !happening.data.starts_with("cmd ("))
-            reasons.emplace_back(happening.data.substr(0, happening.data.find('\n')));
+            reasons.push_back(onOneLine(
+                std::string(happening.data.substr(0, happening.data.find_last_not_of(" \n") + 1))));
         if (happening.kind == Kind::row && happening.number < 0)
             return StoppedAt{std::string(happening.data), static_cast<int>(happening.extra),
                              happening.number, std::move(reasons)};

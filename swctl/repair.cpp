@@ -90,7 +90,8 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
     std::vector<Difference> waiting =
         pendingSettings(gateway, options.databasePath, snapshot, snapshot, ChangeSet());
     for (Difference &difference : settled.left)
-        difference.restart = !waiting.empty() && !dryRun;
+        if (!waiting.empty() && !dryRun)
+            difference.remedy = Remedy::restart;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
     if (target.stopped)
         verdict.note = verdict.startStops = stoppedText(*target.stopped);

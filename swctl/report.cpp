@@ -5,6 +5,8 @@
 #include "swctl/service.h"
 #include "swctl/text.h"
 
+#include <algorithm>
+
 namespace swctl {
 namespace {
 
@@ -62,7 +64,14 @@ void printDetails(FILE *stream, const Verdict &verdict)
     for (const Difference &difference : verdict.left)
         tell(stream, "  ! " + difference.text());
     tellEach(stream, "not read: ", verdict.unread);
-    tellEach(stream, "service: ", verdict.reasons);
+    constexpr size_t mostReasons = 8;
+    const std::vector<std::string> &reasons = verdict.reasons;
+    tellEach(stream, "service: ",
+             {reasons.begin(), reasons.begin() + static_cast<std::ptrdiff_t>(
+                                                     std::min(reasons.size(), mostReasons))});
+    if (reasons.size() > mostReasons)
+        tell(stream, "  and " + std::to_string(reasons.size() - mostReasons) +
+                         " lines more; 'swctl log' has them");
     if (!verdict.note.empty())
         tell(stream, "  " + verdict.note);
     if (!verdict.left.empty())

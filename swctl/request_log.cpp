@@ -77,7 +77,7 @@ std::vector<std::string> reasonsIn(const std::vector<LogLine> &lines)
         if (rank <= LOG_RANK_WARNING && line.text.find("Invalid command (") == std::string::npos &&
             line.text.find("processing returned 0") == std::string::npos &&
             line.text.find("Disabling Vlan") == std::string::npos)
-            reasons.push_back(printable(line.text));
+            reasons.push_back(printable(onOneLine(line.text)));
         // The same line of several rows says no more than one.
         if (reasons.size() > 1 &&
             std::find(reasons.begin(), reasons.end() - 1, reasons.back()) != reasons.end() - 1)

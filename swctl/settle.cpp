@@ -57,18 +57,19 @@ void clearLeftover(int vlanId, const std::string &parent, bool add)
 }
 
 // An update has the entry, the tags and the engine written again; the rest takes
-// a removal and an addition, as does a VLAN that the service does not know.
-void announceAgain(const Row &row, bool whole)
+// a removal and an addition, as does a VLAN that the service does not know. False
+// when the service takes neither.
+bool announceAgain(const Row &row, bool whole)
 {
-    if (!whole) {
-        static_cast<void>(send(announcementOf(row, SWMGR_DB_UPDATE)));
-        return;
-    }
+    if (!whole && send(announcementOf(row, SWMGR_DB_UPDATE)) >= 0)
+        return true;
     static_cast<void>(send(announcementOf(row, SWMGR_DB_DELETE)));
-    static_cast<void>(send(announcementOf(row, SWMGR_DB_INSERT)));
+    return send(announcementOf(row, SWMGR_DB_INSERT)) >= 0;
 }
 
-void mendRound(const std::map<int, Complaint> &complaints, const std::vector<Row> &rows, int round,
+// False when the service refuses a VLAN as it stands in its row: something else is in
+// the way of all of them, and each further one would only be taken away.
+bool mendRound(const std::map<int, Complaint> &complaints, const std::vector<Row> &rows, int round,
                std::vector<std::string> &done)
 {
     // What is left over goes first: it may hold what others need.
@@ -85,9 +86,13 @@ void mendRound(const std::map<int, Complaint> &complaints, const std::vector<Row
         const auto found = complaints.find(toInt(row.text("vlanId")));
         if (found == complaints.end())
             continue;
-        announceAgain(row, round > 0 || found->second.subInterface);
         done.push_back("VLAN " + row.text("vlanId") + " announced again");
+        if (!announceAgain(row, round > 0 || found->second.subInterface)) {
+            done.back() += ", and refused";
+            return false;
+        }
     }
+    return true;
 }
 
 } // namespace
@@ -109,10 +114,12 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
     // A VLAN that was read because of a sub-interface is read again without it:
     // its entry in the chip may stay.
     std::set<int> touched = ids;
-    while (mend && !settled.left.empty() && settled.rounds < mostRounds) {
+    // What a start that stops would give is nothing to bring the hardware to.
+    bool going = mend && !target.stopped;
+    while (going && !settled.left.empty() && settled.rounds < mostRounds) {
         for (const Difference &difference : settled.left)
             touched.insert(difference.vlanId);
-        mendRound(complaintsOf(settled.left, target), rows, settled.rounds, settled.done);
+        going = mendRound(complaintsOf(settled.left, target), rows, settled.rounds, settled.done);
         ++settled.rounds;
         settled.actual = gateway.read(snapshot, target, touched, extent);
         std::vector<Difference> now = counting(differences(target, settled.actual));

@@ -22,7 +22,8 @@ struct Settled {
 // At most this often; fewer when nothing differs any more or nothing gets better.
 constexpr int mostRounds = 3;
 
-// Settles the VLANs of every difference that counts. `ids` are read in any case.
+// Settles the VLANs of every difference that counts, but for a target at which a start
+// stops. `ids` are read in any case.
 // Throws Unanswered when the service stops answering.
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
                const std::set<int> &ids, GatewayView::Extent extent, bool mend,

@@ -87,6 +87,12 @@ bool utf8Wanted()
     return wanted;
 }
 
+std::string onOneLine(std::string text)
+{
+    std::replace(text.begin(), text.end(), '\n', ' ');
+    return text;
+}
+
 std::string shown(std::string_view text)
 {
     std::string safe = printable(text);

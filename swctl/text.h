@@ -15,6 +15,9 @@ constexpr size_t outputColumns = 80; // of texts in lines of their own
 // Control characters and bytes that are no UTF-8 come out as \xNN.
 std::string printable(std::string_view text);
 
+// Line ends within a text become blanks, so that a record stays one line.
+std::string onOneLine(std::string text);
+
 // Whether this terminal takes UTF-8, by the locale.
 bool utf8Wanted();
 

@@ -162,6 +162,17 @@ class Whole(GatewayTest):
         self.assertEqual((status["lastLoad"]["outcome"], status["vlans"]["applied"]),
                          ("went through", 5))
 
+    def test_nothing_is_torn_down_for_a_start_that_would_stop(self):
+        for arguments, status in ((("port", "add", "BCM", 9, "--force"), DIFFERS),
+                                  (("repair",), DIFFERS), (("port", "delete", "BCM", 9), DIFFERS),
+                                  (("repair",), DIFFERS)):
+            self.swctl(status, *arguments)
+            self.assertEqual(self.state(), self.before)
+        self.assertIn("restart the service", self.hardware.said)
+        self.assertEqual(self.hardware.stop(), 0)
+        self.assertTrue(self.hardware.start())
+        self.swctl(APPLIED, "diff")
+
     def test_a_watch_tells_every_change_and_ends_when_asked(self):
         watch = subprocess.Popen([BUILD / "bin/swctl", "--database", self.hardware.database,
                                   "--relay-dir", self.hardware.relay, "--json", "watch",
