@@ -66,9 +66,8 @@ void printDetails(FILE *stream, const Verdict &verdict)
     tellEach(stream, "not read: ", verdict.unread);
     constexpr size_t mostReasons = 8;
     const std::vector<std::string> &reasons = verdict.reasons;
-    tellEach(stream, "service: ",
-             {reasons.begin(), reasons.begin() + static_cast<std::ptrdiff_t>(
-                                                     std::min(reasons.size(), mostReasons))});
+    for (size_t i = 0; i < std::min(reasons.size(), mostReasons); ++i)
+        tell(stream, "  service: " + reasons[i]);
     if (reasons.size() > mostReasons)
         tell(stream, "  and " + std::to_string(reasons.size() - mostReasons) +
                          " lines more; 'swctl log' has them");

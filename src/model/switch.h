@@ -9,6 +9,10 @@
 #include <cstdint>
 
 struct Switch;
+struct ListedVlan;
+
+// Every VLAN id has a bucket of its own; a number that is none shares one.
+constexpr uint32_t vlanBuckets = 4096;
 
 // A backend's configuration function. `payload` is the command's record or
 // none, `payloadLen` its length as the sender declares it. `replyBuf` and
@@ -40,6 +44,11 @@ struct Switch {
     SalList lowerLvlSwitchList;              // SwitchLowerLvlNode, each to a Switch
     SalList portList;                        // SwitchPort
     SalList vlanList;                        // SwitchVlan
+    // Kept up with vlanList by vlan/vlan_list.h, so that a change costs the same beside
+    // any number of VLANs.
+    ListedVlan *vlansById[vlanBuckets]; // first listed in each bucket, by vlanBucket
+    ListedVlan *untagging;              // last listed that may untag a port
+    uint32_t vlanPlaces;                // VLANs ever appended
 };
 
 struct SwitchPort {

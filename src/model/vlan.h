@@ -22,6 +22,15 @@ struct SwitchVlan {
     Switch *ownerSwitch;  // the switch whose vlanList holds the object
 };
 
+// What is allocated for a VLAN: the object, and what its switch keeps of it.
+struct ListedVlan {
+    SwitchVlan vlan;
+    ListedVlan *sameBucket; // listed after it
+    ListedVlan *untagging;  // listed before it, of those that may untag a port
+    uint32_t place;         // rises along the list
+    bool mayUntag;          // is among them
+};
+
 static_assert(sizeof(void *) != 4 || sizeof(SwitchVlan) == switchVlanRecordLength);
 static_assert(offsetof(SwitchVlan, vlanId) == sizeof(SalListLink));
 static_assert(offsetof(SwitchVlan, fwdMap) == sizeof(SalListLink) + 1288);

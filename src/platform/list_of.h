@@ -6,7 +6,6 @@
 #include "platform/sal.h"
 
 #include <cstddef>
-#include <cstdint>
 #include <type_traits>
 
 template <class T>
@@ -24,26 +23,10 @@ public:
         {
             current = following;
             following = after(current);
-            elementsAheadPrefetch();
             return *this;
         }
 
     private:
-        // Elements are mostly allocated one after the other, at an even distance.
-        // In a long list the next link is a cache miss away each time; asking for
-        // the place where later elements probably lie hides it. A wrong guess is
-        // harmless.
-        void elementsAheadPrefetch() const
-        {
-            constexpr uintptr_t ahead = 16;
-            const auto here = reinterpret_cast<uintptr_t>(following);
-            const uintptr_t distance = here - reinterpret_cast<uintptr_t>(current);
-            const uintptr_t guess = here + ahead * distance;
-            __builtin_prefetch(reinterpret_cast<const void *>(guess));
-            if constexpr (sizeof(T) > 64)
-                __builtin_prefetch(reinterpret_cast<const void *>(guess + sizeof(T) - 16));
-        }
-
         static SalListLink *after(SalListLink *link)
         {
             return link != nullptr ? salListNext(link) : nullptr;

@@ -71,11 +71,12 @@ extern "C" int switchVlanCreate(Switch *sw, const SwitchVlan *image)
         LOG_ERROR(switchStrGet(sw), "This VLAN Id is already exists \n");
         return statusInvalid;
     }
-    auto *vlan = static_cast<SwitchVlan *>(calloc(1, sizeof(SwitchVlan)));
-    if (vlan == nullptr) {
+    auto *block = static_cast<ListedVlan *>(calloc(1, sizeof(ListedVlan)));
+    if (block == nullptr) {
         LOG_ERROR(switchStrGet(sw), "VLAN Memory allocation failed \n");
         return statusNoMemory;
     }
+    SwitchVlan *vlan = &block->vlan;
     *vlan = *image;
     vlan->ownerSwitch = sw;
     int status = switchVlanMembershipUpdate(vlan);
@@ -152,13 +153,9 @@ extern "C" int switchVlanDisable(SwitchVlan *vlan)
     if (vlan->inSwitchOnly != 0)
         portVlanAnnounce(*vlan, portVlanDelete);
     int status = 0;
-    for (SwitchVlan &listed : ListOf<SwitchVlan>(sw.vlanList)) {
-        if (listed.vlanId != vlan->vlanId)
-            continue;
-        status = disableInSwitch(sw, listed, __func__);
-        if (status < 0)
-            break;
-    }
+    for (SwitchVlan *same = vlanListFind(sw, vlan->vlanId); same != nullptr && status >= 0;
+         same = vlanListNextSame(*same))
+        status = disableInSwitch(sw, *same, __func__);
     // Also after a failure, and whatever the caller had set.
     sw.lowerLvlCfgEnable = 1;
     return status;
@@ -182,14 +179,14 @@ extern "C" int switchVlanCfgApply(Switch *sw, SwitchVlan *vlan)
         LOG_ERROR(noLabel, "Failed to configure ports in %s\n", sw->switchName);
         return status;
     }
-    // A VLAN just made or updated is the last of the list, which spares the walk.
-    if (vlan != nullptr && sw->vlanList.last == &vlan->link) {
-        status = membershipSet(*sw, *vlan, __func__);
+    if (vlan != nullptr) {
+        const SwitchVlan *same = vlanListFind(*sw, vlan->vlanId);
+        while (same != nullptr && same != vlan)
+            same = vlanListNextSame(*same);
+        status = same != nullptr ? membershipSet(*sw, *same, __func__) : 0;
         return status < 0 ? status : 0;
     }
     for (const SwitchVlan &listed : ListOf<SwitchVlan>(sw->vlanList)) {
-        if (vlan != nullptr && vlan != &listed)
-            continue;
         status = membershipSet(*sw, listed, __func__);
         if (status < 0)
             return status;

@@ -1,84 +1,105 @@
-// Keeps, for each of a few switches, how many listed VLANs have an id that falls
-// into a bucket. A count holds only while the list is as this file left it,
-// which its first and last element tell; otherwise the list is walked.
+// Chains within the list: by bucket of the id, and of the VLANs that may untag a
+// port, the last one first. A port is untagged in one VLAN, so the latter has a few
+// members; one whose map was emptied leaves it when it is passed.
 #include "vlan/vlan_list.h"
-
-#include "platform/list_of.h"
-
-#include <cstring>
 
 namespace {
 
-constexpr uint32_t bucketCount = 4096; // every VLAN id has one of its own
-constexpr unsigned switchesCounted = 4;
-
-struct IdCount {
-    const Switch *sw; // none while not in use
-    SalList seen;     // first and last element when the count was last right
-    uint32_t listed[bucketCount];
-
-    [[nodiscard]] bool holds(const Switch &counted) const
-    {
-        return sw == &counted && seen.first == counted.vlanList.first &&
-               seen.last == counted.vlanList.last;
-    }
-    uint32_t &of(int32_t vlanId) { return listed[static_cast<uint32_t>(vlanId) % bucketCount]; }
-};
-
-constinit IdCount counts[switchesCounted] = {}; // written by append and remove
-constinit unsigned nextTaken = 0;               // the count that a new switch takes over
-
-IdCount *countOf(const Switch &sw)
+// The object begins its block.
+ListedVlan &listed(SwitchVlan &vlan)
 {
-    for (IdCount &count : counts)
-        if (count.holds(sw))
-            return &count;
-    return nullptr;
+    return *reinterpret_cast<ListedVlan *>(&vlan);
 }
 
-// A switch whose list is still empty starts a count of its own.
-IdCount *countStart(const Switch &sw)
+ListedVlan **bucketOf(Switch &sw, int32_t vlanId)
 {
-    for (IdCount &stale : counts)
-        if (stale.sw == &sw)
-            stale.sw = nullptr;
-    IdCount &count = counts[nextTaken++ % switchesCounted];
-    memset(&count, 0, sizeof(count));
-    count.sw = &sw;
-    return &count;
+    return &sw.vlansById[static_cast<uint32_t>(vlanId) % vlanBuckets];
+}
+
+SwitchVlan *firstWithId(ListedVlan *entry, int32_t vlanId)
+{
+    while (entry != nullptr && entry->vlan.vlanId != vlanId)
+        entry = entry->sameBucket;
+    return entry != nullptr ? &entry->vlan : nullptr;
+}
+
+void untaggingEnter(Switch &sw, ListedVlan &entry)
+{
+    if (entry.vlan.untagMap == 0 || entry.mayUntag)
+        return;
+    ListedVlan **link = &sw.untagging;
+    while (*link != nullptr && (*link)->place > entry.place)
+        link = &(*link)->untagging;
+    entry.untagging = *link;
+    entry.mayUntag = true;
+    *link = &entry;
+}
+
+// The first from a link on that untags a port; those before it leave.
+SwitchVlan *firstUntagging(ListedVlan **link)
+{
+    while (*link != nullptr && (*link)->vlan.untagMap == 0) {
+        ListedVlan &idle = **link;
+        *link = idle.untagging;
+        idle.mayUntag = false;
+    }
+    return *link != nullptr ? &(*link)->vlan : nullptr;
 }
 
 } // namespace
 
 void vlanListAppend(Switch &sw, SwitchVlan &vlan)
 {
-    IdCount *count = countOf(sw);
-    if (count == nullptr && sw.vlanList.first == nullptr)
-        count = countStart(sw);
+    ListedVlan &entry = listed(vlan);
     salListNodeAppend(&sw.vlanList, &vlan.link);
-    if (count == nullptr)
-        return;
-    ++count->of(vlan.vlanId);
-    count->seen = sw.vlanList;
+    entry.place = sw.vlanPlaces++;
+    ListedVlan **link = bucketOf(sw, vlan.vlanId);
+    while (*link != nullptr)
+        link = &(*link)->sameBucket;
+    entry.sameBucket = nullptr;
+    *link = &entry;
+    untaggingEnter(sw, entry);
 }
 
 void vlanListRemove(Switch &sw, SwitchVlan &vlan)
 {
-    IdCount *count = countOf(sw);
+    ListedVlan &entry = listed(vlan);
     salListNodeRemove(&sw.vlanList, &vlan.link);
-    if (count == nullptr)
+    ListedVlan **link = bucketOf(sw, vlan.vlanId);
+    while (*link != &entry)
+        link = &(*link)->sameBucket;
+    *link = entry.sameBucket;
+    if (!entry.mayUntag)
         return;
-    --count->of(vlan.vlanId);
-    count->seen = sw.vlanList;
+    for (link = &sw.untagging; *link != &entry;)
+        link = &(*link)->untagging;
+    *link = entry.untagging;
+    entry.mayUntag = false;
 }
 
 SwitchVlan *vlanListFind(Switch &sw, int32_t vlanId)
 {
-    IdCount *count = countOf(sw);
-    if (count != nullptr && count->of(vlanId) == 0)
-        return nullptr;
-    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList))
-        if (vlan.vlanId == vlanId)
-            return &vlan;
-    return nullptr;
+    return firstWithId(*bucketOf(sw, vlanId), vlanId);
+}
+
+SwitchVlan *vlanListNextSame(const SwitchVlan &vlan)
+{
+    return firstWithId(reinterpret_cast<const ListedVlan &>(vlan).sameBucket, vlan.vlanId);
+}
+
+void vlanMapsSet(Switch &sw, SwitchVlan &vlan, uint32_t fwdMap, uint32_t untagMap)
+{
+    vlan.fwdMap = fwdMap;
+    vlan.untagMap = untagMap;
+    untaggingEnter(sw, listed(vlan));
+}
+
+SwitchVlan *vlanUntagging(Switch &sw)
+{
+    return firstUntagging(&sw.untagging);
+}
+
+SwitchVlan *vlanUntaggingBefore(SwitchVlan &vlan)
+{
+    return firstUntagging(&listed(vlan).untagging);
 }

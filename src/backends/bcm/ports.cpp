@@ -8,18 +8,29 @@
 #include "model/status.h"
 #include "model/vlan.h"
 #include "platform/list_of.h"
+#include "vlan/vlan_list.h"
 
 namespace {
 
-// Gives each port the last VLAN of the list that sends it untagged; a port that
-// none does keeps its PVID. Returns the ports that are untagged somewhere.
-uint32_t pvidsDerive(Switch &sw, const char *func)
+// Each port gets the last VLAN of the list that sends it untagged; a port that none
+// does keeps its PVID. Returns the ports that are untagged somewhere.
+uint32_t pvidsDerive(Switch &sw)
+{
+    uint32_t untagged = 0;
+    for (SwitchVlan *vlan = vlanUntagging(sw); vlan != nullptr; vlan = vlanUntaggingBefore(*vlan)) {
+        for (SwitchPort &port : ListOf<SwitchPort>(sw.portList))
+            if ((vlan->untagMap & ~untagged & portBit(port.portNumber)) != 0)
+                port.PVID = vlan->vlanId;
+        untagged |= vlan->untagMap;
+    }
+    return untagged;
+}
+
+// The same with the developer messages of a walk over every VLAN.
+uint32_t pvidsDeriveAloud(Switch &sw, const char *func)
 {
     uint32_t untagged = 0;
     for (const SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
-        // Without developer messages a VLAN that untags nothing has no effect.
-        if (vlan.untagMap == 0 && swMgrDevDebug == 0)
-            continue;
         for (SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {
             if ((vlan.untagMap & portBit(port.portNumber)) != 0) {
                 LOG_AT(SWMGR_LOG_NONE, noLabel, func, __LINE__, "Updating PVID of port %d to %d\n",
@@ -65,7 +76,8 @@ extern "C" int bcmSwitchPortConfigure(Switch *sw, const SwitchPort *port)
 {
     if (sw == nullptr)
         return statusInvalid;
-    const uint32_t untagged = pvidsDerive(*sw, __func__);
+    const uint32_t untagged =
+        swMgrDevDebug == 0 ? pvidsDerive(*sw) : pvidsDeriveAloud(*sw, __func__);
     for (SwitchPort &listed : ListOf<SwitchPort>(sw->portList)) {
         if (port != nullptr && port != &listed)
             continue;
