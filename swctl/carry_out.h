@@ -38,6 +38,7 @@ struct Verdict {
     std::vector<std::string> settled; // what was announced again
     std::vector<std::string> unread;  // parts that could not be read, and why
     std::string startStops;           // where a start of the service would stop; empty: nowhere
+    size_t unreached = 0;             // VLANs in the rows that such a start does not come to
     std::string note;                 // what a person should know besides
     int64_t committed = 0;            // ms since 1970
     int64_t deadline = 0;             // of its confirmation, seconds since 1970; 0: none

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <sstream>
 
 namespace swctl {
 namespace {
@@ -50,10 +51,13 @@ Json statusJson(const Status &status)
             {"comparison", verdictJson(status.verdict)}};
 }
 
+// Each line of the text beside or below the name.
 void printField(const char *name, const std::string &text)
 {
-    printWrapped(stdout, padded(name, nameColumns) + shown(text), outputColumns, /*indent=*/0,
-                 nameColumns);
+    std::istringstream lines(text);
+    for (std::string line; std::getline(lines, line); name = "")
+        printWrapped(stdout, padded(name, nameColumns) + shown(line), outputColumns, /*indent=*/0,
+                     nameColumns);
 }
 
 void printService(const Status &status)

@@ -8,6 +8,8 @@
 #include "swctl/service.h"
 #include "swctl/text.h"
 
+#include <algorithm>
+
 namespace swctl {
 namespace {
 
@@ -93,8 +95,13 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
         if (!waiting.empty() && !dryRun)
             difference.remedy = Remedy::restart;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
-    if (target.stopped)
+    if (target.stopped) {
         verdict.note = verdict.startStops = stoppedText(*target.stopped);
+        const size_t rows = snapshot.database().rows("vlanEncapIf").size();
+        const size_t reached =
+            target.stopped->table == "vlanEncapIf" ? static_cast<size_t>(target.stopped->row) : 0;
+        verdict.unreached = rows - std::min(rows, reached);
+    }
     noteIdle(gateway.site(), target, settled.actual, verdict);
     judge(verdict, std::move(settled), Word::applied);
     return verdict;

@@ -62,7 +62,7 @@ std::optional<size_t> Status::applied() const
 {
     if (!verdict.unread.empty())
         return std::nullopt;
-    return vlans - std::min(vlans, different.size());
+    return vlans - std::min(vlans, different.size() + verdict.unreached);
 }
 
 ExitStatus Status::exitStatus() const

@@ -44,7 +44,7 @@ struct Switch {
     SalList lowerLvlSwitchList;              // SwitchLowerLvlNode, each to a Switch
     SalList portList;                        // SwitchPort
     SalList vlanList;                        // SwitchVlan
-    // Kept up with vlanList by vlan/vlan_list.h, so that a change costs the same beside
+    // Kept up with vlanList by model/vlan_list.h, so that a change costs the same beside
     // any number of VLANs.
     ListedVlan *vlansById[vlanBuckets]; // first listed in each bucket, by vlanBucket
     ListedVlan *untagging;              // last listed that may untag a port

@@ -5,10 +5,10 @@
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
+#include "model/vlan_list.h"
 #include "platform/list_of.h"
 #include "switch/command.h"
 #include "switch/port.h"
-#include "vlan/vlan_list.h"
 
 #include <cstdlib>
 #include <cstring>

@@ -4,6 +4,7 @@
 #include "common/clock.h"
 #include "common/descriptor.h"
 #include "standins/sal/exported.h"
+#include "standins/sal/kernel_vlan.h"
 
 #include <cerrno>
 #include <csignal>
@@ -252,7 +253,10 @@ int salCmdExec(const char *commandLine, int /*arg1*/, int /*arg2*/)
         return runByShell(commandLine);
     if (line.count == 0)
         return 0;
-    const int status = run(line.words, commandLine);
+    int status = 0;
+    if (kernelVlanWanted() && kernelVlanRun(line.words, line.count, status))
+        return status;
+    status = run(line.words, commandLine);
     // A script without an interpreter line is something only a shell can run.
     return status == -ENOEXEC ? runByShell(commandLine) : status;
 }

@@ -155,6 +155,7 @@ class Whole(GatewayTest):
         self.assertEqual(status["lastLoad"]["outcome"], "stopped")
         self.assertIn("interfaceName", " ".join(status["lastLoad"]["reasons"]))
         self.assertIn("row 6 of vlanEncapIf", status["startStops"])
+        self.assertEqual((status["vlans"]["configured"], status["vlans"]["applied"]), (6, 5))
         self.hardware.sqlite3("DELETE FROM vlanEncapIf WHERE vlanId = 55")
         self.assertEqual(self.hardware.stop(), 0)
         self.assertTrue(self.hardware.start())

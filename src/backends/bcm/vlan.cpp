@@ -8,8 +8,8 @@
 #include "base/zone.h"
 #include "model/port_mask.h"
 #include "model/status.h"
+#include "model/vlan_list.h"
 #include "platform/list_of.h"
-#include "vlan/vlan_list.h"
 
 namespace {
 

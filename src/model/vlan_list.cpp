@@ -1,7 +1,7 @@
 // Chains within the list: by bucket of the id, and of the VLANs that may untag a
 // port, the last one first. A port is untagged in one VLAN, so the latter has a few
 // members; one whose map was emptied leaves it when it is passed.
-#include "vlan/vlan_list.h"
+#include "model/vlan_list.h"
 
 namespace {
 

@@ -1,0 +1,145 @@
+// The ioctl requests of vconfig and ifconfig; see the header.
+#include "standins/sal/kernel_vlan.h"
+
+#include "common/descriptor.h"
+#include "platform/sal.h"
+
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <linux/if_vlan.h>
+#include <linux/sockios.h>
+#include <net/if.h>
+#include <sys/ioctl.h>
+#include <sys/socket.h>
+
+namespace {
+
+constexpr int toolFailed = 1; // exit status of either tool
+constexpr unsigned vlanIds = 4096;
+constexpr unsigned tagPriorities = 8;
+constexpr unsigned anyNumber = 1u << 28; // ten times it fits
+
+struct Operation {
+    const char *name; // second word
+    size_t count;     // of words
+    int request;      // of SIOCSIFVLAN
+};
+
+constexpr Operation operations[] = {
+    {"add", 4, ADD_VLAN_CMD},
+    {"rem", 3, DEL_VLAN_CMD},
+    {"set_ingress_map", 5, SET_VLAN_INGRESS_PRIORITY_CMD},
+    {"set_egress_map", 5, SET_VLAN_EGRESS_PRIORITY_CMD},
+};
+
+bool isTool(const char *word, const char *name)
+{
+    if (strncmp(word, "/sbin/", 6) == 0)
+        word += 6;
+    return strcmp(word, name) == 0;
+}
+
+// A plain decimal number below a limit; the tool has its own words about any other.
+bool numberRead(const char *word, unsigned limit, unsigned &number)
+{
+    number = 0;
+    for (const char *c = word; *c != '\0'; ++c) {
+        if (*c < '0' || *c > '9' || number >= limit)
+            return false;
+        number = number * 10 + static_cast<unsigned>(*c - '0');
+    }
+    return *word != '\0' && number < limit;
+}
+
+// False for a name that the tool would cut.
+template <size_t N>
+bool nameCopy(char (&to)[N], const char *name)
+{
+    const size_t length = strlen(name);
+    if (length == 0 || length >= IFNAMSIZ)
+        return false;
+    memcpy(to, name, length + 1);
+    return true;
+}
+
+bool vlanRequestRead(char *const words[], const Operation &operation, vlan_ioctl_args &request)
+{
+    request.cmd = operation.request;
+    if (!nameCopy(request.device1, words[2]))
+        return false;
+    unsigned number = 0;
+    unsigned priority = 0;
+    switch (operation.request) {
+    case DEL_VLAN_CMD:
+        return true;
+    case ADD_VLAN_CMD:
+        if (!numberRead(words[3], vlanIds, number))
+            return false;
+        request.u.VID = static_cast<int>(number);
+        return true;
+    default:
+        if (!numberRead(words[3], anyNumber, number) ||
+            !numberRead(words[4], tagPriorities, priority))
+            return false;
+        request.u.skb_priority = number;
+        request.vlan_qos = static_cast<short>(priority);
+        return true;
+    }
+}
+
+bool vconfigRun(char *const words[], const Operation &operation, int &status)
+{
+    vlan_ioctl_args request = {};
+    const Descriptor kernel(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
+    if (!kernel.valid() || !vlanRequestRead(words, operation, request))
+        return false;
+    status = 0;
+    if (ioctl(kernel.get(), SIOCSIFVLAN, &request) >= 0)
+        return true;
+    // No VLANs in this kernel, or none yet: the tool may know a way.
+    if (errno == ENOPKG || errno == ENOTTY || errno == EOPNOTSUPP)
+        return false;
+    salFilePrintf(stderr, "vconfig: ioctl error for %s: %s\n", words[1], strerror(errno));
+    status = toolFailed;
+    return true;
+}
+
+bool interfaceUp(const char *name, int &status)
+{
+    ifreq request = {};
+    const Descriptor kernel(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
+    if (!kernel.valid() || !nameCopy(request.ifr_name, name))
+        return false;
+    const char *step = "SIOCGIFFLAGS";
+    int result = ioctl(kernel.get(), SIOCGIFFLAGS, &request);
+    if (result >= 0) {
+        step = "SIOCSIFFLAGS";
+        request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP | IFF_RUNNING);
+        result = ioctl(kernel.get(), SIOCSIFFLAGS, &request);
+    }
+    status = result >= 0 ? 0 : toolFailed;
+    if (result < 0)
+        salFilePrintf(stderr, "ifconfig: %s: %s\n", step, strerror(errno));
+    return true;
+}
+
+} // namespace
+
+bool kernelVlanWanted()
+{
+    const char *way = getenv("SAL_VLAN");
+    return way != nullptr && strcmp(way, "kernel") == 0;
+}
+
+bool kernelVlanRun(char *const words[], size_t count, int &status)
+{
+    if (count == 3 && isTool(words[0], "ifconfig") && strcmp(words[2], "up") == 0)
+        return interfaceUp(words[1], status);
+    if (count < 2 || !isTool(words[0], "vconfig"))
+        return false;
+    for (const Operation &operation : operations)
+        if (count == operation.count && strcmp(words[1], operation.name) == 0)
+            return vconfigRun(words, operation, status);
+    return false;
+}
