@@ -278,7 +278,7 @@ void addExplainCommand(Program &program)
         "  swctl explain interface eth0\n  swctl explain interface eth0.20",
         [&globals, question] { return runExplainInterface(globals, *question); });
     interface->add_option("NAME", question->name, "Interface, as eth0 or eth0.20")
-        ->type_name("NAME")
+        ->type_name("INTERFACE")
         ->required();
 }
 

@@ -117,6 +117,7 @@ constexpr ValueKind valueKinds[] = {
     {"RANGES", "vlans", nullptr},
     {"SWITCH", "switches", nullptr},
     {"INTERFACE", "interfaces", nullptr},
+    {"LIST", "ports", nullptr},
     {"LEVEL", nullptr, logRankList},
     {"TABLE", nullptr, "swGlobalCfg, swPortConfig, vlanEncapIf"},
     {"OPCODE", nullptr, "insert, update, delete"},
@@ -125,10 +126,12 @@ constexpr ValueKind valueKinds[] = {
 // The same for options and arguments whose type says less than their name.
 constexpr ValueKind namedKinds[] = {
     {"--interface", "interfaces", nullptr},
+    {"--interfaces", "interfaces", nullptr},
     {"--switch", "switches", nullptr},
     {"--port", "ports", nullptr},
     {"--untagged-on", "ports", nullptr},
     {"PORT", "ports", nullptr},
+    {"port", nullptr, "port"},
 };
 
 const ValueKind *kindOf(AppPtr command, const CLI::Option &option)

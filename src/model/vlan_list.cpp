@@ -52,7 +52,7 @@ void vlanListAppend(Switch &sw, SwitchVlan &vlan)
 {
     ListedVlan &entry = listed(vlan);
     salListNodeAppend(&sw.vlanList, &vlan.link);
-    entry.place = sw.vlanPlaces++;
+    entry.place = ++sw.vlanPlaces;
     ListedVlan **link = bucketOf(sw, vlan.vlanId);
     while (*link != nullptr)
         link = &(*link)->sameBucket;
