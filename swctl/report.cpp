@@ -24,8 +24,11 @@ void tell(FILE *stream, const std::string &line)
 
 void tellEach(FILE *stream, const std::string &head, const std::vector<std::string> &lines)
 {
-    for (const std::string &line : lines)
-        tell(stream, "  " + head + line);
+    for (const std::string &line : lines) {
+        std::string text = "  ";
+        (text += head) += line;
+        tell(stream, text);
+    }
 }
 
 void tellDeadline(FILE *stream, const Verdict &verdict)
