@@ -61,16 +61,16 @@ int reportAnswer(const Globals &globals, const std::string &what, int status, Re
                    {"fault", fault.empty() ? Json() : Json(fault)},
                    {"reasons", reasons}});
     else if (word == Word::applied)
-        printf("applied: %s\n", printable(what).c_str());
+        printLines(stdout, "applied: " + what);
     if (word == Word::refused)
-        fprintf(stderr, "swctl: refused: %s: the service answered %s\n", printable(what).c_str(),
-                statusInWords(status).c_str());
+        printLines(stderr,
+                   "swctl: refused: " + what + ": the service answered " + statusInWords(status));
     if (word == Word::differs)
-        fprintf(stderr, "swctl: differs: %s: answered as done, but %s\n", printable(what).c_str(),
-                fault.empty() ? "a tool failed" : fault.c_str());
+        printLines(stderr, "swctl: differs: " + what + ": answered as done, but " +
+                               (fault.empty() ? "a tool failed" : fault));
     if (word != Word::applied)
         for (const std::string &reason : reasons)
-            fprintf(stderr, "  service: %s\n", reason.c_str());
+            printLines(stderr, "  service: " + reason);
     return wordStatus(word);
 }
 

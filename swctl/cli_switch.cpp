@@ -4,8 +4,10 @@
 #include "swctl/foresee.h"
 #include "swctl/number.h"
 #include "swctl/outcome.h"
+#include "swctl/pause_registers.h"
 #include "swctl/request_log.h"
 #include "swctl/service.h"
+#include "swctl/site.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
 
@@ -48,6 +50,22 @@ void refuseUnknownPort(Database &database, const SwitchArguments &arguments)
                                        arguments.port + " in the database; nothing was sent");
 }
 
+// The service runs pipelines for them and takes no notice of how they end, so the
+// registers are looked at. Empty: they are as asked, or `told` says why it is not known.
+std::string pauseFault(const Globals &globals, bool on, std::string &told)
+{
+    const Part<PauseRegisters> registers =
+        readPauseRegisters(findSite(globals.database, globals.site));
+    if (!registers.held)
+        told += " (not verified: " + registers.reason + ")";
+    else
+        for (size_t i = 0; i < registers.held->size(); ++i)
+            if (((*registers.held)[i] & pauseBit) != (on ? pauseBit : 0))
+                return "register " + registerName(pauseRegisters[i]) + " has them " +
+                       (on ? "off" : "on");
+    return {};
+}
+
 int send(const Globals &globals, const std::string &what, const SwitchArguments &arguments,
          int command, std::string_view payload)
 {
@@ -60,7 +78,11 @@ int send(const Globals &globals, const std::string &what, const SwitchArguments 
     }
     RequestLog log;
     const int status = askSwitch(arguments.switchName, command, payload);
-    return reportAnswer(globals, what + " for " + arguments.switchName, status, log);
+    std::string told = what + " for " + arguments.switchName;
+    const std::string fault = command == SW_CMD_PAUSE_FRAME && status >= 0
+                                  ? pauseFault(globals, arguments.state == "1", told)
+                                  : "";
+    return reportAnswer(globals, told, status, log, fault);
 }
 
 int runRateLimit(const Globals &globals, const SwitchArguments &arguments)

@@ -19,7 +19,7 @@ struct Slot {
 // Written by ringAppend, on the daemon's one thread.
 constinit Slot slots[ringCapacity] = {};
 constinit uint64_t newest = 0; // number of the newest record
-constinit uint64_t epoch = 0;  // set at the first use
+constinit uint64_t epoch = 0;  // set by ringBegin, or at the first use
 constinit uint32_t lost = 0;   // records that senders lost
 
 uint64_t startTime()
@@ -35,6 +35,11 @@ const Slot &slotOf(uint64_t number)
 }
 
 } // namespace
+
+void ringBegin()
+{
+    static_cast<void>(startTime());
+}
 
 uint64_t ringAppend(SwMgrLogEntry entry, const char *text)
 {

@@ -7,6 +7,9 @@ namespace logd {
 
 constexpr uint64_t ringCapacity = 512;
 
+// From now on records are heard; answers tell since when.
+void ringBegin();
+
 // Keeps a record under the next number, in place of the oldest one, and returns
 // the number.
 uint64_t ringAppend(SwMgrLogEntry entry, const char *text);

@@ -213,6 +213,7 @@ int main(int argc, char **argv)
         fputs("swlogd: cannot register as the logging module\n", stderr);
         return EXIT_FAILED;
     }
+    logd::ringBegin();
     while (stopRequested == 0) {
         relayListen(ctx, listenPeriod);
         if (reopenRequested != 0) {
