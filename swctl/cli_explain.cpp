@@ -1,8 +1,10 @@
 // explain: what becomes of a VLAN's frames at a port, and how an interface stands.
+#include "swctl/check_rules.h"
 #include "swctl/cli.h"
 #include "swctl/explain.h"
 #include "swctl/json.h"
 #include "swctl/outcome.h"
+#include "swctl/report.h"
 #include "swctl/show.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
@@ -11,8 +13,6 @@
 
 namespace swctl {
 namespace {
-
-constexpr int highestEnginePort = 7;
 
 struct Question {
     std::string vlan;
@@ -44,7 +44,7 @@ PortName portOf(const Look &look, const std::string &text)
                       "a fresh start does not bring up switch '" + printable(found->name) + "'" +
                           (look.network.stop ? ": " + stopText(*look.network.stop) : ""));
     port.number = std::stoi(colon != std::string::npos ? text.substr(colon + 1) : text);
-    const int highest = port.device == Device::chip ? chipPortCount - 1 : highestEnginePort;
+    const int highest = port.device == Device::chip ? chipPortCount - 1 : enginePorts - 1;
     if (port.number > highest)
         throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has ports 0 to " +
                                      std::to_string(highest));
@@ -143,12 +143,6 @@ Json fateJson(const FrameFate &fate)
 template <class Explanation>
 void addWhy(Json &json, const Explanation &all)
 {
-    Json differs = Json::array();
-    for (const Difference &difference : all.differs)
-        differs.push_back({{"kind", difference.key()},
-                           {"vlan", difference.vlanId},
-                           {"text", difference.text()},
-                           {"mend", difference.mend()}});
     Json findings = Json::array();
     for (const Finding &finding : all.findings)
         findings.push_back({{"rule", finding.rule->id},
@@ -156,7 +150,7 @@ void addWhy(Json &json, const Explanation &all)
                             {"message", finding.message},
                             {"mend", finding.rule->mend}});
     json["unread"] = all.unread;
-    json["differences"] = std::move(differs);
+    json["differences"] = differencesJson(all.differs);
     json["reasons"] = all.reasons;
     json["findings"] = std::move(findings);
 }

@@ -72,9 +72,7 @@ Held heldOf(const Globals &globals, const SwitchVlanCfg &vlan)
             held.unread = chip.held ? kernel.reason : chip.reason;
             return held;
         }
-        const auto entry = chip.held->vlans.find(vlan.vlanId);
-        if (entry != chip.held->vlans.end())
-            held.entry = entry->second;
+        held.entry = entryOf(*chip.held, vlan.vlanId);
         held.subInterface = kernel.held->interfaces.contains(std::string(vlan.interfaceName) + "." +
                                                              std::to_string(vlan.vlanId));
     } catch (const Failure &failure) {
@@ -87,7 +85,7 @@ Held heldOf(const Globals &globals, const SwitchVlanCfg &vlan)
 // where all is as asked.
 std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
 {
-    const bool wantsSubInterface = vlan.inSwitchOnly == 0 && vlan.interfaceName[0] != '\0';
+    const bool wantsSubInterface = vlan.interfaceName[0] != '\0';
     if (added && (vlan.fwdMap & ~uint32_t{held.entry.fwdMap}) != 0)
         return "the chip has " + portsText(held.entry) + " for it";
     if (added && wantsSubInterface && !held.subInterface)

@@ -4,6 +4,7 @@
 #include "swctl/look.h"
 #include "swctl/number.h"
 #include "swctl/outcome.h"
+#include "swctl/report.h"
 #include "swctl/show.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
@@ -156,14 +157,6 @@ Json viewJson(const VlanView &view)
     const std::string chipName = view.look.nameOf(Device::chip);
     const std::string engineName = view.look.nameOf(Device::engine);
     const EngineVlan ports = view.look.engineOf(view.id);
-    Json left = Json::array();
-    for (const Difference &difference : view.differences)
-        left.push_back({{"kind", difference.key()},
-                        {"port", difference.port >= 0 ? Json(difference.port) : Json()},
-                        {"wanted", difference.wanted},
-                        {"found", difference.found},
-                        {"text", difference.text()},
-                        {"mend", difference.mend()}});
     std::vector<std::string> unread = view.look.unread;
     if (!engineName.empty() && !engine.reason.empty())
         unread.push_back("engine: " + engine.reason);
@@ -186,7 +179,7 @@ Json viewJson(const VlanView &view)
           {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},
           {"interfaces", kernel.held ? interfacesJson(*kernel.held, view.id) : Json()}}},
         {"unread", unread},
-        {"differences", std::move(left)}};
+        {"differences", differencesJson(view.differences)}};
 }
 
 int runVlanShow(const Globals &globals, const std::string &id)

@@ -1,4 +1,5 @@
 // watch: one line for each thing that changes, until it is interrupted.
+#include "common/clock.h"
 #include "swctl/cli.h"
 #include "swctl/json.h"
 #include "swctl/log.h"
@@ -19,39 +20,22 @@ namespace {
 
 constexpr int readAnyway = 15; // looks after which the chip's table is read unasked
 
-// The service's log as far as it tells that something happened.
-class Ear {
-public:
-    Ear() : follower(SWMGR_LOG_DEVDEBUG)
-    {
-        try {
-            follower.skipToNewest();
-            hears = true;
-        } catch (const Failure &) {
-        }
+// What the service has logged since: true when anything, or when nobody can tell.
+bool hasSpoken(LogFollower &follower, std::vector<std::string> &reasons)
+{
+    std::vector<LogLine> lines;
+    bool heard = true;
+    try {
+        static_cast<void>(follower.read([&](const LogLine &line) {
+            if (line.module == SWMGR_RELAY_MODULE_ID)
+                lines.push_back(line);
+        }));
+    } catch (const Failure &) {
+        heard = false;
     }
-
-    // What the service said since: true when anything, or when nobody can tell.
-    bool listen(std::vector<std::string> &reasons)
-    {
-        std::vector<LogLine> lines;
-        try {
-            static_cast<void>(follower.read([&](const LogLine &line) {
-                if (line.module == SWMGR_RELAY_MODULE_ID)
-                    lines.push_back(line);
-            }));
-            hears = true;
-        } catch (const Failure &) {
-            hears = false;
-        }
-        reasons = reasonsIn(lines);
-        return !hears || !lines.empty();
-    }
-
-private:
-    LogFollower follower;
-    bool hears = false;
-};
+    reasons = reasonsIn(lines);
+    return !heard || !lines.empty();
+}
 
 // The signals that end it come when it waits, not in the middle of a line.
 class Interruptions {
@@ -75,16 +59,9 @@ private:
     sigset_t set{};
 };
 
-int64_t nanosecondsNow()
-{
-    timespec now = {};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return int64_t{now.tv_sec} * 1000000000 + now.tv_nsec;
-}
-
 void printHappened(const Happened &happened, bool json)
 {
-    const int64_t now = nanosecondsNow();
+    const int64_t now = nanosecondsNow(CLOCK_REALTIME);
     if (json)
         printJson({{"time", now},
                    {"vlan", happened.vlanId != 0 ? Json(happened.vlanId) : Json()},
@@ -98,7 +75,7 @@ void printHappened(const Happened &happened, bool json)
 
 void printReason(const std::string &reason, bool json)
 {
-    const int64_t now = nanosecondsNow();
+    const int64_t now = nanosecondsNow(CLOCK_REALTIME);
     if (json)
         printJson({{"time", now}, {"subject", "log"}, {"text", reason}});
     else
@@ -109,8 +86,9 @@ int runWatch(const Globals &globals, const std::string &interval)
 {
     const Interruptions interruptions;
     Watcher watcher(globals.database, globals.site);
-    Ear ear;
+    LogFollower follower(SWMGR_LOG_DEVDEBUG);
     std::vector<std::string> reasons;
+    static_cast<void>(hasSpoken(follower, reasons)); // what was before is none of its business
     static_cast<void>(watcher.databaseMoved());
     Scene before = watcher.look(/*table=*/true);
     if (isatty(STDERR_FILENO) == 1)
@@ -118,7 +96,7 @@ int runWatch(const Globals &globals, const std::string &interval)
     for (int looks = 1; ferror(stdout) == 0 && !interruptions.within(std::stoi(interval));
          ++looks) {
         const bool moved = watcher.databaseMoved();
-        const bool heard = ear.listen(reasons);
+        const bool heard = hasSpoken(follower, reasons);
         Scene now = watcher.look(moved || heard || looks % readAnyway == 0);
         for (const Happened &happened : changesBetween(before, now))
             printHappened(happened, globals.json);

@@ -12,12 +12,6 @@ namespace {
 constexpr const char *keys[] = {"chip-entry", "default-tag", "sub-interface", "engine-entry",
                                 "setting"};
 
-ChipVlan entryOf(const Chip &chip, int vlanId)
-{
-    const auto found = chip.vlans.find(vlanId);
-    return found != chip.vlans.end() ? found->second : ChipVlan();
-}
-
 void compareChip(const Target &target, const Chip &actual, const std::set<int> &read,
                  std::vector<Difference> &all)
 {
@@ -194,6 +188,12 @@ std::vector<Difference> differences(const Target &target, const Actual &actual)
     std::stable_sort(all.begin(), all.end(),
                      [](const Difference &a, const Difference &b) { return a.vlanId < b.vlanId; });
     return all;
+}
+
+ChipVlan entryOf(const Chip &chip, int vlanId)
+{
+    const auto found = chip.vlans.find(vlanId);
+    return found != chip.vlans.end() ? found->second : ChipVlan();
 }
 
 std::string stateText(const SubInterface &sub)

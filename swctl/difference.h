@@ -86,6 +86,9 @@ std::vector<Difference> differences(const Target &target, const Actual &actual);
 // "up", and what of its priority maps is not as it should be.
 std::string stateText(const SubInterface &sub);
 
+// An empty entry for a VLAN that the chip does not have.
+ChipVlan entryOf(const Chip &chip, int vlanId);
+
 // "1T 2T 3U" for an entry of the chip, "-" for an empty one.
 std::string portsText(const ChipVlan &vlan);
 

@@ -255,7 +255,7 @@ std::map<std::string, int> subInterfacesOf(const Look &look, const std::string &
             if (sub.parent == parent)
                 names[name] = sub.vlanId;
     for (const Row &row : look.vlanRows)
-        if (row.text("interfaceName") == parent && toInt(row.text("inSwitchOnly")) == 0)
+        if (row.text("interfaceName") == parent)
             names[parent + "." + row.text("vlanId")] = toInt(row.text("vlanId"));
     return names;
 }

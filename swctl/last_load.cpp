@@ -1,6 +1,7 @@
 // Asks the log daemon; see the header.
 #include "swctl/last_load.h"
 
+#include "common/clock.h"
 #include "common/load_line.h"
 #include "common/log_rank.h"
 #include "swctl/log.h"
@@ -10,7 +11,6 @@
 namespace swctl {
 namespace {
 
-constexpr int64_t nanosecondsPerMillisecond = 1000000;
 constexpr int64_t startSlack =
     10; // ms, a tick of the kernel, by which it may date a start too late
 

@@ -83,10 +83,4 @@ EngineVlan Look::engineOf(int vlanId) const
     return engineVlan(start->state().engine, vlanId);
 }
 
-ChipVlan entryOf(const Chip &chip, int vlanId)
-{
-    const auto found = chip.vlans.find(vlanId);
-    return found != chip.vlans.end() ? found->second : ChipVlan();
-}
-
 } // namespace swctl

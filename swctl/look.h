@@ -35,7 +35,4 @@ struct Look {
 Look lookAt(const std::string &databasePath, const std::string &siteFile,
             const std::set<int> &vlanIds, std::optional<int> chipPort = std::nullopt);
 
-// An empty entry for a VLAN that the chip does not have.
-ChipVlan entryOf(const Chip &chip, int vlanId);
-
 } // namespace swctl

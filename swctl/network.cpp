@@ -2,6 +2,7 @@
 #include "swctl/network.h"
 
 #include "swctl/check.h"
+#include "swctl/check_rows.h"
 #include "swctl/number.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
@@ -98,17 +99,6 @@ void readVlans(Database &database, const Rehearsal &start, Network &network)
                                  row.text("LogicalIfName"), toInt(row.text("inSwitchOnly")) != 0,
                                  fate});
     }
-}
-
-// --- where a start stops -----------------------------------------------------
-
-std::string rowName(const std::string &table, const Row &row)
-{
-    if (table == "vlanEncapIf")
-        return "VLAN " + row.text("vlanId");
-    if (table == "swPortConfig")
-        return "port " + row.text("portNumber") + " of " + row.text("switchName");
-    return "switch " + row.text("switchName");
 }
 
 // --- who takes part in what --------------------------------------------------
@@ -287,7 +277,7 @@ std::optional<Stop> stopOf(Database &database, const Rehearsal &start)
         for (size_t at = 0; at < rows.size(); ++at) {
             if (at < statuses.size() && statuses[at] >= 0)
                 continue;
-            const std::string name = rowName(table, rows[at]);
+            const std::string name = nameOf(table, rows[at]);
             if (stop.table == table && at < statuses.size())
                 stop.name = name;
             if (std::string_view(table) == "vlanEncapIf")

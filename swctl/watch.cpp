@@ -1,6 +1,7 @@
 // Takes scenes and compares them; see the header.
 #include "swctl/watch.h"
 
+#include "swctl/check_rows.h"
 #include "swctl/confirm.h"
 #include "swctl/number.h"
 #include "swctl/service_life.h"
@@ -10,7 +11,7 @@
 namespace swctl {
 namespace {
 
-constexpr const char *tables[] = {"swGlobalCfg", "swPortConfig", "vlanEncapIf"};
+constexpr const char *tables[] = {switchTableName, portTableName, vlanTableName};
 
 // Every column that holds something.
 std::string valuesOf(const Row &row)
@@ -24,12 +25,8 @@ std::string valuesOf(const Row &row)
 
 std::string subjectOf(const std::string &table, const Row &row)
 {
-    const std::string end = " (row " + std::to_string(row.rowId) + ")";
-    if (table == "vlanEncapIf")
-        return "row " + std::to_string(row.rowId);
-    if (table == "swPortConfig")
-        return "port " + row.text("portNumber") + " of " + row.text("switchName") + end;
-    return "switch " + row.text("switchName") + end;
+    const std::string number = "row " + std::to_string(row.rowId);
+    return table == vlanTableName ? number : nameOf(table, row) + " (" + number + ")";
 }
 
 std::vector<std::string> partsOf(const std::string &text)
@@ -113,7 +110,7 @@ void Watcher::addRows(Scene &scene)
 {
     for (const char *table : tables)
         for (const Row &row : database.rows(table)) {
-            const bool isVlan = std::string_view(table) == "vlanEncapIf";
+            const bool isVlan = std::string_view(table) == vlanTableName;
             const int id = isVlan ? toInt(row.text("vlanId")) : 0;
             scene[{id, subjectOf(table, row)}] = valuesOf(row);
             if (isVlan)

@@ -183,7 +183,6 @@ class Whole(GatewayTest):
         # The first look may come after the first change: each is made until it is seen.
         while not any(line["subject"] == "eth0.30" for line in seen):
             self.swctl(APPLIED, *ADD)
-            self.swctl(APPLIED, "switch", "list")
             time.sleep(1.2)
             self.swctl(APPLIED, "undo")
             seen.append(json.loads(watch.stdout.readline()))
