@@ -4,15 +4,13 @@
 //
 //   daemon_bench BUILD DATABASE CHIP_SOCKET_DIR
 #include "bench/process.h"
+#include "bench/ready_socket.h"
 
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
-#include <cstring>
 #include <fstream>
 #include <string>
-#include <sys/socket.h>
-#include <sys/un.h>
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
@@ -22,7 +20,9 @@ namespace {
 
 using bench::median;
 using bench::milliseconds;
+using bench::ReadySocket;
 using bench::start;
+using bench::stop;
 using bench::Words;
 
 constexpr int rounds = 15;
@@ -47,48 +47,6 @@ long processorTicks(pid_t process)
         if (field == 14 || field == 15)
             ticks += std::stol(word);
     return ticks;
-}
-
-// A socket at which daemons announce that they are ready.
-class ReadySocket {
-public:
-    explicit ReadySocket(const std::string &path) : name(path)
-    {
-        unlink(path.c_str());
-        sockaddr_un address{};
-        address.sun_family = AF_UNIX;
-        strncpy(address.sun_path, path.c_str(), sizeof(address.sun_path) - 1);
-        fd = socket(AF_UNIX, SOCK_DGRAM | SOCK_CLOEXEC, 0);
-        if (bind(fd, reinterpret_cast<sockaddr *>(&address), sizeof(address)) != 0)
-            perror("bind");
-    }
-    ~ReadySocket()
-    {
-        close(fd);
-        unlink(name.c_str());
-    }
-    ReadySocket(const ReadySocket &) = delete;
-    ReadySocket &operator=(const ReadySocket &) = delete;
-
-    void waitFor(const char *state) const
-    {
-        char text[256];
-        for (ssize_t got = 0; (got = recv(fd, text, sizeof(text) - 1, 0)) > 0;) {
-            text[got] = '\0';
-            if (strstr(text, state) != nullptr)
-                return;
-        }
-    }
-
-private:
-    std::string name;
-    int fd;
-};
-
-void stop(pid_t process)
-{
-    kill(process, SIGTERM);
-    waitpid(process, nullptr, 0);
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
@@ -34,6 +35,12 @@ inline pid_t start(const Words &words, const Words &environment)
     arguments.push_back(nullptr);
     execvp(arguments[0], arguments.data());
     _exit(127);
+}
+
+inline void stop(pid_t process)
+{
+    kill(process, SIGTERM);
+    waitpid(process, nullptr, 0);
 }
 
 inline double median(std::vector<double> values)

@@ -27,18 +27,28 @@ const char *moduleName(uint32_t module)
                                                : nullptr;
 }
 
+// The local time, worked out once a second.
+const char *stampOf(time_t seconds)
+{
+    static constinit time_t known = 0;
+    static constinit char stamp[32] = {};
+    if (seconds == known && stamp[0] != '\0')
+        return stamp;
+    known = seconds;
+    struct tm local = {};
+    localtime_r(&seconds, &local);
+    if (strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local) == 0)
+        stamp[0] = '\0';
+    return stamp;
+}
+
 size_t formatHead(const SwMgrLogEntry &entry, int32_t rank, char (&line)[maxLine])
 {
     const time_t seconds = static_cast<time_t>(entry.time / nanosecondsPerSecond);
-    struct tm local = {};
-    localtime_r(&seconds, &local);
-    char stamp[32];
-    if (strftime(stamp, sizeof(stamp), "%Y-%m-%d %H:%M:%S", &local) == 0)
-        stamp[0] = '\0';
     char rankDigits[16];
     char moduleDigits[16];
     const int length =
-        snprintf(line, sizeof(line), "%s.%03d %-7s %-6s ", stamp,
+        snprintf(line, sizeof(line), "%s.%03d %-7s %-6s ", stampOf(seconds),
                  static_cast<int>(entry.time % nanosecondsPerSecond / nanosecondsPerMillisecond),
                  nameOrNumber(logRankName(rank), rank, rankDigits),
                  nameOrNumber(moduleName(entry.module), entry.module, moduleDigits));

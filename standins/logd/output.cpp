@@ -18,9 +18,11 @@ constinit const char *path = nullptr; // null: standard output
 constinit int64_t boundWanted = 0;    // bytes, 0: none
 constinit int64_t bound = 0;          // 0 as well once the file could not be begun anew
 constinit int fd = STDOUT_FILENO;
-constinit int64_t size = 0;      // bytes in the file
-constinit bool failed = false;   // said once, until a line can be written again
-constinit bool halfLine = false; // what was begun of a line could not be taken back
+constinit int64_t size = 0;             // bytes in the file
+constinit bool failed = false;          // said once, until a line can be written again
+constinit bool halfLine = false;        // what was begun of a line could not be taken back
+constinit char pending[16 * 1024] = {}; // lines that wait to be written together
+constinit size_t pendingSize = 0;
 
 bool fileOpen()
 {
@@ -64,22 +66,25 @@ size_t writeAll(const char *bytes, size_t length)
     return sent;
 }
 
-// All bytes, or those of none: what was begun of a line is taken back. Where
-// that is not possible, as in a pipe, the next line begins on a line of its own.
-bool writeWhole(const char *line, size_t length)
+// All lines, or as many whole ones as there is room for: what was begun of one is taken
+// back. Where that is not possible, as in a pipe, the next line begins on a line of
+// its own.
+bool writeLines(const char *lines, size_t length)
 {
     if (halfLine && writeAll("\n", 1) != 1)
         return false;
     halfLine = false;
-    const size_t sent = writeAll(line, length);
+    const size_t sent = writeAll(lines, length);
     if (sent == length)
         return true;
     const int reason = errno;
-    const int64_t whole = size - static_cast<int64_t>(sent); // without what was begun
-    if (sent != 0 && path != nullptr && ftruncate(fd, static_cast<off_t>(whole)) == 0)
+    const char *end = static_cast<const char *>(memrchr(lines, '\n', sent));
+    const size_t begun = end == nullptr ? sent : sent - static_cast<size_t>(end + 1 - lines);
+    const int64_t whole = size - static_cast<int64_t>(begun);
+    if (begun != 0 && path != nullptr && ftruncate(fd, static_cast<off_t>(whole)) == 0)
         size = whole;
     else
-        halfLine = sent != 0;
+        halfLine = begun != 0;
     errno = reason;
     return false;
 }
@@ -96,15 +101,29 @@ bool outputOpen(const char *file, int64_t maxSize)
 
 void outputReopen()
 {
+    outputFlush();
     if (path != nullptr && fileOpen())
         bound = boundWanted;
 }
 
 void outputWrite(const char *line, size_t length)
 {
-    if (path != nullptr && bound != 0 && size != 0 && size + static_cast<int64_t>(length) > bound)
+    const int64_t after = size + static_cast<int64_t>(pendingSize + length);
+    const bool turns = path != nullptr && bound != 0 && after > bound;
+    if (turns || length > sizeof(pending) - pendingSize)
+        outputFlush();
+    if (turns && size != 0)
         fileTurn();
-    const bool written = writeWhole(line, length);
+    memcpy(pending + pendingSize, line, length);
+    pendingSize += length;
+}
+
+void outputFlush()
+{
+    if (pendingSize == 0)
+        return;
+    const bool written = writeLines(pending, pendingSize);
+    pendingSize = 0;
     if (!written && !failed)
         fprintf(stderr, "swlogd: cannot write the log: %s; records are lost until it works again\n",
                 strerror(errno));

@@ -14,7 +14,10 @@ namespace logd {
 // Opens the file anew, after it was moved away.
 void outputReopen();
 
-// Writes a line, whole or not at all.
+// Takes a line of at most maxLine bytes, to be written with others.
 void outputWrite(const char *line, size_t length);
+
+// Writes what was taken, each line whole or not at all.
+void outputFlush();
 
 } // namespace logd

@@ -216,6 +216,7 @@ int main(int argc, char **argv)
     logd::ringBegin();
     while (stopRequested == 0) {
         relayListen(ctx, listenPeriod);
+        logd::outputFlush();
         if (reopenRequested != 0) {
             reopenRequested = 0;
             logd::outputReopen();

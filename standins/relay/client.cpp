@@ -1,12 +1,14 @@
 // The sending side. Mode 1 makes a connection of its own, waits for the answer
 // and returns the handler's result. Mode 2 keeps one connection for each
 // destination and never waits: what cannot be sent at once is dropped and
-// counted, and the next message that gets through carries the count.
+// counted, and the next message that gets through carries the count. Who posts more
+// than a few messages goes on in memory that is shared with the receiver.
 #include "common/clock.h"
 #include "common/descriptor.h"
 #include "standins/relay/endpoint.h"
 #include "standins/relay/exported.h"
 #include "standins/relay/frame.h"
+#include "standins/relay/post_ring.h"
 #include "standins/relay/sender.h"
 
 #include <cerrno>
@@ -22,9 +24,11 @@ constexpr int modeWait = 1;
 constexpr int modePost = 2;
 constexpr int defaultTimeout = 180; // seconds that mode 1 waits for an answer
 constexpr int maxTimeout = 24 * 3600;
-constexpr int postQueue = 512 * 1024; // bytes of posts that a slow receiver may lag behind
-constexpr int64_t minPause = 10;      // ms until the next attempt to connect
-constexpr int64_t maxPause = 1000;    // ms
+constexpr int postQueue = 512 * 1024;    // bytes of posts that wait outside of a ring
+constexpr uint32_t postsBeforeRing = 16; // most senders never come so far
+constexpr int64_t longestUnheard = 10;   // ms until a sender looks whether the receiver lives
+constexpr int64_t minPause = 10;         // ms until the next attempt to connect
+constexpr int64_t maxPause = 1000;       // ms
 constexpr uint32_t maxDestinations = 8;
 
 // A module that posts are sent to.
@@ -32,8 +36,12 @@ struct Destination {
     int module;       // 0: entry not used
     int fd;           // -1: not connected
     uint32_t dropped; // posts lost since the last one that was sent
+    uint32_t posts;   // that went through, up to postsBeforeRing
     int64_t retryAt;  // ms on the coarse clock: no attempt to connect before
     int64_t pause;    // ms between attempts to connect
+    int64_t heardAt;  // ms: when the receiver's socket took something last
+    relay::PostRing ring;
+    int ringMemory; // passed to each receiver; -1: none
 };
 
 // Written by relayIoctl in mode 2 and by relayDeInit, under the lock, which is
@@ -56,23 +64,35 @@ struct Outgoing {
     void *buffer; // header.bufferLength bytes
 };
 
-int sendOutgoing(int fd, Outgoing &outgoing, int flags)
+constexpr size_t partCount = 4;
+
+// The message's bytes, in order.
+void outgoingParts(Outgoing &outgoing, struct iovec (&parts)[partCount])
 {
-    unsigned char padding[relay::frameAlignment] = {};
-    struct iovec parts[] = {
-        {&outgoing.header, sizeof(outgoing.header)},
-        {outgoing.data, outgoing.header.dataLength},
-        {padding, relay::framePadding(outgoing.header.dataLength)},
-        {outgoing.buffer, outgoing.header.bufferLength},
-    };
-    struct msghdr message = {};
-    message.msg_iov = parts;
-    message.msg_iovlen = sizeof(parts) / sizeof(parts[0]);
+    static constinit unsigned char padding[relay::frameAlignment] = {};
+    parts[0] = {&outgoing.header, sizeof(outgoing.header)};
+    parts[1] = {outgoing.data, outgoing.header.dataLength};
+    parts[2] = {padding, relay::framePadding(outgoing.header.dataLength)};
+    parts[3] = {outgoing.buffer, outgoing.header.bufferLength};
+}
+
+int sendWhole(int fd, const struct msghdr &message, int flags)
+{
     ssize_t sent = 0;
     do {
         sent = sendmsg(fd, &message, flags | MSG_NOSIGNAL);
     } while (sent < 0 && errno == EINTR);
     return sent >= 0 ? 0 : -errno;
+}
+
+int sendOutgoing(int fd, Outgoing &outgoing, int flags)
+{
+    struct iovec parts[partCount];
+    outgoingParts(outgoing, parts);
+    struct msghdr message = {};
+    message.msg_iov = parts;
+    message.msg_iovlen = partCount;
+    return sendWhole(fd, message, flags);
 }
 
 int connectTo(int module, int flags, Descriptor &connection)
@@ -101,7 +121,11 @@ Destination *findDestination(int module)
         if (destination.module == module)
             return &destination;
         if (destination.module == 0) {
-            destination = {module, -1, 0, 0, minPause};
+            destination = {};
+            destination.module = module;
+            destination.fd = -1;
+            destination.pause = minPause;
+            destination.ringMemory = -1;
             return &destination;
         }
     }
@@ -112,6 +136,29 @@ void disconnect(Destination &destination)
 {
     close(destination.fd);
     destination.fd = -1;
+}
+
+// A sign without content: of the ring, with its memory, or that it has something.
+int sendSign(Destination &destination, relay::FrameKind kind)
+{
+    relay::FrameHeader header = {};
+    header.magic = relay::frameMagic;
+    header.kind = kind;
+    struct iovec part = {&header, sizeof(header)};
+    alignas(struct cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))] = {};
+    struct msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    if (kind == relay::FRAME_RING) {
+        message.msg_control = control;
+        message.msg_controllen = sizeof(control);
+        struct cmsghdr *passed = CMSG_FIRSTHDR(&message);
+        passed->cmsg_level = SOL_SOCKET;
+        passed->cmsg_type = SCM_RIGHTS;
+        passed->cmsg_len = CMSG_LEN(sizeof(int));
+        memcpy(CMSG_DATA(passed), &destination.ringMemory, sizeof(int));
+    }
+    return sendWhole(destination.fd, message, MSG_DONTWAIT);
 }
 
 // The pause after each attempt, grown while nobody listens, keeps the cost of a
@@ -136,12 +183,80 @@ int reconnect(Destination &destination)
             setsockopt(connection.get(), SOL_SOCKET, SO_SNDBUF, &postQueue, sizeof(postQueue)));
     }
     destination.fd = connection.release();
-    return 0;
+    // What the last receiver left is the next one's.
+    const int passed =
+        destination.ring.memory != nullptr ? sendSign(destination, relay::FRAME_RING) : 0;
+    if (passed != 0)
+        disconnect(destination);
+    return passed;
 }
 
 bool connectionLost(int status)
 {
     return status == -EPIPE || status == -ECONNRESET || status == -ENOTCONN;
+}
+
+void forgetDestinations()
+{
+    for (Destination &destination : destinations) {
+        if (destination.module == 0)
+            break;
+        relay::ringClose(destination.ring);
+        if (destination.fd >= 0)
+            close(destination.fd);
+        if (destination.ringMemory >= 0)
+            close(destination.ringMemory);
+        destination = {};
+    }
+}
+
+// A forked child has its parent's memory. It leaves the rings to the parent.
+void afterFork()
+{
+    pthread_mutex_init(&destinationsLock, nullptr);
+    forgetDestinations();
+}
+
+// Without a ring posts go on as packets.
+void beginRing(Destination &destination)
+{
+    static constinit bool prepared = false;
+    if (!prepared)
+        prepared = pthread_atfork(nullptr, nullptr, afterFork) == 0;
+    if (!prepared)
+        return;
+    destination.ringMemory = relay::ringCreate(destination.ring).release();
+    if (destination.ringMemory >= 0 && sendSign(destination, relay::FRAME_RING) == 0)
+        return;
+    relay::ringClose(destination.ring);
+    if (destination.ringMemory >= 0)
+        close(destination.ringMemory);
+    destination.ringMemory = -1;
+}
+
+// A receiver that is awake looks by itself. It is woken when it asked for that, and
+// now and then, which tells whether it is still there.
+int wake(Destination &destination)
+{
+    const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
+    if (!relay::ringWakeDue(destination.ring) && now - destination.heardAt < longestUnheard)
+        return 0;
+    const int status = sendSign(destination, relay::FRAME_WAKE);
+    destination.heardAt = now;
+    return status == -EAGAIN ? 0 : status; // it has signs enough to read
+}
+
+// What is in the ring gets through, if not to this receiver, then to the next one.
+int putInRing(Destination &destination, Outgoing &outgoing)
+{
+    struct iovec parts[partCount];
+    outgoingParts(outgoing, parts);
+    const bool put = relay::ringPut(destination.ring, parts, partCount);
+    if (connectionLost(wake(destination))) {
+        disconnect(destination);
+        static_cast<void>(reconnect(destination));
+    }
+    return put ? 0 : -EAGAIN;
 }
 
 int trySend(Destination &destination, Outgoing &outgoing)
@@ -151,7 +266,11 @@ int trySend(Destination &destination, Outgoing &outgoing)
         if (status != 0)
             return status;
     }
+    if (destination.ring.memory != nullptr)
+        return putInRing(destination, outgoing);
     const int status = sendOutgoing(destination.fd, outgoing, MSG_DONTWAIT);
+    if (status == 0 && ++destination.posts == postsBeforeRing)
+        beginRing(destination);
     if (connectionLost(status))
         disconnect(destination);
     return status;
@@ -317,13 +436,17 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
     return answer.result;
 }
 
+void relay::postsTidy()
+{
+    const Locked locked;
+    for (Destination &destination : destinations)
+        if (destination.ring.memory != nullptr)
+            relay::ringTidy(destination.ring);
+}
+
 int relayDeInit(void)
 {
     const Locked locked;
-    for (Destination &destination : destinations) {
-        if (destination.module != 0 && destination.fd >= 0)
-            disconnect(destination);
-        destination = {};
-    }
+    forgetDestinations();
     return 0;
 }

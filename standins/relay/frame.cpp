@@ -26,7 +26,7 @@ int frameDecode(unsigned char *bytes, size_t length, Frame &frame)
         return -EBADMSG;
     FrameHeader header;
     memcpy(&header, bytes, sizeof(header));
-    if (header.magic != frameMagic || header.kind < FRAME_REQUEST || header.kind > FRAME_ANSWER)
+    if (header.magic != frameMagic || header.kind < FRAME_REQUEST || header.kind > FRAME_WAKE)
         return -EBADMSG;
     frame.header = header;
 

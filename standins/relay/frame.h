@@ -17,7 +17,9 @@ enum FrameKind : uint32_t {
     FRAME_NONE = 0,    // never sent: what an unreadable header decodes to
     FRAME_REQUEST = 1, // the sender waits for an answer
     FRAME_POST = 2,    // a request that is never answered
-    FRAME_ANSWER = 3   // `type` is the handler's result
+    FRAME_ANSWER = 3,  // `type` is the handler's result
+    FRAME_RING = 4,    // further posts of this connection come in the memory that is passed along
+    FRAME_WAKE = 5     // the receiver asked to be told that there is something in it
 };
 
 // Both ends are on one machine, so the byte order is the machine's.

@@ -6,11 +6,13 @@
 #include "standins/relay/exported.h"
 #include "standins/relay/frame.h"
 #include "standins/relay/peer.h"
+#include "standins/relay/post_ring.h"
 #include "standins/relay/sender.h"
 
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/socket.h>
@@ -22,12 +24,15 @@ constexpr int acceptsPerRound = 16;
 constexpr int roundsPerListen = 64;  // a flood may not keep the host from its stop flag
 constexpr int messagesPerTurn = 32;  // of one connection, while its turn lasts
 constexpr int64_t turn = 1000000;    // ns; a message that takes longer ends the turn
+constexpr int postsPerLook = 16;     // of a ring, between looks at the clock
+constexpr int64_t restless = 2000;   // us that a receiver of posts waits without being woken
 constexpr int64_t lookPeriod = 1000; // ms between looks whether the socket is still there
 constexpr int nap = 10;              // ms, while the whole system has no descriptor left
 
 struct Connection {
     int fd;          // -1: closed in this round
     uint64_t served; // the round in which the peer last sent something, or came
+    relay::PostRing ring;
 };
 
 } // namespace
@@ -43,6 +48,7 @@ struct RelayCtx {
     int lookFault;            // what the last look returned
     bool listening;           // inside relayListen
     uint64_t round;           // counts rounds of serving
+    bool postsCame;           // through rings, since the last wait: more are likely to follow
     uint32_t connectionCount; // entries in use, without gaps between rounds
     Connection connections[maxConnections];
     alignas(relay::frameAlignment) unsigned char packet[relay::maxFrameSize];
@@ -90,32 +96,102 @@ enum class Outcome {
     close, // the peer has gone or breaks the rules
 };
 
-// Takes one message from a connection.
-Outcome serveMessage(RelayCtx &ctx, int fd)
+// The descriptor that came along with a message.
+Descriptor passedAlong(struct msghdr &message)
 {
-    // MSG_TRUNC makes the kernel tell the length of the whole packet.
-    const ssize_t length = recv(fd, ctx.packet, sizeof(ctx.packet), MSG_DONTWAIT | MSG_TRUNC);
-    if (length <= 0) {
-        const bool empty = length < 0 && (errno == EAGAIN || errno == EINTR);
-        return empty ? Outcome::nothingLeft : Outcome::close;
-    }
+    Descriptor passed;
+    for (struct cmsghdr *part = CMSG_FIRSTHDR(&message); part != nullptr;
+         part = CMSG_NXTHDR(&message, part))
+        if (part->cmsg_level == SOL_SOCKET && part->cmsg_type == SCM_RIGHTS &&
+            part->cmsg_len == CMSG_LEN(sizeof(int))) {
+            int number = -1;
+            memcpy(&number, CMSG_DATA(part), sizeof(number));
+            passed.reset(number);
+        }
+    return passed;
+}
+
+// Takes the next post from a connection's ring. Only posts come that way: nobody waits
+// for an answer.
+Outcome servePost(RelayCtx &ctx, Connection &connection)
+{
+    const int length = relay::ringTake(connection.ring, ctx.packet);
+    if (length == 0)
+        return Outcome::nothingLeft;
     relay::Frame frame;
-    const int status = relay::frameDecode(ctx.packet, static_cast<size_t>(length), frame);
+    if (length < 0 || relay::frameDecode(ctx.packet, static_cast<size_t>(length), frame) != 0 ||
+        frame.header.kind != relay::FRAME_POST)
+        return Outcome::close;
+    return deliver(ctx, connection.fd, frame) ? Outcome::served : Outcome::close;
+}
+
+// Takes the posts of a ring, which are many and short, while its turn lasts.
+bool serveRing(RelayCtx &ctx, Connection &connection, int &served)
+{
+    const int64_t end = nanosecondsNow(CLOCK_MONOTONIC) + turn;
+    do {
+        for (int i = 0; i < postsPerLook; ++i) {
+            const Outcome outcome = servePost(ctx, connection);
+            if (outcome != Outcome::served)
+                return outcome == Outcome::nothingLeft;
+            ++served;
+        }
+    } while (nanosecondsNow(CLOCK_MONOTONIC) < end);
+    return true;
+}
+
+// What is in it already came before the sender's next request.
+Outcome beginRing(RelayCtx &ctx, Connection &connection, const Descriptor &memory, int &served)
+{
+    if (connection.ring.memory != nullptr || relay::ringOpen(memory.get(), connection.ring) != 0)
+        return Outcome::close;
+    return serveRing(ctx, connection, served) ? Outcome::served : Outcome::close;
+}
+
+Outcome serveFrame(RelayCtx &ctx, Connection &connection, size_t length, const Descriptor &passed,
+                   int &served)
+{
+    relay::Frame frame;
+    const int status = relay::frameDecode(ctx.packet, length, frame);
     if (status != 0) {
         // Whoever waits learns why; whoever cannot even frame a message is cut off.
-        static_cast<void>(sendAnswer(fd, frame.header, status, nullptr, 0));
+        static_cast<void>(sendAnswer(connection.fd, frame.header, status, nullptr, 0));
         return Outcome::close;
     }
-    return deliver(ctx, fd, frame) ? Outcome::served : Outcome::close;
+    if (frame.header.kind == relay::FRAME_RING)
+        return beginRing(ctx, connection, passed, served);
+    if (frame.header.kind == relay::FRAME_WAKE)
+        return Outcome::served;
+    return deliver(ctx, connection.fd, frame) ? Outcome::served : Outcome::close;
+}
+
+// Takes one message from a connection.
+Outcome serveMessage(RelayCtx &ctx, Connection &connection, int &served)
+{
+    struct iovec part = {ctx.packet, sizeof(ctx.packet)};
+    alignas(struct cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
+    struct msghdr message = {};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    message.msg_control = control;
+    message.msg_controllen = CMSG_LEN(sizeof(int)); // one descriptor, no more
+    // MSG_TRUNC makes the kernel tell the length of the whole packet.
+    const ssize_t length =
+        recvmsg(connection.fd, &message, MSG_DONTWAIT | MSG_TRUNC | MSG_CMSG_CLOEXEC);
+    if (length < 0)
+        return errno == EAGAIN || errno == EINTR ? Outcome::nothingLeft : Outcome::close;
+    const Descriptor passed = passedAlong(message); // even with an empty packet
+    return length == 0 ? Outcome::close
+                       : serveFrame(ctx, connection, static_cast<size_t>(length), passed, served);
 }
 
 // Takes the messages of one connection while its turn lasts. False: the
 // connection is to be closed.
-bool serveConnection(RelayCtx &ctx, int fd, int &served)
+bool serveConnection(RelayCtx &ctx, Connection &connection, int &served)
 {
     const int64_t end = nanosecondsNow(CLOCK_MONOTONIC) + turn;
     for (int i = 0; i < messagesPerTurn; ++i) {
-        const Outcome outcome = serveMessage(ctx, fd);
+        const Outcome outcome = serveMessage(ctx, connection, served);
         if (outcome != Outcome::served)
             return outcome == Outcome::nothingLeft;
         ++served;
@@ -127,8 +203,22 @@ bool serveConnection(RelayCtx &ctx, int fd, int &served)
 
 void closeConnection(Connection &connection)
 {
+    relay::ringClose(connection.ring);
     close(connection.fd);
     connection.fd = -1;
+}
+
+// What a peer posted before it went is still taken: a full ring at the most, since one
+// that only closed its socket might go on for ever.
+void closeServed(RelayCtx &ctx, Connection &connection, int &served)
+{
+    constexpr size_t most = relay::ringCapacity / sizeof(relay::FrameHeader);
+    for (size_t i = 0; connection.ring.memory != nullptr && i < most; ++i) {
+        if (servePost(ctx, connection) != Outcome::served)
+            break;
+        ++served;
+    }
+    closeConnection(connection);
 }
 
 void dropClosed(RelayCtx &ctx)
@@ -192,6 +282,7 @@ void acceptPending(RelayCtx &ctx)
             return;
         entry->fd = accept4(ctx.listener, nullptr, nullptr, SOCK_CLOEXEC | SOCK_NONBLOCK);
         entry->served = ctx.round;
+        entry->ring = {};
         if (entry->fd < 0) {
             const bool noDescriptor = errno == EMFILE || errno == ENFILE;
             dropClosed(ctx);
@@ -207,31 +298,88 @@ void acceptPending(RelayCtx &ctx)
     }
 }
 
+// Takes from every ring; whoever asks for something after posting finds it done.
+void serveRings(RelayCtx &ctx, int &served)
+{
+    const int before = served;
+    for (uint32_t i = 0; i < ctx.connectionCount; ++i) {
+        Connection &connection = ctx.connections[i];
+        const int servedBefore = served;
+        if (connection.fd < 0 || connection.ring.memory == nullptr)
+            continue;
+        if (!serveRing(ctx, connection, served))
+            closeConnection(connection);
+        if (served != servedBefore)
+            connection.served = ctx.round;
+    }
+    ctx.postsCame = ctx.postsCame || served != before;
+}
+
+// Whether senders are to wake this end. False: there are posts already.
+bool askToBeWoken(const RelayCtx &ctx, bool ask)
+{
+    bool quiet = true;
+    for (uint32_t i = 0; i < ctx.connectionCount; ++i)
+        if (ctx.connections[i].ring.memory != nullptr)
+            quiet = relay::ringAskToBeWoken(ctx.connections[i].ring, ask) && quiet;
+    return quiet;
+}
+
+struct timespec fromMicroseconds(int64_t microseconds)
+{
+    constexpr int perSecond = 1000000;
+    struct timespec time = {};
+    time.tv_sec = static_cast<time_t>(microseconds / perSecond);
+    time.tv_nsec = microseconds % perSecond * 1000L;
+    return time;
+}
+
+// Waits for a socket, at most so many microseconds; negative: without end. While posts
+// come through a ring it only takes a short break, so that their sender need not wake
+// it for each.
+int waitForSockets(RelayCtx &ctx, struct pollfd *ready, nfds_t count, int64_t microseconds)
+{
+    const bool isLong = microseconds < 0 || microseconds > restless;
+    const bool asks = isLong && !ctx.postsCame;
+    if (asks && !askToBeWoken(ctx, /*ask=*/true))
+        microseconds = 0;
+    else if (isLong && !asks)
+        microseconds = restless;
+    const struct timespec wait = fromMicroseconds(microseconds);
+    const int found = ppoll(ready, count, microseconds < 0 ? nullptr : &wait, nullptr);
+    const int status = found < 0 ? -errno : found;
+    if (asks)
+        askToBeWoken(ctx, /*ask=*/false);
+    return status;
+}
+
 // Waits for something to do and gives each connection one turn, so that a peer
 // that floods takes no more than its share. Returns the
-// number of sockets that had something, 0 when the time is over, or -errno.
-int serveRound(RelayCtx &ctx, const struct timespec *wait, int &served)
+// number of sockets and posts that there were, 0 when the time is over, or -errno.
+int serveRound(RelayCtx &ctx, int64_t wait, int &served)
 {
     struct pollfd ready[maxConnections + 1];
     for (uint32_t i = 0; i < ctx.connectionCount; ++i)
         ready[i] = {ctx.connections[i].fd, POLLIN, 0};
     const uint32_t polled = ctx.connectionCount;
     ready[polled] = {ctx.listener, POLLIN, 0};
-    const int count = ppoll(ready, polled + 1, wait, nullptr);
-    if (count <= 0)
-        return count < 0 ? -errno : 0;
+    const int count = waitForSockets(ctx, ready, polled + 1, wait);
+    if (count < 0)
+        return count;
     ++ctx.round;
+    const int before = served;
+    serveRings(ctx, served);
     for (uint32_t i = 0; i < polled; ++i) {
-        if (ready[i].revents == 0)
+        if (ready[i].revents == 0 || ctx.connections[i].fd < 0)
             continue;
         ctx.connections[i].served = ctx.round;
-        if (!serveConnection(ctx, ctx.connections[i].fd, served))
-            closeConnection(ctx.connections[i]);
+        if (!serveConnection(ctx, ctx.connections[i], served))
+            closeServed(ctx, ctx.connections[i], served);
     }
     dropClosed(ctx);
     if (ready[polled].revents != 0)
         acceptPending(ctx);
-    return count;
+    return count != 0 ? count : served - before;
 }
 
 // A directory that was emptied or replaced gets a socket again.
@@ -245,15 +393,6 @@ void lookForSocket(RelayCtx &ctx)
     ctx.lookFault = relay::endpointRenew(ctx.moduleId, endpoint, ctx.lookFault);
     ctx.lock = endpoint.lock.release();
     ctx.listener = endpoint.listener.release();
-}
-
-struct timespec fromMicroseconds(int microseconds)
-{
-    constexpr int perSecond = 1000000;
-    struct timespec time = {};
-    time.tv_sec = microseconds / perSecond;
-    time.tv_nsec = microseconds % perSecond * 1000L;
-    return time;
 }
 
 } // namespace
@@ -288,12 +427,16 @@ int relayListen(RelayCtx *ctx, int timeout)
         return -EBUSY; // called from the handler
     ctx->listening = true;
     lookForSocket(*ctx);
-    const struct timespec period = fromMicroseconds(timeout);
+    relay::postsTidy();
     int served = 0;
-    int status = serveRound(*ctx, timeout < 0 ? nullptr : &period, served);
-    const struct timespec atOnce = {};
+    const bool restlessly = ctx->postsCame;
+    int status = serveRound(*ctx, timeout, served);
+    if (status == 0 && restlessly) { // that was a short break
+        ctx->postsCame = false;
+        status = serveRound(*ctx, timeout, served);
+    }
     for (int round = 1; status > 0 && round < roundsPerListen; ++round)
-        status = serveRound(*ctx, &atOnce, served);
+        status = serveRound(*ctx, /*wait=*/0, served);
     ctx->listening = false;
     return status < 0 && served == 0 ? status : served;
 }

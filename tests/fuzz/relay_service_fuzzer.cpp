@@ -1,11 +1,13 @@
 // The serving side of the messaging stand-in, through its socket: an input is a
-// sequence of packets on a few connections.
+// sequence of packets on a few connections, some with a ring of posts.
 #include "input.h"
 
 #include "standins/relay/endpoint.h"
 #include "standins/relay/exported.h"
 #include "standins/relay/frame.h"
+#include "standins/relay/post_ring.h"
 
+#include <sys/mman.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -70,7 +72,7 @@ std::string packetRead(Input &input)
 {
     relay::FrameHeader header{};
     header.magic = input.below(8) != 0 ? relay::frameMagic : input.number<uint32_t>();
-    header.kind = 1 + static_cast<uint32_t>(input.below(4)) % 4;
+    header.kind = 1 + static_cast<uint32_t>(input.below(6));
     header.sequence = static_cast<uint32_t>(capacities.size());
     header.type = input.number<int16_t>();
     header.dataLength = input.byte();
@@ -82,6 +84,51 @@ std::string packetRead(Input &input)
     if (input.below(4) == 0)
         packet.resize(input.number<uint16_t>());
     return packet;
+}
+
+// Shared memory whose two positions and first bytes are anything, or proper posts; or
+// a file of another kind.
+Descriptor ringMake(Input &input)
+{
+    relay::PostRing ring{};
+    Descriptor memory = relay::ringCreate(ring);
+    require(memory.valid(), "there is memory to share");
+    relay::FrameHeader header{relay::frameMagic, relay::FRAME_POST, 0, 0, 0, 0, 0, 0};
+    const iovec part = {&header, sizeof(header)};
+    for (uint64_t count = input.below(4); count != 0; --count)
+        require(relay::ringPut(ring, &part, 1), "a post has room");
+    for (uint64_t count = input.below(4); count != 0; --count) {
+        const size_t at = 4 * input.below(64);
+        const uint32_t value = input.number<uint32_t>();
+        memcpy(reinterpret_cast<unsigned char *>(ring.memory) + at, &value, sizeof(value));
+    }
+    relay::ringClose(ring);
+    if (input.below(8) == 0)
+        memory.reset(memfd_create("other", MFD_CLOEXEC));
+    return memory;
+}
+
+// A packet, and what makes it a ring's where the input says so.
+void packetSend(int fd, const std::string &packet, Input &input)
+{
+    iovec part = {const_cast<char *>(packet.data()), packet.size()};
+    alignas(cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))] = {};
+    msghdr message{};
+    message.msg_iov = &part;
+    message.msg_iovlen = 1;
+    Descriptor memory;
+    if (input.below(4) == 0) {
+        memory = ringMake(input);
+        message.msg_control = control;
+        message.msg_controllen = sizeof(control);
+        cmsghdr *passed = CMSG_FIRSTHDR(&message);
+        passed->cmsg_level = SOL_SOCKET;
+        passed->cmsg_type = SCM_RIGHTS;
+        passed->cmsg_len = CMSG_LEN(sizeof(int));
+        const int number = memory.get();
+        memcpy(CMSG_DATA(passed), &number, sizeof(number));
+    }
+    static_cast<void>(sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL));
 }
 
 void answersTake(int fd)
@@ -143,7 +190,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
             continue;
         }
         const std::string packet = packetRead(input);
-        static_cast<void>(send(fd, packet.data(), packet.size(), MSG_DONTWAIT | MSG_NOSIGNAL));
+        packetSend(fd, packet, input);
         if (input.below(2) == 0) {
             relayListen(running, 0);
             answersTake(fd);
