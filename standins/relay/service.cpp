@@ -330,7 +330,7 @@ struct timespec fromMicroseconds(int64_t microseconds)
     constexpr int perSecond = 1000000;
     struct timespec time = {};
     time.tv_sec = static_cast<time_t>(microseconds / perSecond);
-    time.tv_nsec = microseconds % perSecond * 1000L;
+    time.tv_nsec = static_cast<long>(microseconds % perSecond * 1000);
     return time;
 }
 

@@ -1,14 +1,11 @@
 # shellcheck shell=sh
-# One life of the guest in target/power-test; /step says which. The database is on
-# the disk. Where it comes up after a loss of power, it is first looked whether all is
-# well.
+# One life of the guest in target/power-test, which sets step and wait. The database is
+# on the disk. Where it comes up after a loss of power, it is first looked whether all
+# is well.
 set -eu
+: "${step:?}" "${wait:?}"
 fail() { echo "FAILED: $*"; exit 1; }
-for module in virtio_mmio virtio_blk; do modprobe $module; done
-modprobe ext4
-mount -t ext4 /dev/vda /etc/swmgr
 export SWMGR_DATABASE=/etc/swmgr/config.db
-read -r step wait < /step || true
 
 # What the rows are, without what is only counted up.
 rows() { sqlite3 $SWMGR_DATABASE "SELECT vlanId, fwdMap, untagMap FROM vlanEncapIf ORDER BY vlanId"; }
@@ -22,8 +19,14 @@ expect() {
 }
 powerGoes() { echo b > /proc/sysrq-trigger; sleep 60; }
 
-hardware || fail "no hardware"
-service-up > /tmp/up 2>&1 || { cat /tmp/up; fail "the service does not start"; }
+if [ -d /run/systemd/system ]; then # its units have done the same by now
+    export PATH=/usr/sbin:/usr/bin:/sbin:/bin
+    systemctl is-active swlogd swmgrd > /dev/null || fail "the service is not active"
+else
+    hardware || fail "no hardware"
+    service-up > /tmp/up 2>&1 || { cat /tmp/up; fail "the service does not start"; }
+fi
+mountpoint -q /etc/swmgr || fail "the database is not on the disk"
 [ "$(sqlite3 $SWMGR_DATABASE 'PRAGMA integrity_check')" = ok ] || fail "the database is damaged"
 expect 0 swctl diff
 expect 0 swctl status
@@ -73,5 +76,9 @@ check)
     echo "whole after the last cut"
     ;;
 esac
-/etc/init.d/S60swmgr stop > /dev/null || fail "the service does not stop"
+if [ -d /run/systemd/system ]; then
+    systemctl stop swmgrd swlogd
+else
+    /etc/init.d/S60swmgr stop > /dev/null
+fi || fail "the service does not stop"
 umount /etc/swmgr
