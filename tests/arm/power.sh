@@ -26,7 +26,7 @@ else
     hardware || fail "no hardware"
     service-up > /tmp/up 2>&1 || { cat /tmp/up; fail "the service does not start"; }
 fi
-mountpoint -q /etc/swmgr || fail "the database is not on the disk"
+grep -q "^/dev/vda /etc/swmgr " /proc/mounts || fail "the database is not on the disk"
 [ "$(sqlite3 $SWMGR_DATABASE 'PRAGMA integrity_check')" = ok ] || fail "the database is damaged"
 expect 0 swctl diff
 expect 0 swctl status
