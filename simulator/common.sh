@@ -1,12 +1,12 @@
 # What the scripts of the simulated gateway share. They define usage() first.
 
 misused() {
-    echo "${0##*/}: $1. Try '$0 --help'." >&2
+    echo "${name:-${0##*/}}: $1. Try '${name:-$0} --help'." >&2
     exit 2
 }
 
 unavailable() {
-    echo "${0##*/}: no simulated gateway here: $*" >&2
+    echo "${name:-${0##*/}}: no simulated gateway here: $*" >&2
     exit 77
 }
 
@@ -24,4 +24,13 @@ buildFolder() {
     done
     [ -n "$newest" ] || misused "nothing is built yet, and no --build says where"
     (cd "${newest%/bin/swengine}" && pwd -P)
+}
+
+# In the source tree it has a folder of its own.
+schemaFile() {
+    local file
+    for file in "$here"/../{data/,}schema.sql; do
+        [ ! -e "$file" ] || break
+    done
+    echo "$file"
 }

@@ -7,8 +7,8 @@ set(CMAKE_C_COMPILER arm-linux-gnueabihf-gcc)
 set(CMAKE_CXX_COMPILER arm-linux-gnueabihf-g++)
 set(CMAKE_LIBRARY_ARCHITECTURE arm-linux-gnueabihf)
 # Everything is built with one compiler, so its remarks on what older ones
-# passed otherwise concern nobody.
-set(CMAKE_CXX_FLAGS_INIT -Wno-psabi)
+# passed otherwise concern nobody. Assertions in headers tell no folder of this machine.
+set(CMAKE_CXX_FLAGS_INIT "-Wno-psabi -ffile-prefix-map=${TARGET_SYSROOT}=")
 
 list(APPEND CMAKE_TRY_COMPILE_PLATFORM_VARIABLES TARGET_SYSROOT)
 if(NOT EXISTS "${TARGET_SYSROOT}/usr/include")
