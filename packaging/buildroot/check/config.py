@@ -30,7 +30,10 @@ problems += [
     if not symbol.nodes and not symbol.is_constant and symbol.name not in ALLOWED
 ]
 for name, symbol in config.syms.items():
-    if name.startswith("BR2_PACKAGE_SWMGR"):
+    if symbol.type == kconfiglib.STRING:
+        if symbol.str_value != "":
+            problems.append(f"{name} is set without being asked for")
+    elif name.startswith("BR2_PACKAGE_SWMGR"):
         symbol.set_value(2)
         if symbol.str_value != "y":
             problems.append(f"{name} cannot be turned on")

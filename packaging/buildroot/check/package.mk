@@ -1,10 +1,14 @@
 # Reads the package's .mk with macros in place of Buildroot's that only look, and
 # runs its installation commands into a folder:
-#   make -f package.mk EXTERNAL=DIR TARGET_DIR=DIR [STANDINS=n] install-init
+#   make -f package.mk EXTERNAL=DIR TARGET_DIR=DIR [WITHOUT="OPTION..."] [DATABASE=FILE] install-init
+# and "options" prints the options that the project is built with.
 BR2_EXTERNAL_SWMGR_PATH := $(EXTERNAL)
-BR2_PACKAGE_SWMGR_CLIENT := y
-BR2_PACKAGE_SWMGR_STANDINS := $(or $(STANDINS),y)
+$(foreach option,$(filter-out $(WITHOUT),DAEMON CLIENT STANDINS LOGD),\
+	$(eval BR2_PACKAGE_SWMGR_$(option) := y))
+BR2_PACKAGE_SWMGR_DATABASE := "$(DATABASE)"
 INSTALL := install
+HOST_DIR := /usr
+qstrip = $(strip $(subst ",,$(1)))
 
 define newline
 
@@ -21,7 +25,9 @@ include $(EXTERNAL)/external.mk
 
 version := $(shell awk '$$1 ~ /^project/ { print $$3 }' $(SWMGR_SITE)/CMakeLists.txt)
 
-.PHONY: check install-init
+.PHONY: check install-init options
+options:
+	@echo '$(SWMGR_CONF_OPTS)'
 check:
 	@test -n '$(SEEN)' || { echo 'the package is not evaluated'; exit 1; }
 	@test '$(version)' = '$(SWMGR_VERSION)' || \

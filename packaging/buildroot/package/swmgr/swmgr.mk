@@ -16,28 +16,14 @@ SWMGR_CONF_OPTS = -DSWMGR_SIMULATOR=OFF -DSWMGR_TESTS=OFF
 # The build folder of a desk holds nothing for a device, and much of it.
 SWMGR_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude build --exclude run-state
 
+SWMGR_CONF_OPTS += \
+	-DSWMGR_DAEMON=$(if $(BR2_PACKAGE_SWMGR_DAEMON),ON,OFF) \
+	-DSWMGR_CLIENT=$(if $(BR2_PACKAGE_SWMGR_CLIENT),ON,OFF) \
+	-DSWMGR_STANDINS=$(if $(BR2_PACKAGE_SWMGR_STANDINS),ON,OFF) \
+	-DSWMGR_LOG_DAEMON=$(if $(BR2_PACKAGE_SWMGR_LOGD),ON,OFF)
+
 ifeq ($(BR2_PACKAGE_SWMGR_CLIENT),y)
 SWMGR_DEPENDENCIES += cli11 json-for-modern-cpp
-SWMGR_CONF_OPTS += -DSWMGR_CLIENT=ON
-else
-SWMGR_CONF_OPTS += -DSWMGR_CLIENT=OFF
-endif
-
-# The device's own libraries and logging module take the place of these.
-define SWMGR_REMOVE_STANDINS
-	rm -f $(TARGET_DIR)/usr/lib/librelay.so $(TARGET_DIR)/usr/lib/libsal.so \
-		$(TARGET_DIR)/usr/sbin/swlogd $(TARGET_DIR)/usr/lib/systemd/system/swlogd.service
-	echo SWLOGD=no >> $(TARGET_DIR)/etc/default/swmgr
-endef
-
-define SWMGR_INSTALL_SETTINGS
-	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.default $(TARGET_DIR)/etc/default/swmgr
-	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.logrotate $(TARGET_DIR)/etc/logrotate.d/swmgr
-	$(INSTALL) -d -m 0755 $(TARGET_DIR)/etc/swmgr
-endef
-SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_INSTALL_SETTINGS
-ifneq ($(BR2_PACKAGE_SWMGR_STANDINS),y)
-SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_REMOVE_STANDINS
 endif
 
 # Members of the group may send requests.
@@ -45,19 +31,67 @@ define SWMGR_USERS
 	- - swmgr -1 - - - - Switch manager's clients
 endef
 
+ifeq ($(BR2_PACKAGE_SWMGR_DAEMON),y)
+
+define SWMGR_INSTALL_SETTINGS
+	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.default $(TARGET_DIR)/etc/default/swmgr
+	$(INSTALL) -d -m 0755 $(TARGET_DIR)/etc/swmgr
+endef
+SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_INSTALL_SETTINGS
+
+# Built again, it is made anew.
+SWMGR_DATABASE = $(call qstrip,$(BR2_PACKAGE_SWMGR_DATABASE))
+ifneq ($(SWMGR_DATABASE),)
+SWMGR_DEPENDENCIES += host-sqlite
+define SWMGR_INSTALL_DATABASE
+	rm -f $(TARGET_DIR)/etc/swmgr/config.db
+	$(HOST_DIR)/bin/sqlite3 -bail $(TARGET_DIR)/etc/swmgr/config.db \
+		".read $(@D)/data/schema.sql" ".read $(SWMGR_DATABASE)"
+	chmod 0660 $(TARGET_DIR)/etc/swmgr/config.db
+endef
+SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_INSTALL_DATABASE
+endif
+
 define SWMGR_INSTALL_INIT_SYSV
 	$(INSTALL) -D -m 0755 $(@D)/packaging/S60swmgr $(TARGET_DIR)/etc/init.d/S60swmgr
 endef
 
-define SWMGR_INSTALL_INIT_SYSTEMD
+define SWMGR_INSTALL_DAEMON_UNIT
 	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgrd.service \
 		$(TARGET_DIR)/usr/lib/systemd/system/swmgrd.service
-	$(INSTALL) -D -m 0644 $(@D)/packaging/swlogd.service \
-		$(TARGET_DIR)/usr/lib/systemd/system/swlogd.service
-	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.sysusers \
-		$(TARGET_DIR)/usr/lib/sysusers.d/swmgr.conf
 	$(INSTALL) -D -m 0644 $(@D)/packaging/60-swmgr.rules \
 		$(TARGET_DIR)/usr/lib/udev/rules.d/60-swmgr.rules
+endef
+
+endif # daemon
+
+ifeq ($(BR2_PACKAGE_SWMGR_LOGD),y)
+
+define SWMGR_INSTALL_LOG_ROTATION
+	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.logrotate $(TARGET_DIR)/etc/logrotate.d/swmgr
+endef
+SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_INSTALL_LOG_ROTATION
+
+define SWMGR_INSTALL_LOGD_UNIT
+	$(INSTALL) -D -m 0644 $(@D)/packaging/swlogd.service \
+		$(TARGET_DIR)/usr/lib/systemd/system/swlogd.service
+endef
+
+else ifeq ($(BR2_PACKAGE_SWMGR_DAEMON),y)
+
+# The init script starts no log daemon then.
+define SWMGR_LEAVE_LOG
+	echo SWLOGD=no >> $(TARGET_DIR)/etc/default/swmgr
+endef
+SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_LEAVE_LOG
+
+endif
+
+define SWMGR_INSTALL_INIT_SYSTEMD
+	$(SWMGR_INSTALL_DAEMON_UNIT)
+	$(SWMGR_INSTALL_LOGD_UNIT)
+	$(INSTALL) -D -m 0644 $(@D)/packaging/swmgr.sysusers \
+		$(TARGET_DIR)/usr/lib/sysusers.d/swmgr.conf
 endef
 
 $(eval $(cmake-package))
