@@ -145,7 +145,7 @@ void addSwitchRowCommands(Program &program)
     addChangeCommands(
         program, *group, switchTable,
         {{"add", planAdd, "Add a switch",
-          "  swctl switch add BCM --device /dev/bcm53101 --ports 5 --level 1 --vlan on"},
+          "  swctl switch add BCM --device /dev/bcmsw --ports 5 --level 1 --vlan on"},
          {"set", planSet, "Change a switch; it takes effect when the service starts again",
           "  swctl switch set PSE --qos on"},
          {"delete", planDelete, "Delete a switch; the service drops it when it starts again",

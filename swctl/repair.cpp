@@ -101,6 +101,11 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
         const size_t reached =
             target.stopped->table == "vlanEncapIf" ? static_cast<size_t>(target.stopped->row) : 0;
         verdict.unreached = rows - std::min(rows, reached);
+    } else if (target.loadStatus < 0) {
+        verdict.note = verdict.startStops =
+            snapshot.database().rows("swGlobalCfg").empty()
+                ? "there is no switch in the database: a start has nothing to apply"
+                : "a start of the service would take every row and then fail to apply them";
     }
     noteIdle(gateway.site(), target, settled.actual, verdict);
     judge(verdict, std::move(settled), Word::applied);
