@@ -52,7 +52,7 @@ runPackages=(g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev nlohma
     sqlite3 bubblewrap gawk iproute2)
 # shellcheck disable=SC2034 # for those who source this
 testPackages=("${runPackages[@]}" python3 libgtest-dev clang clang-tidy clang-format cppcheck
-    libclang-rt-14-dev abigail-tools binutils busybox-static python3-jsonschema procps)
+    libclang-rt-14-dev abigail-tools binutils busybox-static python3-jsonschema procps prometheus)
 
 # Builds targets of a preset: build PRESET "TARGET..." [-DOPTION=VALUE...]. The
 # preset is configured where that was not done yet, or not with these options. A

@@ -68,6 +68,7 @@ void addInitCommand(Program &program);           // init
 void addTrialCommands(Program &program);         // confirm, history, undo
 void addStateCommands(Program &program);         // status
 void addPortStats(Program &program, CLI::App &group);
+void addMetricsCommand(Program &program); // metrics
 void addTruthCommands(Program &program);  // diff, repair, recover, rehearse
 void addCheckCommand(Program &program);   // check
 void addExplainCommand(Program &program); // explain

@@ -103,6 +103,22 @@ Hearing failedTools(const std::function<void(const LogLine &)> &take)
     }
 }
 
+std::optional<LogCounts> countsOfLog()
+{
+    try {
+        const Answer answer = askAfter(0, SWMGR_LOG_DEVDEBUG, LOGGING_MSG_COUNTERS);
+        LogCounts counts{{static_cast<int64_t>(answer.header.epoch), answer.header.lost},
+                         answer.header.newest,
+                         {}};
+        if (answer.entries.size() < sizeof(counts.counters))
+            return std::nullopt;
+        memcpy(&counts.counters, answer.entries.data(), sizeof(counts.counters));
+        return counts;
+    } catch (const Failure &) {
+        return std::nullopt;
+    }
+}
+
 std::string timeText(int64_t time)
 {
     const auto seconds = static_cast<time_t>(time / nanosecondsPerSecond);

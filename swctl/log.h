@@ -1,8 +1,11 @@
 // Reading the service's log from the log daemon.
 #pragma once
 
+#include "swmgr/swmgr_log.h"
+
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 
 namespace swctl {
@@ -42,6 +45,15 @@ struct Hearing {
 // Hands over the command lines that failed and have not succeeded since, and the
 // lines about the last load of the configuration that failed.
 Hearing failedTools(const std::function<void(const LogLine &)> &take);
+
+struct LogCounts {
+    Hearing heard;
+    uint64_t records = 0; // of every service
+    SwMgrLogCounters counters{};
+};
+
+// What the daemon has counted; none where it cannot be asked, or does not count.
+std::optional<LogCounts> countsOfLog();
 
 std::string timeText(int64_t time); // local time with milliseconds
 

@@ -141,6 +141,7 @@ int main(int argc, char **argv)
         addTrialCommands(program);
         addTruthCommands(program);
         addStateCommands(program);
+        addMetricsCommand(program);
         addCheckCommand(program);
         addExplainCommand(program);
         addWatchCommand(program);

@@ -3,6 +3,7 @@
 #include "common/descriptor.h"
 #include "common/log_entry.h"
 #include "platform/relay.h"
+#include "standins/logd/counters.h"
 #include "standins/logd/failures.h"
 #include "standins/logd/line.h"
 #include "standins/logd/ring.h"
@@ -367,6 +368,47 @@ TEST(LogDaemon, keepsTheToolsThatFailedLast)
         SwMgrLogAnswer answer;
         memcpy(&answer, buffer, sizeof(answer));
         EXPECT_EQ(answer.count, failures) << line;
+    }
+}
+
+// Each line adds to what the lines before it came to.
+TEST(LogDaemon, countsToolsAndRequests)
+{
+    const struct {
+        int32_t level;
+        const char *line;
+        std::vector<uint64_t> counts; // in the order of the record
+    } cases[] = {
+        {8, "cmd (vconfig add eth0 10) returned (0).", {1, 0, 0, 0, 0, 0, 0, 0}},
+        {8, "cmd (vconfig rem eth0.10) returned (1).", {2, 0, 0, 0, 0, 0, 0, 0}},
+        {256, "salRun:12:cmd (vconfig add eth0 10) returned (-1).", {3, 1, 0, 0, 0, 0, 0, 0}},
+        {64, "DBUpdate event: Table: t opCode:9 rowId:1 processing \n", {3, 1, 0, 0, 0, 0, 0, 0}},
+        {64, "DBUpdate event: Table: t opCode:9 rowId:1 status=0\n", {3, 1, 1, 0, 0, 0, 0, 0}},
+        {64, "DBUpdate event: Table: swctl opCode:9 rowId:1 status=0\n", {3, 1, 1, 0, 0, 0, 0, 0}},
+        {256, "f:1:DBUpdate event: Table: t opCode:9 status=-22", {3, 1, 2, 1, 0, 0, 0, 0}},
+        {64, "Received interface event=22 on status=-1\n", {3, 1, 2, 1, 1, 0, 0, 0}},
+        {8, "failed to handle interface events\n", {3, 1, 2, 1, 1, 1, 0, 0}},
+        {8, "swMgrIoctlHandler: short ifDev event request!\n", {3, 1, 2, 1, 1, 1, 1, 1}},
+        {8, "short switch command (47): 3 bytes\n", {3, 1, 2, 1, 1, 1, 2, 2}},
+        {8, "", {3, 1, 2, 1, 1, 1, 2, 2}},
+    };
+    for (const auto &[level, line, counts] : cases) {
+        SwMgrLogEntry entry = {};
+        entry.module = SWMGR_RELAY_MODULE_ID;
+        entry.level = level;
+        entry.textLength = static_cast<uint32_t>(strlen(line));
+        logd::counterNote(entry, line);
+        entry.module = LOGGING_RELAY_MODULE_ID; // another service's line tells nothing
+        logd::counterNote(entry, line);
+        const SwMgrLogFollowRequest wanted = {};
+        unsigned char buffer[sizeof(SwMgrLogAnswer) + sizeof(SwMgrLogCounters)];
+        uint32_t length = sizeof(buffer);
+        ASSERT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), 0);
+        std::vector<uint64_t> found(counts.size());
+        memcpy(found.data(), buffer + sizeof(SwMgrLogAnswer), sizeof(SwMgrLogCounters));
+        EXPECT_EQ(found, counts) << line;
+        --length;
+        EXPECT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), -EINVAL);
     }
 }
 

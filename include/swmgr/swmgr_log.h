@@ -27,8 +27,9 @@ extern "C" {
 #endif
 
 enum {
-    LOGGING_MSG_FOLLOW = 33, // SwMgrLogFollowRequest
-    LOGGING_MSG_TOOLS = 34   // the same request; see below
+    LOGGING_MSG_FOLLOW = 33,  // SwMgrLogFollowRequest
+    LOGGING_MSG_TOOLS = 34,   // the same request; see below
+    LOGGING_MSG_COUNTERS = 35 // the same request; SwMgrLogCounters follow the answer's head
 };
 
 enum {
@@ -79,6 +80,25 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, textLength) == 28);
 // interfaces that were not there are no failures. What was lost on its way to
 // the daemon is not among them. Among them is the line of the last load of the
 // configuration that failed, right behind the errors that were logged before it.
+
+// Requests of one kind, as far as the switch manager's records tell.
+typedef struct SwMgrLogRequests {
+    uint64_t received;
+    uint64_t refused; // of them
+} SwMgrLogRequests;
+
+// Counts since the daemon's start, of records that arrived. Further ones may come to
+// stand behind these. VLAN requests and switch commands that were in order are not
+// counted: no line says that there was one.
+typedef struct SwMgrLogCounters {
+    uint64_t toolRuns;
+    uint64_t toolFailures; // removals of interfaces that were not there left out
+    SwMgrLogRequests databaseEvents;
+    SwMgrLogRequests interfaceEvents;
+    SwMgrLogRequests malformed; // of any kind: short, or with a name that is none
+} SwMgrLogCounters;
+SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogCounters) == 64);
+SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogCounters, malformed) == 48);
 
 #ifdef __cplusplus
 }

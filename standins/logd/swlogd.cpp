@@ -5,6 +5,7 @@
 #include "common/log_rank.h"
 #include "common/signals.h"
 #include "platform/relay.h"
+#include "standins/logd/counters.h"
 #include "standins/logd/failures.h"
 #include "standins/logd/line.h"
 #include "standins/logd/output.h"
@@ -118,6 +119,7 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
     writeEntry(entry, text);
     entry.number = logd::ringAppend(entry, text);
     logd::failureNote(entry, text);
+    logd::counterNote(entry, text);
     return 0;
 }
 
@@ -133,6 +135,8 @@ int onMessage(void * /*arg*/, RelayMsgHdr *header, int type, void *data, int len
         return logd::ringAnswer(data, length, reply, replyLength);
     case LOGGING_MSG_TOOLS:
         return logd::failuresAnswer(data, length, reply, replyLength);
+    case LOGGING_MSG_COUNTERS:
+        return logd::countersAnswer(data, length, reply, replyLength);
     default:
         return -EINVAL;
     }

@@ -1,0 +1,110 @@
+// Tells the lines of requests and of tools by their beginnings.
+#include "standins/logd/counters.h"
+
+#include "common/log_rank.h"
+#include "standins/logd/ring.h"
+
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+namespace logd {
+
+namespace {
+
+// Written by counterNote, on the daemon's one thread.
+constinit SwMgrLogCounters counters = {};
+
+// A line about a request. What is refused before its kind is looked at has a line that
+// says both.
+struct RequestLine {
+    std::string_view begin;
+    SwMgrLogRequests SwMgrLogCounters::*kind;
+    bool received;
+    bool refused;
+};
+constexpr RequestLine requestLines[] = {
+    {"Received interface event=", &SwMgrLogCounters::interfaceEvents, true, false},
+    {"failed to handle interface events", &SwMgrLogCounters::interfaceEvents, false, true},
+    {"Invalid database event", &SwMgrLogCounters::malformed, true, true},
+    {"swMgrIoctlHandler: short ifDev event", &SwMgrLogCounters::malformed, true, true},
+    {"short VLAN request (", &SwMgrLogCounters::malformed, true, true},
+    {"short switch command (", &SwMgrLogCounters::malformed, true, true},
+    {"VLAN request (", &SwMgrLogCounters::malformed, true, true},
+};
+
+// While developer messages are on, operation and line stand before every text.
+std::string_view withoutPlace(std::string_view text)
+{
+    const size_t name = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz"
+                                               "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_");
+    if (name == std::string_view::npos || name == 0 || text[name] != ':')
+        return text;
+    const size_t line = text.find_first_not_of("0123456789", name + 1);
+    return line != std::string_view::npos && line != name + 1 && text[line] == ':'
+               ? text.substr(line + 1)
+               : text;
+}
+
+// The last line about a database event ends with its status. One for the table that
+// swctl names when it only asks whether the service answers is no request.
+bool noteDatabaseEvent(std::string_view text)
+{
+    constexpr std::string_view begin = "DBUpdate event: Table: ";
+    constexpr std::string_view status = " status=";
+    constexpr std::string_view marker = "swctl ";
+    if (!text.starts_with(begin))
+        return false;
+    const size_t at = text.rfind(status);
+    if (at == std::string_view::npos || text.substr(begin.size()).starts_with(marker))
+        return true;
+    ++counters.databaseEvents.received;
+    if (text.substr(at + status.size()).starts_with('-'))
+        ++counters.databaseEvents.refused;
+    return true;
+}
+
+} // namespace
+
+void counterNote(const SwMgrLogEntry &entry, const char *text)
+{
+    if (entry.module != SWMGR_RELAY_MODULE_ID)
+        return;
+    std::string_view message(text, entry.textLength);
+    if (entry.level == SWMGR_LOG_DEVDEBUG)
+        message = withoutPlace(message);
+    ToolLine tool;
+    if (toolLineRead(message.data(), message.size(), tool)) {
+        ++counters.toolRuns;
+        if (tool.status != 0 && !toolRemovesInterface(tool))
+            ++counters.toolFailures;
+        return;
+    }
+    if (noteDatabaseEvent(message))
+        return;
+    for (const RequestLine &line : requestLines) {
+        if (!message.starts_with(line.begin))
+            continue;
+        SwMgrLogRequests &kind = counters.*line.kind;
+        kind.received += line.received ? 1 : 0;
+        kind.refused += line.refused ? 1 : 0;
+        return;
+    }
+}
+
+int countersAnswer(const void *request, int requestLength, void *answer, uint32_t *answerLength)
+{
+    SwMgrLogFollowRequest wanted;
+    SwMgrLogAnswer header;
+    const int status = answerBegin(request, requestLength, answer, answerLength, wanted, header);
+    if (status != 0)
+        return status;
+    if (*answerLength < sizeof(header) + sizeof(counters))
+        return -EINVAL;
+    memcpy(answer, &header, sizeof(header));
+    memcpy(static_cast<unsigned char *>(answer) + sizeof(header), &counters, sizeof(counters));
+    *answerLength = sizeof(header) + sizeof(counters);
+    return 0;
+}
+
+} // namespace logd
