@@ -221,7 +221,7 @@ Facts factsOf(const ChangeOptions &options)
         facts.read["kernel"] = !isUnread(*facts.status, "kernel: ");
         if (isUnread(*facts.status, "chip: "))
             facts.read["chip"] = false;
-    } catch (const Failure &failure) {
+    } catch (const std::exception &failure) { // whatever it is, the rest is told
         facts.reason = failure.what();
     }
     facts.up = facts.status ? facts.status->unreachable.empty() : serviceAnswers();

@@ -33,17 +33,28 @@ constexpr RequestLine requestLines[] = {
     {"VLAN request (", &SwMgrLogCounters::malformed, true, true},
 };
 
+bool isDigit(char c)
+{
+    return c >= '0' && c <= '9';
+}
+
+bool isOfName(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_';
+}
+
 // While developer messages are on, operation and line stand before every text.
 std::string_view withoutPlace(std::string_view text)
 {
-    const size_t name = text.find_first_not_of("abcdefghijklmnopqrstuvwxyz"
-                                               "ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_");
-    if (name == std::string_view::npos || name == 0 || text[name] != ':')
-        return text;
-    const size_t line = text.find_first_not_of("0123456789", name + 1);
-    return line != std::string_view::npos && line != name + 1 && text[line] == ':'
-               ? text.substr(line + 1)
-               : text;
+    size_t colon = 0;
+    while (colon < text.size() && isOfName(text[colon]))
+        ++colon;
+    size_t end = colon + 1;
+    while (end < text.size() && isDigit(text[end]))
+        ++end;
+    const bool found = colon != 0 && end > colon + 1 && end < text.size() && text[colon] == ':' &&
+                       text[end] == ':';
+    return found ? text.substr(end + 1) : text;
 }
 
 // The last line about a database event ends with its status. One for the table that
