@@ -3,6 +3,7 @@
 #include "backends/backends.h"
 
 #include "backends/bcm/bcm.h"
+#include "backends/bridge/bridge.h"
 #include "backends/pse/pse.h"
 #include "model/status.h"
 
@@ -16,12 +17,25 @@ constexpr SwitchConfigFuncEntry switchConfigFuncRegisterTbl[3] = {
 
 namespace {
 
-const SwitchConfigFuncEntry *backendOf(const Switch &sw)
+// Searched after the exported table, which others read as it is.
+struct Backend {
+    const char *name;
+    int (*registerFunc)(Switch *sw);
+    int (*unregisterFunc)(Switch *sw);
+};
+constexpr Backend furtherBackends[] = {
+    {"BRIDGE", bridgeRegister, bridgeUnRegister},
+};
+
+Backend backendOf(const Switch &sw)
 {
     for (const SwitchConfigFuncEntry &entry : switchConfigFuncRegisterTbl)
         if (entry.registerFunc != nullptr && strcmp(entry.name, sw.switchName) == 0)
-            return &entry;
-    return nullptr;
+            return {entry.name, entry.registerFunc, entry.unregisterFunc};
+    for (const Backend &backend : furtherBackends)
+        if (strcmp(backend.name, sw.switchName) == 0)
+            return backend;
+    return {};
 }
 
 } // namespace
@@ -30,16 +44,16 @@ extern "C" int switchConfigFuncRegister(Switch *sw)
 {
     if (sw == nullptr)
         return statusInvalid;
-    const SwitchConfigFuncEntry *backend = backendOf(*sw);
-    return backend != nullptr ? backend->registerFunc(sw) : statusFailed;
+    const Backend backend = backendOf(*sw);
+    return backend.registerFunc != nullptr ? backend.registerFunc(sw) : statusFailed;
 }
 
 extern "C" int switchConfigFuncUnRegister(Switch *sw)
 {
     if (sw == nullptr)
         return statusInvalid;
-    const SwitchConfigFuncEntry *backend = backendOf(*sw);
-    if (backend != nullptr)
-        static_cast<void>(backend->unregisterFunc(sw)); // it can only refuse a foreign name
+    const Backend backend = backendOf(*sw);
+    if (backend.unregisterFunc != nullptr)
+        static_cast<void>(backend.unregisterFunc(sw)); // it can only refuse a foreign name
     return 0;
 }

@@ -1,78 +1,15 @@
-// Forwards commands down the hierarchy and translates port numbers.
+// The engine's names for handing commands on.
 #include "backends/pse/lower.h"
 
-#include "backends/payload.h"
-#include "base/labels.h"
-#include "base/log.h"
-#include "model/command.h"
 #include "model/status.h"
-#include "platform/list_of.h"
-#include "switch/command.h"
-#include "switch/registry.h"
-
-namespace {
-
-// The command on its way to one lower switch, whose reply arguments it keeps.
-struct Transfer {
-    Switch &sw;
-    Switch &lower;
-    int cmd;
-    void *replyBuf;
-    uint32_t *replyLen;
-    const char *func; // operation that logs
-
-    [[nodiscard]] int send(const void *payload, uint32_t payloadLen) const
-    {
-        const int status = switchCommandSend(lower, cmd, payload, payloadLen, replyBuf, replyLen);
-        if (status < 0)
-            LOG_AT(SWMGR_LOG_ERROR, switchStrGet(&sw), func, __LINE__,
-                   "Failed to process cmd (%d) in lower switch %s\n", cmd, lower.switchName);
-        return status;
-    }
-
-    // Every mapped port gets the limit, whichever switch it belongs to.
-    [[nodiscard]] int rateLimitSend(const SwCmdRateLimit &limit) const
-    {
-        const auto number = static_cast<int>(limit.portNumber);
-        SwitchPort *port = switchPortByNumberGet(&sw, number);
-        if (port == nullptr) {
-            LOG_AT(SWMGR_LOG_ERROR, switchStrGet(&sw), func, __LINE__,
-                   "Failed to find port (%d).\n", number);
-            return statusFailed;
-        }
-        int status = statusFailed;
-        for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(port->mappedList)) {
-            SwCmdRateLimit translated{};
-            translated.portNumber = static_cast<uint32_t>(node.mapped->portNumber);
-            translated.limitCmd = limit.limitCmd;
-            translated.rateLimit = limit.rateLimit;
-            status = send(&translated, sizeof(translated));
-            if (status < 0)
-                return status;
-        }
-        return status;
-    }
-};
-
-} // namespace
+#include "switch/lower.h"
 
 extern "C" int pseLowerSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
                                     void *replyBuf, uint32_t *replyLen)
 {
     if (sw == nullptr)
         return statusInvalid;
-    LOG_INFO(switchStrGet(sw), "Sending command=(%d) to lower switches\n", cmd);
-    int status = statusFailed;
-    for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(sw->lowerLvlSwitchList)) {
-        if (sw->confTransferFunc == nullptr)
-            continue;
-        status = sw->confTransferFunc(sw, node.lower, cmd, payload, payloadLen, replyBuf, replyLen);
-        if (status < 0)
-            return status;
-    }
-    LOG_INFO(switchStrGet(sw), "Lower switches processed command=(%d). Result=%s\n", cmd,
-             status == 0 ? "Success" : "Failed");
-    return 0;
+    return switchLowerConfig(*sw, {cmd, payload, payloadLen, replyBuf, replyLen}, __func__);
 }
 
 extern "C" int pseConfTransfer(Switch *sw, Switch *lower, int cmd, const void *payload,
@@ -80,10 +17,6 @@ extern "C" int pseConfTransfer(Switch *sw, Switch *lower, int cmd, const void *p
 {
     if (sw == nullptr || lower == nullptr)
         return statusInvalid;
-    const Transfer transfer{*sw, *lower, cmd, replyBuf, replyLen, __func__};
-    if (cmd != SW_CMD_RATE_LIMIT)
-        return transfer.send(payload, payloadLen);
-    if (payload == nullptr)
-        return statusFailed;
-    return transfer.rateLimitSend(recordOf<SwCmdRateLimit>(payload));
+    return switchLowerTransfer(*sw, *lower, {cmd, payload, payloadLen, replyBuf, replyLen},
+                               __func__);
 }
