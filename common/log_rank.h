@@ -7,6 +7,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <string_view>
 
 // Ranks are levels, with two more between them. Lower is more urgent.
 enum LogRank : int32_t {
@@ -58,9 +59,33 @@ struct ToolLine {
     int status;
 };
 
-// False for a text of another shape, which may lack a terminator.
-inline bool toolLineRead(const char *text, size_t length, ToolLine &tool)
+// While developer messages are on, operation and line stand before every text, as
+// "swMgrInit:12:".
+inline std::string_view withoutPlace(std::string_view text)
 {
+    const auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    const auto isOfName = [&](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_';
+    };
+    size_t colon = 0;
+    while (colon < text.size() && isOfName(text[colon]))
+        ++colon;
+    size_t end = colon + 1;
+    while (end < text.size() && isDigit(text[end]))
+        ++end;
+    const bool found = colon != 0 && end > colon + 1 && end < text.size() && text[colon] == ':' &&
+                       text[end] == ':';
+    if (found)
+        text.remove_prefix(end + 1); // substr would need the C++ runtime
+    return text;
+}
+
+// False for a text of another shape, which may lack a terminator.
+inline bool toolLineRead(const char *whole, size_t wholeLength, ToolLine &tool)
+{
+    const std::string_view message = withoutPlace({whole, wholeLength});
+    const char *text = message.data();
+    const size_t length = message.size();
     constexpr char head[] = "cmd (";
     constexpr char tail[] = ") returned (";
     constexpr size_t headLength = sizeof(head) - 1;

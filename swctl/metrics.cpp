@@ -96,8 +96,9 @@ void addService(Exposition &out, const Facts &facts)
     out.sample(1, {{"version", SWMGR_VERSION}});
     out.gauge("up", facts.up ? 1 : 0, "Whether the service answers.");
     if (facts.start) {
-        out.family("start_time_seconds", "gauge", "When the service started, since 1970.");
-        out.seconds(*facts.start);
+        // Worked out from two clocks: beyond the second it would differ from look to look.
+        out.gauge("start_time_seconds", static_cast<uint64_t>((*facts.start + 500) / 1000),
+                  "When the service started, since 1970.");
     }
     out.family("part_readable", "gauge", "Whether a part of the gateway could be read.");
     for (const auto &[part, readable] : facts.read)
@@ -167,9 +168,11 @@ void addCounts(Exposition &out, const LogCounts &counts)
                "commands that are in order.");
     for (const auto &[kind, requests] : kinds)
         out.sample(requests.received, {{"kind", kind}});
-    out.family("requests_refused_total", "counter", "Of them, those that were refused.");
+    out.family("requests_refused_total", "counter",
+               "Requests that were refused, switch commands too.");
     for (const auto &[kind, requests] : kinds)
         out.sample(requests.refused, {{"kind", kind}});
+    out.sample(all.switchCommands.refused, {{"kind", "switch_command"}});
 }
 
 void addPorts(Exposition &out, const Facts &facts)

@@ -95,9 +95,10 @@ typedef struct SwMgrLogCounters {
     uint64_t toolFailures; // removals of interfaces that were not there left out
     SwMgrLogRequests databaseEvents;
     SwMgrLogRequests interfaceEvents;
-    SwMgrLogRequests malformed; // of any kind: short, or with a name that is none
+    SwMgrLogRequests malformed;      // of any kind: short, or with a name that is none
+    SwMgrLogRequests switchCommands; // those that were refused alone: the others have no line
 } SwMgrLogCounters;
-SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogCounters) == 64);
+SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogCounters) == 80);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogCounters, malformed) == 48);
 
 #ifdef __cplusplus

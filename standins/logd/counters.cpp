@@ -31,31 +31,8 @@ constexpr RequestLine requestLines[] = {
     {"short VLAN request (", &SwMgrLogCounters::malformed, true, true},
     {"short switch command (", &SwMgrLogCounters::malformed, true, true},
     {"VLAN request (", &SwMgrLogCounters::malformed, true, true},
+    {"Failed to process cmd ", &SwMgrLogCounters::switchCommands, true, true},
 };
-
-bool isDigit(char c)
-{
-    return c >= '0' && c <= '9';
-}
-
-bool isOfName(char c)
-{
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || isDigit(c) || c == '_';
-}
-
-// While developer messages are on, operation and line stand before every text.
-std::string_view withoutPlace(std::string_view text)
-{
-    size_t colon = 0;
-    while (colon < text.size() && isOfName(text[colon]))
-        ++colon;
-    size_t end = colon + 1;
-    while (end < text.size() && isDigit(text[end]))
-        ++end;
-    const bool found = colon != 0 && end > colon + 1 && end < text.size() && text[colon] == ':' &&
-                       text[end] == ':';
-    return found ? text.substr(end + 1) : text;
-}
 
 // The last line about a database event ends with its status. One for the table that
 // swctl names when it only asks whether the service answers is no request.
@@ -67,10 +44,12 @@ bool noteDatabaseEvent(std::string_view text)
     if (!text.starts_with(begin))
         return false;
     const size_t at = text.rfind(status);
-    if (at == std::string_view::npos || text.substr(begin.size()).starts_with(marker))
+    text.remove_prefix(begin.size());
+    if (at == std::string_view::npos || text.starts_with(marker))
         return true;
+    text.remove_prefix(at + status.size() - begin.size());
     ++counters.databaseEvents.received;
-    if (text.substr(at + status.size()).starts_with('-'))
+    if (text.starts_with('-'))
         ++counters.databaseEvents.refused;
     return true;
 }

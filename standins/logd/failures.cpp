@@ -61,9 +61,12 @@ void keep(const SwMgrLogEntry &entry, const char *text, const ToolEntry &about)
 // whether it was the running service's.
 void noteError(const SwMgrLogEntry &entry, const char *text)
 {
-    if (entry.level > SWMGR_LOG_ERROR)
+    // While developer messages are on, errors have their level too.
+    if (entry.level > SWMGR_LOG_ERROR && entry.level != SWMGR_LOG_DEVDEBUG)
         return;
     if (!isLoadFailure({text, entry.textLength})) {
+        if (entry.level > SWMGR_LOG_ERROR)
+            return;
         for (uint32_t i = 1; i < reasonCount; ++i)
             reasons[i - 1] = reasons[i];
         Reason &newest = reasons[reasonCount - 1];

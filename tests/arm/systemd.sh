@@ -26,6 +26,16 @@ check_state 30
 systemctl restart swmgrd || fail "no restart"
 check_state 10 20 30 100 200 300
 
+# What the metrics unit is left suffices for every part.
+metrics=/var/lib/prometheus/node-exporter/swmgr.prom
+mkdir -p "${metrics%/*}"
+systemctl start swmgr-metrics.service || fail "no metrics"
+for line in 'swmgr_up 1' 'swmgr_healthy 1' 'swmgr_vlans_applied 6' 'swmgr_start_time_seconds [0-9]*' \
+    'swmgr_last_load_success 1'; do
+    grep -qx "$line" $metrics || { cat $metrics; fail "the metrics lack $line"; }
+done
+! grep -q 'part_readable.* 0' $metrics || { cat $metrics; fail "a part is not readable"; }
+
 # Command lines and their tools say on standard error what was denied to them.
 if journalctl --no-pager -o cat -u swmgrd | grep -E '^sh:|denied|not permitted|Bad file'; then
     fail "something was denied"
