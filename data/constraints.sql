@@ -20,7 +20,7 @@ BEGIN
     SELECT RAISE(ABORT, 'value-range: swGlobalCfg.qosEnable takes 0 and 1')
     WHERE CAST(CAST(ifnull(NEW.qosEnable, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 1;
     SELECT RAISE(ABORT, 'switch-unknown-name: no backend drives a switch of this name')
-    WHERE ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE');
+    WHERE ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE', 'BRIDGE');
     SELECT RAISE(ABORT, 'switch-duplicate: two rows describe one switch')
     WHERE EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid
       AND o.switchName = NEW.switchName);
@@ -40,7 +40,7 @@ BEGIN
     SELECT RAISE(ABORT, 'value-range: swGlobalCfg.qosEnable takes 0 and 1')
     WHERE CAST(CAST(ifnull(NEW.qosEnable, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 1;
     SELECT RAISE(ABORT, 'switch-unknown-name: no backend drives a switch of this name')
-    WHERE ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE');
+    WHERE ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE', 'BRIDGE');
     SELECT RAISE(ABORT, 'switch-duplicate: two rows describe one switch')
     WHERE EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid
       AND o.switchName = NEW.switchName);
@@ -70,7 +70,13 @@ BEGIN
       AND o.switchName = NEW.switchName AND CAST(CAST(ifnull(o.portNumber, 0) AS TEXT) AS INTEGER) = CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER));
     SELECT RAISE(ABORT, 'port-number-range: the switch does not have this port')
     WHERE NEW.switchName = 'BCM' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4
-      OR NEW.switchName = 'PSE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 7;
+      OR NEW.switchName = 'PSE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 7
+      OR NEW.switchName = 'BRIDGE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 31;
+    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
+    WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
+      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
+      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
+      o.interfaceName = NEW.interfaceName));
     SELECT RAISE(ABORT, 'mapping-own-switch: a port is mapped onto its own switch')
     WHERE instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0;
     SELECT RAISE(ABORT, 'mapping-nowhere: a port is mapped onto a port that no row describes')
@@ -107,7 +113,13 @@ BEGIN
       AND o.switchName = NEW.switchName AND CAST(CAST(ifnull(o.portNumber, 0) AS TEXT) AS INTEGER) = CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER));
     SELECT RAISE(ABORT, 'port-number-range: the switch does not have this port')
     WHERE NEW.switchName = 'BCM' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4
-      OR NEW.switchName = 'PSE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 7;
+      OR NEW.switchName = 'PSE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 7
+      OR NEW.switchName = 'BRIDGE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 31;
+    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
+    WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
+      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
+      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
+      o.interfaceName = NEW.interfaceName));
     SELECT RAISE(ABORT, 'mapping-own-switch: a port is mapped onto its own switch')
     WHERE instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0;
     SELECT RAISE(ABORT, 'mapping-nowhere: a port is mapped onto a port that no row describes')
@@ -155,8 +167,10 @@ BEGIN
     SELECT RAISE(ABORT, 'interface-name-long: the name of the sub-interface is longer than 15 characters')
     WHERE NEW.interfaceName <> '' AND length(NEW.interfaceName || '.' || CAST(CAST(ifnull(NEW.vlanId, 0) AS TEXT) AS INTEGER)) > 15;
     SELECT RAISE(ABORT, 'port-missing: a port list names a port that the chip does not have')
-    WHERE replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*'
-      OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*';
+    WHERE (replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*'
+      OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*')
+      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')
+      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'));
     SELECT RAISE(ABORT, 'untag-without-membership: a port sends a VLAN untagged that it is no member of')
     WHERE EXISTS (SELECT 1 FROM (SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n
       WHERE instr(replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ','), n.e) AND NOT instr(replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ','), n.e)
@@ -201,8 +215,10 @@ BEGIN
     SELECT RAISE(ABORT, 'interface-name-long: the name of the sub-interface is longer than 15 characters')
     WHERE NEW.interfaceName <> '' AND length(NEW.interfaceName || '.' || CAST(CAST(ifnull(NEW.vlanId, 0) AS TEXT) AS INTEGER)) > 15;
     SELECT RAISE(ABORT, 'port-missing: a port list names a port that the chip does not have')
-    WHERE replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*'
-      OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*';
+    WHERE (replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*'
+      OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*')
+      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')
+      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'));
     SELECT RAISE(ABORT, 'untag-without-membership: a port sends a VLAN untagged that it is no member of')
     WHERE EXISTS (SELECT 1 FROM (SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n
       WHERE instr(replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ','), n.e) AND NOT instr(replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ','), n.e)

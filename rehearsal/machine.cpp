@@ -4,6 +4,7 @@
 #include "devices/engine/host.h"
 #include "devices/engine/tools.h"
 
+#include <algorithm>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -61,6 +62,24 @@ std::vector<const char *> wordsOf(std::string &line)
     return words;
 }
 
+// Tools of the system, which a bridge is driven with. They are taken to succeed; what
+// they would do is read from their lines.
+bool isOfLinux(const char *tool)
+{
+    constexpr const char *tools[] = {"ip", "bridge", "tc", "ethtool"};
+    return std::any_of(std::begin(tools), std::end(tools),
+                       [tool](const char *known) { return strcmp(known, tool) == 0; });
+}
+
+// A bridge that was made is an interface: "ip link add name NAME type bridge ...".
+void noteBridge(const std::vector<const char *> &words)
+{
+    constexpr std::array<unsigned char, 6> address = {2, 0, 0, 0, 0, 0xb0};
+    constexpr size_t place = 4;
+    if (words.size() > place && strcmp(words[2], "add") == 0 && strcmp(words[3], "name") == 0)
+        interfaces[words[place]] = address;
+}
+
 } // namespace
 
 bool machineInit()
@@ -94,8 +113,12 @@ void deviceAdd(const std::string &path)
     devices.insert(path);
 }
 
+// The rehearsed machine has been switched on: the kernel's list of interfaces has no
+// bridge yet.
 int deviceOpen(const std::string &path)
 {
+    if (path.starts_with("/sys/class/net/"))
+        return -ENOENT;
     return devices.empty() || devices.contains(path) ? chipDescriptor : -ENOENT;
 }
 
@@ -105,6 +128,10 @@ int commandRun(const char *commandLine)
     const std::vector<const char *> words = wordsOf(line);
     if (words.empty() || words.size() > maxWords)
         return words.empty() ? 0 : -E2BIG;
+    if (isOfLinux(words[0])) {
+        noteBridge(words);
+        return 0;
+    }
     const char *slash = strrchr(words[0], '/');
     const engine::Tool *tool = engine::toolByName(slash != nullptr ? slash + 1 : words[0]);
     if (tool == nullptr)

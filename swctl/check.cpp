@@ -17,6 +17,8 @@ namespace swctl {
 namespace {
 
 constexpr uint32_t chipMask = (1u << chipPorts) - 1;
+constexpr int portListBits = 32;
+constexpr size_t longestInterfaceName = 15;
 
 class Checker {
 public:
@@ -52,6 +54,9 @@ private:
     void checkVlans();
     void checkInterface(size_t row);
     void checkList(size_t row, const char *column, const PortList &list, uint32_t chipRows);
+    void checkBridgePort(size_t row);
+    void checkBridgeList(size_t row);
+    [[nodiscard]] bool isBridge(const std::string &interface) const; // that the service makes
     void checkUntagged(size_t row, std::array<const VlanRow *, chipPorts> &untaggedIn);
     void checkShift(size_t row, uint32_t reached);
 
@@ -189,7 +194,7 @@ void Checker::checkSwitches()
 {
     for (size_t i = 0; i < all.switches.size(); ++i) {
         const SwitchRow &sw = all.switches[i];
-        if (sw.name != "BCM" && sw.name != "PSE")
+        if (sw.name != "BCM" && sw.name != "PSE" && sw.name != "BRIDGE")
             add("switch-unknown-name", all.switchTable, i, "",
                 "no backend drives a switch named '" + printable(sw.name) + "'");
         if (sw.name == "BCM" && all.switchTable.rows[i].text("switchDevice").empty())
@@ -252,6 +257,8 @@ void Checker::checkPortNumber(size_t row)
     const PortRow &port = all.ports[row];
     const bool chip = port.owner == "BCM";
     const int count = chip ? chipPorts : enginePorts;
+    if (port.owner == "BRIDGE")
+        checkBridgePort(row);
     if (!chip && port.owner != "PSE")
         return;
     if (port.number < 0 || port.number >= count) {
@@ -268,6 +275,51 @@ void Checker::checkPortNumber(size_t row)
         if (all.switches[i].name == port.owner && stated > 0 && port.number >= stated + first)
             add("port-beyond-count", all.portTable, row, "",
                 "the switch's row says that it has " + std::to_string(stated) + " ports");
+    }
+}
+
+// A port of a bridge is an interface, which joins it.
+void Checker::checkBridgePort(size_t row)
+{
+    const std::string name = all.portTable.rows[row].text("interfaceName");
+    if (all.ports[row].number < 0 || all.ports[row].number >= portListBits)
+        add("port-number-range", all.portTable, row, "", "a bridge has the ports 0 to 31");
+    if (name.empty() || name.size() > longestInterfaceName || name.front() == '-') {
+        add("bridge-port-interface", all.portTable, row, "",
+            "'" + printable(name) + "' is no interface that could join the bridge");
+        return;
+    }
+    for (size_t i = 0; i < row; ++i)
+        if (all.ports[i].owner == "BRIDGE" && all.portTable.rows[i].text("interfaceName") == name)
+            add("bridge-port-interface", all.portTable, row, "",
+                printable(name) + " is the interface of an earlier row too");
+    if (context.interfaces && !context.interfaces->contains(name))
+        add("bridge-port-interface", all.portTable, row, name,
+            "there is no interface " + printable(name) + " here");
+}
+
+// Of a VLAN's ports each is a row of the bridge.
+void Checker::checkBridgeList(size_t row)
+{
+    uint32_t rows = 0;
+    for (const PortRow &port : all.ports)
+        if (port.owner == "BRIDGE" && port.number >= 0 && port.number < portListBits)
+            rows |= 1u << port.number;
+    const VlanRow &vlan = all.vlans[row];
+    for (int port = 0; port < portListBits; ++port) {
+        const std::string number = std::to_string(port);
+        if ((vlan.members.mask & ~rows) >> port & 1)
+            add("port-missing", all.vlanTable, row, "fwdMap " + number,
+                "port " + number +
+                    " in fwdMap is none of the bridge; the service refuses the VLAN");
+        if ((vlan.untagged.mask & ~vlan.members.mask) >> port & 1)
+            add("untag-without-membership", all.vlanTable, row, number,
+                "port " + number + " is in untagMap and not in fwdMap");
+        for (size_t i = 0; i < row; ++i)
+            if ((all.vlans[i].untagged.mask & vlan.untagged.mask) >> port & 1)
+                add("untag-twice", all.vlanTable, row, number,
+                    "port " + number + " is untagged in VLAN " + std::to_string(all.vlans[i].id) +
+                        " too");
     }
 }
 
@@ -339,6 +391,10 @@ void Checker::checkVlans()
             add("vlan-duplicate", all.vlanTable, i, "",
                 "an earlier row describes the VLAN as well");
         checkInterface(i);
+        if (all.hasSwitch("BRIDGE"))
+            checkBridgeList(i);
+        if (!all.hasSwitch("BCM") && all.hasSwitch("BRIDGE"))
+            continue;
         checkList(i, "fwdMap", vlan.members, chipRows);
         checkList(i, "untagMap", vlan.untagged, chipRows);
         checkUntagged(i, untaggedIn);
@@ -361,9 +417,18 @@ void Checker::checkInterface(size_t row)
         add("interface-name-long", all.vlanTable, row, "",
             "the sub-interface " + printable(sub) + " would have " + std::to_string(sub.size()) +
                 " characters; Linux takes 15");
-    if (context.interfaces && !context.interfaces->contains(name))
+    if (context.interfaces && !context.interfaces->contains(name) && !isBridge(name))
         add("interface-unknown", all.vlanTable, row, name,
             "there is no interface " + printable(name) + " here");
+}
+
+bool Checker::isBridge(const std::string &interface) const
+{
+    for (size_t i = 0; i < all.switches.size(); ++i)
+        if (all.switches[i].name == "BRIDGE" &&
+            all.switchTable.rows[i].text("switchDevice") == interface)
+            return true;
+    return false;
 }
 
 void Checker::checkList(size_t row, const char *column, const PortList &list, uint32_t chipRows)

@@ -44,13 +44,17 @@ constexpr Rule rules[] = {
     {"switch-unknown-name", error, "no backend drives a switch of this name",
      "The name selects the backend, so a switch with another name cannot be set up, and a start "
      "ends there.",
-     "Name the switch BCM (the chip) or PSE (the engine), in capitals."},
+     "Name the switch BCM (the chip), PSE (the engine) or BRIDGE (of Linux), in capitals."},
     {"switch-duplicate", error, "two rows describe one switch",
      "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
     {"switch-device-missing", error, "the chip has no device node",
      "Every request to the chip goes through its node; without one it cannot be opened, and a "
      "start ends there.",
      "Name it: 'swctl switch add BCM --device PATH', or set switchDevice in its row."},
+    {"bridge-port-interface", error, "a port of the bridge is no interface of its own",
+     "A port of a bridge is the interface that its row names; one that is not there, or that two "
+     "rows name, cannot join, and a start ends at its row.",
+     "Name the port's own interface, as 'swctl port set BRIDGE 1 --interface lan1'."},
     {"same-level", warning, "two switches are on one level",
      "The first row of the highest level is the top of the hierarchy, so the order of rows "
      "decides which switch gets requests for VLANs and bandwidth.",
@@ -201,7 +205,8 @@ struct Guard {
 #define CHIP_PORTS     "(SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n"
 
 constexpr Guard guards[] = {
-    {"switch-unknown-name", "swGlobalCfg", "ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE')"},
+    {"switch-unknown-name", "swGlobalCfg",
+     "ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE', 'BRIDGE')"},
     {"switch-duplicate", "swGlobalCfg",
      "EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid\n"
      "      AND o.switchName = NEW.switchName)"},
@@ -215,7 +220,13 @@ constexpr Guard guards[] = {
      "      AND o.switchName = NEW.switchName AND #o.portNumber = #portNumber)"},
     {"port-number-range", "swPortConfig",
      "NEW.switchName = 'BCM' AND #portNumber NOT BETWEEN 0 AND 4\n"
-     "      OR NEW.switchName = 'PSE' AND #portNumber NOT BETWEEN 0 AND 7"},
+     "      OR NEW.switchName = 'PSE' AND #portNumber NOT BETWEEN 0 AND 7\n"
+     "      OR NEW.switchName = 'BRIDGE' AND #portNumber NOT BETWEEN 0 AND 31"},
+    {"bridge-port-interface", "swPortConfig",
+     "NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15\n"
+     "      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE\n"
+     "      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND\n"
+     "      o.interfaceName = NEW.interfaceName))"},
     {"mapping-own-switch", "swPortConfig",
      "instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0"},
     {"mapping-nowhere", "swPortConfig",
@@ -233,8 +244,10 @@ constexpr Guard guards[] = {
     {"interface-name-long", "vlanEncapIf",
      "NEW.interfaceName <> '' AND length(NEW.interfaceName || '.' || #vlanId) > 15"},
     {"port-missing", "vlanEncapIf",
-     "@fwdMap GLOB '*[5-9]*' OR @fwdMap GLOB '*[0-9][0-9]*'\n"
-     "      OR @untagMap GLOB '*[5-9]*' OR @untagMap GLOB '*[0-9][0-9]*'"},
+     "(@fwdMap GLOB '*[5-9]*' OR @fwdMap GLOB '*[0-9][0-9]*'\n"
+     "      OR @untagMap GLOB '*[5-9]*' OR @untagMap GLOB '*[0-9][0-9]*')\n"
+     "      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')\n"
+     "      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'))"},
     {"untag-without-membership", "vlanEncapIf",
      "EXISTS (SELECT 1 FROM " CHIP_PORTS "\n"
      "      WHERE instr(@untagMap, n.e) AND NOT instr(@fwdMap, n.e)\n"

@@ -86,6 +86,11 @@ void printStates(const VlanView &view)
     if (!engineName.empty())
         table.add({"  engine " + shown(engineName), engineText(view.look.engineOf(view.id)),
                    engineNow(view)});
+    const Bridge &wanted = view.look.target.bridge;
+    if (!wanted.name.empty())
+        table.add({"  bridge " + shown(wanted.name), bridgeText(wanted, view.id),
+                   view.look.actual.bridge.held ? bridgeText(*view.look.actual.bridge.held, view.id)
+                                                : "not read"});
     const auto interfaces = interfacesOf(view);
     for (const auto &[name, states] : interfaces)
         table.add({"  " + shown(name), states.first, states.second});
@@ -153,7 +158,9 @@ Json interfacesJson(const Kernel &kernel, int id)
 
 Json viewJson(const VlanView &view)
 {
-    const auto &[chip, chipIds, kernel, engine] = view.look.actual;
+    const auto &[chip, chipIds, kernel, bridge, engine] = view.look.actual;
+    const Bridge &wantedBridge = view.look.target.bridge;
+    const bool isBridge = !wantedBridge.name.empty();
     const std::string chipName = view.look.nameOf(Device::chip);
     const std::string engineName = view.look.nameOf(Device::engine);
     const EngineVlan ports = view.look.engineOf(view.id);
@@ -173,10 +180,12 @@ Json viewJson(const VlanView &view)
           {"engine", engineName.empty() ? Json()
                                         : Json{{"members", portsJson(ports.members)},
                                                {"tagged", portsJson(ports.tagged)}}},
+          {"bridge", isBridge ? Json(bridgeText(wantedBridge, view.id)) : Json()},
           {"interfaces", interfacesJson(view.look.target.kernel, view.id)}}},
         {"now",
          {{"chip", chip.held ? chipJson(entryOf(*chip.held, view.id)) : Json()},
           {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},
+          {"bridge", isBridge && bridge.held ? Json(bridgeText(*bridge.held, view.id)) : Json()},
           {"interfaces", kernel.held ? interfacesJson(*kernel.held, view.id) : Json()}}},
         {"unread", unread},
         {"differences", differencesJson(view.differences)}};

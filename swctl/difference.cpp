@@ -9,8 +9,8 @@
 namespace swctl {
 namespace {
 
-constexpr const char *keys[] = {"chip-entry", "default-tag", "sub-interface", "engine-entry",
-                                "setting"};
+constexpr const char *keys[] = {"chip-entry",   "default-tag",  "sub-interface",
+                                "engine-entry", "bridge-entry", "setting"};
 
 void compareChip(const Target &target, const Chip &actual, const std::set<int> &read,
                  std::vector<Difference> &all)
@@ -85,6 +85,25 @@ void compareEngine(const EngineFacts &facts, std::vector<Difference> &all)
         }
 }
 
+void compareBridge(const Bridge &wanted, const Bridge &actual, const std::set<int> &read,
+                   std::vector<Difference> &all)
+{
+    std::set<int> ids;
+    for (const auto &[id, members] : wanted.vlans)
+        ids.insert(id);
+    for (const auto &[id, members] : actual.vlans)
+        ids.insert(id);
+    for (const int id : ids) {
+        Difference difference;
+        difference.kind = DifferenceKind::bridgeEntry;
+        difference.vlanId = id;
+        difference.wanted = bridgeText(wanted, id);
+        difference.found = bridgeText(actual, id);
+        if (read.contains(id) && difference.wanted != difference.found)
+            all.push_back(difference);
+    }
+}
+
 } // namespace
 
 bool Difference::sameAs(const Difference &other) const
@@ -112,6 +131,8 @@ std::string Difference::text() const
                wanted;
     case DifferenceKind::engineEntry:
         return vlan + " in the engine: " + printable(found);
+    case DifferenceKind::bridgeEntry:
+        return vlan + " in the bridge: " + found + ", should be " + wanted;
     case DifferenceKind::setting:
         return printable(found);
     }
@@ -136,6 +157,7 @@ Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)
     Target target;
     target.chip = rehearsal.chip();
     target.kernel = rehearsal.kernel();
+    target.bridge = bridgeOf(rehearsal.happenings());
     target.vlanIds = std::move(vlanIds);
     target.loadStatus = rehearsal.loadStatus();
     target.stopped = rehearsal.stoppedAt();
@@ -178,6 +200,8 @@ std::vector<Difference> differences(const Target &target, const Actual &actual)
         compareChip(target, *actual.chip.held, actual.chipIds, all);
     if (actual.kernel.held)
         compareKernel(target, *actual.kernel.held, all);
+    if (actual.bridge.held)
+        compareBridge(target.bridge, *actual.bridge.held, actual.chipIds, all);
     if (actual.engine.held)
         compareEngine(*actual.engine.held, all);
     for (Difference &difference : all) {

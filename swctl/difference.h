@@ -2,6 +2,7 @@
 // engine and kernel hold.
 #pragma once
 
+#include "swctl/bridge.h"
 #include "swctl/holding.h"
 #include "swctl/pause_registers.h"
 #include "swctl/rehearsal.h"
@@ -18,6 +19,7 @@ enum class DifferenceKind {
     defaultTag,   // VLAN of a port's untagged frames
     subInterface, // of the kernel: missing, left over, down, other maps
     engineEntry,  // a tool of the engine failed to write it
+    bridgeEntry,  // interfaces of a VLAN in a bridge
     setting,      // a setting that the service takes only at its start
 };
 
@@ -50,6 +52,7 @@ struct Difference {
 struct Target {
     Chip chip;
     Kernel kernel;
+    Bridge bridge;
     bool chipRun = false;   // there is a chip at all
     bool pausesSet = false; // an engine's pause frames were set
     PauseRegisters pauses{};
@@ -70,8 +73,9 @@ struct EngineFacts {
 
 struct Actual {
     Part<Chip> chip;
-    std::set<int> chipIds; // VLANs whose entry was read
+    std::set<int> chipIds; // VLANs whose entry was read, in chip and bridge
     Part<Kernel> kernel;
+    Part<Bridge> bridge; // held, and empty, where no switch is one
     Part<EngineFacts> engine;
 };
 

@@ -68,6 +68,15 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
         actual.chip = readChip(place, device, ids, progress);
     else
         actual.chip.held.emplace(); // no switch is a chip: there is nothing to read
+    if (target.bridge.name.empty())
+        actual.bridge.held.emplace();
+    else if (place.engineState.empty())
+        actual.bridge = readBridge(target.bridge);
+    else
+        actual.bridge.reason = "a simulated gateway has none";
+    if (actual.bridge.held && extent == Extent::whole)
+        for (const auto &[id, members] : actual.bridge.held->vlans)
+            ids.insert(id);
     actual.chipIds = std::move(ids);
     return actual;
 }

@@ -12,6 +12,8 @@ void readUnread(Verdict &verdict, const Actual &actual)
         verdict.unread.push_back("chip: " + actual.chip.reason);
     if (!actual.kernel.held)
         verdict.unread.push_back("kernel: " + actual.kernel.reason);
+    if (!actual.bridge.held)
+        verdict.unread.push_back("bridge: " + actual.bridge.reason);
 }
 
 void noteEngine(Verdict &verdict, const Actual &actual)

@@ -58,6 +58,8 @@ Look lookAt(const std::string &databasePath, const std::string &siteFile,
         look.unread.push_back("chip: " + look.actual.chip.reason);
     if (!look.actual.kernel.held)
         look.unread.push_back("kernel: " + look.actual.kernel.reason);
+    if (!look.actual.bridge.held)
+        look.unread.push_back("bridge: " + look.actual.bridge.reason);
     return look;
 }
 

@@ -57,6 +57,9 @@ std::string rulesOf(const std::vector<Finding> &findings)
 #define SWITCH "UPDATE swGlobalCfg SET "
 #define ADD_PORT "INSERT INTO swPortConfig (switchName, portNumber) VALUES "
 #define ADD_SWITCH "INSERT INTO swGlobalCfg (switchName, switchLevel, vlanEnable) VALUES "
+#define ADD_BRIDGE "INSERT INTO swGlobalCfg (switchName, switchDevice, switchLevel, vlanEnable)" \
+    " VALUES ('BRIDGE', 'br0', 3, 1); INSERT INTO swPortConfig (switchName, portNumber," \
+    " interfaceName) VALUES ('BRIDGE', "
 // One fault each, and the rules that it breaks; by the one marked with * the
 // triggers refuse it. Without a mark SQL cannot tell, or the rule only warns.
 constexpr struct { const char *sql, *rules; } cases[] = {
@@ -97,6 +100,10 @@ constexpr struct { const char *sql, *rules; } cases[] = {
     {VLAN "untagMap = '4' WHERE vlanId = 10", "port-without-row"}, // towards the processor
     {VLAN "untagMap = '3,2' WHERE vlanId = 10", "*untag-twice"},
     {VLAN "fwdMap = '0,1,2'", "shifted-ports"},
+    {ADD_BRIDGE "0, '-eth0')", "start-stops *bridge-port-interface port-missing"},
+    {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth0')", "start-stops *bridge-port-interface port-missing"},
+    {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth9')", "start-stops bridge-port-interface port-missing"},
+    {ADD_BRIDGE "32, 'eth0')", "start-stops *port-number-range port-missing"},
 };
 // clang-format on
 
