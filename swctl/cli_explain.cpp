@@ -26,9 +26,10 @@ PortName portOf(const Look &look, const std::string &text)
 {
     const size_t colon = text.rfind(':');
     PortName port;
-    port.switchName = colon != std::string::npos           ? text.substr(0, colon)
-                      : !look.nameOf(Device::chip).empty() ? look.nameOf(Device::chip)
-                                                           : look.nameOf(Device::engine);
+    port.switchName = colon != std::string::npos             ? text.substr(0, colon)
+                      : !look.nameOf(Device::chip).empty()   ? look.nameOf(Device::chip)
+                      : !look.nameOf(Device::engine).empty() ? look.nameOf(Device::engine)
+                                                             : look.nameOf(Device::bridge);
     const SwitchConfig *found = nullptr;
     for (const SwitchConfig &sw : look.network.switches)
         if (sw.name == port.switchName)
@@ -43,6 +44,9 @@ PortName portOf(const Look &look, const std::string &text)
         throw Failure(exitDiffers,
                       "a fresh start does not bring up switch '" + printable(found->name) + "'" +
                           (look.network.stop ? ": " + stopText(*look.network.stop) : ""));
+    if (port.device == Device::bridge)
+        throw Failure(exitUsage,
+                      "of a port of a bridge 'swctl vlan show ID' tells what it carries");
     port.number = std::stoi(colon != std::string::npos ? text.substr(colon + 1) : text);
     const int highest = port.device == Device::chip ? chipPortCount - 1 : enginePorts - 1;
     if (port.number > highest)
@@ -197,8 +201,12 @@ void printInterface(const InterfaceExplanation &all)
         printLine(sub.name, "");
         printLine("should be", sub.wanted);
         printLine("is", sub.held);
-        printLine("gets", "frames of VLAN " + std::to_string(sub.vlanId) + " from chip ports " +
-                              sub.ports + ", through " + sub.hostPorts);
+        if (!sub.bridge.empty())
+            printLine("gets",
+                      "frames of VLAN " + std::to_string(sub.vlanId) + " in bridge " + sub.bridge);
+        else
+            printLine("gets", "frames of VLAN " + std::to_string(sub.vlanId) + " from chip ports " +
+                                  sub.ports + ", through " + sub.hostPorts);
     }
     if (all.subs.empty())
         printLine("VLANs", "no row has " + all.name);

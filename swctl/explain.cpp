@@ -235,6 +235,9 @@ SubInterfaceState subInterface(const Look &look, const std::string &name, int vl
     sub.vlanId = vlanId;
     sub.wanted = stateOf(look.target.kernel, name);
     sub.held = kernel.held ? stateOf(*kernel.held, name) : "not read";
+    if (!look.target.bridge.name.empty())
+        sub.bridge =
+            look.actual.bridge.held ? bridgeText(*look.actual.bridge.held, vlanId) : "not read";
     ChipVlan entry = entryOf(chip, vlanId);
     const auto host = static_cast<uint16_t>(hostPorts(look.network, vlanId) & entry.fwdMap);
     sub.hostPorts = portsText({host, static_cast<uint16_t>(entry.untagMap & host)});

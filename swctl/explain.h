@@ -56,6 +56,7 @@ struct SubInterfaceState {
     int vlanId = 0;
     std::string wanted, held;     // "up", "none", "not read"
     std::string ports, hostPorts; // of the chip that reach it, and through which, as "1T 2U"
+    std::string bridge;           // what it gets in a bridge; empty: there is none
 };
 
 struct InterfaceExplanation {

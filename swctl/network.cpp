@@ -1,6 +1,8 @@
 // Rows and rehearsal side by side; see the header.
 #include "swctl/network.h"
 
+#include "swctl/bridge.h"
+
 #include "swctl/check.h"
 #include "swctl/check_rows.h"
 #include "swctl/number.h"
@@ -31,23 +33,21 @@ std::vector<int> rowStatuses(const Rehearsal &start, const char *table)
     return statuses;
 }
 
-// By the row's place in its table: the chip's driver is opened for a chip, and an
-// engine is driven by tools alone.
+// By the row's place in its table: the chip's driver is opened for a chip, the kernel is
+// asked about a bridge, and an engine is driven by tools alone.
 std::vector<Device> devicesOf(const Rehearsal &start)
 {
     std::vector<Device> devices;
-    bool opened = false;
+    Device opened = Device::engine;
     for (const Happening &happening : start.happenings()) {
         if (happening.kind == rehearsal::Kind::opened)
-            opened = true;
+            opened = happening.data.starts_with("/sys/") ? Device::bridge : Device::chip;
         if (happening.kind != rehearsal::Kind::row)
             continue;
         if (happening.data != "swGlobalCfg")
             break;
-        devices.push_back(happening.number < 0 ? Device::none
-                          : opened             ? Device::chip
-                                               : Device::engine);
-        opened = false;
+        devices.push_back(happening.number < 0 ? Device::none : opened);
+        opened = Device::engine;
     }
     return devices;
 }
@@ -205,6 +205,32 @@ Cell engineCell(const EngineVlan &vlan, int32_t port)
     return {true, !hasBit(vlan.tagged, port), hasBit(vlan.cpu, port)};
 }
 
+std::string interfaceOf(const SwitchConfig &sw, int32_t port)
+{
+    for (const PortConfig &row : sw.ports)
+        if (row.number == port)
+            return row.interfaceName;
+    return {};
+}
+
+Cell bridgeCell(const Bridge &bridge, const VlanConfig &vlan, const std::string &interface)
+{
+    const auto entry = bridge.vlans.find(vlan.id);
+    if (entry == bridge.vlans.end() || !entry->second.contains(interface))
+        return {};
+    return {true, entry->second.at(interface) == Tagging::untagged, false};
+}
+
+// The VLAN of untagged frames; none where they are dropped.
+std::optional<int32_t> bridgePvid(const Bridge &bridge, const std::string &interface)
+{
+    for (const auto &[id, members] : bridge.vlans)
+        if (const auto found = members.find(interface);
+            found != members.end() && found->second == Tagging::untagged)
+            return id;
+    return std::nullopt;
+}
+
 // The ports of a switch: those of its rows, and those that take part in a VLAN.
 std::set<int32_t> portsOf(const SwitchConfig &sw, uint32_t members)
 {
@@ -221,6 +247,7 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
                Network &network)
 {
     const Chip chip = start.chip();
+    const Bridge bridge = bridgeOf(start.happenings());
     std::map<int32_t, EngineVlan> engineVlans;
     uint32_t inChip = 0;
     uint32_t inEngine = 0;
@@ -239,8 +266,11 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
         if (sw.carriedBy == Device::none)
             continue;
         const bool isChip = sw.carriedBy == Device::chip;
-        for (const int32_t port : portsOf(sw, isChip ? inChip : inEngine)) {
+        const bool isBridge = sw.carriedBy == Device::bridge;
+        for (const int32_t port : portsOf(sw, isChip ? inChip : isBridge ? 0 : inEngine)) {
             PortColumn column{owner, port, std::nullopt};
+            if (isBridge)
+                column.pvid = bridgePvid(bridge, interfaceOf(sw, port));
             if (isChip && port >= 0 && port < chipPortCount)
                 column.pvid = chip.ports[static_cast<size_t>(port)].pvid;
             network.columns.push_back(column);
@@ -249,10 +279,14 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
     const HostPorts hostPorts(gateway, snapshot, network, chip);
     for (const VlanConfig &vlan : network.vlans) {
         std::vector<Cell> &line = network.lines.emplace_back();
-        for (const PortColumn &column : network.columns)
-            line.push_back(network.switches[column.owner].carriedBy == Device::chip
+        for (const PortColumn &column : network.columns) {
+            const SwitchConfig &sw = network.switches[column.owner];
+            line.push_back(sw.carriedBy == Device::chip
                                ? chipCell(chip, hostPorts, vlan, column.port)
+                           : sw.carriedBy == Device::bridge
+                               ? bridgeCell(bridge, vlan, interfaceOf(sw, column.port))
                                : engineCell(engineVlans[vlan.id], column.port));
+        }
     }
 }
 

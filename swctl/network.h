@@ -26,7 +26,8 @@ struct PortConfig {
 enum class Device {
     none, // it did not come that far, or there is no such backend
     chip,
-    engine
+    engine,
+    bridge
 };
 
 struct SwitchConfig {

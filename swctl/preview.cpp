@@ -33,6 +33,25 @@ void foreseeChip(const Target &before, const Target &after, const std::string &c
     }
 }
 
+void foreseeBridge(const Bridge &before, const Bridge &after, std::vector<std::string> &lines)
+{
+    std::set<int> ids;
+    for (const Bridge *bridge : {&before, &after})
+        for (const auto &[id, members] : bridge->vlans)
+            ids.insert(id);
+    for (const int id : ids) {
+        const std::string vlan = "VLAN " + std::to_string(id) + "  bridge ";
+        const std::string old = bridgeText(before, id);
+        const std::string now = bridgeText(after, id);
+        if (!after.vlans.contains(id))
+            lines.push_back("- " + vlan + old);
+        else if (!before.vlans.contains(id))
+            lines.push_back("+ " + vlan + now);
+        else if (old != now)
+            lines.push_back("~ " + vlan + old + " -> " + now);
+    }
+}
+
 std::string tagText(const std::string &port, const std::string &old, const std::string &now,
                     bool losesTraffic)
 {
@@ -129,6 +148,7 @@ Preview preview(const ChangeOptions &options, const Plan &plan)
     const Target now = targetOf(rehearsedAfter, vlanIdsIn(after.database()));
     foreseeChip(old, now, printable(chipName(after.database())), seen.lines);
     foreseeTags(old, now, seen.lines);
+    foreseeBridge(old.bridge, now.bridge, seen.lines);
     foreseeKernel(old.kernel, now.kernel, seen.lines);
     if (isPartlyUnheard(seen.changes))
         for (const Difference &difference :
