@@ -91,12 +91,21 @@ class Gateway:
             self.sandbox.wait(120)
             self.sandbox.stdout.close()
         logs = {log.name: log.read_text(errors="replace") for log in self.state.glob("*.log")}
-        shutil.rmtree(self.state)
+        self.remove()
         for name, text in logs.items():
             for word in SANITIZED:
                 if word in text:
                     begin = max(0, text.index(word) - 500)
                     raise AssertionError(f"{name}:\n{text[begin:begin + 8000]}")
+
+    def remove(self):
+        """Who watched over a change on trial may still be on its way out."""
+        for _ in range(100):
+            try:
+                return shutil.rmtree(self.state)
+            except OSError:
+                time.sleep(0.05)
+        return shutil.rmtree(self.state)
 
     # --- daemons ------------------------------------------------------------
 
