@@ -30,6 +30,7 @@ constexpr Template templates[] = {
     {"none", "", "no rows"},
     {"gateway", gatewaySql, "an engine with 4 ports over a chip with 5"},
     {"chip", chipSql, "a chip with 5 ports"},
+    {"bridge", bridgeSql, "a bridge of Linux with 5 ports"},
 };
 
 struct InitArguments {
@@ -155,10 +156,11 @@ void addInitCommand(Program &program)
     if (!program.mayRun("init"))
         return;
     command
-        ->add_option("--template", arguments->pattern,
-                     "Rows to begin with: none, an engine over a chip, or a chip alone")
-        ->type_name("none|gateway|chip")
-        ->check(CLI::IsMember({"none", "gateway", "chip"}).description(""))
+        ->add_option(
+            "--template", arguments->pattern,
+            "Rows to begin with: none, an engine over a chip, a chip alone, or a bridge of Linux")
+        ->type_name("none|gateway|chip|bridge")
+        ->check(CLI::IsMember({"none", "gateway", "chip", "bridge"}).description(""))
         ->capture_default_str();
     command->add_flag("--constraints", arguments->constraints,
                       "Add triggers that refuse wrong rows of any writer");

@@ -123,7 +123,7 @@ constexpr ListColumn portColumns[] = {
 };
 
 constexpr ColumnOption switchArguments[] = {
-    {"NAME", "NAME", "switchName", false, switchName, "PSE or BCM: the name selects the backend"},
+    {"NAME", "NAME", "switchName", false, switchName, "PSE, BCM or BRIDGE: the name selects the backend"},
 };
 constexpr ColumnOption switchOptions[] = {
     {"--device", "PATH", "switchDevice", false, text127, "Device that the backend drives"},
