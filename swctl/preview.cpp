@@ -44,11 +44,11 @@ void foreseeBridge(const Bridge &before, const Bridge &after, std::vector<std::s
         const std::string old = bridgeText(before, id);
         const std::string now = bridgeText(after, id);
         if (!after.vlans.contains(id))
-            lines.push_back("- " + vlan + old);
+            lines.push_back(std::string("- ").append(vlan).append(old));
         else if (!before.vlans.contains(id))
-            lines.push_back("+ " + vlan + now);
+            lines.push_back(std::string("+ ").append(vlan).append(now));
         else if (old != now)
-            lines.push_back("~ " + vlan + old + " -> " + now);
+            lines.push_back(std::string("~ ").append(vlan).append(old).append(" -> ").append(now));
     }
 }
 

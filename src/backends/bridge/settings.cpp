@@ -12,6 +12,8 @@
 #include "model/status.h"
 #include "platform/list_of.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr int32_t heaviest = 1000; // weight of a queue
@@ -19,6 +21,9 @@ constexpr int32_t heaviest = 1000; // weight of a queue
 // Both kinds of multicast are snooped or none is. Written by commands 56 and 57.
 constinit bool igmp = false;
 constinit bool mld = false;
+
+// Whether pause frames were asked for since the service began. Written by command 49.
+constinit bool paused = false;
 
 // Of the ports, by number; in force since the service began. Written by commands 48
 // and 50.
@@ -45,7 +50,7 @@ int send(const SwitchPort &port, const PortSending &wanted, const char *func)
 
 int32_t weightOf(int32_t weight)
 {
-    return weight < 1 ? 1 : weight > heaviest ? heaviest : weight;
+    return std::clamp(weight, 1, heaviest);
 }
 
 // False: there is no such number of queues or no such mode.
@@ -118,6 +123,10 @@ int bridgePauseFrame(Switch *sw, const void *payload)
     if (payload == nullptr)
         return statusFailed;
     const bool enable = recordOf<int32_t>(payload) == 1;
+    // Off is what most links begin with, and many refuse to be told.
+    if (!enable && !paused)
+        return 0;
+    paused = enable;
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
         const BridgePort place(port, __func__);
         // Many interfaces have no pause frames; the log says which.
