@@ -394,6 +394,7 @@ TEST(LogDaemon, countsToolsAndRequests)
         {8, "swMgrIoctlHandler: short ifDev event request!\n", {3, 1, 2, 1, 1, 1, 1, 1}},
         {8, "short switch command (47): 3 bytes\n", {3, 1, 2, 1, 1, 1, 2, 2}},
         {8, "", {3, 1, 2, 1, 1, 1, 2, 2}},
+        {8, "Failed to process cmd 47 on PSE \n", {3, 1, 2, 1, 1, 1, 2, 2, 1, 1}},
     };
     for (const auto &[level, line, counts] : cases) {
         SwMgrLogEntry entry = {};
@@ -407,8 +408,9 @@ TEST(LogDaemon, countsToolsAndRequests)
         unsigned char buffer[sizeof(SwMgrLogAnswer) + sizeof(SwMgrLogCounters)];
         uint32_t length = sizeof(buffer);
         ASSERT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), 0);
-        std::vector<uint64_t> found(counts.size());
+        std::vector<uint64_t> found(sizeof(SwMgrLogCounters) / sizeof(uint64_t));
         memcpy(found.data(), buffer + sizeof(SwMgrLogAnswer), sizeof(SwMgrLogCounters));
+        found.resize(counts.size()); // switch commands come behind
         EXPECT_EQ(found, counts) << line;
         --length;
         EXPECT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), -EINVAL);

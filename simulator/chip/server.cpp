@@ -70,12 +70,15 @@ void removeStale(const std::string &path)
         unlink(path.c_str());
 }
 
+// The socket appears under its name when it listens: whoever sees it may connect.
 Descriptor listenAt(const std::string &path)
 {
     sockaddr_un address;
-    if (!fillAddress(path, address))
+    const std::string fresh = path + "." + std::to_string(getpid());
+    if (!fillAddress(fresh, address))
         return Descriptor();
     removeStale(path);
+    unlink(fresh.c_str());
     Descriptor listener(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC | SOCK_NONBLOCK, 0));
     if (!listener.valid())
         return listener;
@@ -83,9 +86,12 @@ Descriptor listenAt(const std::string &path)
     const int bound =
         bind(listener.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address));
     umask(mask);
-    if (bound != 0 || listen(listener.get(), 16) != 0)
-        return Descriptor();
-    return listener;
+    const bool there =
+        bound == 0 && listen(listener.get(), 16) == 0 && link(fresh.c_str(), path.c_str()) == 0;
+    const int reason = errno;
+    unlink(fresh.c_str());
+    errno = reason;
+    return there ? std::move(listener) : Descriptor();
 }
 
 // One write per line, so that lines of several writers of one file stay whole.
