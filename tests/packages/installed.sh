@@ -32,7 +32,7 @@ case $1 in
 first)
     [ ! -e $database ] || fail "the package brings a database"
     swctl --database $database init --template gateway > /dev/null
-    cp $database /root/config.db
+    cp $database /srv/config.db
     daemons
 
     swmgr-gateway --plain > /tmp/gateway || { tail -20 /tmp/gateway; fail "swmgr-gateway fails"; }
@@ -49,7 +49,7 @@ first)
     ;;
 upgraded)
     grep -q "the operator's" /etc/default/swmgr || fail "the operator's setting is gone"
-    cmp $database /root/config.db || fail "the database is not as it was"
+    cmp $database /srv/config.db || fail "the database is not as it was"
     daemons
     ;;
 esac
