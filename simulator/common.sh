@@ -1,12 +1,12 @@
 # What the scripts of the simulated gateway share. They define usage() first.
 
 misused() {
-    echo "${name:-${0##*/}}: $1. Try '${name:-$0} --help'." >&2
+    echo "${SIMULATOR_NAME:-${0##*/}}: $1. Try '${SIMULATOR_NAME:-$0} --help'." >&2
     exit 2
 }
 
 unavailable() {
-    echo "${name:-${0##*/}}: no simulated gateway here: $*" >&2
+    echo "${SIMULATOR_NAME:-${0##*/}}: no simulated gateway here: $*" >&2
     exit 77
 }
 
