@@ -3,13 +3,14 @@
 
 #include "swctl/json.h"
 #include "swctl/number.h"
+#include "swctl/program.h"
 #include "swctl/rehearsal.h"
 #include "swctl/text.h"
 
-#include <array>
-#include <cstdio>
-#include <cstring>
-#include <memory>
+#include <sys/utsname.h>
+
+#include <algorithm>
+#include <filesystem>
 #include <sstream>
 #include <vector>
 
@@ -54,15 +55,30 @@ void takeVlan(const Words &words, Bridge &bridge)
     bridge.vlans[id][words[interfacePlace]] = untagged ? Tagging::untagged : Tagging::tagged;
 }
 
+// "ip link set dev lan1 master br0", "ip link set dev br0 type bridge vlan_filtering 1"
+void takeSetting(const Words &words, Bridge &bridge)
+{
+    const std::string &value = words.back();
+    if (words.size() == interfacePlace + 2 && value == "up")
+        bridge.links[words[interfacePlace]].up = true;
+    else if (words[interfacePlace + 1] == "master")
+        bridge.links[words[interfacePlace]].master = value;
+    else if (words[words.size() - 2] == "vlan_filtering")
+        bridge.filtering = value == "1";
+    else if (words[words.size() - 2] == "mcast_snooping")
+        bridge.snooping = value == "1";
+}
+
 void takeLine(const Words &words, Bridge &bridge)
 {
-    if (begins(words, {"ip", "link", "add", "name"}) && words.size() > interfacePlace)
+    if (begins(words, {"ip", "link", "add", "name"}) && words.size() > interfacePlace) {
         bridge.name = words[interfacePlace];
-    else if (begins(words, {"ip", "link", "set", "dev"}) && words.size() > 6 &&
-             words[5] == "master")
-        bridge.ports.insert(words[interfacePlace]);
-    else if (begins(words, {"bridge", "vlan"}))
+        bridge.links[bridge.name];
+    } else if (begins(words, {"ip", "link", "set", "dev"}) && words.size() > interfacePlace + 1) {
+        takeSetting(words, bridge);
+    } else if (begins(words, {"bridge", "vlan"})) {
         takeVlan(words, bridge);
+    }
 }
 
 Tagging taggingOf(const Json &flags)
@@ -79,24 +95,63 @@ Tagging taggingOf(const Json &flags)
                      : Tagging::tagged;
 }
 
-// The program's output; none with a reason when it cannot be run or fails.
-Part<std::string> outputOf(const char *line)
+// What one of iproute2's programs prints as JSON.
+Part<Json> listOf(const std::vector<std::string> &words)
 {
-    Part<std::string> part;
-    FILE *stream = popen(line, "r"); // NOLINT(cert-env33-c): the line is ours, without a name in it
-    if (stream == nullptr) {
-        part.reason = strerror(errno);
-        return part;
-    }
-    std::string text;
-    std::array<char, 4096> piece{};
-    for (size_t got = 0; (got = fread(piece.data(), 1, piece.size(), stream)) > 0;)
-        text.append(piece.data(), got);
-    if (pclose(stream) == 0)
-        part.held = std::move(text);
-    else
-        part.reason = "'bridge vlan show' fails; is iproute2 there?";
+    Part<Json> part;
+    std::string line;
+    for (const std::string &word : words)
+        line += (line.empty() ? "'" : " ") + word;
+    line += "'";
+    const std::optional<std::string> output = outputOf(words);
+    if (output)
+        part.held = Json::parse(*output, nullptr, /*allow_exceptions=*/false);
+    if (!output)
+        part.reason = line + " fails; is iproute2 there?";
+    else if (!part.held->is_array())
+        part.reason = line + " prints no JSON";
+    if (!part.reason.empty())
+        part.held.reset();
     return part;
+}
+
+std::optional<bool> settingOf(const Json &link, const char *name)
+{
+    const Json info = link.value("linkinfo", Json::object());
+    if (info.value("info_kind", "") != "bridge")
+        return std::nullopt;
+    const Json data = info.value("info_data", Json::object());
+    const auto found = data.find(name);
+    return found != data.end() && found->is_number() ? std::optional(*found != 0) : std::nullopt;
+}
+
+void takeLinks(const Json &all, const std::set<std::string> &ports, Bridge &bridge)
+{
+    for (const Json &link : all) {
+        const std::string name = link.value("ifname", "");
+        if (name == bridge.name) {
+            bridge.filtering = settingOf(link, "vlan_filtering");
+            bridge.snooping = settingOf(link, "mcast_snooping");
+        }
+        const std::string master = link.value("master", "");
+        const Json flags = link.value("flags", Json::array());
+        if (name == bridge.name || master == bridge.name || ports.contains(name))
+            bridge.links[name] = {master,
+                                  std::find(flags.begin(), flags.end(), "UP") != flags.end()};
+    }
+}
+
+// The kernel's configuration has this line; none: it has no such file.
+std::optional<bool> configured(const std::string &root, const std::string &wanted)
+{
+    utsname system{};
+    uname(&system);
+    for (const std::string &file :
+         {root + "/proc/config.gz", root + "/boot/config-" + system.release})
+        if (const std::optional<std::string> text =
+                std::filesystem::exists(file) ? outputOf({"zcat", "-f", file}) : std::nullopt)
+            return ("\n" + *text).find("\n" + wanted + "\n") != std::string::npos;
+    return std::nullopt;
 }
 
 } // namespace
@@ -111,34 +166,51 @@ Bridge bridgeOf(const std::vector<Happening> &happenings)
     return bridge;
 }
 
-Part<Bridge> readBridge(const Bridge &wanted)
+Part<Bridge> readBridge(const std::string &name, const std::set<std::string> &ports)
 {
     Part<Bridge> part;
-    const Part<std::string> output = outputOf("bridge -j vlan show 2>/dev/null");
-    part.reason = output.reason;
-    if (!output.held)
+    const Part<Json> links = listOf({"ip", "-j", "-d", "link", "show"});
+    const Part<Json> vlans = links.held ? listOf({"bridge", "-j", "vlan", "show"}) : Part<Json>();
+    part.reason = links.reason + vlans.reason;
+    if (!vlans.held)
         return part;
-    const Json all = Json::parse(*output.held, nullptr, /*allow_exceptions=*/false);
-    if (!all.is_array()) {
-        part.reason = "'bridge vlan show' prints no JSON";
-        return part;
-    }
     Bridge bridge;
-    bridge.name = wanted.name;
-    for (const Json &link : all) {
-        const std::string name = link.value("ifname", "");
-        if (name != wanted.name && !wanted.ports.contains(name))
+    bridge.name = name;
+    takeLinks(*links.held, ports, bridge);
+    for (const Json &link : *vlans.held) {
+        const std::string interface = link.value("ifname", "");
+        const auto found = bridge.links.find(interface);
+        if (found == bridge.links.end() || (interface != name && found->second.master != name))
             continue;
-        bridge.ports.insert(name);
+        auto &held = interface == name || ports.contains(interface) ? bridge.vlans : bridge.foreign;
         for (const Json &vlan : link.value("vlans", Json::array())) {
             const int first = vlan.value("vlan", 0);
             const int last = vlan.value("vlanEnd", first);
             for (int id = first; id <= last; ++id)
-                bridge.vlans[id][name] = taggingOf(vlan.value("flags", Json::array()));
+                held[id][interface] = taggingOf(vlan.value("flags", Json::array()));
         }
     }
     part.held = std::move(bridge);
     return part;
+}
+
+std::optional<bool> bridgesFilter(const std::string &root)
+{
+    std::error_code ignored;
+    for (const auto &entry : std::filesystem::directory_iterator(root + "/sys/class/net", ignored))
+        if (std::filesystem::exists(entry.path() / "bridge", ignored))
+            return std::filesystem::exists(entry.path() / "bridge/vlan_filtering", ignored);
+    return configured(root, "CONFIG_BRIDGE_VLAN_FILTERING=y");
+}
+
+int untaggedVlan(const Bridge &bridge, const std::string &interface)
+{
+    for (const auto &[id, members] : bridge.vlans)
+        if (const auto found = members.find(interface);
+            found != members.end() &&
+            (found->second == Tagging::untagged || found->second == Tagging::untaggedIn))
+            return id;
+    return 0;
 }
 
 std::string bridgeText(const Bridge &bridge, int vlanId)
@@ -153,6 +225,19 @@ std::string bridgeText(const Bridge &bridge, int vlanId)
             text += name == bridge.name ? "" : marks[static_cast<size_t>(tagging)];
         }
     return text.empty() ? "-" : text;
+}
+
+std::string linkText(const Bridge &bridge, const std::string &interface)
+{
+    const auto found = bridge.links.find(interface);
+    if (found == bridge.links.end())
+        return noLink;
+    const std::string master = found->second.master;
+    std::string text =
+        interface != bridge.name ? "in " + (master.empty() ? "no bridge" : printable(master))
+        : !bridge.filtering      ? "no VLAN filtering"
+                            : std::string("VLAN filtering ") + (*bridge.filtering ? "on" : "off");
+    return text + (found->second.up ? ", up" : ", down");
 }
 
 } // namespace swctl

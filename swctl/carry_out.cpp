@@ -159,10 +159,7 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
 void refuseErrors(const GatewayView &gateway, Snapshot &before, Database &after,
                   const ChangeSet &changes)
 {
-    CheckContext context;
-    context.interfaces.emplace();
-    for (const auto &[name, address] : gateway.interfaces())
-        context.interfaces->insert(name);
+    const CheckContext context = gateway.checkContext();
     const std::vector<Finding> worse =
         newFindings(checkConfiguration(before.database(), context),
                     checkConfiguration(after, context), Severity::error);

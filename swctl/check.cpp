@@ -199,6 +199,9 @@ void Checker::checkSwitches()
                 "no backend drives a switch named '" + printable(sw.name) + "'");
         if (sw.name == "BCM" && all.switchTable.rows[i].text("switchDevice").empty())
             add("switch-device-missing", all.switchTable, i, "", "its row names no device node");
+        if (sw.name == "BRIDGE" && !context.bridgesFilter.value_or(true))
+            add("bridge-kernel", all.switchTable, i, "",
+                "the kernel of this machine has no VLAN filtering in bridges");
         for (size_t j = 0; j < i; ++j) {
             if (all.switches[j].name == sw.name)
                 add("switch-duplicate", all.switchTable, i, "",
@@ -282,7 +285,7 @@ void Checker::checkPortNumber(size_t row)
 void Checker::checkBridgePort(size_t row)
 {
     const std::string name = all.portTable.rows[row].text("interfaceName");
-    if (all.ports[row].number < 0 || all.ports[row].number >= portListBits)
+    if (all.ports[row].number < 0 || all.ports[row].number >= bridgePorts)
         add("port-number-range", all.portTable, row, "", "a bridge has the ports 0 to 31");
     if (name.empty() || name.size() > longestInterfaceName || name.front() == '-') {
         add("bridge-port-interface", all.portTable, row, "",
@@ -303,7 +306,7 @@ void Checker::checkBridgeList(size_t row)
 {
     uint32_t rows = 0;
     for (const PortRow &port : all.ports)
-        if (port.owner == "BRIDGE" && port.number >= 0 && port.number < portListBits)
+        if (port.owner == "BRIDGE" && port.number >= 0 && port.number < bridgePorts)
             rows |= 1u << port.number;
     const VlanRow &vlan = all.vlans[row];
     for (int port = 0; port < portListBits; ++port) {

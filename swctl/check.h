@@ -53,6 +53,7 @@ struct Finding {
 
 struct CheckContext {
     std::optional<std::set<std::string>> interfaces; // that exist; none: not looked up
+    std::optional<bool> bridgesFilter{};             // this kernel's do it by VLAN; none: not known
     const Rehearsal *start = nullptr; // of a start from this very database; null: not rehearsed
 };
 

@@ -51,6 +51,10 @@ constexpr Rule rules[] = {
      "Every request to the chip goes through its node; without one it cannot be opened, and a "
      "start ends there.",
      "Name it: 'swctl switch add BCM --device PATH', or set switchDevice in its row."},
+    {"bridge-kernel", error, "the kernel's bridges keep no VLANs apart",
+     "Membership, tags and the VLAN of untagged frames are kept by the kernel's VLAN filtering; "
+     "a bridge without it forwards every frame to every port, and a start ends at its row.",
+     "Use a kernel with CONFIG_BRIDGE_VLAN_FILTERING."},
     {"bridge-port-interface", error, "a port of the bridge is no interface of its own",
      "A port of a bridge is the interface that its row names; one that is not there, or that two "
      "rows name, cannot join, and a start ends at its row.",

@@ -1,4 +1,5 @@
 // The command that checks a configuration.
+#include "swctl/bridge.h"
 #include "swctl/check.h"
 #include "swctl/cli.h"
 #include "swctl/json.h"
@@ -92,6 +93,8 @@ Report check(Database &source, const CheckArguments &arguments)
     Snapshot snapshot(source);
     CheckContext context;
     context.interfaces = givenInterfaces(arguments.interfaces);
+    if (arguments.interfaces == "local")
+        context.bridgesFilter = bridgesFilter();
     Report report;
     std::optional<Rehearsal> start;
     try {

@@ -21,8 +21,23 @@ struct Question {
     std::string name; // of an interface
 };
 
-// The port's switch: by its name, else the chip, else the engine.
-PortName portOf(const Look &look, const std::string &text)
+constexpr const char *everyPort = "all";
+
+// What stands behind the colon, or all of it where there is none.
+std::string portWord(const std::string &text)
+{
+    return text.substr(text.rfind(':') + 1); // npos + 1 is 0
+}
+
+int highestPort(Device device)
+{
+    return device == Device::chip     ? chipPortCount - 1
+           : device == Device::engine ? enginePorts - 1
+                                      : bridgePorts - 1;
+}
+
+// The ports that are asked for. Their switch: by its name, else the chip, else the engine.
+std::vector<PortName> portsOf(const Look &look, const std::string &text)
 {
     const size_t colon = text.rfind(':');
     PortName port;
@@ -44,29 +59,45 @@ PortName portOf(const Look &look, const std::string &text)
         throw Failure(exitDiffers,
                       "a fresh start does not bring up switch '" + printable(found->name) + "'" +
                           (look.network.stop ? ": " + stopText(*look.network.stop) : ""));
-    if (port.device == Device::bridge)
-        throw Failure(exitUsage,
-                      "of a port of a bridge 'swctl vlan show ID' tells what it carries");
-    port.number = std::stoi(colon != std::string::npos ? text.substr(colon + 1) : text);
-    const int highest = port.device == Device::chip ? chipPortCount - 1 : enginePorts - 1;
-    if (port.number > highest)
+    const int highest = highestPort(port.device);
+    std::set<int> rows;
+    for (const PortConfig &row : found->ports)
+        if (row.number >= 0 && row.number <= highest)
+            rows.insert(row.number);
+    const std::string word = portWord(text);
+    std::set<int> numbers = rows;
+    if (word != everyPort)
+        numbers = {std::stoi(word)};
+    if (numbers.empty())
+        throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has no port");
+    if (*numbers.begin() > highest)
         throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has ports 0 to " +
                                      std::to_string(highest));
-    return port;
+    if (port.device == Device::bridge && !rows.contains(*numbers.begin()))
+        throw Failure(exitUsage, "no row has port " + word + " of switch '" +
+                                     printable(port.switchName) + "', so it is no interface");
+    std::vector<PortName> ports;
+    ports.reserve(numbers.size());
+    for (const int number : numbers) {
+        port.number = number;
+        ports.push_back(port);
+    }
+    return ports;
 }
 
 // Ports before they are known to be there, as "3" or "PSE:3".
 CLI::Validator portText()
 {
     return {[](std::string &text) {
-                const size_t colon = text.rfind(':');
-                const std::string number =
-                    colon != std::string::npos ? text.substr(colon + 1) : text;
-                const bool good = !number.empty() && number.size() <= 2 && colon != 0 &&
-                                  number.find_first_not_of("0123456789") == std::string::npos;
+                const std::string word = portWord(text);
+                const bool good = !text.starts_with(':') &&
+                                  (word == everyPort ||
+                                   (!word.empty() && word.size() <= 2 &&
+                                    word.find_first_not_of("0123456789") == std::string::npos));
                 return good ? std::string()
                             : "'" + printable(text) +
-                                  "' is no port; 3 is the chip's, PSE:3 one of switch PSE";
+                                  "' is no port; 3 is the chip's, PSE:3 one of switch PSE, "
+                                  "PSE:all are all that its rows have";
             },
             ""};
 }
@@ -128,10 +159,10 @@ Json fateJson(const FrameFate &fate)
 {
     Json ports = Json::array();
     Json untagged = Json::array();
-    for (int port = 0; port < 16; ++port) {
-        if ((fate.to.fwdMap >> port & 1) != 0)
+    for (int port = 0; port < 32; ++port) {
+        if ((fate.to >> port & 1) != 0)
             ports.push_back(port);
-        if ((fate.to.untagMap >> port & 1) != 0)
+        if ((fate.bare >> port & 1) != 0)
             untagged.push_back(port);
     }
     return {{"outcome", !fate.unknown.empty()   ? "unknown"
@@ -140,6 +171,7 @@ Json fateJson(const FrameFate &fate)
             {"vlan", fate.vlanId != 0 ? Json(fate.vlanId) : Json()},
             {"ports", std::move(ports)},
             {"withoutTag", std::move(untagged)},
+            {"others", fate.others},
             {"host", fate.host},
             {"text", fate.text()}};
 }
@@ -159,34 +191,49 @@ void addWhy(Json &json, const Explanation &all)
     json["findings"] = std::move(findings);
 }
 
+Json portJson(const PortExplanation &all)
+{
+    Json json = {{"vlan", all.vlanId},
+                 {"switch", all.port.switchName},
+                 {"port", all.port.number},
+                 {"outcome", verdictOf(all.asWanted(), all.unread, all.differs)},
+                 {"rows", all.rows},
+                 {"wanted", all.wanted},
+                 {"held", all.held},
+                 {"read", all.read},
+                 {"tagged", fateJson(all.tagged)},
+                 {"untagged", fateJson(all.untagged)},
+                 {"sends", all.sends.empty() ? Json() : Json(all.sends)},
+                 {"basis", all.basis}};
+    addWhy(json, all);
+    json["remedy"] = all.remedy.empty() ? Json() : Json(all.remedy);
+    return json;
+}
+
 int runExplainVlan(const Globals &globals, const Question &question)
 {
     const int vlanId = std::stoi(question.vlan);
-    const size_t colon = question.port.rfind(':');
-    const int number = std::stoi(question.port.substr(colon + 1)); // npos + 1 is 0
-    const Look look = lookAt(globals.database, globals.site, {vlanId},
-                             number < chipPortCount ? std::optional<int>(number) : std::nullopt);
-    const PortExplanation all = explainPort(look, portOf(look, question.port), vlanId);
-    if (globals.json) {
-        Json json = {{"vlan", vlanId},
-                     {"switch", all.port.switchName},
-                     {"port", all.port.number},
-                     {"outcome", verdictOf(all.asWanted(), all.unread, all.differs)},
-                     {"rows", all.rows},
-                     {"wanted", all.wanted},
-                     {"held", all.held},
-                     {"read", all.read},
-                     {"tagged", fateJson(all.tagged)},
-                     {"untagged", fateJson(all.untagged)},
-                     {"sends", all.sends.empty() ? Json() : Json(all.sends)},
-                     {"basis", all.basis}};
-        addWhy(json, all);
-        json["remedy"] = all.remedy.empty() ? Json() : Json(all.remedy);
-        printJson(json);
-    } else {
-        printPortExplanation(all);
+    const std::string word = portWord(question.port);
+    std::set<int> numbers;
+    for (int port = 0; port < bridgePorts; ++port)
+        if (word == everyPort || port == std::stoi(word))
+            numbers.insert(port);
+    const Look look = lookAt(globals.database, globals.site, {vlanId}, numbers);
+    bool asWanted = true;
+    Json json = Json::array();
+    for (const PortName &port : portsOf(look, question.port)) {
+        const PortExplanation all = explainPort(look, port, vlanId);
+        asWanted = asWanted && all.asWanted();
+        json.push_back(portJson(all));
+        if (!globals.json) {
+            if (json.size() > 1)
+                putchar('\n');
+            printPortExplanation(all);
+        }
     }
-    return all.asWanted() ? exitDone : exitDiffers;
+    if (globals.json)
+        printJson(word == everyPort ? json : json.front());
+    return asWanted ? exitDone : exitDiffers;
 }
 
 void printInterface(const InterfaceExplanation &all)
@@ -257,9 +304,11 @@ void addExplainCommand(Program &program)
     const Globals &globals = program.globals;
     CLI::App *vlan = addCommand(
         program, *group, "vlan",
-        "Say what becomes of a VLAN's frames at a port: what the row says, what the chip holds, "
-        "where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 different",
-        "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json",
+        "Say what becomes of a VLAN's frames at a port: what the row says, what the chip or the "
+        "bridge holds, where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 "
+        "different",
+        "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json\n"
+        "  swctl explain vlan 20 port BRIDGE:all",
         [&globals, question] { return runExplainVlan(globals, *question); });
     vlan->add_option("ID", question->vlan, "802.1Q VLAN id, 1 to 4094")
         ->type_name("ID")
@@ -269,7 +318,7 @@ void addExplainCommand(Program &program)
         ->type_name("port")
         ->required()
         ->check(CLI::IsMember({"port"}));
-    vlan->add_option("PORT", question->port, "Port of the chip, or SWITCH:PORT")
+    vlan->add_option("PORT", question->port, "Port of the chip, SWITCH:PORT, or 'all'")
         ->type_name("PORT")
         ->required()
         ->check(portText());

@@ -9,8 +9,8 @@
 namespace swctl {
 namespace {
 
-constexpr const char *keys[] = {"chip-entry",   "default-tag",  "sub-interface",
-                                "engine-entry", "bridge-entry", "setting"};
+constexpr const char *keys[] = {"chip-entry",   "default-tag", "sub-interface", "engine-entry",
+                                "bridge-entry", "bridge-link", "setting"};
 
 void compareChip(const Target &target, const Chip &actual, const std::set<int> &read,
                  std::vector<Difference> &all)
@@ -85,6 +85,39 @@ void compareEngine(const EngineFacts &facts, std::vector<Difference> &all)
         }
 }
 
+// No VLAN can be put onto a port that is not in the bridge, and the service has its ports
+// join once.
+void compareLinks(const Bridge &wanted, const Bridge &actual, std::vector<Difference> &all)
+{
+    const auto differ = [&](const std::string &name, const std::string &should,
+                            const std::string &found) {
+        Difference &difference = all.emplace_back();
+        difference.kind = DifferenceKind::bridgeLink;
+        difference.parent = name;
+        difference.wanted = should;
+        difference.found = found;
+        difference.remedy = Remedy::restart;
+    };
+    bool apart = false;
+    for (const auto &[name, link] : wanted.links) {
+        const auto found = actual.links.find(name);
+        apart = apart || found == actual.links.end() || found->second.master != link.master;
+        if (linkText(wanted, name) != linkText(actual, name))
+            differ(name, linkText(wanted, name), linkText(actual, name));
+    }
+    for (Difference &difference : all)
+        if (apart && difference.kind == DifferenceKind::bridgeEntry)
+            difference.remedy = Remedy::restart;
+    // A request may have switched it since, and no VLAN depends on it.
+    if (wanted.snooping && actual.snooping && *wanted.snooping != *actual.snooping) {
+        const auto state = [](bool on) {
+            return std::string("multicast snooping ") + (on ? "on" : "off");
+        };
+        differ(wanted.name, state(*wanted.snooping), state(*actual.snooping));
+        all.back().counts = false;
+    }
+}
+
 void compareBridge(const Bridge &wanted, const Bridge &actual, const std::set<int> &read,
                    std::vector<Difference> &all)
 {
@@ -133,6 +166,9 @@ std::string Difference::text() const
         return vlan + " in the engine: " + printable(found);
     case DifferenceKind::bridgeEntry:
         return vlan + " in the bridge: " + found + ", should be " + wanted;
+    case DifferenceKind::bridgeLink:
+        return printable(parent) + ": " + found + ", should be " + wanted +
+               (counts ? "" : " (no effect on a VLAN's frames)");
     case DifferenceKind::setting:
         return printable(found);
     }
@@ -145,7 +181,10 @@ std::string Difference::mend() const
     case Remedy::repair:
         break;
     case Remedy::restart:
-        return "restart the service";
+        return kind == DifferenceKind::bridgeLink && found == noLink && wanted.starts_with("in ")
+                   ? "see to it that there is an interface " + printable(parent) +
+                         ", then restart the service"
+                   : "restart the service";
     case Remedy::rows:
         return "mend the row at which a start stops; 'swctl check' names it";
     }
@@ -202,6 +241,8 @@ std::vector<Difference> differences(const Target &target, const Actual &actual)
         compareKernel(target, *actual.kernel.held, all);
     if (actual.bridge.held)
         compareBridge(target.bridge, *actual.bridge.held, actual.chipIds, all);
+    if (actual.bridge.held && !target.bridge.name.empty())
+        compareLinks(target.bridge, *actual.bridge.held, all);
     if (actual.engine.held)
         compareEngine(*actual.engine.held, all);
     for (Difference &difference : all) {
@@ -238,16 +279,21 @@ std::string stateText(const SubInterface &sub)
 
 std::string portsText(const ChipVlan &vlan)
 {
+    return portsText(vlan.fwdMap, vlan.untagMap);
+}
+
+std::string portsText(uint32_t members, uint32_t untagged)
+{
     std::string text;
-    for (int port = 0; port < 16; ++port) {
-        const bool member = (vlan.fwdMap >> port & 1) != 0;
-        const bool untagged = (vlan.untagMap >> port & 1) != 0;
-        if (!member && !untagged)
+    for (int port = 0; port < 32; ++port) {
+        const bool member = (members >> port & 1) != 0;
+        const bool bare = (untagged >> port & 1) != 0;
+        if (!member && !bare)
             continue;
         text += (text.empty() ? "" : " ") + std::to_string(port) +
-                (!member    ? "u"
-                 : untagged ? "U"
-                            : "T");
+                (!member ? "u"
+                 : bare  ? "U"
+                         : "T");
     }
     return text.empty() ? "-" : text;
 }

@@ -20,6 +20,7 @@ enum class DifferenceKind {
     subInterface, // of the kernel: missing, left over, down, other maps
     engineEntry,  // a tool of the engine failed to write it
     bridgeEntry,  // interfaces of a VLAN in a bridge
+    bridgeLink,   // the bridge or a port: not there, not in the bridge, down, no filtering
     setting,      // a setting that the service takes only at its start
 };
 
@@ -38,7 +39,7 @@ struct Difference {
     std::string found;    //
     bool counts = true;   // false: has no effect on any frame
     bool inRows = true;   // a row of the database has this VLAN
-    std::string parent{}; // sub-interface: its Linux interface
+    std::string parent{}; // of a sub-interface; of a bridge's link its own name
     Remedy remedy = Remedy::repair;
 
     // The same thing is different in the same way.
@@ -95,5 +96,6 @@ ChipVlan entryOf(const Chip &chip, int vlanId);
 
 // "1T 2T 3U" for an entry of the chip, "-" for an empty one.
 std::string portsText(const ChipVlan &vlan);
+std::string portsText(uint32_t members, uint32_t untagged); // bit n for port n
 
 } // namespace swctl

@@ -1,6 +1,7 @@
 // Frames and their reasons; see the header.
 #include "swctl/explain.h"
 
+#include "swctl/explain_bridge.h"
 #include "swctl/number.h"
 #include "swctl/text.h"
 
@@ -12,11 +13,6 @@ namespace {
 constexpr uint32_t bitOf(int port)
 {
     return port >= 0 && port < 32 ? 1u << port : 0;
-}
-
-std::string vlanText(int vlanId)
-{
-    return "VLAN " + std::to_string(vlanId);
 }
 
 // The chip's ports that lead a VLAN to the host.
@@ -46,7 +42,8 @@ FrameFate forwarded(int port, int vlanId, uint32_t members, uint32_t untagged, u
     else if (to == 0)
         fate.dropped = vlanText(vlanId) + " has no other port that it may go to";
     else
-        fate.to = {static_cast<uint16_t>(to), static_cast<uint16_t>(to & untagged)};
+        fate.to = to;
+    fate.bare = fate.to & untagged;
     return fate;
 }
 
@@ -62,7 +59,7 @@ FrameFate chipFate(const Look &look, const Chip &chip, int port, int vlanId)
     const ChipVlan entry = entryOf(chip, vlanId);
     fate = forwarded(port, vlanId, entry.fwdMap, entry.untagMap,
                      chip.ports[static_cast<size_t>(port)].forwardMap);
-    fate.host = (fate.to.fwdMap & hostPorts(look.network, vlanId)) != 0;
+    fate.host = (fate.to & hostPorts(look.network, vlanId)) != 0;
     return fate;
 }
 
@@ -71,7 +68,7 @@ FrameFate engineFate(const Look &look, int port, int vlanId)
     const EngineVlan vlan = look.engineOf(vlanId);
     FrameFate fate =
         forwarded(port, vlanId, vlan.members, vlan.members & ~vlan.tagged, ~uint32_t{0});
-    fate.host = (fate.to.fwdMap & vlan.cpu) != 0;
+    fate.host = (fate.to & vlan.cpu) != 0;
     return fate;
 }
 
@@ -164,6 +161,17 @@ std::string listWith(const std::string &list, int port)
     return text;
 }
 
+// What has the rows name the port as a member.
+std::string remedyOf(const Look &look, const PortExplanation &all, const std::string &interface)
+{
+    const std::string id = std::to_string(all.vlanId);
+    if (all.rows.empty())
+        return "swctl vlan add " + id + " --interface " + interface + " --ports " +
+               std::to_string(all.port.number);
+    return "swctl vlan set " + id + " --ports " +
+           listWith(look.rowsOf(all.vlanId).front().text("fwdMap"), all.port.number);
+}
+
 void explainChipPort(const Look &look, PortExplanation &all)
 {
     const int port = all.port.number;
@@ -190,13 +198,8 @@ void explainChipPort(const Look &look, PortExplanation &all)
         if (difference.kind == DifferenceKind::defaultTag ? difference.port == port
                                                           : concerned.contains(difference.vlanId))
             all.differs.push_back(difference);
-    const uint32_t members = entryOf(look.target.chip, all.vlanId).fwdMap;
-    if (all.rows.empty())
-        all.remedy = "swctl vlan add " + std::to_string(all.vlanId) + " --interface IF --ports " +
-                     std::to_string(port);
-    else if ((members & bitOf(port)) == 0)
-        all.remedy = "swctl vlan set " + std::to_string(all.vlanId) + " --ports " +
-                     listWith(look.rowsOf(all.vlanId).front().text("fwdMap"), port);
+    if ((entryOf(look.target.chip, all.vlanId).fwdMap & bitOf(port)) == 0)
+        all.remedy = remedyOf(look, all, "IF");
 }
 
 void explainEnginePort(const Look &look, PortExplanation &all)
@@ -265,6 +268,11 @@ std::map<std::string, int> subInterfacesOf(const Look &look, const std::string &
 
 } // namespace
 
+std::string vlanText(int vlanId)
+{
+    return "VLAN " + std::to_string(vlanId);
+}
+
 std::string partText(bool member, bool untagged)
 {
     if (!member)
@@ -278,7 +286,12 @@ std::string FrameFate::text() const
         return "not known: " + unknown;
     if (!dropped.empty())
         return "dropped: " + dropped;
-    return "in " + vlanText(vlanId) + ", to " + portsText(to) + (host ? " and the host" : "");
+    std::string list = to != 0 ? portsText(to, bare) : "";
+    for (const std::string &name : others)
+        list += (list.empty() ? "" : ", ") + printable(name);
+    if (host)
+        list += list.empty() ? "the host" : " and the host";
+    return "in " + vlanText(vlanId) + ", to " + list;
 }
 
 PortExplanation explainPort(const Look &look, const PortName &port, int vlanId)
@@ -293,8 +306,10 @@ PortExplanation explainPort(const Look &look, const PortName &port, int vlanId)
     all.unread = look.unread;
     if (port.device == Device::chip)
         explainChipPort(look, all);
-    else
+    else if (port.device == Device::engine)
         explainEnginePort(look, all);
+    else if (!explainBridgePort(look, all))
+        all.remedy = remedyOf(look, all, printable(look.target.bridge.name));
     return all;
 }
 

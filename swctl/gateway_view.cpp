@@ -26,11 +26,32 @@ std::vector<std::string> devicesThere(Database &database, const Site &site)
     return devices;
 }
 
+// The interfaces that rows name as ports of a bridge.
+std::set<std::string> bridgePorts(Database &database)
+{
+    std::set<std::string> names;
+    for (const Row &row : database.rows("swPortConfig"))
+        if (row.text("switchName") == "BRIDGE")
+            names.insert(row.text("interfaceName"));
+    return names;
+}
+
 } // namespace
 
 GatewayView::GatewayView(const std::string &databasePath, const std::string &siteFile)
     : place(findSite(databasePath, siteFile)), known(interfacesOf(place))
 {
+}
+
+CheckContext GatewayView::checkContext() const
+{
+    CheckContext context;
+    context.interfaces.emplace();
+    for (const auto &[name, address] : known)
+        context.interfaces->insert(name);
+    if (place.engineState.empty())
+        context.bridgesFilter = bridgesFilter();
+    return context;
 }
 
 Script GatewayView::startScript(Snapshot &snapshot) const
@@ -71,7 +92,7 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
     if (target.bridge.name.empty())
         actual.bridge.held.emplace();
     else if (place.engineState.empty())
-        actual.bridge = readBridge(target.bridge);
+        actual.bridge = readBridge(target.bridge.name, bridgePorts(snapshot.database()));
     else
         actual.bridge.reason = "a simulated gateway has none";
     if (actual.bridge.held && extent == Extent::whole)

@@ -2,6 +2,7 @@
 // would give, and what it holds.
 #pragma once
 
+#include "swctl/check.h"
 #include "swctl/database.h"
 #include "swctl/difference.h"
 #include "swctl/readback.h"
@@ -23,6 +24,9 @@ public:
 
     // Begins to rehearse a fresh start from the database as it is in `snapshot`.
     std::unique_ptr<RunningRehearsal> rehearseStart(Snapshot &snapshot) const;
+
+    // What of the gateway's kernel a check asks for. No start is rehearsed.
+    [[nodiscard]] CheckContext checkContext() const;
 
     // A script that starts from it, to which requests can be added.
     [[nodiscard]] Script startScript(Snapshot &snapshot) const;

@@ -29,10 +29,10 @@ struct Look {
     [[nodiscard]] EngineVlan engineOf(int vlanId) const; // by the rehearsed start
 };
 
-// Reads the entries of these VLANs and of sub-interfaces that no row has. With a
-// port of the chip also whom the ports may forward to, and the VLANs that this
-// port's untagged frames get and should get.
+// Reads the entries of these VLANs and of sub-interfaces that no row has. With ports of
+// a chip or a bridge also whom the chip's may forward to, and the VLANs that untagged
+// frames get and should get there.
 Look lookAt(const std::string &databasePath, const std::string &siteFile,
-            const std::set<int> &vlanIds, std::optional<int> chipPort = std::nullopt);
+            const std::set<int> &vlanIds, const std::set<int> &ports = {});
 
 } // namespace swctl

@@ -221,16 +221,6 @@ Cell bridgeCell(const Bridge &bridge, const VlanConfig &vlan, const std::string 
     return {true, entry->second.at(interface) == Tagging::untagged, false};
 }
 
-// The VLAN of untagged frames; none where they are dropped.
-std::optional<int32_t> bridgePvid(const Bridge &bridge, const std::string &interface)
-{
-    for (const auto &[id, members] : bridge.vlans)
-        if (const auto found = members.find(interface);
-            found != members.end() && found->second == Tagging::untagged)
-            return id;
-    return std::nullopt;
-}
-
 // The ports of a switch: those of its rows, and those that take part in a VLAN.
 std::set<int32_t> portsOf(const SwitchConfig &sw, uint32_t members)
 {
@@ -269,8 +259,8 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
         const bool isBridge = sw.carriedBy == Device::bridge;
         for (const int32_t port : portsOf(sw, isChip ? inChip : isBridge ? 0 : inEngine)) {
             PortColumn column{owner, port, std::nullopt};
-            if (isBridge)
-                column.pvid = bridgePvid(bridge, interfaceOf(sw, port));
+            if (const int pvid = untaggedVlan(bridge, interfaceOf(sw, port)); isBridge && pvid != 0)
+                column.pvid = pvid;
             if (isChip && port >= 0 && port < chipPortCount)
                 column.pvid = chip.ports[static_cast<size_t>(port)].pvid;
             network.columns.push_back(column);

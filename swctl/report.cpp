@@ -38,6 +38,23 @@ void tellDeadline(FILE *stream, const Verdict &verdict)
                          " unless 'swctl confirm' comes first.");
 }
 
+// What mends all of them. The service comes first: what it does at its start need not be
+// repaired after.
+std::string mendOf(const std::vector<Difference> &left)
+{
+    std::vector<std::string> ways;
+    for (const bool byRepair : {false, true})
+        for (const Difference &difference : left)
+            if (const std::string way = difference.mend();
+                (difference.remedy == Remedy::repair) == byRepair &&
+                std::find(ways.begin(), ways.end(), way) == ways.end())
+                ways.push_back(way);
+    std::string text;
+    for (const std::string &way : ways)
+        text.append(text.empty() ? "" : "; then ").append(way);
+    return text;
+}
+
 // Before the reasons: what became of a change, and why in a few words.
 std::string headline(const Verdict &verdict)
 {
@@ -77,7 +94,7 @@ void printDetails(FILE *stream, const Verdict &verdict)
     if (!verdict.note.empty())
         tell(stream, "  " + verdict.note);
     if (!verdict.left.empty())
-        tell(stream, "  To mend it: " + verdict.left.front().mend());
+        tell(stream, "  To mend it: " + mendOf(verdict.left));
 }
 
 std::string rowsText(const ChangeSet &changes)

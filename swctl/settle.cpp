@@ -26,6 +26,8 @@ std::map<int, Complaint> complaintsOf(const std::vector<Difference> &differences
 {
     std::map<int, Complaint> complaints;
     for (const Difference &difference : differences) {
+        if (difference.remedy != Remedy::repair)
+            continue;
         // A port's default tag follows the VLAN that the port sends untagged.
         Complaint &complaint = complaints[difference.vlanId];
         if (difference.kind != DifferenceKind::subInterface)
@@ -117,9 +119,12 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
     // What a start that stops would give is nothing to bring the hardware to.
     bool going = mend && !target.stopped;
     while (going && !settled.left.empty() && settled.rounds < mostRounds) {
-        for (const Difference &difference : settled.left)
-            touched.insert(difference.vlanId);
-        going = mendRound(complaintsOf(settled.left, target), rows, settled.rounds, settled.done);
+        const std::map<int, Complaint> complaints = complaintsOf(settled.left, target);
+        if (complaints.empty())
+            break;
+        for (const auto &[vlanId, complaint] : complaints)
+            touched.insert(vlanId);
+        going = mendRound(complaints, rows, settled.rounds, settled.done);
         ++settled.rounds;
         settled.actual = gateway.read(snapshot, target, touched, extent);
         std::vector<Difference> now = counting(differences(target, settled.actual));

@@ -38,7 +38,7 @@ std::vector<Finding> findingsOf(Database &database)
 {
     const Interfaces interfaces = {{"eth0", {2}}, {"eth1", {2}}, {"uplink.of.port1", {2}}};
     const Rehearsal start = rehearse(Script(interfaces).image(database.serialised()).start());
-    return checkConfiguration(database, {{{"eth0", "eth1", "uplink.of.port1"}}, &start});
+    return checkConfiguration(database, {{{"eth0", "eth1", "uplink.of.port1"}}, false, &start});
 }
 
 // Each rule once, in the order of the findings.
@@ -100,10 +100,10 @@ constexpr struct { const char *sql, *rules; } cases[] = {
     {VLAN "untagMap = '4' WHERE vlanId = 10", "port-without-row"}, // towards the processor
     {VLAN "untagMap = '3,2' WHERE vlanId = 10", "*untag-twice"},
     {VLAN "fwdMap = '0,1,2'", "shifted-ports"},
-    {ADD_BRIDGE "0, '-eth0')", "start-stops *bridge-port-interface port-missing"},
-    {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth0')", "start-stops *bridge-port-interface port-missing"},
-    {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth9')", "start-stops bridge-port-interface port-missing"},
-    {ADD_BRIDGE "32, 'eth0')", "start-stops *port-number-range port-missing"},
+    {ADD_BRIDGE "0, '-eth0')", "start-stops bridge-kernel *bridge-port-interface port-missing"},
+    {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth0')", "start-stops bridge-kernel *bridge-port-interface port-missing"},
+    {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth9')", "start-stops bridge-kernel bridge-port-interface port-missing"},
+    {ADD_BRIDGE "32, 'eth0')", "start-stops bridge-kernel *port-number-range port-missing"},
 };
 // clang-format on
 

@@ -148,10 +148,10 @@ protected:
                    "SELECT rowid, * FROM swGlobalCfg ORDER BY 1");
     }
 
-    Result run(const std::string &arguments)
+    Result run(const std::string &arguments, const std::string &before = "")
     {
-        const std::string line = std::string(SWCTL_PROGRAM) + " " + arguments + " >" + directory +
-                                 "/out 2>" + directory + "/err";
+        const std::string line = before + std::string(SWCTL_PROGRAM) + " " + arguments + " >" +
+                                 directory + "/out 2>" + directory + "/err";
         const int status = system(line.c_str());
         return {WEXITSTATUS(status), contents(directory + "/out"), contents(directory + "/err")};
     }
@@ -238,6 +238,45 @@ TEST_F(Swctl, anErrnoValueFromTheServiceIsARefusalAndNotAnUnreachableService)
         EXPECT_EQ(run("qos on").status, 1) << status;
         EXPECT_EQ(run("vlan set 10 --ports 2" BLIND).status, 1) << status;
     }
+}
+
+// lan3 is down, lan4 stands alone, lan5 is not there, wlan0 is a port that no row names.
+constexpr const char *kernelLinks = R"(#!/bin/sh
+echo '[{"ifname":"br0","flags":["UP"],"linkinfo":{"info_kind":"bridge","info_data":{"vlan_filtering":1}}},
+{"ifname":"lan1","master":"br0","flags":["UP"]},{"ifname":"lan2","master":"br0","flags":["UP"]},
+{"ifname":"lan3","master":"br0","flags":[]},{"ifname":"lan4","flags":["UP"]},
+{"ifname":"wlan0","master":"br0","flags":["UP"]}]')";
+constexpr const char *kernelVlans = R"(#!/bin/sh
+echo '[{"ifname":"br0","vlans":[{"vlan":10}]},{"ifname":"lan1","vlans":[{"vlan":10},{"vlan":30,"vlanEnd":40}]},
+{"ifname":"lan2","vlans":[{"vlan":10,"flags":["PVID","Egress Untagged"]}]},
+{"ifname":"lan3","vlans":[{"vlan":10}]},{"ifname":"wlan0","vlans":[{"vlan":10}]}]')";
+
+TEST_F(Swctl, framesAtAPortOfABridgeAreExplainedByWhatTheKernelHolds)
+{
+    sql("UPDATE vlanEncapIf SET interfaceName = 'br0', fwdMap = '0,1,2'; INSERT INTO swGlobalCfg "
+        "(switchName, switchDevice, switchLevel, vlanEnable) VALUES ('BRIDGE', 'br0', 1, 1)");
+    for (const char *port : {"0", "1", "2", "3", "4"})
+        sql("INSERT INTO swPortConfig (switchName, portNumber, interfaceName) VALUES ('BRIDGE', "s +
+            port + ", 'lan' || (1 + " + port + "))");
+    std::ofstream(directory + "/ip") << kernelLinks;
+    std::ofstream(directory + "/bridge") << kernelVlans;
+    ASSERT_EQ(system(("chmod +x " + directory + "/ip " + directory + "/bridge").c_str()), 0);
+    const std::string path = "PATH=" + directory + ":$PATH ";
+    const Result result = run("explain vlan 10 port all", path);
+    EXPECT_EQ(result.status, 4);
+    size_t from = 0;
+    for (const char *part :
+         {"port 0 of", "tagged     in VLAN 10, to 1U, wlan0 and the host",
+          "untagged   dropped: the port is untagged in no VLAN", "port 1 of",
+          "untagged   in VLAN 10, to 0T, wlan0 and the host", "port 2 of", "dropped: lan3 is down",
+          "lan3: in br0, down, should be in br0, up", "mend it: restart the service", "port 3 of",
+          "lan4: in no bridge, up, should be", "to have it swctl vlan set 10 --ports 0,1,2,3",
+          "port 4 of", "see to it that there is an interface lan5"}) {
+        from = std::min(result.out.find(part, from), result.out.size());
+        EXPECT_NE(from, result.out.size()) << part << " is missing in\n" << result.out;
+    }
+    EXPECT_HAS(run("diff", path).out, "VLAN 35 in the bridge: lan1 T, should be -");
+    EXPECT_EQ(run("explain vlan 10 port 7", path).status, 2);
 }
 
 TEST_F(Swctl, wrongArgumentsEndWithStatusTwoAndChangeNothing)
