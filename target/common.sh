@@ -14,7 +14,7 @@ armPackages=(g++-arm-linux-gnueabihf qemu-user qemu-system-arm cpio kmod
 prepareGuest() {
     packages "${armPackages[@]}"
     "$top/target/sysroot"
-    build arm "swmgrd swlogd swctl swengine swcuse swready salrun"
+    build arm "swmgrd swlogd swctl swengine swcuse swready swframes salrun"
     "$top/target/guest-image"
     "$top/target/guest-tree"
 }

@@ -1,19 +1,16 @@
 #!/usr/bin/python3
-"""Makes random configurations of a bridge with four ports, and says who must reach whom.
+"""Makes random configurations of a bridge with four ports, and says what frames must do.
 
     bridge_plan.py FOLDER COUNT SEED
 
-Writes N.json, which 'swctl apply' takes, and N.reach, a line "HOST INTERFACE ADDRESS" for
-each question that must be answered: from the interface of that host for that address. A
-host h has 10.0.0.h on eth0, without a tag, and 10.V.0.h on eth0.V; the gateway has
-10.V.0.254 on br0.V. What is here is worked out from the rows alone.
+Writes N.json, which 'swctl apply' takes, and N.frames, what swframes must print with the
+hosts of simulator/bridge/hosts.sh. What is here is worked out from the rows alone.
 """
 import json
 import pathlib
 import random
 import sys
 
-HOSTS = (1, 2, 3, 4)  # at the ports 0 to 3
 VLANS = (10, 20, 30)
 
 
@@ -36,24 +33,29 @@ def ports(text):
     return {int(port) for port in text.split(",") if port}
 
 
-def reach(vlans):
-    """The VLAN that each interface of each host takes part in, then who shares one."""
-    place = {}  # (host, interface): VLAN
-    address = {}
+def interface(tag):
+    return f"eth0.{tag}" if tag else "eth0"
+
+
+def frames(vlans):
+    """Every frame that gets into a VLAN is heard by its other members, and by no one else."""
+    lines = set()
     for vlan in vlans:
         number = vlan["vlanId"]
-        for port in ports(vlan["fwdMap"]):
-            untagged = port in ports(vlan["untagMap"])
-            interface = "eth0" if untagged else f"eth0.{number}"
-            place[port + 1, interface] = number
-            address[port + 1, interface] = f"10.{0 if untagged else number}.0.{port + 1}"
-    lines = set()
-    for (host, interface), number in place.items():
-        lines |= {f"{host} {interface} {address[other]}" for other, theirs in place.items()
-                  if theirs == number and other[0] != host}
-        lines |= {f"{host} {interface} 10.{number}.0.254" for vlan in vlans
-                  if vlan["vlanId"] == number and not vlan["inSwitchOnly"]}
-    return sorted(lines)
+        tags = {port: 0 if port in ports(vlan["untagMap"]) else number
+                for port in ports(vlan["fwdMap"])}
+        # A member may send with the tag, even where it gets the VLAN's frames without.
+        for port, tag in {(port, sent) for port in tags for sent in (tags[port], number)}:
+            asker = f"10.{tag}.0.{port + 1}"
+            answering = {other: f"10.{tags[other]}.0.{other + 1}" for other in tags if other != port}
+            lines |= {f"heard h{other + 1} {tags[other]} {asker}" for other in answering}
+            if not vlan["inSwitchOnly"]:
+                answering["gateway"] = f"10.{number}.0.254"
+            for address in answering.values():
+                lines.add(f"heard h{port + 1} {tags[port]} {address}")
+                if tags[port] == tag:
+                    lines.add(f"answer h{port + 1} {interface(tag)} {address}")
+    return lines
 
 
 if __name__ == "__main__":
@@ -65,4 +67,4 @@ if __name__ == "__main__":
     for step in range(1, count + 1):
         wanted = configuration(chosen)
         (folder / f"{step}.json").write_text(json.dumps({"vlans": wanted}))
-        (folder / f"{step}.reach").write_text("".join(line + "\n" for line in reach(wanted)))
+        (folder / f"{step}.frames").write_text("".join(f"{line}\n" for line in sorted(frames(wanted))))
