@@ -98,8 +98,10 @@ int socketAt(const Place &place, int type, int protocol)
     at.sll_family = AF_PACKET;
     at.sll_protocol = htons(static_cast<uint16_t>(protocol));
     at.sll_ifindex = place.index;
-    if (fd < 0 || setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &size, sizeof(size)) != 0 ||
-        bind(fd, reinterpret_cast<const sockaddr *>(&at), sizeof(at)) != 0)
+    // Only the machine's own administrator may have more than the usual room.
+    if (fd >= 0 && setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &size, sizeof(size)) != 0)
+        setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
+    if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr *>(&at), sizeof(at)) != 0)
         fail("a socket at " + place.interface + " of " + place.space);
     return fd;
 }
