@@ -50,8 +50,9 @@ constexpr char usage[] =
     "\n"
     "RELAY_DIR names the directory of the messaging sockets (default /run/relay),\n"
     "SAL_CMD_TIMEOUT the seconds a tool may take (default 30). SAL_VLAN=kernel has\n"
-    "sub-interfaces made without vconfig and ifconfig, by the kernel's own requests\n"
-    "(default tool). Readiness is told to the socket that NOTIFY_SOCKET names.\n"
+    "sub-interfaces and VLANs of a bridge made without vconfig, ifconfig and bridge,\n"
+    "by the kernel's own requests (default tool). Readiness is told to the socket that\n"
+    "NOTIFY_SOCKET names.\n"
     "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage, 3\n"
     "stopped in the middle of its work; the next start writes every VLAN anew.\n";
 

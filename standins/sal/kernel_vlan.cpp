@@ -1,15 +1,13 @@
 // The ioctl requests of vconfig and ifconfig; see the header.
 #include "standins/sal/kernel_vlan.h"
 
-#include "common/descriptor.h"
 #include "platform/sal.h"
+#include "standins/sal/kernel_words.h"
 
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <linux/if_vlan.h>
 #include <linux/sockios.h>
-#include <net/if.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
 
@@ -33,34 +31,15 @@ constexpr Operation operations[] = {
     {"set_egress_map", 5, SET_VLAN_EGRESS_PRIORITY_CMD},
 };
 
-bool isTool(const char *word, const char *name)
-{
-    if (strncmp(word, "/sbin/", 6) == 0)
-        word += 6;
-    return strcmp(word, name) == 0;
-}
+// Where requests go. Made by the first one and kept, since a start with many VLANs has
+// twenty for each.
+constinit int kernel = -1;
 
-// A plain decimal number below a limit; the tool has its own words about any other.
-bool numberRead(const char *word, unsigned limit, unsigned &number)
+bool kernelSocket()
 {
-    number = 0;
-    for (const char *c = word; *c != '\0'; ++c) {
-        if (*c < '0' || *c > '9' || number >= limit)
-            return false;
-        number = number * 10 + static_cast<unsigned>(*c - '0');
-    }
-    return *word != '\0' && number < limit;
-}
-
-// False for a name that the tool would cut.
-template <size_t N>
-bool nameCopy(char (&to)[N], const char *name)
-{
-    const size_t length = strlen(name);
-    if (length == 0 || length >= IFNAMSIZ)
-        return false;
-    memcpy(to, name, length + 1);
-    return true;
+    if (kernel < 0)
+        kernel = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);
+    return kernel >= 0;
 }
 
 bool vlanRequestRead(char *const words[], const Operation &operation, vlan_ioctl_args &request)
@@ -91,11 +70,10 @@ bool vlanRequestRead(char *const words[], const Operation &operation, vlan_ioctl
 bool vconfigRun(char *const words[], const Operation &operation, int &status)
 {
     vlan_ioctl_args request = {};
-    const Descriptor kernel(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0));
-    if (!kernel.valid() || !vlanRequestRead(words, operation, request))
+    if (!kernelSocket() || !vlanRequestRead(words, operation, request))
         return false;
     status = 0;
-    if (ioctl(kernel.get(), SIOCSIFVLAN, &request) >= 0)
+    if (ioctl(kernel, SIOCSIFVLAN, &request) >= 0)
         return true;
     // No VLANs in this kernel, or none yet: the tool may know a way.
     if (errno == ENOPKG || errno == ENOTTY || errno == EOPNOTSUPP)
@@ -108,15 +86,14 @@ bool vconfigRun(char *const words[], const Operation &operation, int &status)
 bool interfaceUp(const char *name, int &status)
 {
     ifreq request = {};
-    const Descriptor kernel(socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0));
-    if (!kernel.valid() || !nameCopy(request.ifr_name, name))
+    if (!kernelSocket() || !nameCopy(request.ifr_name, name))
         return false;
     const char *step = "SIOCGIFFLAGS";
-    int result = ioctl(kernel.get(), SIOCGIFFLAGS, &request);
+    int result = ioctl(kernel, SIOCGIFFLAGS, &request);
     if (result >= 0) {
         step = "SIOCSIFFLAGS";
         request.ifr_flags = static_cast<short>(request.ifr_flags | IFF_UP | IFF_RUNNING);
-        result = ioctl(kernel.get(), SIOCSIFFLAGS, &request);
+        result = ioctl(kernel, SIOCSIFFLAGS, &request);
     }
     status = result >= 0 ? 0 : toolFailed;
     if (result < 0)

@@ -4,7 +4,7 @@
 
 #include <cstddef>
 
-// Whether SAL_VLAN asks for it.
+// Whether SAL_VLAN asks for it, here and in kernel_bridge.h.
 bool kernelVlanWanted();
 
 // Carries out a command line of these shapes, with the tool's exit status and its
