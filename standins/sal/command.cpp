@@ -255,8 +255,8 @@ int salCmdExec(const char *commandLine, int /*arg1*/, int /*arg2*/)
     if (line.count == 0)
         return 0;
     int status = 0;
-    if (kernelVlanWanted() && (kernelVlanRun(line.words, line.count, status) ||
-                               kernelBridgeRun(line.words, line.count)))
+    if (kernelVlanWanted() &&
+        (kernelVlanRun(line.words, line.count, status) || kernelBridgeRun(line.words, line.count)))
         return status;
     status = run(line.words, commandLine);
     // A script without an interpreter line is something only a shell can run.
