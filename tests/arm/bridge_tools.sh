@@ -49,7 +49,7 @@ outcome() {
 for user in root guest; do
     outcome tool $user
     outcome kernel $user
-    cmp -s /tmp/tool /tmp/kernel || { diff /tmp/tool /tmp/kernel; fail "not the same, as $user"; }
+    cmp -s /tmp/tool /tmp/kernel || { diff /tmp/tool /tmp/kernel || true; fail "not the same, as $user"; }
     echo "$(wc -l < /tmp/lines) lines as $user, $(grep -c '^[1-9]' /tmp/tool) of them fail: the same both ways"
 done
 
