@@ -96,13 +96,13 @@ std::string partOf(const Bridge &bridge, int vlanId, const std::string &interfac
 
 bool explainBridgePort(const Look &look, PortExplanation &all)
 {
-    const SwitchConfig *owner = nullptr;
+    SwitchConfig owner;
     for (const SwitchConfig &sw : look.network.switches)
         if (sw.name == all.port.switchName)
-            owner = &sw;
+            owner = sw;
     PortConfig port;
     port.number = all.port.number;
-    for (const PortConfig &row : owner->ports)
+    for (const PortConfig &row : owner.ports)
         if (row.number == port.number)
             port = row;
     const Part<Bridge> &held = look.actual.bridge;
@@ -115,8 +115,8 @@ bool explainBridgePort(const Look &look, PortExplanation &all)
     all.held =
         held.held ? partOf(judged, all.vlanId, port.interfaceName) : "not read: " + held.reason;
     const int untagged = untaggedVlan(judged, port.interfaceName);
-    all.tagged = fateOf(judged, *owner, port, all.vlanId);
-    all.untagged = fateOf(judged, *owner, port, untagged);
+    all.tagged = fateOf(judged, owner, port, all.vlanId);
+    all.untagged = fateOf(judged, owner, port, untagged);
     if (const Tagging *part = partIn(judged, all.vlanId, port.interfaceName);
         part != nullptr && closed(judged, port.interfaceName).empty())
         all.sends = sendsUntagged(*part) ? "without tag" : "tagged";
