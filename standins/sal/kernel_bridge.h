@@ -8,6 +8,7 @@
 // Carries out a command line of these shapes:
 //     bridge vlan add dev IF vid ID [pvid untagged | self]
 //     bridge vlan del dev IF vid ID [self]
-// False, and nothing changed, for any other and where the kernel refuses it: then the
-// program is to be run, which finds the words about it.
+// False for any other, and where the kernel refuses it or its answer is lost: then the
+// program is to be run, which finds the words about it; a line done twice is as done once.
+// For a process of one thread, which keeps the socket.
 bool kernelBridgeRun(char *const words[], size_t count);
