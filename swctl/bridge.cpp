@@ -142,12 +142,12 @@ void takeLinks(const Json &all, const std::set<std::string> &ports, Bridge &brid
 }
 
 // The kernel's configuration has this line; none: it has no such file.
-std::optional<bool> configured(const std::string &root, const std::string &wanted)
+std::optional<bool> configured(const std::string &wanted)
 {
     utsname system{};
     uname(&system);
     for (const std::string &file :
-         {root + "/proc/config.gz", root + "/boot/config-" + system.release})
+         {std::string("/proc/config.gz"), std::string("/boot/config-") + system.release})
         if (const std::optional<std::string> text =
                 std::filesystem::exists(file) ? outputOf({"zcat", "-f", file}) : std::nullopt)
             return ("\n" + *text).find("\n" + wanted + "\n") != std::string::npos;
@@ -194,13 +194,13 @@ Part<Bridge> readBridge(const std::string &name, const std::set<std::string> &po
     return part;
 }
 
-std::optional<bool> bridgesFilter(const std::string &root)
+std::optional<bool> bridgesFilter()
 {
     std::error_code ignored;
-    for (const auto &entry : std::filesystem::directory_iterator(root + "/sys/class/net", ignored))
+    for (const auto &entry : std::filesystem::directory_iterator("/sys/class/net", ignored))
         if (std::filesystem::exists(entry.path() / "bridge", ignored))
             return std::filesystem::exists(entry.path() / "bridge/vlan_filtering", ignored);
-    return configured(root, "CONFIG_BRIDGE_VLAN_FILTERING=y");
+    return configured("CONFIG_BRIDGE_VLAN_FILTERING=y");
 }
 
 int untaggedVlan(const Bridge &bridge, const std::string &interface)

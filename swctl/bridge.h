@@ -28,8 +28,6 @@ using BridgeVlan = std::map<std::string, Tagging>; // by interface, the bridge's
 struct BridgeLink {
     std::string master; // bridge that it is a port of; empty: none
     bool up = false;    // set up; whether a cable is in it does not matter
-
-    bool operator==(const BridgeLink &) const = default;
 };
 
 struct Bridge {
@@ -48,8 +46,8 @@ Bridge bridgeOf(const std::vector<Happening> &happenings);
 Part<Bridge> readBridge(const std::string &name, const std::set<std::string> &ports);
 
 // Whether bridges of this kernel can keep VLANs apart: by a bridge that is there, or by
-// the kernel's configuration; none where neither tells. `root` stands before the paths.
-std::optional<bool> bridgesFilter(const std::string &root = "");
+// the kernel's configuration; none where neither tells.
+std::optional<bool> bridgesFilter();
 
 constexpr bool sendsUntagged(Tagging tagging)
 {
@@ -62,7 +60,7 @@ int untaggedVlan(const Bridge &bridge, const std::string &interface);
 // "lan1 T, lan2 U, br0"; "-" for none. u and p: one half of U alone.
 std::string bridgeText(const Bridge &bridge, int vlanId);
 
-// "in br0, up"; of the bridge itself "VLAN filtering on, up".
+// "in br0, up"; of the bridge itself "VLAN filtering on, up"; noLink where there is none.
 constexpr const char *noLink = "not there";
 std::string linkText(const Bridge &bridge, const std::string &interface);
 
