@@ -4,15 +4,12 @@
 #pragma once
 
 #include "model/command.h"
+#include "model/layout.h"
 #include "platform/sal.h"
 
 #include <cstdint>
 
 struct Switch;
-struct ListedVlan;
-
-// Every VLAN id has a bucket of its own; a number that is none shares one.
-constexpr uint32_t vlanBuckets = 4096;
 
 // A backend's configuration function. `payload` is the command's record or
 // none, `payloadLen` its length as the sender declares it. `replyBuf` and
@@ -44,12 +41,25 @@ struct Switch {
     SalList lowerLvlSwitchList;              // SwitchLowerLvlNode, each to a Switch
     SalList portList;                        // SwitchPort
     SalList vlanList;                        // SwitchVlan
-    // Kept up with vlanList by model/vlan_list.h, so that a change costs the same beside
-    // any number of VLANs.
-    ListedVlan *vlansById[vlanBuckets]; // first listed in each bucket, by vlanBucket
-    ListedVlan *untagging;              // last listed that may untag a port
-    uint32_t vlanPlaces;                // VLANs ever appended
 };
+OBJECT_SIZE(Switch, 1100, 1144);
+LIES_AT(Switch, link, 0, 0);
+LIES_AT(Switch, switchIndex, 8, 16);
+LIES_AT(Switch, switchName, 12, 20);
+LIES_AT(Switch, switchDevice, 524, 532);
+LIES_AT(Switch, qosEnable, 1036, 1044);
+LIES_AT(Switch, vlanEnable, 1040, 1048);
+LIES_AT(Switch, pauseFrameEnable, 1044, 1052);
+LIES_AT(Switch, igmpSnoopingEnable, 1048, 1056);
+LIES_AT(Switch, mldSnoopingEnable, 1052, 1060);
+LIES_AT(Switch, numPorts, 1056, 1064);
+LIES_AT(Switch, switchLevel, 1060, 1068);
+LIES_AT(Switch, lowerLvlCfgEnable, 1064, 1072);
+LIES_AT(Switch, configFunc, 1068, 1080);
+LIES_AT(Switch, confTransferFunc, 1072, 1088);
+LIES_AT(Switch, lowerLvlSwitchList, 1076, 1096);
+LIES_AT(Switch, portList, 1084, 1112);
+LIES_AT(Switch, vlanList, 1092, 1128);
 
 struct SwitchPort {
     SalListLink link;             // in its switch's portList
@@ -73,7 +83,25 @@ struct SwitchPort {
     int32_t queue3Weight;
     int32_t queue4Weight;
 };
-static_assert(sizeof(void *) != 4 || sizeof(SwitchPort) == switchPortRecordLength);
+OBJECT_SIZE(SwitchPort, switchPortRecordLength, 168);
+LIES_AT(SwitchPort, link, 0, 0);
+LIES_AT(SwitchPort, portIndex, 8, 16);
+LIES_AT(SwitchPort, portNumber, 12, 20);
+LIES_AT(SwitchPort, ownerSwitch, 16, 24);
+LIES_AT(SwitchPort, PVID, 20, 32);
+LIES_AT(SwitchPort, non8021qFramesStatus, 24, 36);
+LIES_AT(SwitchPort, portType, 28, 40);
+LIES_AT(SwitchPort, interfaceName, 32, 44);
+LIES_AT(SwitchPort, trustMode, 96, 108);
+LIES_AT(SwitchPort, mirroring, 100, 112);
+LIES_AT(SwitchPort, mappedList, 104, 120);
+LIES_AT(SwitchPort, rateLimit, 112, 136);
+LIES_AT(SwitchPort, schedMode, 116, 140);
+LIES_AT(SwitchPort, numQueues, 120, 144);
+LIES_AT(SwitchPort, queue1Weight, 124, 148);
+LIES_AT(SwitchPort, queue2Weight, 128, 152);
+LIES_AT(SwitchPort, queue3Weight, 132, 156);
+LIES_AT(SwitchPort, queue4Weight, 136, 160);
 
 // An element of lowerLvlSwitchList or of mappedList: a block of its own, since
 // a switch or port may be named in several lists.
@@ -84,3 +112,6 @@ struct SwitchLowerLvlNode {
         SwitchPort *mapped; // in a mappedList
     };
 };
+OBJECT_SIZE(SwitchLowerLvlNode, 12, 24);
+LIES_AT(SwitchLowerLvlNode, lower, 8, 16);
+LIES_AT(SwitchLowerLvlNode, mapped, 8, 16);

@@ -3,9 +3,8 @@
 #pragma once
 
 #include "model/command.h"
+#include "model/layout.h"
 #include "model/switch.h"
-
-#include <cstddef>
 
 struct SwitchVlan {
     SalListLink link;       // in the owner's vlanList
@@ -21,18 +20,16 @@ struct SwitchVlan {
     int32_t inSwitchOnly; // non-zero: the VLAN stays inside the switches
     Switch *ownerSwitch;  // the switch whose vlanList holds the object
 };
-
-// What is allocated for a VLAN: the object, and what its switch keeps of it.
-struct ListedVlan {
-    SwitchVlan vlan;
-    ListedVlan *sameBucket; // listed after it
-    ListedVlan *untagging;  // listed before it, of those that may untag a port
-    uint32_t place;         // rises along the list
-    bool mayUntag;          // is among them
-};
-
-static_assert(sizeof(void *) != 4 || sizeof(SwitchVlan) == switchVlanRecordLength);
-static_assert(offsetof(SwitchVlan, vlanId) == sizeof(SalListLink));
-static_assert(offsetof(SwitchVlan, fwdMap) == sizeof(SalListLink) + 1288);
-static_assert(offsetof(SwitchVlan, ownerSwitch) ==
-              sizeof(SalListLink) + (sizeof(void *) == 4 ? 1300 : 1304));
+OBJECT_SIZE(SwitchVlan, switchVlanRecordLength, 1328);
+LIES_AT(SwitchVlan, link, 0, 0);
+LIES_AT(SwitchVlan, vlanId, 8, 16);
+LIES_AT(SwitchVlan, vlanIndex, 12, 20);
+LIES_AT(SwitchVlan, vlanName, 16, 24);
+LIES_AT(SwitchVlan, interfaceName, 144, 152);
+LIES_AT(SwitchVlan, LogicalIfName, 208, 216);
+LIES_AT(SwitchVlan, ingressMap, 272, 280);
+LIES_AT(SwitchVlan, egressMap, 784, 792);
+LIES_AT(SwitchVlan, fwdMap, 1296, 1304);
+LIES_AT(SwitchVlan, untagMap, 1300, 1308);
+LIES_AT(SwitchVlan, inSwitchOnly, 1304, 1312);
+LIES_AT(SwitchVlan, ownerSwitch, 1308, 1320);

@@ -5,7 +5,6 @@
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
-#include "model/vlan_list.h"
 #include "platform/list_of.h"
 #include "switch/command.h"
 #include "switch/port.h"
@@ -30,6 +29,17 @@ int membershipSet(Switch &sw, const SwitchVlan &vlan, const char *func)
         LOG_AT(SWMGR_LOG_ERROR, noLabel, func, __LINE__, "Failed to apply configuration in %s\n",
                sw.switchName);
     return status;
+}
+
+// A VLAN that was just added or changed is the last one, which saves the walk.
+bool isListed(Switch &sw, const SwitchVlan &vlan)
+{
+    if (sw.vlanList.last == &vlan.link)
+        return true;
+    for (const SwitchVlan &listed : ListOf<SwitchVlan>(sw.vlanList))
+        if (&listed == &vlan)
+            return true;
+    return false;
 }
 
 // Port VLANs have no bearing on the VLAN itself: no backend acts on them.
@@ -71,12 +81,11 @@ extern "C" int switchVlanCreate(Switch *sw, const SwitchVlan *image)
         LOG_ERROR(switchStrGet(sw), "This VLAN Id is already exists \n");
         return statusInvalid;
     }
-    auto *block = static_cast<ListedVlan *>(calloc(1, sizeof(ListedVlan)));
-    if (block == nullptr) {
+    auto *vlan = static_cast<SwitchVlan *>(calloc(1, sizeof(SwitchVlan)));
+    if (vlan == nullptr) {
         LOG_ERROR(switchStrGet(sw), "VLAN Memory allocation failed \n");
         return statusNoMemory;
     }
-    SwitchVlan *vlan = &block->vlan;
     *vlan = *image;
     vlan->ownerSwitch = sw;
     int status = switchVlanMembershipUpdate(vlan);
@@ -85,13 +94,13 @@ extern "C" int switchVlanCreate(Switch *sw, const SwitchVlan *image)
         free(vlan);
         return status;
     }
-    vlanListAppend(*sw, *vlan);
+    salListNodeAppend(&sw->vlanList, &vlan->link);
     if (vlan->inSwitchOnly != 0)
         portVlanAnnounce(*vlan, portVlanAdd);
     status = switchVlanCfgApply(sw, vlan);
     if (status < 0) {
         LOG_ERROR(switchStrGet(sw), "Failed to apply switch vlan configuration \n");
-        vlanListRemove(*sw, *vlan);
+        salListNodeRemove(&sw->vlanList, &vlan->link);
         free(vlan);
         return status;
     }
@@ -111,9 +120,9 @@ extern "C" int switchVlanUpdate(SwitchVlan *vlan, const SwitchVlan *image)
         return status;
     }
     LOG_INFO(switchStrGet(sw), "updated membership of vlan ID=%d\n", image->vlanId);
-    vlanListRemove(*sw, *vlan);
+    salListNodeRemove(&sw->vlanList, &vlan->link);
     *vlan = *image;
-    vlanListAppend(*sw, *vlan);
+    salListNodeAppend(&sw->vlanList, &vlan->link);
     if (vlan->inSwitchOnly != 0)
         portVlanAnnounce(*vlan, portVlanAdd);
     status = switchVlanCfgApply(sw, vlan);
@@ -140,7 +149,7 @@ extern "C" int switchVlanDelete(SwitchVlan *vlan)
         LOG_ERROR(switchStrGet(sw), "Failed to apply switch vlan configuration \n");
         return status;
     }
-    vlanListRemove(*sw, *vlan);
+    salListNodeRemove(&sw->vlanList, &vlan->link);
     free(vlan);
     return 0;
 }
@@ -153,9 +162,13 @@ extern "C" int switchVlanDisable(SwitchVlan *vlan)
     if (vlan->inSwitchOnly != 0)
         portVlanAnnounce(*vlan, portVlanDelete);
     int status = 0;
-    for (SwitchVlan *same = vlanListFind(sw, vlan->vlanId); same != nullptr && status >= 0;
-         same = vlanListNextSame(*same))
-        status = disableInSwitch(sw, *same, __func__);
+    for (SwitchVlan &listed : ListOf<SwitchVlan>(sw.vlanList)) {
+        if (listed.vlanId != vlan->vlanId)
+            continue;
+        status = disableInSwitch(sw, listed, __func__);
+        if (status < 0)
+            break;
+    }
     // Also after a failure, and whatever the caller had set.
     sw.lowerLvlCfgEnable = 1;
     return status;
@@ -180,10 +193,7 @@ extern "C" int switchVlanCfgApply(Switch *sw, SwitchVlan *vlan)
         return status;
     }
     if (vlan != nullptr) {
-        const SwitchVlan *same = vlanListFind(*sw, vlan->vlanId);
-        while (same != nullptr && same != vlan)
-            same = vlanListNextSame(*same);
-        status = same != nullptr ? membershipSet(*sw, *same, __func__) : 0;
+        status = isListed(*sw, *vlan) ? membershipSet(*sw, *vlan, __func__) : 0;
         return status < 0 ? status : 0;
     }
     for (const SwitchVlan &listed : ListOf<SwitchVlan>(sw->vlanList)) {
@@ -228,7 +238,12 @@ extern "C" int switchVlanMembershipUpdate(const SwitchVlan *vlan)
 
 extern "C" SwitchVlan *switchVlanByIdGet(Switch *sw, int32_t vlanId)
 {
-    return sw != nullptr ? vlanListFind(*sw, vlanId) : nullptr;
+    if (sw == nullptr)
+        return nullptr;
+    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList))
+        if (vlan.vlanId == vlanId)
+            return &vlan;
+    return nullptr;
 }
 
 extern "C" SwitchVlan *switchVlanByNameGet(Switch *sw, const char *name)

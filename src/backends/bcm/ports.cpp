@@ -7,30 +7,28 @@
 #include "model/port_mask.h"
 #include "model/status.h"
 #include "model/vlan.h"
-#include "model/vlan_list.h"
 #include "platform/list_of.h"
 
 namespace {
 
-// Each port gets the last VLAN of the list that sends it untagged; a port that none
-// does keeps its PVID. Returns the ports that are untagged somewhere.
-uint32_t pvidsDerive(Switch &sw)
+uint32_t portsOf(Switch &sw)
 {
-    uint32_t untagged = 0;
-    for (SwitchVlan *vlan = vlanUntagging(sw); vlan != nullptr; vlan = vlanUntaggingBefore(*vlan)) {
-        for (SwitchPort &port : ListOf<SwitchPort>(sw.portList))
-            if ((vlan->untagMap & ~untagged & portBit(port.portNumber)) != 0)
-                port.PVID = vlan->vlanId;
-        untagged |= vlan->untagMap;
-    }
-    return untagged;
+    uint32_t ports = 0;
+    for (const SwitchPort &port : ListOf<SwitchPort>(sw.portList))
+        ports |= portBit(port.portNumber);
+    return ports;
 }
 
-// The same with the developer messages of a walk over every VLAN.
-uint32_t pvidsDeriveAloud(Switch &sw, const char *func)
+// Each port gets the last VLAN of the list that sends it untagged; a port that none
+// does keeps its PVID. Returns the ports that are untagged somewhere.
+uint32_t pvidsDerive(Switch &sw, const char *func)
 {
+    const uint32_t ports = portsOf(sw);
     uint32_t untagged = 0;
     for (const SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
+        // Most VLANs send no port untagged; then there are messages to log at most.
+        if ((vlan.untagMap & ports) == 0 && swMgrDevDebug == 0)
+            continue;
         for (SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {
             if ((vlan.untagMap & portBit(port.portNumber)) != 0) {
                 LOG_AT(SWMGR_LOG_NONE, noLabel, func, __LINE__, "Updating PVID of port %d to %d\n",
@@ -76,8 +74,7 @@ extern "C" int bcmSwitchPortConfigure(Switch *sw, const SwitchPort *port)
 {
     if (sw == nullptr)
         return statusInvalid;
-    const uint32_t untagged =
-        swMgrDevDebug == 0 ? pvidsDerive(*sw) : pvidsDeriveAloud(*sw, __func__);
+    const uint32_t untagged = pvidsDerive(*sw, __func__);
     for (SwitchPort &listed : ListOf<SwitchPort>(sw->portList)) {
         if (port != nullptr && port != &listed)
             continue;

@@ -8,7 +8,6 @@
 #include "base/zone.h"
 #include "model/port_mask.h"
 #include "model/status.h"
-#include "model/vlan_list.h"
 #include "platform/list_of.h"
 
 namespace {
@@ -62,12 +61,14 @@ extern "C" int bcmVlanMembershipUpdate(Switch *sw, const SwitchVlan *image)
     // A port sends one VLAN untagged. Bits beyond the chip's ports survive in
     // other VLANs only where the image has them too.
     const uint32_t kept = untagMap ^ bcmEveryPort;
-    for (SwitchVlan *vlan = vlanListFind(*sw, vlanId); vlan != nullptr;
-         vlan = vlanListNextSame(*vlan))
-        vlanMapsSet(*sw, *vlan, fwdMap, untagMap);
-    for (SwitchVlan *vlan = vlanUntagging(*sw); vlan != nullptr; vlan = vlanUntaggingBefore(*vlan))
-        if (vlan->vlanId != vlanId)
-            vlan->untagMap &= kept;
+    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList)) {
+        if (vlan.vlanId == vlanId) {
+            vlan.untagMap = untagMap;
+            vlan.fwdMap = fwdMap;
+        } else if ((vlan.untagMap & ~kept) != 0) {
+            vlan.untagMap &= kept;
+        }
+    }
     return 0;
 }
 

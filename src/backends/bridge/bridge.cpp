@@ -10,7 +10,7 @@
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
-#include "model/vlan_list.h"
+#include "model/vlan.h"
 #include "platform/list_of.h"
 #include "switch/lower.h"
 

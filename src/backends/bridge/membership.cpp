@@ -7,7 +7,7 @@
 #include "base/log.h"
 #include "model/port_mask.h"
 #include "model/status.h"
-#include "model/vlan_list.h"
+#include "model/vlan.h"
 #include "platform/list_of.h"
 
 namespace {
@@ -87,16 +87,19 @@ int bridgeMembershipUpdate(Switch &sw, const SwitchVlan &image)
     const int32_t vlanId = image.vlanId;
     const uint32_t fwdMap = image.fwdMap;
     const uint32_t untagMap = image.untagMap;
-    for (SwitchVlan *vlan = vlanListFind(sw, vlanId); vlan != nullptr;
-         vlan = vlanListNextSame(*vlan))
-        vlanMapsSet(sw, *vlan, fwdMap, untagMap);
-    for (SwitchVlan *vlan = vlanUntagging(sw); vlan != nullptr; vlan = vlanUntaggingBefore(*vlan)) {
-        if (vlan->vlanId == vlanId || (vlan->untagMap & untagMap) == 0)
+    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
+        if (vlan.vlanId != vlanId)
             continue;
-        const int status = tagAtPorts(sw, vlan->vlanId, untagMap, __func__);
+        vlan.fwdMap = fwdMap;
+        vlan.untagMap = untagMap;
+    }
+    for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
+        if (vlan.vlanId == vlanId || (vlan.untagMap & untagMap) == 0)
+            continue;
+        const int status = tagAtPorts(sw, vlan.vlanId, untagMap, __func__);
         if (status < 0)
             return status;
-        vlan->untagMap &= ~untagMap;
+        vlan.untagMap &= ~untagMap;
     }
     return 0;
 }
