@@ -181,8 +181,6 @@ extern "C" int swVlanCfgDBEventHandler(sqlite3 *, int32_t opCode, int64_t, char 
     case SWMGR_DB_INSERT:
         return swVlanCfgDBInsertHandler(newTable, nCols, /*row=*/0);
     case SWMGR_DB_UPDATE:
-        if (oldTable == nullptr)
-            return refused(__func__, __LINE__, "update of a VLAN without its old values\n");
         return swVlanCfgDBUpdateHandler(newTable, oldTable, nCols, /*row=*/0);
     case SWMGR_DB_DELETE:
         return swVlanCfgDBDeleteHandler(oldTable, nCols, /*row=*/0);
