@@ -70,9 +70,6 @@ int oldTableBuild(Event &event, const char *func)
 // Inserts, updates and kinds of change that no handler knows.
 int changedRowRead(Event &event, const char *func)
 {
-    if (databaseFileIsGone())
-        return refused(func, __LINE__,
-                       "the database file was deleted or replaced; restart to read the new one\n");
     const SqlText query(
         sqlite3_mprintf("SELECT * from %s WHERE rowid=%d", event.tableName, event.shownRowId()));
     if (query == nullptr)
