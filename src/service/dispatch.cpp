@@ -111,7 +111,7 @@ extern "C" int swMgrIoctlHandler(void *, RelayMsgHdr *msgHdr, int msgType, void 
             LOG_ERROR(noLabel, "%s: short ifDev event request!\n", __func__);
             return statusFailed;
         }
-        return swMgrHandleIfDevEvent(msgData, replyBuf, request.replyLength());
+        return swMgrHandleIfDevEvent(msgData, replyBuf);
     case SW_CMD_VLAN_ADD:
     case SW_CMD_VLAN_DELETE:
         return vlanRequest(request, __func__);
