@@ -60,7 +60,7 @@ BEGIN
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.interfaceName holds at most 63 bytes')
     WHERE length(CAST(NEW.interfaceName AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'interface-bad-name: swPortConfig.interfaceName takes letters, digits and _ . : @ -')
-    WHERE NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
+    WHERE NEW.switchName = 'BRIDGE' AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.phyDevice holds at most 63 bytes')
     WHERE length(CAST(NEW.phyDevice AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'port-without-switch: the switch of a port is not there')
@@ -103,7 +103,7 @@ BEGIN
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.interfaceName holds at most 63 bytes')
     WHERE length(CAST(NEW.interfaceName AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'interface-bad-name: swPortConfig.interfaceName takes letters, digits and _ . : @ -')
-    WHERE NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
+    WHERE NEW.switchName = 'BRIDGE' AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.phyDevice holds at most 63 bytes')
     WHERE length(CAST(NEW.phyDevice AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'port-without-switch: the switch of a port is not there')

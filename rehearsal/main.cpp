@@ -98,15 +98,16 @@ bool startPlay()
     return true;
 }
 
-// As relayListen hands a request over. `bufferLength` bytes at the end of `data`
-// are the reply buffer.
+// As relayListen hands a request over, zeros behind the reply buffer included.
+// `bufferLength` bytes at the end of `data` are that buffer.
 bool requestPlay(int type, std::string_view data, uint32_t bufferLength)
 {
     if (registeredHandler == nullptr || bufferLength > data.size())
         return false;
     std::vector<char> bytes(data.begin(), data.end());
+    bytes.resize(data.size() + RELAY_REPLY_SIZE);
     char *body = bytes.data();
-    const size_t length = bytes.size() - bufferLength;
+    const size_t length = data.size() - bufferLength;
     RelayMsgHdr header = {};
     header.request = 1;
     uint32_t replyLength = bufferLength;

@@ -128,7 +128,10 @@ void Checker::checkText(const TableRows &table, const Row &row, const ColumnRule
             Severity::error);
     constexpr const char *allowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                     "0123456789_.:@-";
-    if (column.kind == Kind::interface && text.find_first_not_of(allowed) != std::string::npos)
+    // Of ports only those of a bridge reach a command line by their name.
+    const bool reachesLine = &table != &all.portTable || row.text("switchName") == "BRIDGE";
+    if (column.kind == Kind::interface && reachesLine &&
+        text.find_first_not_of(allowed) != std::string::npos)
         add("interface-bad-name", table, row, column.column,
             "'" + printable(text) + "' is no interface name", Severity::error);
 }

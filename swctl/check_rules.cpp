@@ -30,8 +30,9 @@ constexpr Rule rules[] = {
      "The service refuses a row whose text does not fit, and a start ends there.",
      "Shorten the text."},
     {"interface-bad-name", error, "an interface name has a character that none may have",
-     "Names become part of command lines, so the service refuses a row with any other character "
-     "than letters, digits and _ . : @ -, and a start ends there.",
+     "The names of a VLAN's interface and of a bridge's port become part of command lines; one "
+     "with any other character than letters, digits and _ . : @ - reaches none, and a start ends "
+     "at its row.",
      "Give the name of the interface as 'ip link' shows it."},
     {"number-text", warning, "a number is not written as one",
      "The service reads the digits at the start, takes 0 where there are none, and bends what "
@@ -326,7 +327,10 @@ std::string columnRefusals(const ColumnRule &column)
                    "length(CAST(NEW." + name + " AS BLOB)) > " + most);
     if (column.kind == Kind::interface)
         sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
-                       "NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
+                       (std::string_view(column.table) == "swPortConfig"
+                            ? "NEW.switchName = 'BRIDGE' AND NEW."
+                            : "NEW.") +
+                           name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
     if (column.kind == Kind::list)
         sql += listRefusal(name);
     return sql;

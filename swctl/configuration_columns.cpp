@@ -101,7 +101,7 @@ constexpr ColumnOption portArguments[] = {
     {"PORT", "PORT", "portNumber", true, port, "Number of the port, 0 to 31"},
 };
 constexpr ColumnOption portOptions[] = {
-    {"--interface", "NAME", "interfaceName", false, interfaceName, "Network interface of the port"},
+    {"--interface", "NAME", "interfaceName", false, text63, "Network interface of the port"},
     {"--map", "LIST", "phyDevice", false, portMapping, "Lower ports, e.g. BCM:0,BCM:1"},
     {"--type", "N", "portType", true, anyNumber, "Kind of port"},
     {"--pvid", "ID", "PVID", true, pvid, "VLAN id while none is untagged here"},

@@ -68,6 +68,7 @@ constexpr struct { const char *sql, *rules; } cases[] = {
     {"ALTER TABLE swPortConfig RENAME COLUMN trustMode TO TrustMode", "column-missing"},
     {VLAN "LogicalIfName = printf('%64s', '')", "start-stops *text-too-long"},
     {VLAN "interfaceName = 'eth0;'", "start-stops *interface-bad-name interface-unknown"},
+    {PORT "interfaceName = 'LAN 1'", ""}, // no line takes the name of such a port
     {PORT "rateLimit = 'fast'", "number-text"},
     {PORT "trustMode = 5", "*value-range"},
     {PORT "PVID = 4095", "start-stops *value-range"},
@@ -101,6 +102,7 @@ constexpr struct { const char *sql, *rules; } cases[] = {
     {VLAN "untagMap = '3,2' WHERE vlanId = 10", "*untag-twice"},
     {VLAN "fwdMap = '0,1,2'", "shifted-ports"},
     {ADD_BRIDGE "0, '-eth0')", "start-stops bridge-kernel *bridge-port-interface port-missing"},
+    {ADD_BRIDGE "0, 'LAN 1')", "start-stops *interface-bad-name bridge-kernel bridge-port-interface port-missing"},
     {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth0')", "start-stops bridge-kernel *bridge-port-interface port-missing"},
     {ADD_BRIDGE "0, 'eth0'), ('BRIDGE', 1, 'eth9')", "start-stops bridge-kernel bridge-port-interface port-missing"},
     {ADD_BRIDGE "32, 'eth0')", "start-stops bridge-kernel *port-number-range port-missing"},

@@ -42,6 +42,14 @@ TEST_F(LogRecord, aRecordGoesToModule20WithItsTerminatorCounted)
     EXPECT_EQ(11u, sent.length);
 }
 
+TEST_F(LogRecord, theLengthEndsWithTheText)
+{
+    gateway.start();
+    swMgrDebug("", SWMGR_LOG_INFO, nullptr, 0, "ab%cd", 0);
+    EXPECT_EQ("ab", platform::lastLog().text);
+    EXPECT_EQ(3u, platform::lastLog().length);
+}
+
 TEST(LogRecords, textIsComposedOfPrefixPlaceAndMessage)
 {
     EXPECT_EQ(0, swMgrDebug(nullptr, 8, nullptr, 0, "text %d\n", 1));

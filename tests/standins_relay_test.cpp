@@ -40,6 +40,7 @@ enum RequestType {
     RECEIVED = 4, // posts received so far
     DROPPED = 5,  // posts reported as lost so far
     POSTED = 6,
+    ZEROS = 7, // zeros behind the reply buffer, as many as there may be
 };
 
 struct Seen {
@@ -72,6 +73,11 @@ int handle(void *arg, RelayMsgHdr *header, int type, void *data, int length, voi
     case POSTED:
         ++seen.posts;
         return 0;
+    case ZEROS: {
+        const auto *bytes = static_cast<const char *>(reply);
+        const auto *end = bytes + std::max<uint32_t>(*replyLength, RELAY_REPLY_SIZE);
+        return static_cast<int>(std::count(bytes + *replyLength, end, '\0'));
+    }
     default:
         return -22;
     }
@@ -175,6 +181,17 @@ protected:
     char name[32] = "/tmp/relay.XXXXXX";
     fs::path directory;
 };
+
+TEST_F(Relay, aShortReplyBufferGoesOnWithZeros)
+{
+    Process service(runService);
+    ASSERT_TRUE(waitUntilServed());
+    for (const size_t size : {200, 64, 63, 44, 1}) { // what a longer one leaves behind goes
+        std::string buffer(size, 'x');
+        EXPECT_EQ(request(ZEROS, "data", &buffer), size < 64 ? static_cast<int>(64 - size) : 0);
+        EXPECT_EQ(buffer, std::string(size, 'x'));
+    }
+}
 
 TEST_F(Relay, anAnswerCarriesTheResultAndTheChangedBuffer)
 {

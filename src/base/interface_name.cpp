@@ -1,4 +1,4 @@
-// One rule for names from requests and from rows.
+// One rule for every word from outside in a command line.
 #include "base/interface_name.h"
 
 #include <cstring>

@@ -49,7 +49,7 @@ void send(int level, Text &text)
     SwMgrLogRecord record{};
     record.moduleId = SWMGR_RELAY_MODULE_ID;
     record.level = level;
-    uint32_t length = static_cast<uint32_t>(text.used + 1);
+    uint32_t length = static_cast<uint32_t>(strlen(text.bytes) + 1);
     // A lost log record must not fail the operation that wrote it.
     static_cast<void>(relayIoctl(pSwMgrRelayCtx, LOGGING_RELAY_MODULE_ID, LOGGING_MSG_LOG, &record,
                                  static_cast<int>(sizeof(record)), text.bytes, &length, sendOnly,

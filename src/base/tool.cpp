@@ -1,21 +1,49 @@
 // One place where command lines are run, so that each is logged alike.
 #include "base/tool.h"
 
+#include "base/interface_name.h"
 #include "base/log.h"
+#include "model/status.h"
 #include "platform/sal.h"
 
 #include <cstdarg>
 
-int toolRun(const char *func, int sourceLine, const char *format, ...)
+namespace {
+
+int run(const char *func, int sourceLine, bool allowed, const char *format, va_list arguments)
 {
     char commandLine[toolLineSize];
-    va_list arguments;
-    va_start(arguments, format);
     static_cast<void>(vsnprintf(commandLine, sizeof(commandLine), format, arguments));
-    va_end(arguments);
-
-    const int status = salCmdExec(commandLine, /*arg1=*/0, /*arg2=*/0);
+    const int status = allowed ? salCmdExec(commandLine, /*arg1=*/0, /*arg2=*/0) : statusFailed;
     LOG_AT(SWMGR_LOG_ERROR, noLabel, func, sourceLine, "cmd (%s) returned (%d).\n", commandLine,
            status);
+    return status;
+}
+
+} // namespace
+
+int toolRun(const char *func, int sourceLine, const char *format, ...)
+{
+    va_list arguments;
+    va_start(arguments, format);
+    const int status = run(func, sourceLine, /*allowed=*/true, format, arguments);
+    va_end(arguments);
+    return status;
+}
+
+int toolRunOn(const char *func, int sourceLine, const char *word, const char *format, ...)
+{
+    if (word == nullptr) {
+        LOG_AT(SWMGR_LOG_ERROR, noLabel, func, sourceLine, "no word for a command line\n");
+        return statusFailed;
+    }
+    const bool allowed = interfaceNameIsSafe(word);
+    if (!allowed)
+        LOG_AT(SWMGR_LOG_ERROR, noLabel, func, sourceLine,
+               "'%s' has no place in a command line, so this one is not run\n", word);
+    va_list arguments;
+    va_start(arguments, format);
+    const int status = run(func, sourceLine, allowed, format, arguments);
+    va_end(arguments);
     return status;
 }

@@ -8,4 +8,12 @@ constexpr int toolLineSize = 512; // longest command line, terminator included
 int toolRun(const char *func, int sourceLine, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 
-#define TOOL_RUN(...) toolRun(__func__, __LINE__, __VA_ARGS__)
+// The same for a line that takes a word from outside: `word`, which the arguments name
+// once more. Where it may not stand in a line that a shell gets (interface_name.h), the
+// reason is logged, nothing is run, and the status is -1 as for a tool that could not
+// be run.
+int toolRunOn(const char *func, int sourceLine, const char *word, const char *format, ...)
+    __attribute__((format(printf, 4, 5)));
+
+#define TOOL_RUN(...)          toolRun(__func__, __LINE__, __VA_ARGS__)
+#define TOOL_RUN_ON(word, ...) toolRunOn(__func__, __LINE__, word, __VA_ARGS__)

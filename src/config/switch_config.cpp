@@ -52,13 +52,11 @@ extern "C" int switchConfAdd(const SwitchGlobalCfg *cfg)
     int status = switchConfigFuncRegister(sw);
     if (status < 0) {
         LOG_ERROR(noLabel, "Failed to register %s switch \n", sw->switchName);
-        switchGiveUp(*sw);
         return status;
     }
     status = switchInitialCfgApply(sw);
     if (status < 0) {
         LOG_ERROR(noLabel, "Failed to apply the configuration \n");
-        switchGiveUp(*sw);
         return status;
     }
     salListNodeAppend(&switchTbl, &sw->link);

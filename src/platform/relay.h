@@ -20,8 +20,14 @@ typedef struct RelayMsgHdr {
     uint32_t request;   // non-zero: a request; zero: a reply
 } RelayMsgHdr;
 
-// Called by relayListen for each message. `replyLen` holds the length of
-// `replyBuf` in bytes; either may be null. The result goes back to the sender.
+// What a handler finds in a reply buffer at the least: bytes that the sender did not
+// give are zero. So a record in it may be read without a look at its length.
+#define RELAY_REPLY_SIZE 64
+
+// Called by relayListen for each message. `replyBuf` is null where the sender gave no
+// byte; else it holds what the sender put there, followed by zeros up to
+// RELAY_REPLY_SIZE bytes. `replyLen` holds the number of bytes that the sender gave,
+// and may be null. The result goes back to the sender.
 typedef int (*RelayHandler)(void *arg, RelayMsgHdr *msgHdr, int msgType, void *msgData, int msgLen,
                             void *replyBuf, uint32_t *replyLen);
 

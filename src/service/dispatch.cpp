@@ -3,7 +3,6 @@
 // sender's buffer before anything reads them.
 #include "service/dispatch.h"
 
-#include "base/interface_name.h"
 #include "base/log.h"
 #include "config/vlan_config.h"
 #include "model/command.h"
@@ -60,11 +59,6 @@ int vlanRequest(const Request &request, const char *func)
     textTerminate(copy.vlan.LogicalIfName);
     textTerminate(copy.vlan.ingressMap);
     textTerminate(copy.vlan.egressMap);
-    if (!interfaceNameIsSafe(copy.vlan.interfaceName)) {
-        LOG_AT(SWMGR_LOG_ERROR, noLabel, func, __LINE__,
-               "VLAN request (%d) with an invalid interface name\n", request.type);
-        return statusInvalid;
-    }
     const int status = switchVlanConfigure(top, request.type, &copy.vlan);
     // The sender's record receives the index that the service assigned.
     memcpy(static_cast<char *>(request.data) + offsetof(SwMgrVlanRequest, vlan) +
@@ -111,7 +105,7 @@ extern "C" int swMgrIoctlHandler(void *, RelayMsgHdr *msgHdr, int msgType, void 
             LOG_ERROR(noLabel, "%s: short ifDev event request!\n", __func__);
             return statusFailed;
         }
-        return swMgrHandleIfDevEvent(msgData, replyBuf, request.replyLength());
+        return swMgrHandleIfDevEvent(msgData, replyBuf);
     case SW_CMD_VLAN_ADD:
     case SW_CMD_VLAN_DELETE:
         return vlanRequest(request, __func__);

@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
+#include "platform/relay.h"
 #include "platform/text.h"
 #include "switch/command.h"
 #include "switch/registry.h"
@@ -28,9 +29,10 @@ int refused(int status)
 
 } // namespace
 
-extern "C" int swMgrHandleIfDevEvent(const void *eventData, const void *bandwidthData,
-                                     uint32_t length)
+extern "C" int swMgrHandleIfDevEvent(const void *eventData, const void *bandwidthData)
 {
+    if (eventData == nullptr)
+        return statusInvalid;
     SwMgrIfDevEvent event;
     memcpy(&event, eventData, sizeof(event));
     char name[sizeof(event.interfaceName) + 1];
@@ -40,7 +42,7 @@ extern "C" int swMgrHandleIfDevEvent(const void *eventData, const void *bandwidt
              name);
     if (!carriesBandwidth(event.eventCode))
         return refused(statusUnsupported);
-    if (bandwidthData == nullptr || length < sizeof(SwMgrIfBandwidth)) {
+    if (bandwidthData == nullptr) {
         LOG_ERROR(noLabel, "No bandwidth information provided in event\n");
         return refused(statusFailed);
     }
@@ -50,6 +52,8 @@ extern "C" int swMgrHandleIfDevEvent(const void *eventData, const void *bandwidt
         return refused(statusFailed);
     }
 
+    // However much of it the sender gave: the messaging hands over no shorter buffer.
+    static_assert(sizeof(SwMgrIfBandwidth) <= RELAY_REPLY_SIZE);
     SwMgrIfBandwidth bandwidth;
     memcpy(&bandwidth, bandwidthData, sizeof(bandwidth));
     // The product wraps at 32 bits, as the senders expect.

@@ -14,9 +14,9 @@ namespace {
 constexpr int registrationMode = 2;
 constexpr int listenPeriod = 1000000;
 
-// Set by swMgrInit, cleared by swMgrDeinit. The host may clear
-// swMgrInitialized to stop the loop, so that flag cannot tell whether there is
-// still something to release.
+// Set by a swMgrInit that succeeds, cleared by one that fails and by swMgrDeinit.
+// The host may clear swMgrInitialized to stop the loop, so that flag cannot tell
+// whether there is still something to release.
 constinit bool started = false;
 
 void unregister()
@@ -31,6 +31,7 @@ void unregister()
 
 extern "C" int swMgrInit(const char *dbPath)
 {
+    started = false;
     static_cast<void>(relayInit()); // relayRegister fails if this did
     pSwMgrRelayCtx = relayRegister(SWMGR_RELAY_MODULE_ID, registrationMode, swMgrIoctlHandler,
                                    /*arg=*/nullptr);

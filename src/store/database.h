@@ -9,19 +9,14 @@ extern "C" {
 // The connection; none until swMgrDBInit succeeds and after swMgrDBDeinit.
 extern SWMGR_API sqlite3 *pDB;
 
-// Opens the database for reading; nothing that travels over this connection
-// can change it. 0, or -1 when it cannot be opened.
+// Opens the database, which may be one in memory. 0, or -1 when it cannot be opened.
 [[nodiscard]] SWMGR_API int swMgrDBInit(const char *dbPath);
 
 // Closes the connection if there is one. Always 0.
 SWMGR_API int swMgrDBDeinit(void);
 
-// Runs a query. The table is the caller's, to be released with
-// sqlite3_free_table; none when the query fails. The counts are those of
+// Runs a statement of any kind. The table is the caller's, to be released with
+// sqlite3_free_table; none when the statement fails. The counts are those of
 // columns and of data rows.
 [[nodiscard]] SWMGR_API char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows);
 }
-
-// Whether the file behind the connection was deleted or replaced since it was
-// opened: SQLite would go on reading the old one.
-[[nodiscard]] bool databaseFileIsGone();

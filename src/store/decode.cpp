@@ -2,7 +2,6 @@
 // by the type of its field.
 #include "store/decode.h"
 
-#include "base/interface_name.h"
 #include "base/log.h"
 #include "model/status.h"
 #include "platform/number.h"
@@ -44,16 +43,6 @@ int textDecode(const Source &source, const char *text, char (&field)[N])
         return tooLong(source, length, N);
     memcpy(field, text, length + 1);
     return 0;
-}
-
-int interfaceNameDecode(const Source &source, const char *text, char (&field)[SWMGR_IF_NAME_SIZE])
-{
-    if (!interfaceNameIsSafe(text)) {
-        LOG_AT(SWMGR_LOG_ERROR, noLabel, source.func, __LINE__,
-               "%s.%s is not a valid interface name\n", source.table, source.column);
-        return statusInvalid;
-    }
-    return textDecode(source, text, field);
 }
 
 int portListDecode(const Source &source, const char *text, uint32_t &field)
@@ -105,12 +94,6 @@ constexpr auto text(const char *name)
 }
 
 template <auto Member>
-constexpr auto interfaceName(const char *name)
-{
-    return valueColumn<Member, interfaceNameDecode>(name);
-}
-
-template <auto Member>
 constexpr auto portList(const char *name)
 {
     using Record = typename RecordOf<decltype(Member)>::Type;
@@ -136,7 +119,7 @@ constexpr Column<SwitchPortCfg> portColumns[] = {
     number<&SwitchPortCfg::portType>("portType"),
     text<&SwitchPortCfg::phyDevice>("phyDevice"),
     text<&SwitchPortCfg::switchName>("switchName"),
-    interfaceName<&SwitchPortCfg::interfaceName>("interfaceName"),
+    text<&SwitchPortCfg::interfaceName>("interfaceName"),
     number<&SwitchPortCfg::PVID>("PVID"),
     number<&SwitchPortCfg::mirroring>("mirroring"),
     number<&SwitchPortCfg::trustMode>("trustMode"),
@@ -156,7 +139,7 @@ constexpr Column<SwitchVlanCfg> vlanColumns[] = {
     portList<&SwitchVlanCfg::untagMap>("untagMap"),
     text<&SwitchVlanCfg::ingressMap>("ingressMap"),
     text<&SwitchVlanCfg::egressMap>("egressMap"),
-    interfaceName<&SwitchVlanCfg::interfaceName>("interfaceName"),
+    text<&SwitchVlanCfg::interfaceName>("interfaceName"),
     text<&SwitchVlanCfg::LogicalIfName>("LogicalIfName"),
 };
 

@@ -2,9 +2,8 @@
 // found by name; a missing column or an SQL NULL leaves its field alone, except
 // that a port list then counts as empty.
 //
-// Each returns 0, or -22 for a row that must not be used: a text or port list
-// longer than its field, or an interface name with a character that has no
-// place in one. The record is then partly written.
+// Each returns 0, or -22 without a record and for a row that must not be used, since a
+// text or port list is longer than its field. The record is then partly written.
 #pragma once
 
 #include "model/configuration.h"

@@ -4,6 +4,7 @@
 #include "base/log.h"
 #include "config/switch_config.h"
 #include "config/vlan_config.h"
+#include "model/status.h"
 #include "store/decode.h"
 #include "switch/port.h"
 
@@ -51,6 +52,10 @@ extern "C" int swVlanCfgDBInsertHandler(char **table, int nCols, int row)
 
 extern "C" int swVlanCfgDBUpdateHandler(char **newTable, char **oldTable, int nCols, int row)
 {
+    if (oldTable == nullptr) {
+        LOG_ERROR(noLabel, "update of a VLAN without its old values\n");
+        return statusFailed;
+    }
     SwitchVlanCfg newCfg{};
     SwitchVlanCfg oldCfg{};
     int status = swVlanCfgFromQueryResultRead(&newCfg, newTable, nCols, row);

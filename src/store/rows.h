@@ -16,7 +16,7 @@ extern "C" {
 // A row of vlanEncapIf becomes a VLAN.
 [[nodiscard]] SWMGR_API int swVlanCfgDBInsertHandler(char **table, int nCols, int row);
 
-// The VLAN of the old row gets the values of the new one.
+// The VLAN of the old row gets the values of the new one. -1 without an old row.
 [[nodiscard]] SWMGR_API int swVlanCfgDBUpdateHandler(char **newTable, char **oldTable, int nCols,
                                                      int row);
 

@@ -9,32 +9,15 @@
 #include "switch/command.h"
 
 #include <cstdlib>
-#include <utility>
 
-constinit SalList switchTbl = {};          // written by switchLibInit and by additions
-constinit Switch *switchGivenUp = nullptr; // written by switchGiveUp and by switchCreate
+constinit SalList switchTbl = {}; // written by switchLibInit and by additions
 
 namespace {
 
 constinit int32_t switchTopLevel = 0; // highest level of any switch ever created
 constinit uint32_t switchCount = 0;   // switches added since switchLibInit
 
-// A zeroed object, or none without memory.
-Switch *switchAllocate()
-{
-    Switch *sw = std::exchange(switchGivenUp, nullptr);
-    if (sw == nullptr)
-        return static_cast<Switch *>(calloc(1, sizeof(Switch)));
-    *sw = {};
-    return sw;
-}
-
 } // namespace
-
-void switchGiveUp(Switch &sw)
-{
-    switchGivenUp = &sw;
-}
 
 uint32_t switchNextIndexTake()
 {
@@ -62,7 +45,7 @@ extern "C" Switch *switchCreate(const SwitchGlobalCfg *cfg)
         LOG_ERROR(noLabel, "There is a switch created already for this name\n");
         return nullptr;
     }
-    Switch *sw = switchAllocate();
+    auto *sw = static_cast<Switch *>(calloc(1, sizeof(Switch)));
     if (sw == nullptr)
         return nullptr;
 

@@ -53,10 +53,3 @@ SWMGR_API int switchDestroy(Switch *sw);
 
 // The number of the switch being added, counted from 1 since switchLibInit.
 [[nodiscard]] uint32_t switchNextIndexTake();
-
-// A switch whose set-up failed, in whose place the next one comes; none mostly.
-extern Switch *switchGivenUp;
-
-// Takes a switch back whose set-up failed before it was listed. A backend may
-// have bound it, so it is not freed; repeated attempts use one object.
-void switchGiveUp(Switch &sw);

@@ -23,7 +23,7 @@ void uptimePath(Name &path, int32_t vlanId)
 
 extern "C" int switchVlanEncapDestroy(const char *interfaceName, int32_t vlanId)
 {
-    const int status = TOOL_RUN("vconfig rem %s.%d", interfaceName, vlanId);
+    const int status = TOOL_RUN_ON(interfaceName, "vconfig rem %s.%d", interfaceName, vlanId);
     Name path;
     uptimePath(path, vlanId);
     static_cast<void>(salUnlink(path)); // there may be none
@@ -34,10 +34,10 @@ extern "C" int switchVlanEncapCreate(const char *interfaceName, int32_t vlanId)
 {
     // What an earlier life left behind goes first.
     static_cast<void>(switchVlanEncapDestroy(interfaceName, vlanId));
-    int status = TOOL_RUN("vconfig add %s %d", interfaceName, vlanId);
+    int status = TOOL_RUN_ON(interfaceName, "vconfig add %s %d", interfaceName, vlanId);
     if (status != 0)
         return status;
-    static_cast<void>(TOOL_RUN("ifconfig %s.%d up", interfaceName, vlanId));
+    static_cast<void>(TOOL_RUN_ON(interfaceName, "ifconfig %s.%d up", interfaceName, vlanId));
     Name path;
     uptimePath(path, vlanId);
     static_cast<void>(timeEventRecord(path));
@@ -55,10 +55,12 @@ extern "C" int switchVlanEncapCreate(const char *interfaceName, int32_t vlanId)
 
 extern "C" int switchVlanEncapIngressCoSMapConfig(const char *subInterface, int32_t priority)
 {
-    return TOOL_RUN("/sbin/vconfig set_ingress_map %s %d %d", subInterface, priority, priority);
+    return TOOL_RUN_ON(subInterface, "/sbin/vconfig set_ingress_map %s %d %d", subInterface,
+                       priority, priority);
 }
 
 extern "C" int switchVlanEncapEgressCoSMapConfig(const char *subInterface, int32_t priority)
 {
-    return TOOL_RUN("/sbin/vconfig set_egress_map %s %d %d", subInterface, priority, priority);
+    return TOOL_RUN_ON(subInterface, "/sbin/vconfig set_egress_map %s %d %d", subInterface,
+                       priority, priority);
 }

@@ -1,5 +1,6 @@
 // The Linux 802.1Q sub-interface of a VLAN, made and removed with the device's
-// tools. Interface names come checked: they become part of command lines.
+// tools. A name that may not stand in a command line, or none, is answered as if each
+// tool that gets it could not be run (-1).
 #pragma once
 
 #include "swmgr/swmgr.h"

@@ -51,7 +51,8 @@ struct RelayCtx {
     bool postsCame;           // through rings, since the last wait: more are likely to follow
     uint32_t connectionCount; // entries in use, without gaps between rounds
     Connection connections[maxConnections];
-    alignas(relay::frameAlignment) unsigned char packet[relay::maxFrameSize];
+    // A message, and room to pad its reply buffer.
+    alignas(relay::frameAlignment) unsigned char packet[relay::maxFrameSize + RELAY_REPLY_SIZE];
 };
 
 namespace {
@@ -73,8 +74,18 @@ bool sendAnswer(int fd, const relay::FrameHeader &request, int result, void *buf
     return sendmsg(fd, &message, MSG_DONTWAIT | MSG_NOSIGNAL) >= 0;
 }
 
+// A handler may read RELAY_REPLY_SIZE bytes of a reply buffer, whatever the sender gave
+// of them. The buffer ends a message, so what follows it is free.
+void bufferPad(const relay::Frame &frame)
+{
+    const uint32_t given = frame.header.bufferLength;
+    if (frame.buffer != nullptr && given < RELAY_REPLY_SIZE)
+        memset(frame.buffer + given, 0, RELAY_REPLY_SIZE - given);
+}
+
 bool deliver(RelayCtx &ctx, int fd, relay::Frame &frame)
 {
+    bufferPad(frame);
     RelayMsgHdr header = {};
     header.sender = frame.header.sender;
     header.reserved3 = frame.header.dropped;
@@ -168,7 +179,7 @@ Outcome serveFrame(RelayCtx &ctx, Connection &connection, size_t length, const D
 // Takes one message from a connection.
 Outcome serveMessage(RelayCtx &ctx, Connection &connection, int &served)
 {
-    struct iovec part = {ctx.packet, sizeof(ctx.packet)};
+    struct iovec part = {ctx.packet, relay::maxFrameSize};
     alignas(struct cmsghdr) unsigned char control[CMSG_SPACE(sizeof(int))];
     struct msghdr message = {};
     message.msg_iov = &part;

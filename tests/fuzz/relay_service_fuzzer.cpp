@@ -32,8 +32,12 @@ int handle(void *, RelayMsgHdr *, int type, void *data, int length, void *buffer
     uint8_t sum = 0;
     for (int i = 0; i < length; ++i)
         sum = static_cast<uint8_t>(sum + static_cast<uint8_t *>(data)[i]);
-    if (buffer != nullptr)
-        memset(buffer, sum, *bufferLength);
+    require((buffer != nullptr) == (*bufferLength != 0), "a buffer is there when it has bytes");
+    if (buffer != nullptr) {
+        for (uint32_t i = *bufferLength; i < RELAY_REPLY_SIZE; ++i)
+            require(static_cast<uint8_t *>(buffer)[i] == 0, "a short buffer goes on with zeros");
+        memset(buffer, sum, std::max<uint32_t>(*bufferLength, RELAY_REPLY_SIZE));
+    }
     if (type < 0)
         *bufferLength += 64; // as a handler that does not keep to its contract
     return oddResult;

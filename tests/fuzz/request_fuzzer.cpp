@@ -65,7 +65,9 @@ void interfaceEvent(Service &service, Input &input)
     bandwidth.percentage = input.byte();
     std::string reply = bytesOf(bandwidth);
     reply.resize(reply.size() - input.below(2) * input.below(45));
-    service.check(request(SWMGR_MSG_IFDEV_EVENT, bytesOf(event), reply));
+    const int status = service.check(request(SWMGR_MSG_IFDEV_EVENT, bytesOf(event), reply));
+    const bool known = event.eventCode == 22 || event.eventCode == 25 || event.eventCode == 26;
+    require(known || status == -95, "an event of another kind is refused");
 }
 
 SwMgrSwitchCmdRequest commandFor(Input &input)

@@ -111,7 +111,6 @@ Service::~Service()
     additionCheck();
     swMgrDeinit();
     blocksFree();
-    switchGivenUp = nullptr; // it was among them
     if (databaseChanged)
         databaseFill();
 }

@@ -124,8 +124,9 @@ void anyRequest(Words &words)
                   std::string(static_cast<size_t>(words.number()), 'r')));
 }
 
-// message HEADER TYPE LENGTH REPLY REPLY-LENGTH: a call of the handler without
-// data; no header, no reply buffer or no length of it where a word is "none"
+// message HEADER TYPE LENGTH data|- REPLY [REPLY-LENGTH]: a call of the handler; no
+// header or no reply buffer where a word is "none", else one with a bandwidth of 1000
+// at 50 percent, as the messaging pads it
 void message(Words &words)
 {
     RelayMsgHdr header{1, 20, 3, 4, 1};
@@ -134,16 +135,23 @@ void message(Words &words)
     const auto type = static_cast<int>(words.number());
     const auto length = static_cast<int>(words.number());
     const bool hasData = words.next() == "data";
-    char reply[64] = "not to be read";
+    std::vector<char> reply(RELAY_REPLY_SIZE);
+    const SwMgrIfBandwidth bandwidthGiven = [] {
+        SwMgrIfBandwidth given{};
+        given.totalBandwidth = 1000;
+        given.percentage = 50;
+        return given;
+    }();
+    memcpy(reply.data(), &bandwidthGiven, sizeof(bandwidthGiven));
     const bool hasReply = words.next() != "none";
     const bool hasLength = !words.end();
     auto replyLength = static_cast<uint32_t>(words.number());
     std::vector<char> data(1364);
     const uint32_t code = 22;
     memcpy(data.data() + 132, &code, sizeof(code)); // of an interface event
-    noted(platform::handler()(nullptr, kind == "none" ? nullptr : &header, type,
-                              hasData ? data.data() : nullptr, length, hasReply ? reply : nullptr,
-                              hasLength ? &replyLength : nullptr));
+    noted(platform::handler()(
+        nullptr, kind == "none" ? nullptr : &header, type, hasData ? data.data() : nullptr, length,
+        hasReply ? reply.data() : nullptr, hasLength ? &replyLength : nullptr));
 }
 
 // backend NAME: the switch gets a backend that tells its commands

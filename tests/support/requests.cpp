@@ -1,5 +1,5 @@
-// Builds the requests, each buffer exactly as long as it says, so that a
-// sanitizer sees a read or a write beyond it.
+// Builds the requests, the data exactly as long as it says and the reply buffer padded
+// as the messaging does, so that a sanitizer sees a read or a write beyond them.
 #include "support/requests.h"
 
 #include "support/platform.h"
@@ -23,6 +23,7 @@ int request(int type, std::string data, std::string reply)
     auto length = static_cast<uint32_t>(reply.size());
     std::vector<char> bytes(data.begin(), data.end());
     std::vector<char> answer(reply.begin(), reply.end());
+    answer.resize(std::max(reply.size(), size_t{RELAY_REPLY_SIZE}));
     return platform::handler()(nullptr, &header, type, bytes.data(), static_cast<int>(bytes.size()),
                                reply.empty() ? nullptr : answer.data(), &length);
 }

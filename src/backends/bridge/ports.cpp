@@ -70,7 +70,8 @@ BridgePort::BridgePort(const SwitchPort &port, const char *func) : text(), outco
     if (bit == 0 || !linkNameIsGood(text)) {
         LOG_AT(SWMGR_LOG_ERROR, swPortStrGet(&port), func, __LINE__,
                "The port has no interface that can join a bridge\n");
-        outcome = statusInvalid;
+        // No line can be formed for such a name, which is as if the tool had failed.
+        outcome = bit == 0 ? statusInvalid : statusFailed;
         return;
     }
     if ((joined & bit) != 0)

@@ -29,7 +29,8 @@ class BridgePort {
 public:
     BridgePort(const SwitchPort &port, const char *func);
 
-    // 0; -22 for a port whose interface or number cannot be one, -1 when it did not join.
+    // 0; -22 for a number that no port of a bridge can have, -1 when it did not join, or
+    // cannot by its interface's name.
     [[nodiscard]] int status() const { return outcome; }
     [[nodiscard]] const char *name() const { return text; }
 

@@ -99,16 +99,16 @@ extern "C" int pseVlanMembershipSet(Switch *sw, const SwitchVlan *vlan)
 extern "C" int pseVlanMembershipConfigure(int32_t vlanIndex, int32_t isWan, int32_t vlanId,
                                           uint32_t etagMap, uint32_t mbMap, const char *macAddr)
 {
-    return TOOL_RUN("%s %d %d 0x%x 0x%x %d %s 1", "vlan_table_func edit", vlanIndex, isWan, etagMap,
-                    mbMap, vlanId, macAddr);
+    return TOOL_RUN_ON(macAddr, "%s %d %d 0x%x 0x%x %d %s 1", "vlan_table_func edit", vlanIndex,
+                       isWan, etagMap, mbMap, vlanId, macAddr);
 }
 
 extern "C" int pseCpuARLTableEntryAdd(int32_t vlanId, const char *macAddr)
 {
-    return TOOL_RUN("arl_table_func add %s %d 0x4 0x1", macAddr, vlanId);
+    return TOOL_RUN_ON(macAddr, "arl_table_func add %s %d 0x4 0x1", macAddr, vlanId);
 }
 
 extern "C" int pseCpuARLTableEntryDelete(int32_t vlanId, const char *macAddr)
 {
-    return TOOL_RUN("arl_table_func del %s %d", macAddr, vlanId);
+    return TOOL_RUN_ON(macAddr, "arl_table_func del %s %d", macAddr, vlanId);
 }

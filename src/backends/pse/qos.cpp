@@ -8,7 +8,7 @@
 
 extern "C" int pseQoSConfigure(Switch *sw, const void *payload)
 {
-    if (sw == nullptr || payload == nullptr)
+    if (payload == nullptr)
         return statusFailed;
     const auto enable = recordOf<int32_t>(payload);
     LOG_INFO(switchStrGet(sw), "Configuring QoS [Status:%d] \n", enable);

@@ -40,11 +40,30 @@ int weightCode(int32_t weight)
     return weight > 1 ? static_cast<int>(std::log(static_cast<double>(weight)) / ln2) : 0;
 }
 
+// Mode and weights go to the port that the command names, or to every one.
+int portsConfigure(Switch &sw, const SwCmdQueueSched &sched, int modeCode, const char *func)
+{
+    for (const SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {
+        if (sched.portNumber != SWMGR_EVERY_PORT && sched.portNumber != port.portNumber)
+            continue;
+        const int status =
+            toolRun(func, __LINE__, "queue_weight_func set %d %d %d %d %d %d", port.portNumber,
+                    modeCode, weightCode(sched.queue1Weight), weightCode(sched.queue2Weight),
+                    weightCode(sched.queue3Weight), weightCode(sched.queue4Weight));
+        if (status != 0) {
+            LOG_AT(SWMGR_LOG_ERROR, swPortStrGet(&port), func, __LINE__,
+                   "Port Queues weight configuration failed \n");
+            return status;
+        }
+    }
+    return 0;
+}
+
 } // namespace
 
 extern "C" int pseQueueSchedConfigure(Switch *sw, const void *payload)
 {
-    if (sw == nullptr || payload == nullptr)
+    if (payload == nullptr)
         return statusFailed;
     const auto sched = recordOf<SwCmdQueueSched>(payload);
     const Code *count = codeOf(queueCounts, sched.numQueues);
@@ -62,17 +81,10 @@ extern "C" int pseQueueSchedConfigure(Switch *sw, const void *payload)
         LOG_ERROR(switchStrGet(sw), "Failed to set number of queues in switch\n");
         return status;
     }
-    for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
-        if (sched.portNumber != SWMGR_EVERY_PORT && sched.portNumber != port.portNumber)
-            continue;
-        status = TOOL_RUN("queue_weight_func set %d %d %d %d %d %d", port.portNumber, mode->code,
-                          weightCode(sched.queue1Weight), weightCode(sched.queue2Weight),
-                          weightCode(sched.queue3Weight), weightCode(sched.queue4Weight));
-        if (status != 0) {
-            LOG_ERROR(swPortStrGet(&port), "Port Queues weight configuration failed \n");
-            return status;
-        }
-    }
+    // No switch has no ports; the number of queues is the engine's as a whole.
+    status = sw != nullptr ? portsConfigure(*sw, sched, mode->code, __func__) : 0;
+    if (status != 0)
+        return status;
     LOG_INFO(switchStrGet(sw), "Switch ports Queue scheduling configuring %s. \n", "Success");
     return 0;
 }

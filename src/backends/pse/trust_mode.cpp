@@ -19,7 +19,7 @@ constexpr int32_t modeOfFlag[SW_TRUST_MODE_COUNT] = {SW_TRUST_MODE_FLAG_1, SW_TR
 
 extern "C" int pseTrustModeConfigure(Switch *sw, const void *payload)
 {
-    if (sw == nullptr || payload == nullptr)
+    if (payload == nullptr)
         return statusFailed;
     const auto mode = recordOf<SwCmdTrustMode>(payload);
     LOG_INFO(switchStrGet(sw), "Configuring TrustMode\n");
