@@ -1,6 +1,7 @@
 // swmgrd, the process in which the switch manager runs: sets the library's two
 // flags from its arguments, starts the service, and stops it on a signal.
 #include "base/log.h"
+#include "common/database_journal.h"
 #include "common/exit_status.h"
 #include "common/signals.h"
 #include "host/children.h"
@@ -233,6 +234,11 @@ int main(int argc, char **argv)
     const char *fault = databaseFileFault(options.database);
     if (fault != nullptr) {
         fprintf(stderr, "swmgrd: database %s: %s\n", options.database, fault);
+        return EXIT_FAILED;
+    }
+    if (!databaseDeletionsLimit(options.database)) {
+        fprintf(stderr, "swmgrd: database %s: SQLite cannot be kept to its own files\n",
+                options.database);
         return EXIT_FAILED;
     }
     return options.recover ? recover() : serve();

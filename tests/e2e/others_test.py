@@ -1,7 +1,11 @@
-"""What belongs to others is left alone: their VLAN interfaces, whatever is changed."""
+"""What belongs to others is left alone: their VLAN interfaces, whatever is changed, and
+the files that somebody names in a journal beside the database."""
 
 import json
+import sqlite3
+import struct
 
+import relay
 from gateway import GatewayTest, main
 
 APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
@@ -90,6 +94,66 @@ class Interfaces(Others):
         self.make("eth0", 9)
         self.swctl(APPLIED, "repair")
         self.assertIn("eth0.9", self.links())
+
+
+class Files(Others):
+    """A journal may name a file that SQLite deletes when it has rolled the journal back."""
+
+    def plant(self):
+        """Has the database's journal name a file that is no business of SQLite's."""
+        victim = self.hardware.state / "victim"
+        victim.write_text("dear to somebody\n")
+        name = str(victim).encode()
+        magic = bytes.fromhex("d9d505f920a163d7")
+        image = self.hardware.database.read_bytes()
+        page = struct.unpack(">H", image[16:18])[0]
+        head = magic + struct.pack(">5I", 0, 0, len(image) // page, 512, page)
+        tail = struct.pack(">I", 0x40000000 // page + 1) + name
+        tail += struct.pack(">2I", len(name), sum(name)) + magic
+        self.hardware.database.with_name("switch.db-journal").write_bytes(head.ljust(512, b"\0") +
+                                                                         tail)
+        return victim
+
+    def test_named_by_a_journal_stay(self):
+        self.hardware.inside("arm", victim="swmgrd", steps=12)
+        self.swctl(UNANSWERED, *ADD)  # a change to be recovered
+        database = ("--database", "/run/gateway/switch.db")
+        victim = self.plant()
+        done = self.hardware.inside("run", argv=["swmgrd", "--recover", *database])
+        self.assertEqual((done["status"], victim.exists()), (1, True))
+        self.assertIn("its journal names another file", done["err"])
+        done = self.hardware.inside("run", argv=["swmgrd", *database])
+        self.assertEqual((done["status"], victim.exists()), (1, True))
+        self.assertIn("its journal names another file", done["err"])
+        for arguments in (ADD, ("recover",), ("repair",), ("status",), (*ADD, "--offline")):
+            self.assertIn("its journal names another file", self.swctl(USAGE, *arguments))
+            self.assertTrue(victim.exists(), arguments)
+        # What they were kept from: the journal does what it was planted for.
+        sqlite3.connect(self.hardware.database).execute("SELECT * FROM swGlobalCfg").fetchall()
+        self.assertFalse(victim.exists())
+
+    def test_named_by_a_journal_stay_while_the_service_runs(self):
+        victim = self.plant()
+        self.assertLess(self.hardware.event("vlanEncapIf", 1, relay.INSERT), 0)
+        self.assertTrue(victim.exists())
+        self.swctl(APPLIED, *ADD)  # SQLite has done with the journal itself
+
+    def test_behind_a_link_are_not_opened(self):
+        self.assertEqual(self.hardware.stop(), 0)
+        database = self.hardware.database
+        real = database.rename(database.with_name("elsewhere.db"))
+        database.symlink_to(real)
+        before = real.read_bytes()
+        done = self.hardware.inside("run", argv=["swmgrd", "--recover", "--database",
+                                                 "/run/gateway/switch.db"])
+        self.assertEqual(done["status"], 1)
+        self.assertIn("symbolic link", done["err"])
+        self.assertIn("symbolic link", self.swctl(USAGE, *ADD, "--offline"))
+        self.assertEqual(real.read_bytes(), before)
+        # A folder may be one: that it is where it is is up to others.
+        folder = self.hardware.state / "folder"
+        folder.symlink_to(".")
+        self.swctl(APPLIED, "--database", folder / "elsewhere.db", "vlan", "list")
 
 
 if __name__ == "__main__":
