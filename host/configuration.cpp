@@ -3,6 +3,7 @@
 #include "host/configuration.h"
 
 #include "common/database_journal.h"
+#include "host/served_file.h"
 #include "model/status.h"
 #include "service/reload.h"
 
@@ -41,6 +42,7 @@ bool leaveWal(sqlite3 *db)
 // the place of its own: swMgrInit does not tell its host what the load came to.
 extern "C" SWMGR_API int swMgrCfgReload(void)
 {
+    servedFilePublish(); // messaging and database are the process's own by now
     using Reload = int (*)(void);
     const auto reload = reinterpret_cast<Reload>(dlsym(RTLD_NEXT, "swMgrCfgReload"));
     status = reload != nullptr ? reload() : statusFailed;

@@ -8,6 +8,7 @@
 #include "host/configuration.h"
 #include "host/database_file.h"
 #include "host/notify.h"
+#include "host/served_file.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
 
@@ -198,6 +199,7 @@ void announceReady(int status)
 
 int serve()
 {
+    servedFileIs(options.database);
     const int status = swMgrInit(options.database);
     if (status < 0) {
         fprintf(stderr,
@@ -219,6 +221,7 @@ int serve()
         announceReady(loaded);
     swMgrRun();
     static_cast<void>(notifyManager("STOPPING=1\n"));
+    servedFileWithdraw();
     swMgrDeinit();
     return refused ? EXIT_FAILED : EXIT_STOPPED;
 }

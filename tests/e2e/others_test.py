@@ -1,12 +1,17 @@
-"""What belongs to others is left alone: their VLAN interfaces, whatever is changed, and
-the files that somebody names in a journal beside the database."""
+"""What belongs to others is left alone: their VLAN interfaces, whatever is changed, the
+files that somebody names in a journal beside the database, and the network of a service
+that serves another database."""
 
 import json
+import os
+import shutil
 import sqlite3
 import struct
+import subprocess
+import unittest
 
 import relay
-from gateway import GatewayTest, main
+from gateway import BUILD, GatewayTest, main
 
 APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
 ADD = ("vlan", "add", 9, "--interface", "eth0", "--ports", "1,2")
@@ -154,6 +159,84 @@ class Files(Others):
         folder = self.hardware.state / "folder"
         folder.symlink_to(".")
         self.swctl(APPLIED, "--database", folder / "elsewhere.db", "vlan", "list")
+
+
+class Networks(Others):
+    """The service serves one database, and swctl is given another."""
+
+    def setUp(self):
+        super().setUp()
+        self.other = self.hardware.state / "other.db"
+        self.told = self.hardware.state / "relay/103.database"
+        self.swctl(APPLIED, "--database", self.other, "init", "--template", "gateway")
+        self.swctl(APPLIED, "--database", self.other, *ADD, "--offline")
+        self.before = self.network()
+
+    def network(self):
+        return [vlan for vlan in self.hardware.chip()["vlans"] if vlan["fwdMap"] != 0], self.links()
+
+    def check_refused(self, database, *commands):
+        trace = self.hardware.trace()
+        rows = database.read_bytes()
+        for command in commands:
+            said = self.swctl(REFUSED, "--database", database, *command)
+            self.assertIn("serves another file", said, command)
+        self.assertEqual((self.hardware.trace(), database.read_bytes()), (trace, rows))
+        self.assertEqual(self.network(), self.before)
+
+    def test_of_another_database_stays(self):
+        path = self.hardware.state / "gateway.json"
+        self.swctl(APPLIED, "--database", self.other, "export", path)
+        commands = ((*ADD[:2], 33, *ADD[3:]), ("vlan", "set", 9, "--ports", 1),
+                    ("vlan", "delete", 9), ("port", "set", "PSE", 4, "--trust-mode", 3),
+                    ("switch", "set", "PSE", "--qos", "off"), ("apply", path), ("batch",),
+                    ("undo",), ("repair",), (*ADD[:2], 33, *ADD[3:], "--confirm", 60),
+                    ("vlan", "delete", 9, "--no-verify", "--force"))
+        self.check_refused(self.other, *commands)
+        self.swctl(APPLIED, "--database", self.other, *commands[0], "--dry-run")
+        self.told.unlink()  # an older service tells nothing, and the kernel does
+        self.check_refused(self.other, *commands[:3])
+        self.told.write_text("1 2 /nowhere\n")  # as one that was killed leaves it
+        self.check_refused(self.other, commands[0])
+        self.swctl(APPLIED, *ADD)
+
+    def test_of_a_file_that_was_replaced_stays(self):
+        served = self.hardware.database
+        shutil.copy(served, self.hardware.state / "copy.db")
+        (self.hardware.state / "copy.db").rename(served)
+        self.check_refused(served, ADD, ("repair",))
+        self.assertEqual(self.hardware.stop(), 0)
+        self.assertFalse(self.told.exists())
+        self.swctl(UNANSWERED, *ADD)
+        self.assertTrue(self.hardware.start())
+        self.swctl(APPLIED, "vlan", "add", 11, "--interface", "eth0", "--ports", "1,2")
+
+    def test_of_another_database_is_not_recovered(self):
+        self.hardware.inside("arm", victim="swmgrd", steps=12)
+        self.swctl(UNANSWERED, *ADD)
+        self.hardware.database.rename(self.hardware.state / "left.db")
+        for ending in (".change", ".history"):
+            path = str(self.hardware.database) + ending
+            os.rename(path, path.replace("switch.db", "left.db"))
+        shutil.copy(self.hardware.state / "left.db", self.hardware.database)
+        self.assertTrue(self.hardware.start())
+        self.before = self.network()
+        self.check_refused(self.hardware.state / "left.db", ("recover",), ("repair",))
+
+    @unittest.skipIf(os.geteuid() != 0, "only root can be somebody else")
+    def test_stays_where_it_cannot_be_told(self):
+        """A member of the service's group, to whom the kernel does not tell its files."""
+        self.told.unlink()
+        self.hardware.state.chmod(0o777)
+        for name in ("other.db", "other.db.lock", "other.db.history"):
+            shutil.chown(self.hardware.state / name, 65534)
+        environment = dict(os.environ, RELAY_DIR=self.hardware.relay)
+        done = subprocess.run([BUILD / "bin/swctl", "--database", self.other, *map(str, ADD[:2]),
+                               "33", *map(str, ADD[3:])], env=environment, user=65534, group=0,
+                              extra_groups=[], capture_output=True, text=True)
+        self.assertIn("not known: whether the service serves this database", done.stderr)
+        self.assertEqual(done.returncode, REFUSED, done.stderr)
+        self.assertEqual(self.network(), self.before)
 
 
 if __name__ == "__main__":
