@@ -2,9 +2,12 @@
 // writing for the time of a recovery.
 #include "host/configuration.h"
 
+#include "common/database_journal.h"
+#include "host/served_file.h"
 #include "model/status.h"
 #include "service/reload.h"
 
+#include <climits>
 #include <cstdio>
 #include <cstring>
 #include <dlfcn.h>
@@ -39,6 +42,7 @@ bool leaveWal(sqlite3 *db)
 // the place of its own: swMgrInit does not tell its host what the load came to.
 extern "C" SWMGR_API int swMgrCfgReload(void)
 {
+    servedFilePublish(); // messaging and database are the process's own by now
     using Reload = int (*)(void);
     const auto reload = reinterpret_cast<Reload>(dlsym(RTLD_NEXT, "swMgrCfgReload"));
     status = reload != nullptr ? reload() : statusFailed;
@@ -53,15 +57,21 @@ int configurationStatus()
 const char *databaseRecover(const char *path)
 {
     static char reason[256];
+    char resolved[PATH_MAX];
+    if (!databaseFolderResolve(path, resolved))
+        return "its folder cannot be used";
     sqlite3 *db = nullptr;
     // The first look at the tables rolls a hot journal back; a write-ahead log is
     // emptied and given up, since reading one needs a file that can be written.
     const bool recovered =
-        sqlite3_open_v2(path, &db, SQLITE_OPEN_READWRITE, nullptr) == SQLITE_OK &&
+        sqlite3_open_v2(resolved, &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr) ==
+            SQLITE_OK &&
         sqlite3_busy_timeout(db, busyTimeout) == SQLITE_OK &&
         run(db, "BEGIN IMMEDIATE; SELECT count(*) FROM sqlite_master; ROLLBACK") && leaveWal(db);
     if (!recovered)
-        snprintf(reason, sizeof(reason), "%s", sqlite3_errmsg(db));
+        snprintf(reason, sizeof(reason), "%s",
+                 sqlite3_extended_errcode(db) == SQLITE_CANTOPEN_SYMLINK ? "it is a symbolic link"
+                                                                         : sqlite3_errmsg(db));
     sqlite3_close(db);
     return recovered ? nullptr : reason;
 }

@@ -1,5 +1,7 @@
-// Existence, access and the first bytes of a database file.
+// Existence, access and the first bytes of a database file, and its journal.
 #include "host/database_file.h"
+
+#include "common/database_journal.h"
 
 #include <cerrno>
 #include <cstring>
@@ -39,5 +41,5 @@ const char *databaseFileFault(const char *path)
         return strerror(errno);
     const char *fault = contentFault(fd);
     close(fd);
-    return fault;
+    return fault != nullptr ? fault : databaseJournalFault(path);
 }

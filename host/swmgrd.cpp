@@ -1,12 +1,14 @@
 // swmgrd, the process in which the switch manager runs: sets the library's two
 // flags from its arguments, starts the service, and stops it on a signal.
 #include "base/log.h"
+#include "common/database_journal.h"
 #include "common/exit_status.h"
 #include "common/signals.h"
 #include "host/children.h"
 #include "host/configuration.h"
 #include "host/database_file.h"
 #include "host/notify.h"
+#include "host/served_file.h"
 #include "swmgr/swmgr.h"
 #include "swmgr/swmgr_client.h"
 
@@ -197,6 +199,7 @@ void announceReady(int status)
 
 int serve()
 {
+    servedFileIs(options.database);
     const int status = swMgrInit(options.database);
     if (status < 0) {
         fprintf(stderr,
@@ -218,6 +221,7 @@ int serve()
         announceReady(loaded);
     swMgrRun();
     static_cast<void>(notifyManager("STOPPING=1\n"));
+    servedFileWithdraw();
     swMgrDeinit();
     return refused ? EXIT_FAILED : EXIT_STOPPED;
 }
@@ -233,6 +237,11 @@ int main(int argc, char **argv)
     const char *fault = databaseFileFault(options.database);
     if (fault != nullptr) {
         fprintf(stderr, "swmgrd: database %s: %s\n", options.database, fault);
+        return EXIT_FAILED;
+    }
+    if (!databaseDeletionsLimit(options.database)) {
+        fprintf(stderr, "swmgrd: database %s: SQLite cannot be kept to its own files\n",
+                options.database);
         return EXIT_FAILED;
     }
     return options.recover ? recover() : serve();

@@ -10,6 +10,7 @@
 #include "swctl/pending.h"
 #include "swctl/repair.h"
 #include "swctl/request_log.h"
+#include "swctl/served_file.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 
@@ -141,11 +142,17 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
     if (!verify)
         return;
     const Target target = targetOfStart(prepared.gateway, *prepared.before);
-    Settled settled =
-        settle(prepared.gateway, *prepared.before, target, prepared.ids, extentOf(target), true);
     // What differed before, or lies where this change cannot have reached, is not
     // of its making.
     const std::vector<Difference> old = counting(differences(target, prepared.hardware));
+    const auto isNamed = [&](const Difference &difference) {
+        return prepared.ids.contains(difference.vlanId) ||
+               (difference.kind == DifferenceKind::defaultTag &&
+                std::none_of(old.begin(), old.end(),
+                             [&](const Difference &one) { return one.sameAs(difference); }));
+    };
+    Settled settled = settle(prepared.gateway, *prepared.before, target, prepared.ids,
+                             extentOf(target), true, {}, isNamed);
     std::erase_if(settled.left, [&](const Difference &difference) {
         return std::any_of(old.begin(), old.end(),
                            [&](const Difference &one) { return one.sameAs(difference); }) ||
@@ -287,6 +294,8 @@ void announceAndVerify(Database &database, const ChangeOptions &options, Prepare
         if (verdict.answer < 0) {
             verdict.reasons = reasonsIn(log.take());
             takeBack(database, prepared, sent, options.verify, verdict);
+            if (servedFile(options.databasePath).serving == Serving::untold)
+                addNote(verdict, "not known: whether the service serves this database");
         } else if (options.verify) {
             verifyChange(options.databasePath, prepared, verdict);
             if (verdict.word == Word::differs)
@@ -349,6 +358,8 @@ Verdict carryOut(const ChangeOptions &options, const Plan &plan)
     Prepared prepared{GatewayView(options.databasePath, options.siteFile), {}, {}, {}, {}, {}};
     Database database(options.databasePath, Access::write);
     const Journal journal(options.databasePath);
+    if (!options.offline)
+        refuseAnotherFile(options.databasePath);
     if (!options.offline && !options.recovering)
         static_cast<void>(recoverUnfinished(options));
     refuseDuringTrial(options);

@@ -34,6 +34,7 @@ struct Verdict {
     std::vector<Difference> left;     // that count
     std::vector<Difference> idle;     // that do not count; looked for by diff and repair alone
     std::string idleUnread;           // of them, and why
+    std::vector<std::string> foreign; // sub-interfaces of others, which are left alone
     std::vector<std::string> reasons; // lines of the service's log that say why
     std::vector<std::string> settled; // what was announced again
     std::vector<std::string> unread;  // parts that could not be read, and why

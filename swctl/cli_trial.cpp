@@ -7,6 +7,7 @@
 #include "swctl/log.h"
 #include "swctl/outcome.h"
 #include "swctl/report.h"
+#include "swctl/served_file.h"
 #include "swctl/text.h"
 #include "swctl/validate.h"
 
@@ -33,6 +34,7 @@ int runConfirm(const Globals &globals, const TrialArguments &arguments)
     const std::optional<Trial> trial = trialOf(globals.database);
     if (!trial)
         throw Failure(exitRefused, "refused: no change waits for its confirmation");
+    refuseAnotherFile(globals.database);
     if (arguments.takeBack || (!trial->watched && trial->deadline < time(nullptr))) {
         const Verdict verdict = takeBackTrial(options, *trial);
         if (globals.json)

@@ -158,7 +158,7 @@ Json interfacesJson(const Kernel &kernel, int id)
 
 Json viewJson(const VlanView &view)
 {
-    const auto &[chip, chipIds, kernel, bridge, engine] = view.look.actual;
+    const auto &[chip, chipIds, kernel, foreign, bridge, engine] = view.look.actual;
     const Bridge &wantedBridge = view.look.target.bridge;
     const bool isBridge = !wantedBridge.name.empty();
     const std::string chipName = view.look.nameOf(Device::chip);

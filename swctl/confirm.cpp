@@ -8,6 +8,7 @@
 #include "swctl/json.h"
 #include "swctl/outcome.h"
 #include "swctl/row_json.h"
+#include "swctl/served_file.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 
@@ -131,7 +132,9 @@ Verdict takeBackTrial(const ChangeOptions &options, const Trial &trial)
         quiet.undoes = entries.back().number;
     quiet.recovering = true;
     quiet.force = true; // as it was before, whatever a check says of that
-    quiet.offline = !serviceAnswers();
+    // A service that serves another file by now has nothing to do with it.
+    quiet.offline =
+        servedFile(options.databasePath).serving == Serving::anotherFile || !serviceAnswers();
     const Plan plan = [&trial](Database &database) {
         // It was written down before it was committed, and may never have been.
         if (rowsAreBefore(database, trial.changes))

@@ -2,10 +2,12 @@
 // come from this program's own tables or from SQLite, never from an argument.
 #include "swctl/database.h"
 
+#include "common/database_journal.h"
 #include "swctl/outcome.h"
 #include "swctl/text.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstring>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -63,10 +65,15 @@ void checkFile(const std::string &path, Access access)
     struct stat about = {};
     const int wanted = access == Access::write ? R_OK | W_OK : R_OK;
     const char *fault = nullptr;
-    if (stat(path.c_str(), &about) != 0 || ::access(path.c_str(), wanted) != 0)
+    // Who may write the folder could have it lead anywhere.
+    if (lstat(path.c_str(), &about) == 0 && S_ISLNK(about.st_mode))
+        fault = "it is a symbolic link";
+    else if (stat(path.c_str(), &about) != 0 || ::access(path.c_str(), wanted) != 0)
         fault = strerror(errno);
     else if (!S_ISREG(about.st_mode))
         fault = S_ISDIR(about.st_mode) ? "it is a directory" : "it is not a file";
+    else
+        fault = databaseJournalFault(path.c_str());
     if (fault != nullptr)
         throw Failure(exitUsage, "database " + printable(path) + ": " + fault);
 }
@@ -184,8 +191,11 @@ Database::Database(const std::string &file, Access access) : path(file)
     checkFile(path, access);
     configureForAShortLife();
     const int flags = access == Access::read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
+    char resolved[PATH_MAX];
+    if (!databaseDeletionsLimit(path.c_str()) || !databaseFolderResolve(path.c_str(), resolved))
+        throw Failure(exitUsage, "database " + printable(path) + ": its folder cannot be used");
     sqlite3 *opened = nullptr;
-    const int result = sqlite3_open_v2(path.c_str(), &opened, flags, nullptr);
+    const int result = sqlite3_open_v2(resolved, &opened, flags | SQLITE_OPEN_NOFOLLOW, nullptr);
     handle.reset(opened);
     if (result != SQLITE_OK)
         fail();

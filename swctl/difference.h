@@ -74,9 +74,10 @@ struct EngineFacts {
 
 struct Actual {
     Part<Chip> chip;
-    std::set<int> chipIds; // VLANs whose entry was read, in chip and bridge
-    Part<Kernel> kernel;
-    Part<Bridge> bridge; // held, and empty, where no switch is one
+    std::set<int> chipIds;                       // VLANs whose entry was read, in chip and bridge
+    Part<Kernel> kernel;                         // without the sub-interfaces of others
+    std::map<std::string, SubInterface> foreign; // these, by name
+    Part<Bridge> bridge;                         // held, and empty, where no switch is one
     Part<EngineFacts> engine;
 };
 

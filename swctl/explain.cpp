@@ -238,6 +238,8 @@ SubInterfaceState subInterface(const Look &look, const std::string &name, int vl
     sub.vlanId = vlanId;
     sub.wanted = stateOf(look.target.kernel, name);
     sub.held = kernel.held ? stateOf(*kernel.held, name) : "not read";
+    if (const auto other = look.actual.foreign.find(name); other != look.actual.foreign.end())
+        sub.held = stateText(other->second) + ", made by others";
     if (!look.target.bridge.name.empty())
         sub.bridge =
             look.actual.bridge.held ? bridgeText(*look.actual.bridge.held, vlanId) : "not read";
@@ -260,6 +262,9 @@ std::map<std::string, int> subInterfacesOf(const Look &look, const std::string &
         for (const auto &[name, sub] : look.actual.kernel.held->interfaces)
             if (sub.parent == parent)
                 names[name] = sub.vlanId;
+    for (const auto &[name, sub] : look.actual.foreign)
+        if (sub.parent == parent)
+            names[name] = sub.vlanId;
     for (const Row &row : look.vlanRows)
         if (row.text("interfaceName") == parent)
             names[parent + "." + row.text("vlanId")] = toInt(row.text("vlanId"));

@@ -2,6 +2,7 @@
 #include "swctl/gateway_view.h"
 
 #include "swctl/number.h"
+#include "swctl/own_links.h"
 
 #include <unistd.h>
 
@@ -39,7 +40,7 @@ std::set<std::string> bridgePorts(Database &database)
 } // namespace
 
 GatewayView::GatewayView(const std::string &databasePath, const std::string &siteFile)
-    : place(findSite(databasePath, siteFile)), known(interfacesOf(place))
+    : path(databasePath), place(findSite(databasePath, siteFile)), known(interfacesOf(place))
 {
 }
 
@@ -71,6 +72,9 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
 {
     Actual actual;
     actual.kernel = readKernel(place);
+    if (actual.kernel.held)
+        actual.foreign = setForeignApart(*actual.kernel.held, target.kernel,
+                                         snapshot.database().rows("vlanEncapIf"), path);
     actual.engine = readEngine();
     std::set<int> ids = moreIds;
     if (actual.kernel.held)

@@ -42,6 +42,7 @@ public:
                 Extent extent, const Progress &progress = {}) const;
 
 private:
+    std::string path; // of the database
     Site place;
     Interfaces known;
 };

@@ -47,8 +47,13 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
         std::optional<ChangeSet> changes = changeSetOf(json.at("change").dump());
         if (!changes)
             return std::nullopt;
-        return HistoryEntry{json.at("number"),  json.at("time"),   json.at("who"),
-                            json.at("outcome"), json.at("undoes"), std::move(*changes)};
+        return HistoryEntry{json.at("number"),
+                            json.at("time"),
+                            json.at("who"),
+                            json.at("outcome"),
+                            json.at("undoes"),
+                            std::move(*changes),
+                            json.value("verified", false)};
     } catch (const Json::exception &) {
         return std::nullopt;
     }
@@ -56,9 +61,13 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
 
 std::string lineOf(const HistoryEntry &entry)
 {
-    const Json json = {{"number", entry.number}, {"time", entry.time},
-                       {"who", entry.who},       {"outcome", entry.outcome},
-                       {"undoes", entry.undoes}, {"change", Json::parse(toJson(entry.changes))}};
+    const Json json = {{"number", entry.number},
+                       {"time", entry.time},
+                       {"who", entry.who},
+                       {"outcome", entry.outcome},
+                       {"undoes", entry.undoes},
+                       {"verified", entry.verified},
+                       {"change", Json::parse(toJson(entry.changes))}};
     return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace) + "\n";
 }
 
@@ -94,7 +103,8 @@ int History::add(const Verdict &verdict, const std::string &outcome, int undoes)
 {
     std::string text = fileContents(path, mostHistory).value_or(std::string());
     std::vector<std::string_view> lines = linesOf(text);
-    HistoryEntry entry{1, verdict.committed, userName(), outcome, undoes, verdict.changes};
+    HistoryEntry entry{1,      verdict.committed, userName(),      outcome,
+                       undoes, verdict.changes,   verdict.verified};
     for (size_t i = lines.size(); i-- > 0;)
         if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
             entry.number = last->number + 1;

@@ -18,6 +18,7 @@ struct HistoryEntry {
     std::string outcome; // one of the four words, or "written": only the rows
     int undoes = 0;      // number of the entry that it takes back; 0: none
     ChangeSet changes;
+    bool verified = false; // what became of it was looked at
 };
 
 class History {

@@ -50,7 +50,7 @@ struct SubInterface {
 
 struct Kernel {
     std::map<std::string, SubInterface> interfaces; // by name, as "eth0.10"
-    std::set<int> uptimeFiles;                      // VLAN ids with an uptime record
+    std::set<int> uptimeFiles;                      // VLAN ids with an uptime record of this boot
 };
 
 // A part of the state that was read, or why it was not.

@@ -48,6 +48,8 @@ void judge(Verdict &verdict, Settled settled, Word otherwise)
     verdict.verified = true;
     verdict.settled = std::move(settled.done);
     verdict.left = std::move(settled.left);
+    for (const auto &[name, sub] : settled.actual.foreign)
+        verdict.foreign.push_back(name);
     readUnread(verdict, settled.actual);
     noteEngine(verdict, settled.actual);
     verdict.word = verdict.left.empty() && verdict.unread.empty() ? otherwise : Word::differs;

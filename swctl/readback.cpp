@@ -2,6 +2,7 @@
 #include "swctl/readback.h"
 
 #include "backends/bcm/driver.h"
+#include "common/clock.h"
 #include "common/log_entry.h"
 #include "common/tool_entry.h"
 #include "platform/sal.h"
@@ -16,6 +17,7 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -131,6 +133,15 @@ int uptimeVlan(const std::string &name)
     return name == start + std::to_string(vlanId) + ".Uptime" ? vlanId : -1;
 }
 
+// A record outlives the interfaces of its boot where the folder is kept.
+bool isOfThisBoot(int folder, const char *name)
+{
+    const int64_t boot = millisecondsNow(CLOCK_REALTIME) - millisecondsNow(CLOCK_BOOTTIME);
+    struct stat about = {};
+    return fstatat(folder, name, &about, AT_SYMLINK_NOFOLLOW) == 0 && S_ISREG(about.st_mode) &&
+           about.st_mtim.tv_sec >= boot / 1000;
+}
+
 // A folder that is not there holds no records; one that cannot be read is said.
 void readUptimeFiles(const std::string &path, Part<Kernel> &part)
 {
@@ -139,7 +150,7 @@ void readUptimeFiles(const std::string &path, Part<Kernel> &part)
         part.reason = "uptime records in " + printable(path) + ": " + strerror(errno);
     while (const dirent *entry = folder != nullptr ? readdir(folder.get()) : nullptr) {
         const int vlanId = uptimeVlan(entry->d_name);
-        if (vlanId >= 0)
+        if (vlanId >= 0 && isOfThisBoot(dirfd(folder.get()), entry->d_name))
             part.held->uptimeFiles.insert(vlanId);
     }
 }

@@ -5,6 +5,7 @@
 #include "swctl/journal.h"
 #include "swctl/judge.h"
 #include "swctl/pending.h"
+#include "swctl/served_file.h"
 #include "swctl/service.h"
 #include "swctl/text.h"
 
@@ -21,6 +22,7 @@ std::optional<Verdict> recoverChange(const ChangeOptions &options)
     std::optional<ChangeSet> changes = journal.unfinished();
     if (!changes)
         return std::nullopt;
+    refuseAnotherFile(options.databasePath);
     GatewayView gateway(options.databasePath, options.siteFile);
     Database database(options.databasePath, Access::write);
     Verdict verdict;
@@ -79,6 +81,8 @@ Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const P
     constexpr int highestVlan = 4094;
     GatewayView gateway(options.databasePath, options.siteFile);
     Database database(options.databasePath, Access::read);
+    if (!dryRun)
+        refuseAnotherFile(options.databasePath);
     Snapshot snapshot(database);
     const Target target = targetOfStart(gateway, snapshot);
     std::set<int> ids;

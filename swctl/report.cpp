@@ -142,6 +142,7 @@ Json verdictJson(const Verdict &verdict)
             {"consequences", verdict.changes.consequences},
             {"differences", differencesJson(verdict.left)},
             {"withoutEffect", differencesJson(verdict.idle)},
+            {"leftAlone", verdict.foreign},
             {"unread", verdict.unread},
             {"settled", verdict.settled},
             {"reasons", verdict.reasons},
@@ -215,6 +216,8 @@ void printDifferences(const Verdict &verdict, bool verbose)
         tell(stdout, "  without effect: " + difference.text());
     if (!verdict.idleUnread.empty())
         tell(stdout, "  not read: " + verdict.idleUnread);
+    for (const std::string &name : verdict.foreign)
+        tell(stdout, "  left alone: " + name + " is no row's and not of this system's making");
 }
 
 void printRepair(const Verdict &verdict)

@@ -3,6 +3,7 @@
 
 #include "common/clock.h"
 #include "common/descriptor.h"
+#include "common/served_file.h"
 #include "swmgr/swmgr_client.h"
 
 #include <sys/socket.h>
@@ -17,21 +18,15 @@
 #include <string>
 
 namespace swctl {
-namespace {
 
-constexpr const char *defaultRelayDirectory = "/run/relay";
-
-pid_t servingProcess()
+std::optional<ServingProcess> servingProcess()
 {
-    const char *directory = getenv("RELAY_DIR");
     const std::string path =
-        std::string(directory != nullptr && directory[0] != '\0' ? directory
-                                                                 : defaultRelayDirectory) +
-        "/" + std::to_string(SWMGR_RELAY_MODULE_ID) + ".sock";
+        std::string(relayDirectory()) + "/" + std::to_string(SWMGR_RELAY_MODULE_ID) + ".sock";
     sockaddr_un address = {};
     address.sun_family = AF_UNIX;
     if (path.size() >= sizeof(address.sun_path))
-        return 0;
+        return std::nullopt;
     memcpy(address.sun_path, path.c_str(), path.size());
     const Descriptor asked(socket(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0));
     ucred peer = {};
@@ -39,16 +34,14 @@ pid_t servingProcess()
     if (!asked.valid() ||
         connect(asked.get(), reinterpret_cast<const sockaddr *>(&address), sizeof(address)) != 0 ||
         getsockopt(asked.get(), SOL_SOCKET, SO_PEERCRED, &peer, &length) != 0)
-        return 0;
-    return peer.pid;
+        return std::nullopt;
+    return ServingProcess{peer.pid, peer.uid};
 }
-
-} // namespace
 
 std::optional<int64_t> serviceStart()
 {
     constexpr int startField = 20; // among those behind the name, which may hold blanks
-    const pid_t pid = servingProcess();
+    const pid_t pid = servingProcess().value_or(ServingProcess()).id;
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
     std::string line;
     if (pid <= 0 || !std::getline(file, line) || line.rfind(')') == std::string::npos)

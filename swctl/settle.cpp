@@ -22,11 +22,12 @@ struct Complaint {
 };
 
 std::map<int, Complaint> complaintsOf(const std::vector<Difference> &differences,
-                                      const Target &target)
+                                      const Target &target,
+                                      const std::function<bool(const Difference &)> &mayMend)
 {
     std::map<int, Complaint> complaints;
     for (const Difference &difference : differences) {
-        if (difference.remedy != Remedy::repair)
+        if (difference.remedy != Remedy::repair || (mayMend && !mayMend(difference)))
             continue;
         // A port's default tag follows the VLAN that the port sends untagged.
         Complaint &complaint = complaints[difference.vlanId];
@@ -107,7 +108,7 @@ std::vector<Difference> counting(std::vector<Difference> all)
 
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
                const std::set<int> &ids, GatewayView::Extent extent, bool mend,
-               const Progress &progress)
+               const Progress &progress, const std::function<bool(const Difference &)> &mayMend)
 {
     Settled settled;
     settled.actual = gateway.read(snapshot, target, ids, extent, progress);
@@ -119,7 +120,7 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
     // What a start that stops would give is nothing to bring the hardware to.
     bool going = mend && !target.stopped;
     while (going && !settled.left.empty() && settled.rounds < mostRounds) {
-        const std::map<int, Complaint> complaints = complaintsOf(settled.left, target);
+        const std::map<int, Complaint> complaints = complaintsOf(settled.left, target, mayMend);
         if (complaints.empty())
             break;
         for (const auto &[vlanId, complaint] : complaints)

@@ -23,11 +23,12 @@ struct Settled {
 constexpr int mostRounds = 3;
 
 // Settles the VLANs of every difference that counts, but for a target at which a start
-// stops. `ids` are read in any case.
+// stops, and of those alone that `mayMend` allows. `ids` are read in any case.
 // Throws Unanswered when the service stops answering.
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
                const std::set<int> &ids, GatewayView::Extent extent, bool mend,
-               const Progress &progress = {});
+               const Progress &progress = {},
+               const std::function<bool(const Difference &)> &mayMend = {});
 
 // The differences that have an effect.
 std::vector<Difference> counting(std::vector<Difference> all);
