@@ -1,4 +1,4 @@
-// Walks everything that can be reached from the list of switches.
+// Walks everything reachable from the list of switches.
 #include "support/invariants.h"
 
 #include "support/platform.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-constexpr int32_t mostLookedUp = 16; // ids up to this are looked up whether listed or not
+constexpr int32_t mostLookedUp = 16; // ids up to this are looked up whether or not they exist
 
 struct Walk {
     Walk()
@@ -70,7 +70,7 @@ struct Walk {
         }
     }
 
-    // A look-up by id finds what a walk finds first, also where it does not walk.
+    // A look-up by id finds what a walk finds first, even if it does not walk.
     void lookUp(Switch &sw)
     {
         std::map<int32_t, SwitchVlan *> firsts;
@@ -94,7 +94,7 @@ struct Walk {
 std::string brokenInvariant(const std::set<const void *> &abandoned)
 {
     Walk walk;
-    // A switch whose set-up failed is kept for the next one.
+    // A switch whose setup failed is kept for the next one.
     int spare = 0;
     for (const platform::Block &block : platform::blocksHeld())
         walk.require(walk.reached.count(block.address) == 1 ||

@@ -1,5 +1,5 @@
-// Builds the requests, each buffer exactly as long as it says, so that a
-// sanitizer sees a read or a write beyond it.
+// Builds the requests, each buffer exactly as long as it says, so that a sanitizer detects
+// a read or write beyond it.
 #include "support/requests.h"
 
 #include "support/platform.h"
