@@ -14,16 +14,15 @@ namespace {
 constexpr int registrationMode = 2;
 constexpr int listenPeriod = 1000000;
 
-// Set by swMgrInit, cleared by swMgrDeinit. The host may clear
-// swMgrInitialized to stop the loop, so that flag cannot tell whether there is
-// still something to release.
+// Set by swMgrInit, cleared by swMgrDeinit. The host may clear swMgrInitialized to stop
+// the loop, so that flag does not say whether there is still something to release.
 constinit bool started = false;
 
 void unregister()
 {
     if (pSwMgrRelayCtx == nullptr)
         return;
-    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // nothing is left to do about a failure
+    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // nothing can be done about a failure
     pSwMgrRelayCtx = nullptr;
 }
 
@@ -49,8 +48,8 @@ extern "C" int swMgrInit(const char *dbPath)
         unregister();
         return status;
     }
-    // A configuration that cannot be loaded has been reported; the service
-    // starts all the same, so that database events can mend it.
+    // If the configuration could not be loaded, that has been reported; the service starts
+    // anyway, so that database events can correct it.
     static_cast<void>(swMgrCfgReload());
     started = true;
     swMgrInitialized = 1;

@@ -1,5 +1,5 @@
-// The engine's port and switch-wide settings. Each takes the switch and the
-// command's record, wherever it lies, and turns it into the engine's tools.
+// The engine's port and switch-wide settings. Each takes the switch and the command's
+// record, at any address, and runs the engine's tools accordingly.
 #pragma once
 
 #include "model/switch.h"
