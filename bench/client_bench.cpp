@@ -1,5 +1,5 @@
-// The client's commands as whole processes, on a simulated gateway that runs, in
-// turns with a sqlite3 shell that writes the same row.
+// The client's commands as whole processes, on a running simulated gateway, alternating
+// with a sqlite3 shell that writes the same row.
 //
 //   client_bench SWCTL DATABASE ROUNDS
 #include "bench/process.h"
@@ -10,10 +10,10 @@ namespace {
 
 using bench::Words;
 
-// One thing that is timed. What it changes it changes back in the next round.
+// One thing to time. Every other round undoes the change of the one before.
 struct Entry {
     const char *name;
-    Words even, odd; // words of the command in every other round
+    Words even, odd; // words of the command in even and odd rounds
     std::vector<double> times;
 };
 

@@ -1,5 +1,5 @@
-// The stand-in's way of running a command line beside a bare spawn of the same
-// program and beside a shell.
+// The stand-in's way of running a command line, compared with a bare spawn of the same
+// program and with a shell.
 #include "platform/sal.h"
 
 #include <benchmark/benchmark.h>
@@ -38,7 +38,7 @@ void shell(benchmark::State &state)
             abort();
 }
 
-// Interleaved repetitions, so that a busy machine hits all three alike.
+// Interleaved repetitions, so that a busy machine affects all three equally.
 BENCHMARK(bareSpawn)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(salCommand)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(shell)->Unit(benchmark::kMillisecond)->UseRealTime();

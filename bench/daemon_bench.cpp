@@ -1,6 +1,6 @@
-// The daemon on a database file, with the simulated chip but without the time
-// that tools take: how long until it is ready, its memory, its idle time. Beside
-// it runs a sqlite3 shell that reads the same three tables.
+// The daemon on a database file, with the simulated chip but without the time that tools
+// take: how long until it is ready, its memory, its idle time. For comparison, a sqlite3
+// shell reads the same three tables.
 //
 //   daemon_bench BUILD DATABASE CHIP_SOCKET_DIR
 #include "bench/process.h"

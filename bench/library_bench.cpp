@@ -1,6 +1,5 @@
-// What the library costs by itself: a start with many VLANs, a live change, one
-// switch command. Each start runs in a process of its own, since the model is
-// never freed.
+// What the library alone costs: a startup with many VLANs, a live change, one switch
+// command. Each startup runs in a separate process, since the model is never freed.
 #include "null_platform.h"
 
 #include "swmgr/swmgr.h"
@@ -125,7 +124,7 @@ void start(benchmark::State &state)
         best = measured.seconds < best ? measured.seconds : best;
     }
     unlink(path.c_str());
-    static std::map<int, double> perVlan; // of the sizes before this one
+    static std::map<int, double> perVlan; // of the sizes already measured
     perVlan[vlans] = best / vlans;
     state.counters["us_per_vlan"] = best / vlans * 1e6;
     if (perVlan.count(256) != 0)
@@ -144,7 +143,7 @@ int send(int type, void *data, int length, void *buffer, uint32_t bufferLength)
     return swMgrIoctlHandler(nullptr, &header, type, data, length, buffer, &bufferLength);
 }
 
-// The old values of a VLAN row as its writer sends them.
+// The old values of a VLAN row, as its writer sends them.
 std::string oldValues(int id)
 {
     std::string block;
@@ -158,7 +157,7 @@ std::string oldValues(int id)
     return block;
 }
 
-// In a process of its own: a service with `vlans` VLANs, then `body`.
+// Starts a service with `vlans` VLANs in a separate process, then runs `body`.
 void inService(benchmark::State &state, int vlans, void (*body)(benchmark::State &))
 {
     const std::string path = databasePath();
@@ -180,9 +179,9 @@ void inService(benchmark::State &state, int vlans, void (*body)(benchmark::State
     unlink(path.c_str());
 }
 
-// Google Benchmark calls a function several times to find the number of
-// iterations. The model lives as long as the process, so it is made once for
-// each number of VLANs, smallest first, and grows.
+// Google Benchmark calls a function several times to find the number of iterations. The
+// model lives as long as the process, so it is built only once for each number of VLANs,
+// smallest first, and grows.
 void liveAddAndDelete(benchmark::State &state)
 {
     static int rows = 0;

@@ -1,5 +1,5 @@
-// What the log costs a start: the daemon on hardware that takes no time, with the log
-// daemon listening and without it, in turn; and how many records were lost.
+// What the log costs at startup: the daemon on hardware that takes no time, alternately
+// with and without a log daemon; and how many records were lost.
 //
 //   log_bench BUILD DATABASE FOLDER
 #include "bench/process.h"
@@ -22,7 +22,7 @@ struct Written {
     long lost = 0;
 };
 
-// A line is "DATE TIME RANK MODULE TEXT"; the log daemon says itself what was lost.
+// A line is "DATE TIME RANK MODULE TEXT"; the log daemon itself reports lost records.
 Written read(const std::string &path)
 {
     Written written;

@@ -1,5 +1,5 @@
-// Preloaded into the daemon for measurements: tools, device and driver that take no
-// time, so that what is left is the service itself and its log.
+// Preloaded into the daemon for measurements: tools, device and driver that take no time,
+// so that only the service itself and its log are measured.
 #include "platform/sal.h"
 
 #include <fcntl.h>

@@ -1,5 +1,5 @@
-// The platform's symbols, doing as little as their contracts allow. Lists are
-// the stand-in's, queries are real: the library cannot work without them.
+// The platform's symbols, doing as little as their contracts allow. Lists are the
+// stand-in's and queries are real, since the library cannot work without them.
 #include "null_platform.h"
 
 #include "platform/database.h"

@@ -1,5 +1,5 @@
-// A platform that does nothing, so that only the library's own cost shows. It
-// counts what was asked of it.
+// A platform that does nothing but count calls, so that only the library's own cost is
+// measured.
 #pragma once
 
 #include <cstdint>

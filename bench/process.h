@@ -1,4 +1,4 @@
-// What the benchmarks of whole processes share.
+// Shared by the benchmarks of whole processes.
 #pragma once
 
 #include <algorithm>
@@ -17,7 +17,7 @@ namespace bench {
 
 using Words = std::vector<std::string>;
 
-// Starts a program, found in the path, that reads and writes nothing.
+// Starts a program found in the path, without input or output.
 inline pid_t start(const Words &words, const Words &environment)
 {
     const pid_t child = fork();

@@ -1,4 +1,4 @@
-// The service manager's end of a start: daemons announce here that they are ready.
+// The service manager's side of a start.
 #pragma once
 
 #include <cstdio>
@@ -10,7 +10,7 @@
 
 namespace bench {
 
-// A socket at which daemons announce that they are ready.
+// A socket on which daemons report that they are ready.
 class ReadySocket {
 public:
     explicit ReadySocket(const std::string &path) : name(path)

@@ -1,4 +1,4 @@
-// Times by the system's clocks.
+// Readings of the system's clocks.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
-// Owner of a file descriptor: closes it at the end of its scope unless it was
-// handed on. Used by everything but the library, whose
-// descriptors are the platform's.
+// Owner of a file descriptor: closes it at the end of its scope unless it has been
+// handed on. Used everywhere but in the library, whose descriptors belong to the
+// platform.
 #pragma once
 
 #include <unistd.h>

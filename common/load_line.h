@@ -1,5 +1,5 @@
-// The lines with which the service logs that a part of its configuration's load
-// failed: those of its start, after which it goes on serving.
+// The lines in which the service reports that a part of loading its configuration
+// failed at startup, after which it still serves requests.
 #pragma once
 
 #include <cstddef>

@@ -1,4 +1,4 @@
-// How far apart the entries of the log daemon's answer lie.
+// Spacing of the entries in the log daemon's answer.
 #pragma once
 
 #include "swmgr/swmgr_log.h"

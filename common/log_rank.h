@@ -1,6 +1,5 @@
-// How urgent a log record is for a person. The service logs every command line
-// that it runs at error level, whatever came of it; here the line counts as what
-// it says.
+// How urgent a log record is to a person. The service logs every command line at
+// error level, whatever its outcome; here it is ranked by its outcome.
 #pragma once
 
 #include "swmgr/swmgr_client.h"
@@ -9,13 +8,13 @@
 #include <cstring>
 #include <string_view>
 
-// Ranks are levels, with two more between them. Lower is more urgent.
+// Ranks are the levels plus two in between. Lower is more urgent.
 enum LogRank : int32_t {
     LOG_RANK_ERROR = SWMGR_LOG_ERROR,
     LOG_RANK_WARNING = 16, // a tool that failed
     LOG_RANK_INFO = SWMGR_LOG_INFO,
     LOG_RANK_NOTICE = SWMGR_LOG_NOTICE,
-    LOG_RANK_TOOL = 192, // a tool that did its work, or had nothing to remove
+    LOG_RANK_TOOL = 192, // a tool that succeeded, or had nothing to remove
     LOG_RANK_DEBUG = SWMGR_LOG_DEVDEBUG
 };
 
@@ -24,14 +23,14 @@ struct LogRankName {
     const char *name;
 };
 
-// By urgency.
+// Most urgent first.
 constexpr LogRankName logRankNames[] = {
     {LOG_RANK_ERROR, "error"},   {LOG_RANK_WARNING, "warning"}, {LOG_RANK_INFO, "info"},
     {LOG_RANK_NOTICE, "notice"}, {LOG_RANK_TOOL, "tool"},       {LOG_RANK_DEBUG, "debug"},
 };
 constexpr const char *logRankList = "error, warning, info, notice, tool, debug";
 
-// The name of a rank; null for one without.
+// The name of a rank; null if it has none.
 inline const char *logRankName(int32_t rank)
 {
     for (const LogRankName &known : logRankNames)
@@ -40,7 +39,7 @@ inline const char *logRankName(int32_t rank)
     return nullptr;
 }
 
-// The rank of a name; false: there is none.
+// The rank of a name; false if there is none.
 inline bool logRankByName(const char *name, int32_t &rank)
 {
     for (const LogRankName &known : logRankNames) {
@@ -59,7 +58,7 @@ struct ToolLine {
     int status;
 };
 
-// While developer messages are on, operation and line stand before every text, as
+// While developer messages are on, every text begins with operation and line, as in
 // "swMgrInit:12:".
 inline std::string_view withoutPlace(std::string_view text)
 {
@@ -80,7 +79,7 @@ inline std::string_view withoutPlace(std::string_view text)
     return text;
 }
 
-// False for a text of another shape, which may lack a terminator.
+// False for any other text, which may lack a terminator.
 inline bool toolLineRead(const char *whole, size_t wholeLength, ToolLine &tool)
 {
     const std::string_view message = withoutPlace({whole, wholeLength});
@@ -111,8 +110,8 @@ inline bool toolLineRead(const char *whole, size_t wholeLength, ToolLine &tool)
     return false;
 }
 
-// The removal of a sub-interface comes before each addition: that there is none
-// is the usual case.
+// Each addition of a sub-interface is preceded by a removal, which usually finds
+// nothing to remove.
 inline bool toolRemovesInterface(const ToolLine &tool)
 {
     constexpr char removal[] = "vconfig rem ";

@@ -1,5 +1,5 @@
-// Text on its way to a terminal or a log file: no byte of it can move a cursor,
-// end a line or pretend to be another record.
+// Makes text safe for a terminal or a log file: no byte of it can move the cursor, end
+// a line or pretend to be another record.
 #pragma once
 
 #include <cstddef>

@@ -1,12 +1,12 @@
-// What a daemon inherits from whoever starts it may be anything: signals that are
-// blocked, and children whose end nobody is to learn.
+// A daemon may inherit any signal settings from its parent: blocked signals, or
+// SIGCHLD ignored.
 #pragma once
 
 #include <csignal>
 
 using SignalHandler = void (*)(int number);
 
-// Handles a signal without SA_RESTART, so that a wait ends.
+// Handles a signal without SA_RESTART, so that it interrupts a wait.
 inline void signalHandle(int number, SignalHandler handler)
 {
     struct sigaction action = {};
@@ -14,7 +14,7 @@ inline void signalHandle(int number, SignalHandler handler)
     sigaction(number, &action, nullptr);
 }
 
-// Blocks nothing, and lets the end of a child be waited for.
+// Unblocks all signals and makes it possible to wait for a child's end.
 inline void signalsReset()
 {
     signalHandle(SIGCHLD, SIG_DFL);

@@ -1,5 +1,5 @@
-// Which entry of which table a command line of the service is about, so that a
-// later line about the same entry can be told from any other.
+// Which entry of which table a command line of the service is about, so that a later
+// line about the same entry can be recognised.
 #pragma once
 
 #include "common/log_rank.h"
@@ -8,17 +8,17 @@
 #include <cstdlib>
 
 struct ToolEntry {
-    char key[96];   // tool and entry, as "vlan_table_func 10"; cut where it is too long
-    int32_t vlanId; // of an entry that belongs to a VLAN; 0: none
+    char key[96];   // tool and entry, as "vlan_table_func 10"; cut if too long
+    int32_t vlanId; // the VLAN that the entry belongs to; 0: none
 
     [[nodiscard]] bool sameAs(const ToolEntry &other) const { return strcmp(key, other.key) == 0; }
 };
 
-// The tools whose lines name a VLAN, and where.
+// The tools whose lines name a VLAN, and where they do.
 struct VlanTool {
     const char *tool;
     const char *operation;
-    int place; // of the VLAN id among the words, the tool being 0; negative: from the end
+    int place; // position of the VLAN id among the words, the tool being 0; negative: from the end
 };
 constexpr VlanTool vlanTools[] = {
     {"vlan_table_func", "edit", 6},
@@ -27,8 +27,8 @@ constexpr VlanTool vlanTools[] = {
 };
 constexpr int toolWords = 16;
 
-// Reads what a command line is about. A VLAN's entry is one thing whatever is
-// done with it; of any other line the whole line is.
+// Finds out what a command line is about. Lines about a VLAN's entry have the same
+// key, whatever they do to it; for any other line, the key is the whole line.
 inline void toolEntryRead(const ToolLine &tool, ToolEntry &entry)
 {
     char line[512];

@@ -1,5 +1,5 @@
-# What the scripts at the top of the tree share: saying what they do, installing
-# missing Debian packages, and building a preset.
+# Shared by the scripts of the tree: reporting what they do, installing missing Debian
+# packages, and building a preset.
 
 top=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 
@@ -10,8 +10,8 @@ fail() {
     exit 1
 }
 
-# For a script that takes no arguments, or handles its own after this: --help prints
-# the comment at its head.
+# For a script without arguments, or one that handles its own afterwards: --help prints
+# the comment at its top.
 headIsHelp() {
     [ "${1:-}" = --help ] || return 0
     awk 'NR == 1 { next } !/^#/ { exit } { sub(/^# ?/, ""); print }' "$0"
@@ -22,7 +22,7 @@ takesNothing() {
     [ $# -eq 0 ] || { echo "${0##*/}: unexpected argument '$1'. Try '$0 --help'." >&2; exit 2; }
 }
 
-# Installs those of the packages named that are missing, as root or with sudo.
+# Installs the given packages that are missing, as root or with sudo.
 packages() {
     local missing=() package
     for package in "$@"; do
@@ -34,7 +34,7 @@ packages() {
     local elevate=()
     if [ "$(id -u)" -ne 0 ]; then
         command -v sudo >/dev/null ||
-            fail "these packages are missing and sudo is not there to install them: ${missing[*]}"
+            fail "these packages are missing, and there is no sudo to install them: ${missing[*]}"
         elevate=(sudo)
     fi
     mkdir -p "$top/build"
@@ -44,7 +44,7 @@ packages() {
     if ! { "${elevate[@]}" "${install[@]}" ||
         { "${elevate[@]}" apt-get update -q && "${elevate[@]}" "${install[@]}"; }; } >"$log" 2>&1; then
         tail -5 "$log" >&2
-        fail "the packages could not be installed; $log has the whole story"
+        fail "the packages could not be installed; see $log"
     fi
 }
 
@@ -54,9 +54,9 @@ runPackages=(g++ cmake ninja-build pkg-config libsqlite3-dev libcli11-dev nlohma
 testPackages=("${runPackages[@]}" python3 libgtest-dev clang clang-tidy clang-format cppcheck
     libclang-rt-14-dev abigail-tools binutils busybox-static python3-jsonschema procps prometheus)
 
-# Builds targets of a preset: build PRESET "TARGET..." [-DOPTION=VALUE...]. The
-# preset is configured where that was not done yet, or not with these options. A
-# build with nothing to do takes well under a second and says nothing.
+# Builds targets of a preset: build PRESET "TARGET..." [-DOPTION=VALUE...]. Configures
+# the preset if that has not been done yet, or not with these options. A build with
+# nothing to do takes well under a second and prints nothing.
 build() {
     local preset=$1 log=$top/build/$1.log folder=$top/build/$1
     local targets=() option stale=no
@@ -80,11 +80,11 @@ build() {
         return
     fi
     say "building $preset"
-    if [ -t 1 ]; then # one line that counts up; errors stay visible
+    if [ -t 1 ]; then # a single line that counts up; errors stay visible
         NINJA_STATUS='    [%f/%t] ' ninja -C "$folder" "${targets[@]}" ||
             fail "preset $preset does not build"
     elif ! ninja -C "$folder" "${targets[@]}" >"$log" 2>&1; then
         grep -E 'error|FAILED' -A5 "$log" | head -60 >&2
-        fail "preset $preset does not build; $log has the whole story"
+        fail "preset $preset does not build; see $log"
     fi
 }

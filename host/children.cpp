@@ -1,5 +1,5 @@
-// The kernel's list of the process's children. Called by a signal handler: system
-// calls only.
+// Reads the kernel's list of the process's children. Called by a signal handler, so it
+// uses only system calls.
 #include "host/children.h"
 
 #include <csignal>
@@ -11,7 +11,7 @@ namespace {
 
 void end(pid_t child)
 {
-    kill(-child, SIGKILL); // a tool that the platform runs leads a group of its own
+    kill(-child, SIGKILL); // the platform runs each tool in its own process group
     kill(child, SIGKILL);
 }
 

@@ -1,6 +1,6 @@
-// The tools that the process has started and that still run.
+// The tools that the process has started and that are still running.
 #pragma once
 
-// Ends them at once, with everything in their process groups. Safe in a signal
-// handler. Does nothing on a kernel that does not list a process's children.
+// Kills them with everything in their process groups. Safe in a signal handler. Does
+// nothing on a kernel that does not list a process's children.
 void childrenEnd();

@@ -1,5 +1,5 @@
-// Stands between the library's start and its load, and opens the database for
-// writing for the time of a recovery.
+// Intercepts the library's load at startup, and opens the database for writing during a
+// recovery.
 #include "host/configuration.h"
 
 #include "common/database_journal.h"
@@ -15,7 +15,7 @@
 
 namespace {
 
-constexpr int busyTimeout = 5000; // ms that a writer may hold the database
+constexpr int busyTimeout = 5000; // ms to wait for a writer that holds the database
 
 constinit int status = statusFailed; // written by swMgrCfgReload
 
@@ -24,7 +24,7 @@ bool run(sqlite3 *db, const char *sql)
     return sqlite3_exec(db, sql, nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
-// The answer tells the mode, changed or not.
+// The result is the mode now in effect.
 bool leaveWal(sqlite3 *db)
 {
     const auto take = [](void *left, int /*count*/, char **values, char ** /*names*/) {
@@ -38,8 +38,8 @@ bool leaveWal(sqlite3 *db)
 
 } // namespace
 
-// The library calls its exported operations through the loader, so this one takes
-// the place of its own: swMgrInit does not tell its host what the load came to.
+// The library calls its exported operations through the loader, so this one overrides
+// its own: swMgrInit does not tell its host the outcome of the load.
 extern "C" SWMGR_API int swMgrCfgReload(void)
 {
     servedFilePublish(); // messaging and database are the process's own by now
@@ -61,8 +61,8 @@ const char *databaseRecover(const char *path)
     if (!databaseFolderResolve(path, resolved))
         return "its folder cannot be used";
     sqlite3 *db = nullptr;
-    // The first look at the tables rolls a hot journal back; a write-ahead log is
-    // emptied and given up, since reading one needs a file that can be written.
+    // The first query of the tables rolls a hot journal back; a write-ahead log is
+    // emptied and disabled, since reading one requires a writable file.
     const bool recovered =
         sqlite3_open_v2(resolved, &db, SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOFOLLOW, nullptr) ==
             SQLITE_OK &&

@@ -1,6 +1,6 @@
-// Looks at the database file before the service opens it, which would create a
-// missing one and would notice any other fault only at the first query.
+// Checks the database file before the service opens it, which would create a missing
+// file and notice any other fault only at the first query.
 #pragma once
 
-// Null when the file can be used, otherwise what is wrong with it.
+// Null if the file can be used, otherwise what is wrong with it.
 const char *databaseFileFault(const char *path);

@@ -1,4 +1,4 @@
-// The NOTIFY_SOCKET protocol by hand: it is one datagram.
+// The NOTIFY_SOCKET protocol without a library: it is a single datagram.
 #include "host/notify.h"
 
 #include <cstddef>

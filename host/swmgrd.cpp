@@ -1,5 +1,5 @@
-// swmgrd, the process in which the switch manager runs: sets the library's two
-// flags from its arguments, starts the service, and stops it on a signal.
+// swmgrd, the process in which the switch manager runs: sets the library's two flags
+// from its arguments, starts the service, and stops it on a signal.
 #include "base/log.h"
 #include "common/database_journal.h"
 #include "common/exit_status.h"
@@ -25,8 +25,8 @@ constexpr unsigned mostStopTimeout = 3600; // s
 struct Options {
     const char *database = nullptr;
     unsigned stopTimeout = 5;          // s from a stop signal to the end of the process
-    bool recover = false;              // put the database in order and end
-    bool requireConfiguration = false; // a load that fails is a start that fails
+    bool recover = false;              // repair the database and end
+    bool requireConfiguration = false; // a failed load is a failed start
 };
 
 constinit Options options = {}; // written from the arguments
@@ -58,7 +58,7 @@ constexpr char usage[] =
     "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage, 3\n"
     "stopped in the middle of its work; the next start writes every VLAN anew.\n";
 
-// Written by the signal handler, for a signal that comes during the start.
+// Written by the signal handler, for a signal that arrives during the start.
 volatile sig_atomic_t stopRequested = 0;
 
 void onStopSignal(int /*number*/)
@@ -69,9 +69,9 @@ void onStopSignal(int /*number*/)
     swMgrInitialized = 0;
 }
 
-// The service has one thread and may be waiting for a tool, which must not write
-// to the switches any more when the next service starts. The messaging's files
-// stay and are taken over by the next service.
+// The service has one thread and may be waiting for a tool, which must not still write
+// to the switches when the next service starts. The messaging's files stay, and the
+// next service takes them over.
 void onStopTimeout(int /*number*/)
 {
     childrenEnd();
@@ -85,8 +85,8 @@ void installSignals()
     signalHandle(SIGTERM, onStopSignal);
     signalHandle(SIGINT, onStopSignal);
     signalHandle(SIGALRM, onStopTimeout);
-    signalHandle(SIGPIPE, SIG_IGN); // a log reader that goes away ends nothing
-    signalHandle(SIGHUP, SIG_IGN);  // nor does a terminal; there is nothing to read anew
+    signalHandle(SIGPIPE, SIG_IGN); // losing the log's reader must not end the daemon
+    signalHandle(SIGHUP, SIG_IGN);  // nor losing the terminal; there are no settings to reload
     signalsReset();
 }
 
@@ -176,7 +176,7 @@ int recover()
     return EXIT_FAILED;
 }
 
-// The last message of a start that did not load everything.
+// The last message of a startup that did not load everything.
 void reportIncomplete(int status)
 {
     static_cast<void>(swMgrDebug(nullptr, SWMGR_LOG_ERROR, nullptr, 0,
@@ -216,7 +216,7 @@ int serve()
         fprintf(stderr, "swmgrd: the stored configuration could not be loaded whole (%d)\n",
                 loaded);
     if (stopRequested != 0 || refused)
-        swMgrInitialized = 0; // the start has set it after the signal
+        swMgrInitialized = 0; // startup set it after the signal
     else
         announceReady(loaded);
     swMgrRun();

@@ -1,4 +1,4 @@
-// Devices and interfaces of a rehearsal; nothing here touches the real ones.
+// The devices and interfaces of a rehearsal; nothing here touches the real ones.
 #include "rehearsal/machine.h"
 
 #include "devices/engine/host.h"
@@ -19,12 +19,12 @@ namespace rehearsal {
 
 namespace {
 
-constexpr int chipDescriptor = 1000; // of every device node; there is one chip
+constexpr int chipDescriptor = 1000; // for every device node; there is one chip
 constexpr size_t maxWords = engine::maxArguments + 1;
 
 State *state = nullptr;
 std::map<std::string, std::array<unsigned char, 6>, std::less<>> interfaces;
-std::set<std::string, std::less<>> devices; // empty: every node is there
+std::set<std::string, std::less<>> devices; // empty: every node exists
 
 bool interfaceExists(const char *name)
 {
@@ -51,7 +51,7 @@ constexpr engine::Host host = {.interfaceExists = interfaceExists,
                                .vlanRequest = vlanRequest,
                                .interfaceUpSet = interfaceUpSet};
 
-// The words of a plain command line, which `line` keeps.
+// The words of a plain command line, stored in `line`.
 std::vector<const char *> wordsOf(std::string &line)
 {
     std::vector<const char *> words;
@@ -62,8 +62,8 @@ std::vector<const char *> wordsOf(std::string &line)
     return words;
 }
 
-// Tools of the system, which a bridge is driven with. They are taken to succeed; what
-// they would do is read from their lines.
+// The system's tools, with which a bridge is driven. They are assumed to succeed; their
+// effect is read from their lines.
 bool isOfLinux(const char *tool)
 {
     constexpr const char *tools[] = {"ip", "bridge", "tc", "ethtool"};
@@ -71,7 +71,7 @@ bool isOfLinux(const char *tool)
                        [tool](const char *known) { return strcmp(known, tool) == 0; });
 }
 
-// A bridge that was made is an interface: "ip link add name NAME type bridge ...".
+// A newly created bridge is an interface: "ip link add name NAME type bridge ...".
 void noteBridge(const std::vector<const char *> &words)
 {
     constexpr std::array<unsigned char, 6> address = {2, 0, 0, 0, 0, 0xb0};
@@ -90,7 +90,7 @@ bool machineInit()
             : MAP_FAILED;
     if (memory == MAP_FAILED)
         return false;
-    // A new file is zeros already, which is most of a device after power-on.
+    // A new file is all zeros, like most of a device after power-on.
     state = static_cast<State *>(memory);
     new (&state->chip) chip::Model();
     new (&state->uptimeFiles) std::bitset<engine::vlanIdCount>();
@@ -113,8 +113,7 @@ void deviceAdd(const std::string &path)
     devices.insert(path);
 }
 
-// The rehearsed machine has been switched on: the kernel's list of interfaces has no
-// bridge yet.
+// The rehearsed machine has just been switched on: the kernel has no bridge yet.
 int deviceOpen(const std::string &path)
 {
     if (path.starts_with("/sys/class/net/"))
@@ -141,9 +140,9 @@ int commandRun(const char *commandLine)
                            words.data() + 1, reply);
 }
 
-// The pipelines read a register with the register tool and write it back through
-// awk. With the bit functions of gawk the setting one sets the highest bit, whose
-// lower half it writes without leading zeros; the clearing one writes zero.
+// The pipelines read a register with the register tool and write it back through awk.
+// With gawk's bit functions, the setting pipeline sets the highest bit but writes the
+// lower half without leading zeros; the clearing one writes zero.
 int pipelineRun(const char *line)
 {
     unsigned address = 0;
@@ -151,7 +150,7 @@ int pipelineRun(const char *line)
         return 127 << 8;
     const uint32_t place = (address - engine::registerBase) / engine::registerSize;
     if (place >= engine::registerCount)
-        return 0; // the status is awk's
+        return 0; // the pipeline's status is awk's
     uint32_t &value = state->engine.registers[place];
     if (strstr(line, " or (") == nullptr) {
         value = 0;

@@ -1,5 +1,5 @@
-// The machine that a rehearsal takes place on: the models of chip and engine,
-// the interfaces that are said to exist, and the files that were written.
+// The machine on which a rehearsal takes place: the models of chip and engine, the
+// interfaces that the script declares, and the files that were written.
 #pragma once
 
 #include "rehearsal/protocol.h"
@@ -8,15 +8,15 @@
 
 namespace rehearsal {
 
-// Where the devices' state lies; set up once, before anything else.
+// The devices' state; set up once, before anything else.
 bool machineInit();
 State &machine();
 
-// What the script says is there.
+// Declared by the script.
 void interfaceAdd(const unsigned char (&address)[6], const std::string &name);
 void deviceAdd(const std::string &path);
 
-// As the platform answers: a descriptor, a status, an address or an error.
+// Answers as the platform gives them: a descriptor, a status, an address or an error.
 int deviceOpen(const std::string &path);
 int commandRun(const char *line);  // a tool of the engine or of the interfaces
 int pipelineRun(const char *line); // a pipeline that sets or clears a register's bit

@@ -1,6 +1,6 @@
 // swrehearse: plays a script against the library on a platform that only records.
-// Called by swctl, which reads the outcome out of the memory files that it handed
-// over; `swctl rehearse` is the face of it.
+// Called by swctl, which reads the outcome from the memory files that it passed;
+// `swctl rehearse` shows it.
 #include "common/descriptor.h"
 #include "platform/relay.h"
 #include "rehearsal/machine.h"
@@ -17,7 +17,7 @@
 #include <string_view>
 #include <vector>
 
-extern RelayHandler registeredHandler; // by relayRegister of the recording platform
+extern RelayHandler registeredHandler; // set by the recording platform's relayRegister
 
 namespace {
 
@@ -37,16 +37,15 @@ constexpr char usage[] =
     "\n"
     "Exit status: 0 played, 1 the script or the library cannot be used, 2 wrong usage.\n";
 
-// The memory database that the library opens by its name. It lives as long as a
-// connection of ours.
+// The in-memory database that the library opens by name. It lives as long as our
+// connection to it.
 sqlite3 *database = nullptr;
 
 struct Script {
     const char *at;
     const char *end;
 
-    // The next piece, and the bytes that belong to it. False at the end, or where
-    // a piece is not whole.
+    // The next piece and its bytes. False at the end, or if a piece is incomplete.
     bool next(Piece &piece, std::string_view &data)
     {
         const auto left = static_cast<size_t>(end - at);

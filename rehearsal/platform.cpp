@@ -1,6 +1,6 @@
-// The platform seam on which the library runs during a rehearsal: every action
-// is recorded and answered by the models. The symbols stand in the program, so
-// they win over those of the device's libraries, which are never called.
+// The platform seam on which the library runs during a rehearsal: every action is
+// recorded and answered by the models. The symbols are in the program, so they override
+// those of the device's libraries, which are never called.
 #include "platform/database.h"
 #include "platform/relay.h"
 #include "platform/sal.h"
@@ -23,10 +23,10 @@ using namespace rehearsal;
 
 namespace {
 
-constexpr int networkSocket = 1001; // descriptor of every socket
-int registration = 0;               // what the handle of the registration points to
+constexpr int networkSocket = 1001; // the descriptor of every socket
+int registration = 0;               // the registration's handle points here
 
-// The text that /proc/uptime would hold, and where uptime records go.
+// The text of /proc/uptime, and where uptime records go.
 struct Files {
     char uptime[8] = "0.00\n";
     FILE *reading = fmemopen(uptime, strlen(uptime), "r");
@@ -39,7 +39,7 @@ Files &files()
     return *all;
 }
 
-// The record of an uptime file, or none for another file.
+// The record of an uptime file, or none for any other file.
 void uptimeFileNote(const char *path, bool present)
 {
     unsigned vlanId = 0;
@@ -49,7 +49,7 @@ void uptimeFileNote(const char *path, bool present)
 
 } // namespace
 
-RelayHandler registeredHandler = nullptr; // set by the library's start
+RelayHandler registeredHandler = nullptr; // set when the library starts
 
 extern "C" {
 
@@ -79,7 +79,7 @@ int relayDeInit(void)
     return 0;
 }
 
-// The service sends nothing but log records.
+// The service sends only log records.
 int relayIoctl(RelayCtx *, int, int, void *data, int, void *text, uint32_t *length, int, int, int)
 {
     int32_t level = 0;
@@ -167,7 +167,7 @@ char **sqlite3QueryResGet(sqlite3 *db, void *, const char *sql, int *columnCount
 
 int sqliteBusyHandler(void *, int)
 {
-    return 0; // nobody else has this database
+    return 0; // nobody else uses this database
 }
 
 int socket(int, int, int) noexcept
@@ -182,8 +182,8 @@ int system(const char *line)
     return status;
 }
 
-// The library's own row handlers and its load, passed on and noted: nothing else
-// says which row a message is about.
+// Override the library's row handlers and its load, record the call and pass it on:
+// nothing else says which row a message is about.
 int swGlobalCfgDBInsertHandler(char **table, int nCols, int row)
 {
     static const auto real = reinterpret_cast<decltype(&swGlobalCfgDBInsertHandler)>(

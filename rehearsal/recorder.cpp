@@ -12,7 +12,7 @@ namespace {
 constexpr size_t portion = 256 * 1024;
 
 std::string pending; // pieces not written yet
-bool failed = false; // a portion could not be written
+bool failed = false; // a write failed
 
 } // namespace
 

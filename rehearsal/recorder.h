@@ -8,11 +8,11 @@
 
 namespace rehearsal {
 
-// Adds a piece to the stream; it is written when there is much of it.
+// Adds a piece to the stream, which is written in large portions.
 void record(Kind kind, int32_t number, uint32_t extra, const void *data, size_t length);
 void record(Kind kind, int32_t number, std::string_view text);
 
-// Writes what has not been written yet. False when it could not be.
+// Writes the rest. False if anything could not be written.
 bool recordsFlush();
 
 } // namespace rehearsal

@@ -1,4 +1,4 @@
-# What the scripts of the simulated gateway share. They define usage() first.
+# Shared by the scripts of the simulated gateway, which define usage() first.
 
 misused() {
     echo "${SIMULATOR_NAME:-${0##*/}}: $1. Try '${SIMULATOR_NAME:-$0} --help'." >&2
@@ -10,7 +10,7 @@ unavailable() {
     exit 77
 }
 
-# The folder given, or else the one that was built last.
+# Prints the given folder, or else the one built last.
 buildFolder() {
     local newest=
     if [ -n "$1" ]; then
@@ -26,7 +26,7 @@ buildFolder() {
     (cd "${newest%/bin/swengine}" && pwd -P)
 }
 
-# In the source tree it has a folder of its own.
+# In the source tree the schema is in another folder than in an installation.
 schemaFile() {
     local file
     for file in "$here"/../{data/,}schema.sql; do

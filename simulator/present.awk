@@ -1,5 +1,5 @@
-# Shows the stream of a simulated gateway: who speaks, then what. Lines of tools
-# and chip come marked; "= " marks text shown as it stands; all others are log.
+# Shows the stream of a simulated gateway: the source, then the line. Lines of the tools
+# and the chip carry a mark, "= " marks text to show unchanged, and all others are log.
 BEGIN {
     if (colours) {
         colour["tool"] = "\033[36m"
@@ -9,11 +9,11 @@ BEGIN {
         off = "\033[0m"
     }
 }
-# Whatever a name from a row or a request made of it, it moves no cursor.
+# A name from a row or a request may contain anything, but must not move the cursor.
 { gsub(/[^ -~]/, "?") }
 /^= / { print substr($0, 3); fflush(); next }
 /^=$/ { print ""; fflush(); next }
-# Even then, what a program says of its own failure.
+# With --quiet, only what a program says about its own failure.
 quiet && !/^(sw[a-z]+|bwrap|sandbox): / { next }
 {
     who = substr($0, 1, 4)

@@ -1,7 +1,7 @@
 -- A gateway with a packet switch engine on top of a five-port chip: a home
 -- network on eth0, an uplink on eth1 and a VLAN that only the switches know.
 --
--- Port lists name ports of the chip. The engine counts the ports below it from
+-- Port lists contain port numbers of the chip. The engine counts the ports below it from
 -- one: number n in a list means the engine port that is mapped onto BCM:n+1.
 BEGIN;
 

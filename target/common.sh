@@ -1,5 +1,5 @@
 # shellcheck shell=bash disable=SC2034
-# What the scripts for the 32-bit ARM target share. Sourced; needs $top.
+# Shared by the scripts for the 32-bit ARM target. Sourced; needs $top.
 source "$top/dev/common.sh"
 
 arm=$top/build/arm              # the cross build
@@ -9,8 +9,8 @@ guest=$top/build/armhf-guest    # kernel, archives and reports of the guest
 armPackages=(g++-arm-linux-gnueabihf qemu-user qemu-system-arm cpio kmod
     cmake ninja-build pkg-config sqlite3 python3)
 
-# Installs the tools, makes the libraries, builds the project and the guest.
-# What is there already is left alone.
+# Installs the tools, unpacks the libraries, builds the project and the guest. Skips
+# what already exists.
 prepareGuest() {
     packages "${armPackages[@]}"
     "$top/target/sysroot"
@@ -19,7 +19,7 @@ prepareGuest() {
     "$top/target/guest-tree"
 }
 
-# Packs a directory's contents for the kernel, owned by root.
+# pack DIRECTORY ARCHIVE: packs the contents for the kernel, owned by root.
 pack() {
     (cd "$1" && find . | LC_ALL=C sort | cpio -o -H newc --quiet --owner=+0:+0) > "$2"
 }

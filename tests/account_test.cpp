@@ -1,6 +1,6 @@
-// The accounts: what the service does, told call by call. Each file of accounts/ is
-// a suite, each of its sections a test. With ACCOUNTS_WRITE set, what happened is
-// written into the file instead.
+// The accounts: what the service does, call by call. Each file in accounts/ is a suite,
+// each of its sections a test. With ACCOUNTS_WRITE set, what happened is written to the
+// file instead.
 #include "support/player.h"
 
 #include <filesystem>
@@ -11,12 +11,12 @@ namespace {
 
 struct Section {
     std::string name;
-    std::string text; // commands, each with what came of it, and comments
+    std::string text; // commands, each with what followed, and comments
 };
 
 std::vector<Section> sectionsOf(const std::filesystem::path &path)
 {
-    std::vector<Section> sections(1); // the first is what stands before all
+    std::vector<Section> sections(1); // the first holds what precedes all sections
     std::ifstream file(path);
     for (std::string line; std::getline(file, line);)
         if (line.starts_with("== "))
@@ -35,7 +35,7 @@ void write(const std::filesystem::path &path, const std::string &name, const std
              << (section.name == name ? text : section.text);
 }
 
-// A line that is empty or ends with a blank is marked, so that it shows.
+// Marks a line that is empty or ends with a space, so that it is visible.
 std::string marked(const std::string &lines)
 {
     std::string text;
@@ -68,7 +68,7 @@ struct Account : testing::Test {
             EXPECT_EQ(section.text, happened);
     }
 
-    // Where only some faults were tried: lines that the account does not know.
+    // If only some faults were tried: lines that the account does not have.
     std::string strayIn(const std::string &happened) const
     {
         std::string stray;

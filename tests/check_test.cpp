@@ -1,5 +1,5 @@
-// The rules of 'swctl check' against faulty databases: what it finds, with a start
-// judged by the service itself, and that the triggers agree.
+// The rules of 'swctl check' on faulty databases: what it finds, with the service itself
+// judging a startup, and that the triggers agree.
 #include "swctl/check.h"
 #include "swctl/outcome.h"
 #include "swctl/rehearsal.h"
@@ -60,10 +60,10 @@ std::string rulesOf(const std::vector<Finding> &findings)
 #define ADD_BRIDGE "INSERT INTO swGlobalCfg (switchName, switchDevice, switchLevel, vlanEnable)" \
     " VALUES ('BRIDGE', 'br0', 3, 1); INSERT INTO swPortConfig (switchName, portNumber," \
     " interfaceName) VALUES ('BRIDGE', "
-// One fault each, and the rules that it breaks; by the one marked with * the
-// triggers refuse it. Without a mark SQL cannot tell, or the rule only warns.
+// One fault each, and the rules that it breaks; the triggers refuse it by the one marked
+// with *. Without a mark, SQL cannot tell, or the rule only warns.
 constexpr struct { const char *sql, *rules; } cases[] = {
-    {"SELECT 1", ""}, // sound as it is
+    {"SELECT 1", ""}, // sound
     {"DROP TABLE vlanEncapIf", "start-stops table-missing"},
     {"ALTER TABLE swPortConfig RENAME COLUMN trustMode TO TrustMode", "column-missing"},
     {VLAN "LogicalIfName = printf('%64s', '')", "start-stops *text-too-long"},

@@ -1,4 +1,4 @@
-// Logging: levels, labels, developer logging, bounds, the record that is sent.
+// Logging: levels, labels, developer logging, limits, the record sent.
 #include "support/fixture.h"
 
 #include "base/labels.h"

@@ -1,4 +1,4 @@
-// Where things are, and what a chip of the program SWCHIP and state files hold.
+// Where things are, and reading back a chip of the program SWCHIP and state files.
 #include "backends/bcm/driver.h"
 #include "devices/engine/state.h"
 #include "platform/sal.h"

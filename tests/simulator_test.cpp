@@ -1,5 +1,5 @@
-// The simulated gateway: chip and engine as models, and the engine's program in
-// the folder SIMULATOR_BIN.
+// The simulated gateway: the models of chip and engine, and the engine's program in the
+// folder SIMULATOR_BIN.
 #include "devices/chip/chip_model.h"
 #include "devices/chip/chip_text.h"
 #include "devices/engine/host.h"
@@ -37,7 +37,7 @@ struct ChipCase {
     std::string text;
 };
 
-// In this order on one chip: later rows see what earlier ones wrote.
+// In this order on one chip: later rows depend on what earlier ones wrote.
 const ChipCase chipCases[] = {
     {0x5301, 0, "", 0, "VLAN_ENABLE -> 0"},
     {0x40075312, 0, "64001600020000", 0,
@@ -125,7 +125,7 @@ struct Engine {
 
     Engine() { engine::stateReset(*state); }
 
-    // Words are separated by single blanks, so two blanks enclose an empty one.
+    // Words are separated by single spaces, so two spaces enclose an empty word.
     int run(const std::string &line)
     {
         std::string words = line;

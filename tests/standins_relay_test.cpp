@@ -1,5 +1,5 @@
-// Messaging between processes: a service in a process of its own and its clients,
-// and the log daemon's part of it.
+// Messaging between processes: a service in a separate process and its clients, and the
+// log daemon's part of it.
 #include "common/descriptor.h"
 #include "common/log_entry.h"
 #include "platform/relay.h"
@@ -32,7 +32,7 @@ constexpr int module = 103;
 constexpr int modeWait = 1;
 constexpr int modePost = 2;
 
-// What the service of these tests answers.
+// The requests that the service of these tests answers.
 enum RequestType {
     REVERSE = 1,  // reverses the reply buffer, which shrinks by one; length of the data
     SENDER = 2,   // module id of the sender
@@ -83,7 +83,7 @@ int handle(void *arg, RelayMsgHdr *header, int type, void *data, int length, voi
     }
 }
 
-// Runs `body` in a child process; ended with its owner at the latest.
+// Runs `body` in a child process, which ends with its owner at the latest.
 class Process {
 public:
     template <class Body>
@@ -156,7 +156,7 @@ protected:
     {
         directory = mkdtemp(name);
         setenv("RELAY_DIR", (directory / "run").c_str(), 1);
-        // An unanswered request is a failure, not a hanging test.
+        // An unanswered request must be a failure, not a hanging test.
         setenv("RELAY_TIMEOUT", "10", 1);
     }
     ~Relay() override
@@ -167,7 +167,7 @@ protected:
 
     std::string socketPath() const { return directory / "run" / "103.sock"; }
 
-    // Registration is over when an answer comes.
+    // An answer means that registration is complete.
     static bool waitUntilServed()
     {
         for (int i = 0; i < 1000; ++i) {
@@ -304,15 +304,15 @@ TEST_F(Relay, postsNeverWaitAndLossesAreCounted)
     EXPECT_EQ(request(RECEIVED), 1 + more + 1 - lost);
     EXPECT_EQ(request(DROPPED), 5 + sent - 1 + lost);
 
-    // A restart of the receiver is noticed by the first post that meets it, and what it
-    // left is its successor's. A child of the sender has a connection of its own.
+    // The first post after a restart of the receiver notices it, and what the receiver left
+    // goes to its successor. A child of the sender has its own connection.
     service.signal(SIGSTOP);
     for (int i = 0; i < 1000; ++i)
         EXPECT_EQ(post(), 0);
     service.stop(SIGKILL);
     Process successor(runService);
     ASSERT_TRUE(waitUntilServed());
-    usleep(20000); // a sender looks every 10 ms whether the receiver lives
+    usleep(20000); // a sender checks every 10 ms whether the receiver is alive
     EXPECT_EQ(post(), 0);
     EXPECT_EQ(request(RECEIVED), 1001);
     EXPECT_EQ(Process(post).wait(), 0);
@@ -357,7 +357,7 @@ TEST(LogDaemon, printsOneLineForEachRecord)
               lineOf(entry, "").size() + 4 * SWMGR_LOG_TEXT_SIZE);
 }
 
-// What failed is forgotten once the same entry was written.
+// A failure is forgotten once the same entry has been written.
 TEST(LogDaemon, keepsTheToolsThatFailedLast)
 {
     const struct {
@@ -391,7 +391,7 @@ TEST(LogDaemon, keepsTheToolsThatFailedLast)
     }
 }
 
-// Each line adds to what the lines before it came to.
+// Each line adds to the counts of the lines before it.
 TEST(LogDaemon, countsToolsAndRequests)
 {
     const struct {
@@ -419,7 +419,7 @@ TEST(LogDaemon, countsToolsAndRequests)
         entry.level = level;
         entry.textLength = static_cast<uint32_t>(strlen(line));
         logd::counterNote(entry, line);
-        entry.module = LOGGING_RELAY_MODULE_ID; // another service's line tells nothing
+        entry.module = LOGGING_RELAY_MODULE_ID; // another service's line must not count
         logd::counterNote(entry, line);
         const SwMgrLogFollowRequest wanted = {};
         unsigned char buffer[sizeof(SwMgrLogAnswer) + sizeof(SwMgrLogCounters)];
@@ -427,7 +427,7 @@ TEST(LogDaemon, countsToolsAndRequests)
         ASSERT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), 0);
         std::vector<uint64_t> found(sizeof(SwMgrLogCounters) / sizeof(uint64_t));
         memcpy(found.data(), buffer + sizeof(SwMgrLogAnswer), sizeof(SwMgrLogCounters));
-        found.resize(counts.size()); // switch commands come behind
+        found.resize(counts.size()); // switch commands follow
         EXPECT_EQ(found, counts) << line;
         --length;
         EXPECT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), -EINVAL);
@@ -447,7 +447,7 @@ TEST(LogDaemon, answersFollowersFromItsLastRecords)
         return status;
     };
     ASSERT_EQ(follow(SWMGR_LOG_NEWEST_ONLY, 256, buffer.size()), 0);
-    const uint64_t base = answer.newest; // none, unless the test is repeated
+    const uint64_t base = answer.newest; // 0, unless the test is repeated
     for (uint32_t i = 1; i <= 600; ++i) {
         SwMgrLogEntry entry = {};
         entry.level = i % 2 == 0 ? 8 : 64;

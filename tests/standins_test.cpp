@@ -1,5 +1,5 @@
-// The operating-system layer as its callers see it: command lines, devices and
-// the wait for a locked database.
+// The operating-system layer as its callers see it: command lines, devices and waiting
+// for a locked database.
 #include "platform/database.h"
 #include "platform/sal.h"
 
@@ -23,7 +23,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// A directory of the test's own, removed at its end.
+// A temporary directory, removed at the end of the test.
 class Directory {
 public:
     Directory()
@@ -38,8 +38,8 @@ private:
     fs::path path;
 };
 
-// An emulated system may learn from the exit status only that a command could
-// not be run, not why.
+// Under emulation, the exit status may say only that a command could not be run, but not
+// why.
 bool spawnTellsWhy()
 {
     char name[] = "/no/such/tool";

@@ -1,6 +1,5 @@
-// swctl, run as a program against a service played by this process: what it
-// sends byte for byte, what it leaves in the database, what it prints and how it
-// ends.
+// swctl, run as a program against a service simulated by this process: what it sends byte
+// for byte, what it leaves in the database, what it prints and how it ends.
 #include "platform/relay.h"
 #include "swmgr/swmgr_client.h"
 
@@ -38,7 +37,7 @@ struct Message {
     std::string buffer; // as it was sent
 };
 
-// A relay module of this process, served by a thread of its own.
+// A relay module of this process, served by a separate thread.
 class Module {
 public:
     using Answer = std::function<int(const Message &, std::string &reply)>;
@@ -156,7 +155,7 @@ protected:
         return {WEXITSTATUS(status), contents(directory + "/out"), contents(directory + "/err")};
     }
 
-    // The service, answering everything alike.
+    // The service, giving everything the same answer.
     static std::unique_ptr<Module> service(int status)
     {
         return std::make_unique<Module>(
@@ -177,7 +176,7 @@ bool isNoAscii(char c)
     return c < ' ' || c > '~';
 }
 
-// There is no hardware to look at, nor an interface of the rows.
+// There is no hardware to read, and none of the rows' interfaces exist.
 #define BLIND " --no-verify --force"
 constexpr const char *changes[] = {
     "vlan add 20 --ports 1" BLIND, "vlan set 10 --ports 4 --logical x" BLIND,
@@ -283,7 +282,7 @@ TEST_F(Swctl, wrongArgumentsEndWithStatusTwoAndChangeNothing)
 {
     const auto module = service(0);
     const std::string before = everything();
-    // What the message has to say stands behind the arrow.
+    // The required part of the message follows the arrow.
     std::istringstream lines(R"x(frobnicate
 vlna add 20 => there is no command 'vlna'; did you mean 'vlan'?
 vlan ad 20 => there is no command 'ad'; did you mean 'add'?

@@ -1,4 +1,4 @@
-// What is taken from the datagrams in which a kernel lists its interfaces.
+// Reads the datagrams in which a kernel lists its interfaces.
 #include "swctl/vlan_links.h"
 
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
-# The dialect and the warnings that hold for every target of the project.
+# The dialect and the warnings that apply to every target of the project.
 #
-# swmgr_target(<target> [DEVICE] [BRIEF])  apply them. DEVICE marks code that goes
-#   into a process on the gateway: no exceptions, no RTTI, hardened, hidden
-#   symbols. BRIEF marks what runs for a moment: under the sanitizers optimising
-#   it would take longer than it saves.
+# swmgr_target(<target> [DEVICE] [BRIEF])  applies them. DEVICE marks code that goes
+#   into a process on the gateway: no exceptions, no RTTI, hardened, hidden symbols.
+#   BRIEF marks what runs only for a moment: under the sanitizers, optimising it would
+#   take longer than it saves.
 
 add_library(swmgr_dialect INTERFACE)
 target_compile_features(swmgr_dialect INTERFACE cxx_std_20 c_std_11)
@@ -14,8 +14,8 @@ target_include_directories(swmgr_dialect INTERFACE
     ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/include ${CMAKE_SOURCE_DIR}/src)
 
 if(SWMGR_SANITIZE)
-    # With the checks compiled in, g++ 12 takes values in its own <regex> and
-    # <functional> for uninitialised; the plain build keeps that warning.
+    # With the checks compiled in, g++ 12 thinks that values in its own <regex> and
+    # <functional> are uninitialised; the plain build keeps that warning.
     target_compile_options(swmgr_dialect INTERFACE
         -fsanitize=${SWMGR_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all
         $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
@@ -31,7 +31,7 @@ target_compile_options(swmgr_device INTERFACE
 target_link_options(swmgr_device INTERFACE
     -Wl,-z,relro,-z,now -Wl,-z,noexecstack -Wl,-z,text -Wl,--gc-sections -Wl,--as-needed)
 if(NOT SWMGR_SANITIZE)
-    # Fortified calls need optimisation, and they hide from the sanitizers.
+    # Fortified calls need optimisation, and the sanitizers do not see them.
     target_compile_options(swmgr_device INTERFACE
         $<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE -D_FORTIFY_SOURCE=2>)
 else()

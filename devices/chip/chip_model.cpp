@@ -1,4 +1,4 @@
-// Requests of the chip's driver, one function each, found through one table.
+// The driver's requests, one function each, found through one table.
 #include "devices/chip/chip_model.h"
 
 #include "backends/bcm/driver.h"
@@ -22,8 +22,8 @@ bool isPort(uint32_t port)
     return port < portCount;
 }
 
-// VLAN 0 marks frames that carry a priority only. The VLAN table has no entry
-// for it, so a driver refuses it there, while a default tag may carry it.
+// VLAN 0 marks frames that only carry a priority. The VLAN table has no entry for it,
+// so the driver refuses it there, but a default tag may carry it.
 bool isVlan(uint32_t vlanId)
 {
     return vlanId >= 1 && vlanId <= highestVlan;
@@ -145,7 +145,7 @@ int untagMemberGet(Model &model, int64_t, uint8_t *bytes)
     return memberGet(model, bytes, &Vlan::untagMap);
 }
 
-// Clearing an entry that is not there is no error: every write begins with it.
+// Clearing a missing entry is not an error: every write begins with it.
 int vlanClear(Model &model, int64_t, uint8_t *bytes)
 {
     const auto record = load<BcmVlanPortRecord>(bytes);
@@ -246,7 +246,7 @@ int rateLimitSet(Model &model, int64_t, uint8_t *bytes)
     return 0;
 }
 
-// The first value is a priority, the second the queue that it goes to.
+// The first value is a priority, the second the queue it is mapped to.
 int cosQueueMapSet(Model &model, int64_t, uint8_t *bytes)
 {
     const auto record = load<BcmCosQueueMapRecord>(bytes);

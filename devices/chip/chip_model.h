@@ -1,6 +1,6 @@
-// The five-port switch chip behind its driver, as a pure model: one request in,
-// one result out, no sockets and no output. The socket device, a character
-// device in user space, the fuzzer and the tests all drive it through handle().
+// The five-port switch chip behind its driver, as a pure model: one request in, one
+// result out, no sockets and no output. The socket device, the character device in
+// user space, rehearsals, the fuzzer and the tests all drive it through handle().
 #pragma once
 
 #include <array>
@@ -16,9 +16,9 @@ constexpr int counterCount = 12;       // 32-bit counters in a statistics record
 constexpr int priorityCount = 8;
 constexpr int queueCount = 4;
 
-// What one port holds. Values are those of a chip that has just been reset.
+// The state of one port. Initial values are those after a reset.
 struct Port {
-    uint16_t pvid = 1;              // default tag: VLAN id, 0 for a mere priority tag
+    uint16_t pvid = 1;              // default tag: VLAN id, 0 for a priority tag only
     uint8_t priority = 0;           // default tag: 0 to 7
     uint8_t cfi = 0;                // default tag: 0 or 1
     uint32_t dropNon8021q = 0;      // non-802.1Q frames state as last written: 0 or 1
@@ -39,7 +39,7 @@ struct Vlan {
     uint16_t untagMap = 0; // bit n: port n sends the VLAN untagged
 };
 
-// A request that only asks.
+// True for a request that only reads.
 bool isQuery(uint32_t request);
 
 struct Model {
@@ -51,14 +51,14 @@ struct Model {
     uint64_t handled = 0;                      // driver requests seen, refused ones included
     uint64_t refused = 0;                      // requests answered with a negative result
 
-    // Counters that tell port and place apart, since no frames pass here.
+    // Counters that differ by port and place, since no frames pass here.
     Model();
 
-    // One driver request. `record` is read, and overwritten where the request
-    // reads something back; `size` must be what the number says. `argument` is
-    // used by requests without a record. Returns what the driver would: 0 or a
-    // queried value, -EINVAL for a port, VLAN id or value that the chip does
-    // not have, -ENOTTY for an unknown number. A refused request changes nothing.
+    // One driver request. `record` is read, and overwritten if the request reads
+    // something back; `size` must match the request number. Requests without a record
+    // use `argument`. Returns what the driver would: 0 or a queried value, -EINVAL for
+    // a port, VLAN id or value that the chip does not have, -ENOTTY for an unknown
+    // number. A refused request changes nothing.
     int handle(uint32_t request, int64_t argument, uint8_t *record, size_t size);
 };
 

@@ -1,4 +1,4 @@
-// Reads numbers and addresses out of a tool's arguments.
+// Reads numbers and addresses from a tool's arguments.
 #include "devices/engine/arguments.h"
 
 #include <cstdarg>

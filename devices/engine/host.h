@@ -1,5 +1,5 @@
-// What the interface tools ask of the machine they run on, as a seam: tests and
-// fuzzers put a machine of their own here.
+// What the interface tools need from the machine they run on, as a seam: tests and
+// fuzzers supply their own.
 #pragma once
 
 struct vlan_ioctl_args;
@@ -8,16 +8,16 @@ namespace engine {
 
 struct Host {
     bool (*interfaceExists)(const char *name);
-    // True where the kernel makes VLAN sub-interfaces; they are simulated elsewhere.
+    // True if the kernel can create VLAN sub-interfaces; otherwise they are simulated.
     bool (*kernelHasVlans)();
-    // Both: 0 or errno. The first hands a request to the kernel's VLAN support,
+    // Both return 0 or errno. The first passes a request to the kernel's VLAN support,
     // the second brings a real interface up or down.
     int (*vlanRequest)(vlan_ioctl_args &request);
     int (*interfaceUpSet)(const char *name, bool up);
 };
 
-// The machine itself. SWENGINE_VLAN=simulated in the environment makes it deny
-// the kernel's VLAN support.
+// The real machine. With SWENGINE_VLAN=simulated in the environment it denies having
+// VLAN support in the kernel.
 extern const Host thisHost;
 
 } // namespace engine

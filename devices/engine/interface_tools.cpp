@@ -1,5 +1,5 @@
-// vconfig and ifconfig: VLAN sub-interfaces by the kernel where it can make
-// them, otherwise in the state file. Failures are those of the kernel.
+// vconfig and ifconfig: VLAN sub-interfaces in the kernel if it can create them,
+// otherwise in the state file. Failures are those of the kernel.
 #include "devices/engine/tools.h"
 
 #include "devices/engine/host.h"
@@ -22,7 +22,7 @@ int failure(const Arguments &arguments, const char *what, int reason)
     return arguments.fail("cannot %s %.64s: %s", what, arguments.values[1], strerror(reason));
 }
 
-// Finds "parent.id" among the simulated sub-interfaces; null when missing.
+// Finds "parent.id" among the simulated sub-interfaces; null if missing.
 SubInterface *find(State &state, const char *name)
 {
     const char *dot = strrchr(name, '.');

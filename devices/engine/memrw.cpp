@@ -1,11 +1,10 @@
 // memrw: reads and writes the engine's registers.
 //
-// A read prints the value in decimal after "Value :", the one form that every
-// awk with bit functions takes for a number: gawk reads "0x10" in its input as
-// 0. A written value is hexadecimal, with or without "0x", and is taken as it
-// stands. A caller that glues two halves together without padding the lower
-// one with zeros ("0x8000" and "0" to "0x80000") writes another value than it
-// means, and the tool cannot tell.
+// A read prints the value in decimal after "Value :", the only form that every awk with
+// bit functions takes for a number: gawk reads "0x10" in its input as 0. A written value
+// is hexadecimal, with or without "0x", and taken literally. A caller that concatenates
+// two halves without padding the lower one with zeros ("0x8000" and "0" to "0x80000")
+// writes a value it did not mean, and the tool cannot tell.
 #include "devices/engine/tools.h"
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// The tools for port settings: rate limits, queues, trust and the rate limiter's
-// main switch.
+// The tools for port settings: rate limits, queues, trust and the rate limiter's main
+// switch.
 #include "devices/engine/tools.h"
 
 namespace engine {

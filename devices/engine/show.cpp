@@ -46,7 +46,7 @@ MapText mapText(uint32_t map)
     return result;
 }
 
-// A file that somebody else wrote may claim more than the table has.
+// A file written by somebody else may claim more than the table has.
 uint32_t vlanEnd(const State &state)
 {
     return std::min(state.vlanIndexEnd, vlanTableSize);
@@ -174,7 +174,7 @@ void listJson(const char *name, const uint8_t *values, size_t count, FILE *out)
     fputc(']', out);
 }
 
-// A parent's name is what a tool was given: it may hold any character.
+// A parent's name is whatever a tool was given, so it may contain any character.
 void stringJson(const char *text, size_t size, FILE *out)
 {
     fputc('"', out);

@@ -1,6 +1,6 @@
-// What the packet switch engine and the host's VLAN sub-interfaces hold, laid
-// out so that a file can be mapped as it stands: a tool call touches only the
-// pages that it needs, however many VLANs there are.
+// What the packet switch engine and the host's VLAN sub-interfaces hold, laid out so
+// that the file can be mapped as is: a tool call touches only the pages it needs,
+// however many VLANs there are.
 #pragma once
 
 #include <cstddef>
@@ -10,7 +10,7 @@
 namespace engine {
 
 constexpr uint32_t stateMagic = 0x45575753; // "SWWE"
-constexpr uint32_t stateVersion = 1;        // changes with every change below
+constexpr uint32_t stateVersion = 1;        // raised with every change below
 
 constexpr uint32_t portCount = 8; // engine ports 0 to 7, bit n of a map for port n
 constexpr uint32_t allPorts = (1u << portCount) - 1;
@@ -20,11 +20,11 @@ constexpr uint32_t arlWays = 4;           // addresses per VLAN
 constexpr uint32_t interfaceWays = 4;     // parents per VLAN id
 constexpr uint32_t registerBase = 0x70000000;
 constexpr uint32_t registerSize = 4;    // bytes
-constexpr uint32_t registerCount = 256; // from the base on
+constexpr uint32_t registerCount = 256; // from the base address
 constexpr uint32_t queueCount = 4;
 constexpr uint32_t trustModeCount = 5;
 constexpr uint32_t ingressCount = 8;       // priorities in a VLAN tag
-constexpr uint32_t egressCount = 16;       // priorities of a packet that the map knows
+constexpr uint32_t egressCount = 16;       // priorities of a packet that the map covers
 constexpr uint32_t interfaceNameSize = 16; // with the terminator, as in Linux
 
 struct Mac {
@@ -64,7 +64,7 @@ struct PortState {
 };
 static_assert(sizeof(PortState) == 12);
 
-// A VLAN sub-interface where the kernel has none.
+// A simulated VLAN sub-interface, for a kernel without them.
 struct SubInterface {
     uint8_t present;
     uint8_t up;
@@ -88,11 +88,11 @@ struct State {
 };
 static_assert(std::is_trivially_copyable_v<State> && std::is_standard_layout_v<State>);
 
-// As after power-on: all zero but for the header and the pause registers, whose
-// lower halves hold the longest pause time.
+// The state after power-on: all zero except for the header and the pause registers,
+// whose lower halves hold the longest pause time.
 void stateReset(State &state);
 
-// The same for a state whose bytes are all zero: touches no more than it must.
+// The same for a state whose bytes are all zero: touches no more than necessary.
 void statePowerOn(State &state);
 
 } // namespace engine

@@ -42,8 +42,8 @@ int arlAdd(State &state, const Arguments &arguments)
     return 0;
 }
 
-// Without an address, every address of the VLAN goes. An entry that is not
-// there is no failure: what was asked for holds.
+// Without an address, every address of the VLAN is removed. A missing entry is not a
+// failure: the requested state holds.
 int arlDelete(State &state, const Arguments &arguments)
 {
     Mac mac = {};

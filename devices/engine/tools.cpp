@@ -1,4 +1,4 @@
-// The table of tools, and one call through it.
+// The table of tools, and how one is called.
 #include "devices/engine/tools.h"
 
 #include <cstdio>

@@ -15,8 +15,8 @@ struct Tool {
 const Tool *toolByName(const char *name);
 const Tool *tools(size_t &count);
 
-// Runs one call: 0, or a positive status with the reason in reply.error. A
-// failed call leaves the state as it was.
+// Runs one call: 0, or a positive status with the reason in reply.error. A failed call
+// leaves the state unchanged.
 int toolRun(const Tool &tool, const Host &host, State &state, int count, const char *const *words,
             Reply &reply);
 
@@ -32,7 +32,7 @@ int registerAccess(State &state, const Arguments &arguments);
 int vlanInterface(State &state, const Arguments &arguments);
 int interfaceState(State &state, const Arguments &arguments);
 
-// A tool function answers this when it wants its usage printed.
+// A tool function returns this to have its usage printed.
 constexpr int wrongUsage = -1;
 
 } // namespace engine

@@ -1,8 +1,8 @@
-// Switch manager, the host's view: three entry points, two flags to set before
-// the start, and the flag that says whether the service runs.
+// The switch manager as a host sees it: three entry points, two flags to set before
+// the start, and the flag that says whether the service is running.
 //
-// A host process loads libswmgr.so, which expects librelay.so and libsal.so to
-// be present, and calls swMgrInit, swMgrRun and swMgrDeinit from one thread.
+// A host process loads libswmgr.so, which requires librelay.so and libsal.so, and calls
+// swMgrInit, swMgrRun and swMgrDeinit from one thread.
 #ifndef SWMGR_SWMGR_H
 #define SWMGR_SWMGR_H
 
@@ -22,9 +22,9 @@ extern SWMGR_API int32_t swMgrForeground;
 // the operation and the source line. Set by the host; never written here.
 extern SWMGR_API int32_t swMgrDevDebug;
 
-// 1 from the end of a successful swMgrInit until swMgrDeinit. A host stops the
-// service by writing 0, which is safe in a signal handler: swMgrRun returns
-// within one listen period, or at once when a signal interrupts the wait.
+// 1 from the end of a successful swMgrInit until swMgrDeinit. A host stops the service
+// by writing 0, which is safe in a signal handler: swMgrRun returns within one listen
+// period, or at once if a signal interrupts the wait.
 extern SWMGR_API volatile int32_t swMgrInitialized;
 
 // Starts the service: registers with the messaging, opens the database, loads
@@ -32,18 +32,18 @@ extern SWMGR_API volatile int32_t swMgrInitialized;
 //
 //   dbPath  path of the SQLite configuration database, null-terminated
 //
-// Returns 0 when the service is started, even if the stored configuration
-// could not be loaded or applied (the log says why); a negative value when
-// messaging or the database cannot be had.
+// Returns 0 if the service has been started, even if the stored configuration could not
+// be loaded or applied (the log says why); a negative value if messaging or the
+// database is not available.
 SWMGR_API int swMgrInit(const char *dbPath);
 
-// Serves requests until swMgrInitialized becomes 0. Returns at once when the
-// service is not started.
+// Serves requests until swMgrInitialized becomes 0. Returns at once if the service has
+// not been started.
 SWMGR_API void swMgrRun(void);
 
-// Ends the service: releases the messaging registration and the database. The
-// hardware keeps its configuration. Always returns 0; a second call does
-// nothing. Not to be called while swMgrRun is running.
+// Ends the service: releases the messaging registration and the database. The hardware
+// keeps its configuration. Always returns 0; a second call does nothing. Must not be
+// called while swMgrRun is running.
 SWMGR_API int swMgrDeinit(void);
 
 #ifdef __cplusplus

@@ -1,6 +1,6 @@
-// Switch manager, the clients' view: module ids, request types, command codes
-// and the records that travel in requests. Everything is little-endian; every
-// byte called reserved is sent as zero and never read.
+// The switch manager as a client sees it: module ids, request types, command codes and
+// the records carried by requests. Everything is little-endian; reserved bytes are sent
+// as zero and never read.
 //
 // The answer to a request is a status, SWMGR_STATUS_...
 #ifndef SWMGR_SWMGR_CLIENT_H
@@ -16,8 +16,8 @@ extern "C" {
 #define SWMGR_ASSERT_LAYOUT(expression) _Static_assert(expression, #expression)
 #endif
 
-// Answers to requests. Failures are negative; what a driver or a tool returned
-// comes through as it is, so other negative values occur.
+// Answers to requests. Failures are negative; results of a driver or a tool are passed
+// on unchanged, so other negative values occur.
 enum {
     SWMGR_STATUS_OK = 0,
     SWMGR_STATUS_FAILED = -1,      // the log says why
@@ -26,15 +26,15 @@ enum {
     SWMGR_STATUS_UNSUPPORTED = -95 // an interface event that the service does not act on
 };
 
-// Relay modules and the request type under which log records travel.
+// Relay modules, and the request type of log records.
 enum {
     SWMGR_RELAY_MODULE_ID = 103,  // the switch manager
     LOGGING_RELAY_MODULE_ID = 20, // the device's logging module
     LOGGING_MSG_LOG = 32          // SwMgrLogRecord, then the text
 };
 
-// Request types with a meaning of their own. Every other type is a command
-// code and carries a SwMgrSwitchCmdRequest.
+// Request types with their own meaning. Every other type is a command code and carries
+// a SwMgrSwitchCmdRequest.
 enum {
     SWMGR_MSG_DB_EVENT = 4,    // SwMgrDbEvent; reply buffer: the row's old values
     SWMGR_MSG_IFDEV_EVENT = 5, // SwMgrIfDevEvent; reply buffer: SwMgrIfBandwidth
@@ -59,14 +59,13 @@ enum {
     SW_CMD_PORT_VLAN_DELETE = 59        // the service's own VLAN object
 };
 
-// As a port number in a command's record: every port of the receiving switch.
+// A port number in a command's record that means every port of the receiving switch.
 enum {
     SWMGR_EVERY_PORT = -1
 };
 
-// Trust modes of a port: which field of a frame decides its priority. The
-// engine has five flags for it, of which a mode sets one; what each stands for
-// is the engine's to say.
+// Trust modes of a port: which field of a frame determines its priority. The engine has
+// five flags for it, and each mode sets one of them; the engine defines their meaning.
 enum {
     SW_TRUST_MODE_FLAG_1 = 0,
     SW_TRUST_MODE_FLAG_2 = 4,
@@ -76,8 +75,7 @@ enum {
     SW_TRUST_MODE_COUNT = 5
 };
 
-// Scheduling modes of a port's queues, by the engine's code for each. There is
-// no mode 2.
+// Scheduling modes of a port's queues, with the engine's codes. There is no mode 2.
 enum {
     SW_SCHED_MODE_CODE_0 = 1,
     SW_SCHED_MODE_CODE_1 = 0,
@@ -90,7 +88,7 @@ enum {
     SW_RATE_LIMIT_APPLY = 1
 };
 
-// Log levels, as they travel in a log record.
+// Log levels in a log record.
 enum {
     SWMGR_LOG_NONE = -1,     // dropped
     SWMGR_LOG_ERROR = 8,     // failures, and every command line that was run
@@ -120,8 +118,8 @@ enum {
     SWMGR_CMD_PAYLOAD_SIZE = 1300
 };
 
-// One VLAN, as a row of vlanEncapIf describes it and as requests 36 and 38
-// carry it. Strings are null-terminated within their field.
+// One VLAN, as described by a row of vlanEncapIf and carried by requests 36 and 38.
+// Strings are null-terminated within their field.
 typedef struct SwitchVlanCfg {
     int32_t vlanId;         // 802.1Q VLAN id
     char vlanName[128];     // not stored in the database
@@ -131,7 +129,7 @@ typedef struct SwitchVlanCfg {
     char egressMap[512];    // carried, not interpreted
     uint32_t fwdMap;        // member ports, bit n for port n
     uint32_t untagMap;      // ports on which the VLAN is sent untagged
-    int32_t vlanIndex;      // assigned by the service, whatever a sender wrote
+    int32_t vlanIndex;      // assigned by the service; the sender's value is ignored
     int32_t inSwitchOnly;   // non-zero: the VLAN stays inside the switches
 } SwitchVlanCfg;
 SWMGR_ASSERT_LAYOUT(sizeof(SwitchVlanCfg) == 1300);
@@ -145,7 +143,7 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwitchVlanCfg, untagMap) == 1288);
 SWMGR_ASSERT_LAYOUT(offsetof(SwitchVlanCfg, vlanIndex) == 1292);
 SWMGR_ASSERT_LAYOUT(offsetof(SwitchVlanCfg, inSwitchOnly) == 1296);
 
-// Requests 36 and 38. They always go to the top-level switch.
+// Requests 36 and 38, which always go to the top-level switch.
 typedef struct SwMgrVlanRequest {
     char reserved[64];
     SwitchVlanCfg vlan;
@@ -166,8 +164,8 @@ typedef struct SwCmdQueueSched {
     int32_t portNumber;   // port of the receiving switch, or SWMGR_EVERY_PORT
     int32_t numQueues;    // 1, 2 or 4
     int32_t schedMode;    // SW_SCHED_MODE_...
-    int32_t queue1Weight; // shares of the bandwidth; the engine keeps the power of
-    int32_t queue2Weight; // two that is not above each
+    int32_t queue1Weight; // shares of the bandwidth; the engine keeps the largest
+    int32_t queue2Weight; // power of two not above each
     int32_t queue3Weight;
     int32_t queue4Weight;
 } SwCmdQueueSched;
@@ -198,7 +196,7 @@ typedef struct SwCmdTrustMode {
 SWMGR_ASSERT_LAYOUT(sizeof(SwCmdTrustMode) == 8);
 SWMGR_ASSERT_LAYOUT(offsetof(SwCmdTrustMode, trustMode) == 4);
 
-// A row of the configuration database was changed.
+// A change of a row in the configuration database.
 typedef struct SwMgrDbEvent {
     char tableName[SWMGR_TABLE_NAME_SIZE]; // letters, digits and "_", null-terminated
     int64_t rowId;                         // SQLite rowid; the low 32 bits count
@@ -210,7 +208,7 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrDbEvent, rowId) == 64);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrDbEvent, opCode) == 72);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrDbEvent, reserved) == 76);
 
-// The bandwidth of an interface changed.
+// A change of an interface's bandwidth.
 typedef struct SwMgrIfDevEvent {
     char interfaceName[132]; // null-terminated, shown in messages only
     uint32_t eventCode;      // 22, 25 or 26

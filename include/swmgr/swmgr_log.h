@@ -1,22 +1,20 @@
-// Switch manager, the log's view: how a client follows the log of the device's
-// services.
+// The switch manager's log: how a client follows the log of the device's services.
 //
 // Services send their records to the logging module (relay module
-// LOGGING_RELAY_MODULE_ID) as requests of type LOGGING_MSG_LOG, in relay mode 2:
-// nobody waits, and what cannot be sent at once is lost. The messaging counts
-// what it lost: the header of the next record that gets through carries the
-// number in `reserved3` (see SwMgrLogEntry.dropped).
+// LOGGING_RELAY_MODULE_ID) as requests of type LOGGING_MSG_LOG, in relay mode 2: nobody
+// waits, and a record that cannot be sent at once is lost. The messaging counts lost
+// records: the header of the next one that gets through carries their number in
+// `reserved3` (see SwMgrLogEntry.dropped).
 //
-// A follower asks the log daemon again and again for the records after the last
-// one that it has seen: relay mode 1, type LOGGING_MSG_FOLLOW, a
-// SwMgrLogFollowRequest as data. The answer comes in the reply buffer: a
-// SwMgrLogAnswer, then `count` times a SwMgrLogEntry and its text, each entry
-// starting on a multiple of eight bytes. The daemon keeps the last records only.
-// Everything is little-endian.
+// A follower repeatedly asks the log daemon for the records after the last one it has
+// seen: relay mode 1, type LOGGING_MSG_FOLLOW, a SwMgrLogFollowRequest as data. The
+// answer comes in the reply buffer: a SwMgrLogAnswer, then `count` times a
+// SwMgrLogEntry and its text, each entry starting on a multiple of eight bytes. The
+// daemon keeps only the last records. Everything is little-endian.
 //
-// Levels travel as the author gave them. The switch manager gives SWMGR_LOG_ERROR
-// to every command line that it ran, "cmd (LINE) returned (STATUS).", whatever
-// came of it; a follower that shows records to people looks at the status.
+// Levels are those the author gave. The switch manager gives SWMGR_LOG_ERROR to every
+// command line it runs, "cmd (LINE) returned (STATUS).", whatever the outcome; a
+// follower that shows records to people should look at the status.
 #ifndef SWMGR_SWMGR_LOG_H
 #define SWMGR_SWMGR_LOG_H
 
@@ -33,11 +31,11 @@ enum {
 };
 
 enum {
-    SWMGR_LOG_TEXT_SIZE = 1024,        // bytes of text in one entry; the rest is cut
-    SWMGR_LOG_ANSWER_USUAL = 32 * 1024 // a reply buffer that holds some dozens of records
+    SWMGR_LOG_TEXT_SIZE = 1024,        // bytes of text in one entry; the rest is cut off
+    SWMGR_LOG_ANSWER_USUAL = 32 * 1024 // a reply buffer that holds a few dozen records
 };
 
-// As `after`: only learn the number of the newest record.
+// A value of `after` that only asks for the number of the newest record.
 #define SWMGR_LOG_NEWEST_ONLY UINT64_MAX
 
 typedef struct SwMgrLogFollowRequest {
@@ -48,8 +46,8 @@ typedef struct SwMgrLogFollowRequest {
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogFollowRequest) == 16);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogFollowRequest, level) == 8);
 
-// A follower that finds another `epoch` than before starts anew with 0. When
-// `last` is below `newest` there is more to ask for at once.
+// A follower that finds a different `epoch` starts again with 0. If `last` is below
+// `newest`, more records can be asked for at once.
 typedef struct SwMgrLogAnswer {
     uint64_t epoch;   // start of the daemon, ns since 1970
     uint64_t newest;  // number of the newest record, 0: none yet
@@ -68,35 +66,34 @@ typedef struct SwMgrLogEntry {
     uint32_t module;     // of the record's author
     int32_t level;       // SWMGR_LOG_...
     uint32_t dropped;    // records its sender lost right before this one
-    uint32_t textLength; // bytes of text that follow, without terminator, as they came
+    uint32_t textLength; // bytes of text that follow, without terminator, unchanged
 } SwMgrLogEntry;
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogEntry) == 32);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, module) == 16);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, textLength) == 28);
 
-// LOGGING_MSG_TOOLS asks for command lines that failed and have not succeeded
-// since, the newest last. Each is an entry as it was logged; a line counts as
-// the same when it is about the same entry of the same table. Removals of
-// interfaces that were not there are no failures. What was lost on its way to
-// the daemon is not among them. Among them is the line of the last load of the
-// configuration that failed, right behind the errors that were logged before it.
+// LOGGING_MSG_TOOLS asks for command lines that failed and have not succeeded since,
+// the newest last. Each is an entry as it was logged; two lines count as the same if
+// they are about the same entry of the same table. Removing a missing interface is not
+// a failure. Records that did not reach the daemon are missing. The line of the last
+// failed load of the configuration is included, right after the errors logged before it.
 
-// Requests of one kind, as far as the switch manager's records tell.
+// Requests of one kind, as far as the switch manager's records show.
 typedef struct SwMgrLogRequests {
     uint64_t received;
-    uint64_t refused; // of them
+    uint64_t refused; // how many of them
 } SwMgrLogRequests;
 
-// Counts since the daemon's start, of records that arrived. Further ones may come to
-// stand behind these. VLAN requests and switch commands that were in order are not
-// counted: no line says that there was one.
+// Counts since the daemon's start, of records that arrived. More may be added at the
+// end. VLAN requests and switch commands that succeeded are not counted: they are not
+// logged.
 typedef struct SwMgrLogCounters {
     uint64_t toolRuns;
-    uint64_t toolFailures; // removals of interfaces that were not there left out
+    uint64_t toolFailures; // not counting removals of missing interfaces
     SwMgrLogRequests databaseEvents;
     SwMgrLogRequests interfaceEvents;
-    SwMgrLogRequests malformed;      // of any kind: short, or with a name that is none
-    SwMgrLogRequests switchCommands; // those that were refused alone: the others have no line
+    SwMgrLogRequests malformed;      // of any kind: short, or with an invalid name
+    SwMgrLogRequests switchCommands; // only refused ones: the others are not logged
 } SwMgrLogCounters;
 SWMGR_ASSERT_LAYOUT(sizeof(SwMgrLogCounters) == 80);
 SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogCounters, malformed) == 48);

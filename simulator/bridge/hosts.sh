@@ -1,13 +1,13 @@
 # shellcheck shell=sh
-# Hosts at the ports of a bridge, in name spaces: h1, h2, ... each at the end of a cable.
-# Sourced, also by busybox's shell; needs $hosts and $vlans, and in $ip iproute2's ip.
+# Hosts at the ports of a bridge, in network namespaces: h1, h2, ... each at the end of a
+# cable. Sourced, also by busybox's shell; needs $hosts and $vlans, and iproute2's ip in $ip.
 #
-# Host N has 10.0.0.N at eth0, for frames without a tag, and 10.V.0.N at eth0.V for each
-# VLAN V of $vlans; the gateway has 10.V.0.254 at br0.V. Whoever is asked answers only at
-# the interface that has the address.
+# Host N has 10.0.0.N on eth0, for untagged frames, and 10.V.0.N on eth0.V for each VLAN V
+# in $vlans; the gateway has 10.V.0.254 on br0.V. A host answers only on the interface that
+# has the address asked for.
 : "${hosts:?}" "${vlans:?}" "${ip:?}"
 
-# hostsMake PORT...: makes the ports' interfaces with a host behind each
+# hostsMake PORT...: creates the ports' interfaces with a host behind each
 hostsMake() {
     echo 1 > /proc/sys/net/ipv4/conf/all/arp_ignore
     host=0
@@ -28,7 +28,7 @@ hostsMake() {
     done
 }
 
-# hostsAsk: everybody asks for everybody and for the gateway; see 'swframes --help'
+# hostsAsk: every host sends requests to all others and the gateway; see 'swframes --help'
 hostsAsk() {
     set --
     host=0

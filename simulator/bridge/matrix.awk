@@ -1,6 +1,6 @@
-# Who reaches whom: from rows "VLAN|ports|untagged ports|switch only" what must be, from
-# lines of swframes what is, side by side. Needs `hosts`; host N is at port N - 1. Ends
-# with 1 when a cell differs, or an answer came that belongs in no cell.
+# Shows who reaches whom, side by side: what must be, from rows "VLAN|ports|untagged
+# ports|switch only", and what is, from lines of swframes. Needs `hosts`; host N is at port
+# N - 1. Ends with 1 if a cell differs or an answer belongs in no cell.
 BEGIN { FS = "|" }
 FNR == 1 { ++file }
 file == 1 {

@@ -1,4 +1,4 @@
-// Options of the programs that play the chip.
+// Options of the programs that simulate the chip.
 #include "simulator/chip/program.h"
 
 #include "common/exit_status.h"

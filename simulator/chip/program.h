@@ -1,5 +1,5 @@
-// What the two programs that play the chip, on a socket and as a device of the
-// kernel, read from their command lines alike.
+// The command-line options shared by the two programs that simulate the chip: on a
+// socket, and as a kernel device.
 #pragma once
 
 #include "devices/chip/chip_model.h"
@@ -15,17 +15,17 @@ struct Program {
 };
 
 struct Choice {
-    std::string place;     // what that option was given
+    std::string place;     // that option's value
     std::string tracePath; // "-" for standard output, empty for none
     bool showing = false;
     bool json = false;
-    int status = -1; // 0 or more: all is done, the program ends with it
+    int status = -1; // 0 or more: there is nothing left to do, exit with it
 };
 
-// Reads every option; those of ports that are down go into `model`.
+// Reads all options; ports that are down are set in `model`.
 Choice choiceRead(const Program &program, int argc, char **argv, Model &model);
 
-// Says what is wrong on standard error. Returns the exit status for wrong usage.
+// Prints what is wrong to standard error. Returns the exit status for wrong usage.
 int misused(const Program &program, const char *why);
 
 } // namespace chip

@@ -1,4 +1,4 @@
-// Accepts openers, answers their requests one packet each and writes the trace.
+// Accepts openers, answers each of their requests with one packet, and writes the trace.
 #include "simulator/chip/server.h"
 
 #include "common/descriptor.h"
@@ -35,8 +35,8 @@ void onStop(int)
 
 struct Opener {
     Descriptor socket;
-    std::string state; // snapshot that is being fetched part by part
-    size_t sent = 0;   // bytes of it that have gone out
+    std::string state; // snapshot being fetched part by part
+    size_t sent = 0;   // bytes of it already sent
 };
 
 struct Server {
@@ -59,7 +59,7 @@ bool fillAddress(const std::string &path, sockaddr_un &address)
     return true;
 }
 
-// Removes a socket that a chip left behind which is no longer there.
+// Removes a socket left behind by a chip that no longer runs.
 void removeStale(const std::string &path)
 {
     struct stat info = {};
@@ -70,7 +70,7 @@ void removeStale(const std::string &path)
         unlink(path.c_str());
 }
 
-// The socket appears under its name when it listens: whoever sees it may connect.
+// The socket gets its name only when it listens: whoever sees it can connect.
 Descriptor listenAt(const std::string &path)
 {
     sockaddr_un address;
@@ -94,7 +94,7 @@ Descriptor listenAt(const std::string &path)
     return there ? std::move(listener) : Descriptor();
 }
 
-// One write per line, so that lines of several writers of one file stay whole.
+// One write per line, so that lines from several writers to one file stay whole.
 void traceLine(const Server &server, const std::string &line)
 {
     if (!server.trace.valid())
@@ -130,7 +130,7 @@ bool answerState(Server &server, Opener &opener, int64_t argument)
     return answer(opener, static_cast<int32_t>(part), bytes, part);
 }
 
-// Answers one packet of `length` bytes; false when the opener must go.
+// Answers one packet of `length` bytes; false if the opener must be disconnected.
 bool answerPacket(Server &server, Opener &opener, size_t length)
 {
     device::RequestHeader header = {};
@@ -144,13 +144,13 @@ bool answerPacket(Server &server, Opener &opener, size_t length)
     uint8_t *record = server.packet.data() + sizeof(header);
     const size_t size = length - sizeof(header);
     const int result = server.model.handle(header.request, header.argument, record, size);
-    // Questions of a client that reads back would drown what the service does.
+    // Queries of a client that reads the chip back would drown out what the service does.
     if (server.trace.valid() && (result < 0 || !isQuery(header.request)))
         traceLine(server, requestText(header.request, header.argument, record, size, result));
     return answer(opener, result, record, size);
 }
 
-// False when the opener has closed, or does not read its answers.
+// False if the opener has closed, or does not read its answers.
 bool serveOpener(Server &server, Opener &opener)
 {
     const ssize_t length = recv(opener.socket.get(), server.packet.data(), server.packet.size(),
@@ -180,7 +180,7 @@ void serveOnce(Server &server, const sigset_t &waitMask)
         waits.push_back({.fd = opener.socket.get(), .events = POLLIN, .revents = 0});
     if (ppoll(waits.data(), waits.size(), nullptr, &waitMask) <= 0)
         return;
-    // From the back, so that a removed opener moves none that is still to come.
+    // Backwards, so that removing an opener does not move those still to be served.
     for (size_t i = server.openers.size(); i-- > 0;)
         if (waits[i + 1].revents != 0 && !serveOpener(server, server.openers[i]))
             server.openers.erase(server.openers.begin() + static_cast<ptrdiff_t>(i));
@@ -188,7 +188,7 @@ void serveOnce(Server &server, const sigset_t &waitMask)
         acceptOpener(server);
 }
 
-// Blocks the stop signals everywhere but in the wait itself.
+// Blocks the stop signals except during the wait itself.
 sigset_t catchStop()
 {
     struct sigaction action = {};

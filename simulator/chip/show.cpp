@@ -15,7 +15,7 @@ namespace chip {
 
 namespace {
 
-// Appends the next part; its length, 0 at the end, -1 with errno set.
+// Appends the next part and returns its length, 0 at the end, -1 with errno set.
 int fetchPart(int fd, int64_t argument, std::string &state)
 {
     const device::RequestHeader request = {

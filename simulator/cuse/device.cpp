@@ -1,5 +1,5 @@
-// Answers what the kernel hands over from openers of the node. One thread: the
-// chip sees one request at a time.
+// Answers the requests that the kernel passes on from openers of the node. One thread:
+// the chip sees one request at a time.
 #include "simulator/cuse/device.h"
 
 #include "common/exit_status.h"
@@ -19,16 +19,16 @@ namespace chip {
 
 namespace {
 
-// Set by deviceServe before the first request; libfuse has no place for it
-// that every callback could reach.
+// Set by deviceServe before the first request; libfuse offers no place for it that every
+// callback could reach.
 Model *servedModel = nullptr;
 FILE *traceFile = nullptr;
 
 struct Opener {
-    bool json = false;    // what it has chosen to read
+    bool json = false;    // the form it has chosen to read
     bool reading = false; // `state` is being fetched
     std::string state;    // snapshot of the chip
-    size_t sent = 0;      // bytes of it that have gone out
+    size_t sent = 0;      // bytes of it already sent
 };
 
 Opener &openerOf(const fuse_file_info &file)
@@ -40,7 +40,7 @@ void onOpen(fuse_req_t call, fuse_file_info *file)
 {
     auto opener = std::make_unique<Opener>();
     file->fh = reinterpret_cast<uintptr_t>(opener.get());
-    // The kernel releases only what it knows to be open.
+    // The kernel only releases files that are open.
     if (fuse_reply_open(call, file) == 0)
         static_cast<void>(opener.release());
 }
@@ -51,8 +51,8 @@ void onRelease(fuse_req_t call, fuse_file_info *file)
     fuse_reply_err(call, 0);
 }
 
-// The kernel passes no position for such a device. A read that finds the text
-// at its end says so once; the next one begins with a new snapshot.
+// The kernel passes no position for such a device. A read at the end of the text
+// returns 0 once; the next one begins with a new snapshot.
 void onRead(fuse_req_t call, size_t size, off_t, fuse_file_info *file)
 {
     Opener &opener = openerOf(*file);
@@ -81,8 +81,8 @@ void onWrite(fuse_req_t call, const char *text, size_t size, off_t, fuse_file_in
     fuse_reply_write(call, size);
 }
 
-// The kernel copies the record in and out as the request number says, so that
-// the record is here whenever the number has a size and a direction.
+// The kernel copies the record in and out as the request number says, so the record is
+// here whenever the number has a size and a direction.
 void onRequest(fuse_req_t call, int command, void *argument, fuse_file_info *, unsigned,
                const void *in, size_t inSize, size_t outSize)
 {

@@ -16,7 +16,7 @@ namespace engine {
 
 namespace {
 
-// One request on a throw-away socket: 0 or errno.
+// One request on a temporary socket: 0 or errno.
 int request(unsigned long number, void *argument)
 {
     const int fd = socket(AF_INET, SOCK_DGRAM | SOCK_CLOEXEC, 0);

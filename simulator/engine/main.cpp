@@ -1,5 +1,5 @@
-// swengine: all tools of the engine in one program. The name it is called by,
-// or its first argument, selects the tool.
+// swengine: all of the engine's tools in one program. The name it is called by, or its
+// first argument, selects the tool.
 #include "devices/engine/host.h"
 #include "devices/engine/show.h"
 #include "devices/engine/tools.h"
@@ -50,8 +50,8 @@ int usagePrint()
     return fputs(usageTail, stdout) < 0 ? badArguments : 0;
 }
 
-// The call as one line in one write. A pipe that nobody reads is no reason to
-// wait, let alone to fail.
+// Traces the call as one line in one write. A pipe that nobody reads must not make the
+// tool wait or fail.
 void trace(const char *name, int count, char **words, int status, const char *error)
 {
     const char *path = getenv("SWENGINE_TRACE");
@@ -60,7 +60,7 @@ void trace(const char *name, int count, char **words, int status, const char *er
     const int fd = open(path, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NONBLOCK, 0640);
     if (fd < 0)
         return;
-    static_cast<void>(fcntl(fd, F_SETFL, O_APPEND)); // a reader that is slow is waited for
+    static_cast<void>(fcntl(fd, F_SETFL, O_APPEND)); // from here on, wait for a slow reader
     char line[1024];
     constexpr size_t last = sizeof(line) - 1;
     size_t at = 0;
@@ -81,7 +81,7 @@ void trace(const char *name, int count, char **words, int status, const char *er
     }
     at = std::min(at, last - 1);
     line[at++] = '\n';
-    signal(SIGPIPE, SIG_IGN); // a reader that has gone ends nothing
+    signal(SIGPIPE, SIG_IGN); // a reader that has gone must not end the tool
     static_cast<void>(!write(fd, line, at));
     close(fd);
 }
@@ -118,7 +118,7 @@ int reset()
     return 0;
 }
 
-// `name` is what the caller wrote, a path perhaps.
+// `name` is what the caller wrote, and may be a path.
 int call(const Tool &tool, const char *name, int count, char **words)
 {
     Reply reply = {};

@@ -40,7 +40,7 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
         return nullptr;
     }
     state = static_cast<State *>(memory);
-    if (state->magic == 0) // a new file, or one whose maker did not get further
+    if (state->magic == 0) // a new file, or one whose creator got no further
         stateReset(*state);
     if (state->magic != stateMagic || state->version != stateVersion ||
         state->size != sizeof(State)) {

@@ -1,5 +1,5 @@
-// The file that keeps the engine's state between tool calls: opened, locked for
-// one process, and mapped in place.
+// The file that keeps the engine's state between tool calls: opened, locked by one
+// process, and mapped.
 #pragma once
 
 #include "devices/engine/state.h"
@@ -16,8 +16,8 @@ public:
     StateFile &operator=(const StateFile &) = delete;
     ~StateFile();
 
-    // Creates the file when it is missing. Null with the reason in `why`, a
-    // text of the caller's, when it cannot be had.
+    // Creates the file if it is missing. If it cannot be used, returns null with the
+    // reason in `why`, the caller's buffer.
     State *open(const char *path, char *why, size_t whySize);
 
 private:

@@ -1,6 +1,6 @@
-// swframes: asks from every interface of every host for the address of every other, and
-// listens at the hosts' cables meanwhile. The demonstration and the proof of a switch that
-// Linux drives use it: what frames do is seen, not computed.
+// swframes: sends a request from every interface of every host to the address of every
+// other, while listening on the hosts' cables. The demonstration and the proof of a switch
+// that Linux drives use it to observe what frames do instead of computing it.
 #include <arpa/inet.h>
 #include <linux/if_packet.h>
 #include <net/if.h>
@@ -44,7 +44,7 @@ Exit status: 0 everything was sent, 1 not (a reason on standard error), 2 wrong 
 )";
 
 constexpr int quietTime = 300;                  // ms
-constexpr std::chrono::seconds longestTime{10}; // of frames that do not end
+constexpr std::chrono::seconds longestTime{10}; // if frames keep coming
 
 // An ARP packet for IPv4 over Ethernet.
 struct Arp {
@@ -59,10 +59,10 @@ static_assert(sizeof(Arp) == 28);
 struct Place {
     std::string space, interface;
     in_addr address{};
-    int index = 0; // of the interface, in its name space
+    int index = 0; // of the interface, in its namespace
     uint8_t hardware[ETH_ALEN] = {};
-    int asking = -1;    // socket at the interface
-    int listening = -1; // at the cable; -1: this is no cable
+    int asking = -1;    // socket on the interface
+    int listening = -1; // on the cable; -1: this is not a cable
 };
 
 std::string textOf(const void *address)
@@ -92,13 +92,13 @@ bool placeRead(std::string_view text, Place &place)
 
 int socketAt(const Place &place, int type, int protocol)
 {
-    const int fd = socket(AF_PACKET, type | SOCK_CLOEXEC, 0); // hears nothing yet
+    const int fd = socket(AF_PACKET, type | SOCK_CLOEXEC, 0); // receives nothing yet
     const int size = 1 << 20;
     sockaddr_ll at = {};
     at.sll_family = AF_PACKET;
     at.sll_protocol = htons(static_cast<uint16_t>(protocol));
     at.sll_ifindex = place.index;
-    // Only the machine's own administrator may have more than the usual room.
+    // Only the machine's administrator may have a larger buffer than usual.
     if (fd >= 0 && setsockopt(fd, SOL_SOCKET, SO_RCVBUFFORCE, &size, sizeof(size)) != 0)
         setsockopt(fd, SOL_SOCKET, SO_RCVBUF, &size, sizeof(size));
     if (fd < 0 || bind(fd, reinterpret_cast<const sockaddr *>(&at), sizeof(at)) != 0)
@@ -106,7 +106,7 @@ int socketAt(const Place &place, int type, int protocol)
     return fd;
 }
 
-// A socket stays in the name space that it was made in.
+// A socket stays in the namespace in which it was created.
 void open(Place &place)
 {
     const std::string file = "/run/netns/" + place.space;
@@ -150,7 +150,7 @@ void ask(const Place &place, const in_addr &target)
         fail("sending at " + place.interface + " of " + place.space);
 }
 
-// The next frame's bytes, its kind and the VLAN that the kernel took off it.
+// The next frame's bytes, its kind and the VLAN that the kernel stripped from it.
 ssize_t receive(int fd, uint8_t (&bytes)[256], int &kind, int &tag)
 {
     alignas(cmsghdr) char control[CMSG_SPACE(sizeof(tpacket_auxdata))];
@@ -216,7 +216,7 @@ void takeHeard(const Place &place, Lines &lines)
         if (kind == PACKET_OUTGOING || static_cast<size_t>(length) < at + tagSize)
             continue;
         memcpy(&head, bytes, sizeof(head));
-        if (head.ether_type == htons(ETHERTYPE_VLAN)) { // a tag that the kernel left there
+        if (head.ether_type == htons(ETHERTYPE_VLAN)) { // a tag that the kernel left in place
             tag = (bytes[at] << 8 | bytes[at + 1]) & 0xfff;
             memcpy(&head.ether_type, bytes + at + 2, sizeof(head.ether_type));
             at += tagSize;
@@ -228,7 +228,7 @@ void takeHeard(const Place &place, Lines &lines)
     }
 }
 
-// False: nothing has arrived within `wait` milliseconds.
+// False if nothing arrived within `wait` milliseconds.
 bool take(const std::vector<Place> &places, int wait, Lines &lines)
 {
     std::vector<pollfd> all;

@@ -1,5 +1,5 @@
-// swready: waits at a NOTIFY_SOCKET until the program that was given the socket
-// says that it is ready. The scripts of the simulated gateway use it.
+// swready: waits on a NOTIFY_SOCKET until the program that uses it reports that it is
+// ready. The scripts of the simulated gateway use it.
 #include <poll.h>
 #include <sys/socket.h>
 #include <sys/un.h>

@@ -1,5 +1,5 @@
-// The only place that knows which backends there are. A new one is a row here,
-// a folder beside the others, and a test.
+// The only place that knows which backends exist. A new one is a row here, a folder beside
+// the others, and a test.
 #include "backends/backends.h"
 
 #include "backends/bcm/bcm.h"
@@ -17,7 +17,7 @@ constexpr SwitchConfigFuncEntry switchConfigFuncRegisterTbl[3] = {
 
 namespace {
 
-// Searched after the exported table, which others read as it is.
+// Searched after the exported table, whose contents are part of the interface.
 struct Backend {
     const char *name;
     int (*registerFunc)(Switch *sw);
@@ -54,6 +54,6 @@ extern "C" int switchConfigFuncUnRegister(Switch *sw)
         return statusInvalid;
     const Backend backend = backendOf(*sw);
     if (backend.unregisterFunc != nullptr)
-        static_cast<void>(backend.unregisterFunc(sw)); // it can only refuse a foreign name
+        static_cast<void>(backend.unregisterFunc(sw)); // it can only fail for a foreign name
     return 0;
 }

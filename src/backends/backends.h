@@ -4,8 +4,8 @@
 #include "model/switch.h"
 #include "swmgr/swmgr.h"
 
-// One backend. The name is an array, so that the table can be read from outside
-// as it lies.
+// One backend. The name is an array, so that the table can be read from outside without
+// following pointers.
 struct SwitchConfigFuncEntry {
     char name[512];
 

@@ -1,5 +1,5 @@
-// The life of a switch: added, applied, disabled, detached. Every command goes
-// to one switch; handing it down the hierarchy is the backend's business.
+// The life of a switch: added, applied, disabled, detached. Every command goes to one
+// switch; passing it down the hierarchy is up to the backend.
 #include "config/switch_config.h"
 
 #include "backends/backends.h"

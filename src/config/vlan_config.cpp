@@ -1,5 +1,5 @@
-// Walks the switch list for each configured VLAN. Every switch gets its own
-// object and its own commands, so no switch hands them on meanwhile.
+// Walks the switch list for each configured VLAN. Every switch gets its own object and its
+// own commands, so no switch passes them on meanwhile.
 #include "config/vlan_config.h"
 
 #include "base/labels.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-// Keeps a switch from handing commands on, for the length of a scope.
+// Keeps a switch from passing commands on within a scope.
 class ForwardingOff {
 public:
     explicit ForwardingOff(Switch &quiet) : sw(quiet) { sw.lowerLvlCfgEnable = 0; }

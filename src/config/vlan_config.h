@@ -8,8 +8,8 @@
 #include "swmgr/swmgr_client.h"
 
 extern "C" {
-// Requests 36 (add) and 38 (delete). 0 whatever the outcome, which has been
-// logged; -1 for any other command. `sw` plays no part.
+// Requests 36 (add) and 38 (delete). 0 whatever the outcome, which has been logged; -1 for
+// any other command. `sw` is not used.
 [[nodiscard]] SWMGR_API int switchVlanConfigure(Switch *sw, int32_t cmd, SwitchVlanCfg *cfg);
 
 // Adds a VLAN everywhere and writes its index into the record. 0; -1 for none;
@@ -25,7 +25,7 @@ extern "C" {
 // status of the sub-interface's removal.
 [[nodiscard]] SWMGR_API int switchVlanConfDelete(const SwitchVlanCfg *cfg);
 
-// Makes the VLAN's object in one switch. 0 or -1.
+// Creates the VLAN's object in one switch. 0 or -1.
 [[nodiscard]] SWMGR_API int switchVlanByConfCreate(Switch *sw, const SwitchVlanCfg *cfg);
 
 // Copies what a record says into an object image; link, index, owner and the

@@ -1,6 +1,6 @@
 // A typed walk over a sal list: `for (Switch &sw : ListOf<Switch>(switchTbl))`.
-// The element may be removed from the list, or moved to its end, while it is
-// the current one: its successor is known before the body runs.
+// The current element may be removed from the list, or moved to its end: its successor is
+// determined before the body runs.
 #pragma once
 
 #include "platform/sal.h"

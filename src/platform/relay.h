@@ -1,6 +1,6 @@
-// The device's inter-process messaging, as its shared library offers it. The
-// symbols are undefined in libswmgr.so and bound at load time, so whatever
-// provides them on a device takes the stand-in's place without a rebuild.
+// The device's inter-process messaging, as its shared library provides it. The symbols
+// are undefined in libswmgr.so and bound at load time, so the device's own library
+// replaces the stand-in without a rebuild.
 #pragma once
 
 #include <stdint.h>
@@ -11,7 +11,7 @@ extern "C" {
 
 typedef struct RelayCtx RelayCtx; // opaque registration handle
 
-// Little-endian. The service reads `sender` and `request` alone.
+// Little-endian. The service reads only `sender` and `request`.
 typedef struct RelayMsgHdr {
     uint32_t reserved0; // the messaging's own; 0 with the stand-in
     uint32_t sender;    // module id of the sender; 0 for one without registration

@@ -1,4 +1,4 @@
-// Owners of what the library borrows from the platform for the time of a call.
+// Owners of what the library borrows from the platform for the duration of a call.
 #pragma once
 
 #include "platform/database.h"
@@ -12,7 +12,7 @@ struct Releaser {
     template <class T>
     void operator()(T *resource) const
     {
-        // One release per owner; the checker takes all instances for one function.
+        // One release per owner; the checker mistakes all instances for one function.
         // cppcheck-suppress doubleFree
         static_cast<void>(Release(resource));
     }

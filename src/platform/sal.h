@@ -32,8 +32,8 @@ int salClose(int fd);
 // travels as the pointer's value.
 int salIoctl(int fd, unsigned int request, void *arg);
 
-// Runs the line to completion: 0 success, positive the exit status of a command
-// that reported failure, negative when it could not be run.
+// Runs the line to completion. 0 on success, a positive exit status if the command
+// failed, negative if it could not be run.
 int salCmdExec(const char *commandLine, int arg1, int arg2);
 
 FILE *salFileOpen(const char *path, const char *mode);

@@ -1,6 +1,6 @@
-// Routes each message by its type. What arrives here may be short, unterminated
-// or hostile: lengths are checked here, and records are copied out of the
-// sender's buffer before anything reads them.
+// Routes each message by its type. Messages may be short, unterminated or hostile: lengths
+// are checked here, and records are copied out of the sender's buffer before anything
+// reads them.
 #include "service/dispatch.h"
 
 #include "base/log.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-// A request as relayListen hands it over.
+// A request as relayListen delivers it.
 struct Request {
     int type;
     void *data;
@@ -36,7 +36,7 @@ struct Request {
     }
 };
 
-// The sender learns of failures only; every success is answered with 0.
+// The sender learns only of failures; every success is answered with 0.
 int answer(int status)
 {
     return status < 0 ? status : 0;

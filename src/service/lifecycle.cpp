@@ -23,7 +23,7 @@ void unregister()
 {
     if (pSwMgrRelayCtx == nullptr)
         return;
-    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // nothing is left to do about a failure
+    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // nothing can be done about a failure
     pSwMgrRelayCtx = nullptr;
 }
 
@@ -50,8 +50,8 @@ extern "C" int swMgrInit(const char *dbPath)
         unregister();
         return status;
     }
-    // A configuration that cannot be loaded has been reported; the service
-    // starts all the same, so that database events can mend it.
+    // If the configuration could not be loaded, that has been reported; the service starts
+    // anyway, so that database events can correct it.
     static_cast<void>(swMgrCfgReload());
     started = true;
     swMgrInitialized = 1;

@@ -1,5 +1,5 @@
-// The order of the load matters: a port needs its switch and the ports it maps
-// onto, a VLAN is made in every switch there is.
+// The order of loading matters: a port needs its switch and the ports it maps onto, and a
+// VLAN is created in every existing switch.
 #include "service/reload.h"
 
 #include "base/log.h"
@@ -26,7 +26,7 @@ constexpr Step steps[] = {
 
 extern "C" int swMgrCfgReload(void)
 {
-    // At the first start there is no switch yet, which is no failure.
+    // At the first start there is no switch yet, which is not a failure.
     static_cast<void>(switchCfgDisable(nullptr));
     static_cast<void>(switchLibDeinit());
     static_cast<void>(switchLibInit());

@@ -1,4 +1,4 @@
-// Hands commands to backends.
+// Passes commands to backends.
 #include "switch/command.h"
 
 #include "base/labels.h"

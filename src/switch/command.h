@@ -1,4 +1,4 @@
-// The one way in which a command reaches a switch's backend.
+// The only way in which a command reaches a switch's backend.
 #pragma once
 
 #include "model/switch.h"
@@ -8,6 +8,5 @@
 [[nodiscard]] int switchCommandSend(Switch &sw, int cmd, const void *payload, uint32_t payloadLen,
                                     void *replyBuf, uint32_t *replyLen);
 
-// The same for commands of the model's own: no reply buffer, and a zero word
-// for its length.
+// The same for the model's own commands: no reply buffer, and a zero word for its length.
 [[nodiscard]] int switchCommandSend(Switch &sw, int cmd, const void *payload, uint32_t payloadLen);

@@ -84,7 +84,7 @@ extern "C" SwitchPort *switchPortCreate(const SwitchPortCfg *cfg)
     SwitchPort *port = portAllocate(*cfg, *sw);
     if (port == nullptr)
         return nullptr;
-    char mapping[sizeof(cfg->phyDevice)]; // taken apart while it is read
+    char mapping[sizeof(cfg->phyDevice)]; // modified while it is parsed
     textCopy(mapping, cfg->phyDevice);
     if (switchPortMapInit(port, mapping) < 0) {
         LOG_ERROR(swPortStrGet(port), "Failed to initiate port mappings \n");

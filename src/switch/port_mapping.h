@@ -7,8 +7,8 @@
 
 extern "C" {
 // Maps `port` onto the ports that the text names: entries "switchName:number",
-// separated by commas. The text is taken apart while it is read. 0, or the
-// negative result of the first entry that fails; earlier entries stay mapped.
+// separated by commas. Parsing modifies the text. 0, or the negative result of the first
+// entry that fails; earlier entries stay mapped.
 [[nodiscard]] SWMGR_API int switchPortMapInit(SwitchPort *port, char *mapping);
 
 // Maps `port` onto one port and puts that port's switch below the switch of

@@ -1,4 +1,4 @@
-// Tells the lines of requests and of tools by their beginnings.
+// Recognises the lines of requests and tools by their beginnings.
 #include "standins/logd/counters.h"
 
 #include "common/log_rank.h"
@@ -12,10 +12,10 @@ namespace logd {
 
 namespace {
 
-// Written by counterNote, on the daemon's one thread.
+// Written by counterNote, on the daemon's only thread.
 constinit SwMgrLogCounters counters = {};
 
-// A line about a request. What is refused before its kind is looked at has a line that
+// A line about a request. One that is refused before its kind is known has a line that
 // says both.
 struct RequestLine {
     std::string_view begin;
@@ -34,8 +34,8 @@ constexpr RequestLine requestLines[] = {
     {"Failed to process cmd ", &SwMgrLogCounters::switchCommands, true, true},
 };
 
-// The last line about a database event ends with its status. One for the table that
-// swctl names when it only asks whether the service answers is no request.
+// The last line about a database event ends with its status. An event for the table that
+// swctl names just to see whether the service answers does not count as a request.
 bool noteDatabaseEvent(std::string_view text)
 {
     constexpr std::string_view begin = "DBUpdate event: Table: ";

@@ -1,5 +1,5 @@
-// What the switch manager's records tell, counted as they come: the ring keeps the
-// last of them only.
+// Counts what the switch manager's records report as they arrive, since the ring keeps
+// only the last ones.
 #pragma once
 
 #include "swmgr/swmgr_log.h"
@@ -8,8 +8,8 @@ namespace logd {
 
 void counterNote(const SwMgrLogEntry &entry, const char *text);
 
-// Answers LOGGING_MSG_COUNTERS. Returns 0 and the answer's length, or -22 for a
-// request or a buffer too short.
+// Answers LOGGING_MSG_COUNTERS. Returns 0 and the answer's length, or -22 if the request
+// or the buffer is too short.
 [[nodiscard]] int countersAnswer(const void *request, int requestLength, void *answer,
                                  uint32_t *answerLength);
 

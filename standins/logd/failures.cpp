@@ -1,4 +1,4 @@
-// A table of failed command lines, in the order in which they failed.
+// A table of failed command lines, oldest failure first.
 #include "standins/logd/failures.h"
 
 #include "common/load_line.h"
@@ -19,13 +19,12 @@ struct Failure {
     char *text; // entry.textLength bytes
 };
 
-// Written by failureNote, on the daemon's one thread. Without gaps.
+// Written by failureNote, on the daemon's only thread. Without gaps.
 constinit Failure failures[failureCapacity] = {};
 constinit uint32_t count = 0;
-constinit uint64_t unkept = 0; // failures that found no room or memory
+constinit uint64_t unkept = 0; // failures for which there was no room or memory
 
-// The last errors before the one at hand, the oldest first: they say why a load
-// failed.
+// The last errors before the current record, oldest first: they say why a load failed.
 struct Reason {
     SwMgrLogEntry entry; // number 0: none
     char text[256];
@@ -57,11 +56,11 @@ void keep(const SwMgrLogEntry &entry, const char *text, const ToolEntry &about)
     failures[count++] = {entry, about, copy};
 }
 
-// A load that failed is known until the next one fails; by its time a reader tells
-// whether it was the running service's.
+// A failed load is kept until the next one fails; a reader can tell by its time whether
+// it was the running service's.
 void noteError(const SwMgrLogEntry &entry, const char *text)
 {
-    // While developer messages are on, errors have their level too.
+    // While developer messages are on, errors have the developer level, too.
     if (entry.level > SWMGR_LOG_ERROR && entry.level != SWMGR_LOG_DEVDEBUG)
         return;
     if (!isLoadFailure({text, entry.textLength})) {
@@ -118,7 +117,7 @@ int failuresAnswer(const void *request, int requestLength, void *answer, uint32_
         if (failures[i].entry.number <= wanted.after)
             continue;
         if (!answerAdd(failures[i].entry, failures[i].text, answer, *answerLength, used)) {
-            header.last = failures[i].entry.number - 1; // the rest is to be asked for
+            header.last = failures[i].entry.number - 1; // the rest must be asked for
             break;
         }
         ++header.count;

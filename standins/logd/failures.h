@@ -1,6 +1,6 @@
-// Command lines of the service that failed and have not succeeded since. The
-// engine's tables cannot be asked, so this is what is known of them. And whether a
-// load of the configuration failed, with the errors before that.
+// Command lines of the service that failed and have not succeeded since; the engine's
+// tables cannot be read, so this is all that is known of them. Also whether a load of the
+// configuration failed, with the errors before it.
 #pragma once
 
 #include "swmgr/swmgr_log.h"
@@ -9,13 +9,12 @@ namespace logd {
 
 constexpr uint32_t failureCapacity = 4096;
 
-// Notes a command line's outcome: a failure is kept under its table entry, a
-// success about the same entry takes it away. Of other records the failed load is
-// kept.
+// Notes a command line's outcome: a failure is kept under its table entry, and a success
+// for the same entry removes it. Of other records, only a failed load is kept.
 void failureNote(const SwMgrLogEntry &entry, const char *text);
 
-// Answers LOGGING_MSG_TOOLS. Returns 0 and the answer's length, or -22 for a
-// request or a buffer too short. `skipped` counts failures that found no room.
+// Answers LOGGING_MSG_TOOLS. Returns 0 and the answer's length, or -22 if the request or
+// the buffer is too short. `skipped` counts failures for which there was no room.
 [[nodiscard]] int failuresAnswer(const void *request, int requestLength, void *answer,
                                  uint32_t *answerLength);
 

@@ -1,4 +1,4 @@
-// Formatting of records. Called for each record that is printed.
+// Formats records. Called for each record that is printed.
 #include "standins/logd/line.h"
 
 #include "common/clock.h"
@@ -11,7 +11,7 @@ namespace logd {
 
 namespace {
 
-// The name, or the number in `digits`.
+// The name, or the number written to `digits`.
 const char *nameOrNumber(const char *name, long long value, char (&digits)[16])
 {
     if (name != nullptr)
@@ -27,7 +27,7 @@ const char *moduleName(uint32_t module)
                                                : nullptr;
 }
 
-// The local time, worked out once a second.
+// The local time, computed once a second.
 const char *stampOf(time_t seconds)
 {
     static constinit time_t known = 0;

@@ -13,15 +13,15 @@ namespace logd {
 
 namespace {
 
-// Set by outputOpen, and when a file is opened again.
+// Set by outputOpen, and when the file is reopened.
 constinit const char *path = nullptr; // null: standard output
 constinit int64_t boundWanted = 0;    // bytes, 0: none
-constinit int64_t bound = 0;          // 0 as well once the file could not be begun anew
+constinit int64_t bound = 0;          // also 0 once a new file could not be begun
 constinit int fd = STDOUT_FILENO;
 constinit int64_t size = 0;             // bytes in the file
-constinit bool failed = false;          // said once, until a line can be written again
-constinit bool halfLine = false;        // what was begun of a line could not be taken back
-constinit char pending[16 * 1024] = {}; // lines that wait to be written together
+constinit bool failed = false;          // reported once, until a line can be written again
+constinit bool halfLine = false;        // the beginning of a line could not be removed
+constinit char pending[16 * 1024] = {}; // lines waiting to be written together
 constinit size_t pendingSize = 0;
 
 bool fileOpen()
@@ -39,8 +39,8 @@ bool fileOpen()
     return true;
 }
 
-// Keeps the file under another name. Where that fails the lines go on into the
-// file they are in: too long a log is better than none.
+// Keeps the file under another name. If that fails, the lines continue in the current
+// file: a log that is too long is better than none.
 void fileTurn()
 {
     char kept[PATH_MAX];
@@ -66,9 +66,9 @@ size_t writeAll(const char *bytes, size_t length)
     return sent;
 }
 
-// All lines, or as many whole ones as there is room for: what was begun of one is taken
-// back. Where that is not possible, as in a pipe, the next line begins on a line of
-// its own.
+// Writes all lines, or as many whole ones as there is room for, and removes the beginning
+// of one that did not fit. Where that is not possible, as in a pipe, the next record
+// begins on a new line.
 bool writeLines(const char *lines, size_t length)
 {
     if (halfLine && writeAll("\n", 1) != 1)

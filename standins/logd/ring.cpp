@@ -1,4 +1,4 @@
-// A ring of fixed slots: memory is touched only as far as records have come.
+// A ring of fixed slots; memory is touched only as far as records have arrived.
 #include "standins/logd/ring.h"
 
 #include "common/clock.h"
@@ -16,7 +16,7 @@ struct Slot {
     char text[SWMGR_LOG_TEXT_SIZE]; // entry.textLength bytes
 };
 
-// Written by ringAppend, on the daemon's one thread.
+// Written by ringAppend, on the daemon's only thread.
 constinit Slot slots[ringCapacity] = {};
 constinit uint64_t newest = 0; // number of the newest record
 constinit uint64_t epoch = 0;  // set by ringBegin, or at the first use

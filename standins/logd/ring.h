@@ -1,4 +1,4 @@
-// The last records in memory, and the answer to one who follows them.
+// The last records in memory, and the answers to clients that follow them.
 #pragma once
 
 #include "swmgr/swmgr_log.h"
@@ -7,26 +7,26 @@ namespace logd {
 
 constexpr uint64_t ringCapacity = 512;
 
-// From now on records are heard; answers tell since when.
+// Records are received from now on; answers say since when.
 void ringBegin();
 
-// Keeps a record under the next number, in place of the oldest one, and returns
-// the number.
+// Stores a record under the next number, replacing the oldest one, and returns the
+// number.
 uint64_t ringAppend(SwMgrLogEntry entry, const char *text);
 
-// Writes the records that a request asks for into `answer`, as many as fit.
-// Returns 0 and the answer's length, or -22 for a request or a buffer too short.
+// Writes as many of the requested records to `answer` as fit. Returns 0 and the answer's
+// length, or -22 if the request or the buffer is too short.
 [[nodiscard]] int ringAnswer(const void *request, int requestLength, void *answer,
                              uint32_t *answerLength);
 
-// An answer's head as it is for any request at this moment; `after` is what the
-// request says. Returns -22 for a request or a buffer too short.
+// The head of an answer to any request at this moment, with `after` from the request.
+// Returns -22 if the request or the buffer is too short.
 [[nodiscard]] int answerBegin(const void *request, int requestLength, const void *answer,
                               const uint32_t *answerLength, SwMgrLogFollowRequest &wanted,
                               SwMgrLogAnswer &header);
 
-// Adds an entry with its text to an answer of `capacity` bytes, of which `used`
-// hold something. False: it does not fit.
+// Adds an entry with its text to an answer of `capacity` bytes, of which `used` are taken.
+// False: it does not fit.
 [[nodiscard]] bool answerAdd(const SwMgrLogEntry &entry, const char *text, void *answer,
                              uint32_t capacity, size_t &used);
 

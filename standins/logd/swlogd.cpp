@@ -1,5 +1,5 @@
-// swlogd, the logging module: receives log records as relay module 20, prints
-// or appends them, and keeps the last ones for those who follow the log.
+// swlogd, the logging module: receives log records as relay module 20, prints or appends
+// them, and keeps the last ones for clients that follow the log.
 #include "common/clock.h"
 #include "common/exit_status.h"
 #include "common/log_rank.h"
@@ -22,12 +22,12 @@ namespace {
 
 constexpr int listenPeriod = 1000000; // us
 constexpr int64_t usualSize = 4 * 1024 * 1024;
-constexpr int32_t noRank = -1; // everything but tools that did their work
+constexpr int32_t noRank = -1; // everything but tools that succeeded
 
 struct Options {
-    const char *output = nullptr; // file to append to, null: standard output
-    int32_t rank = noRank;        // what is less urgent is not written
-    int64_t maxSize = usualSize;  // bytes of the file, 0: no bound
+    const char *output = nullptr; // file to append to; null: standard output
+    int32_t rank = noRank;        // less urgent records are not written
+    int64_t maxSize = usualSize;  // size of the file in bytes; 0: no limit
 };
 
 // Written by the signal handler.
@@ -72,8 +72,8 @@ void installSignals()
     signalsReset();
 }
 
-// Developer messages come only where they were asked for, and then all have
-// their level.
+// Developer messages arrive only if they were asked for, and then all messages have their
+// level.
 bool isWanted(int32_t rank)
 {
     return options.rank == noRank ? rank != LOG_RANK_TOOL : rank <= options.rank;
@@ -142,7 +142,7 @@ int onMessage(void * /*arg*/, RelayMsgHdr *header, int type, void *data, int len
     }
 }
 
-// Bytes, with K or M behind for kibi- and mebibytes.
+// Bytes, with the suffix K or M for kibi- or mebibytes.
 bool sizeRead(const char *text, int64_t &size)
 {
     char *end = nullptr;

@@ -1,8 +1,8 @@
-// The sending side. Mode 1 makes a connection of its own, waits for the answer
-// and returns the handler's result. Mode 2 keeps one connection for each
-// destination and never waits: what cannot be sent at once is dropped and
-// counted, and the next message that gets through carries the count. Who posts more
-// than a few messages goes on in memory that is shared with the receiver.
+// The sending side. Mode 1 makes a connection for each request, waits for the answer and
+// returns the handler's result. Mode 2 keeps one connection for each destination and never
+// waits: a message that cannot be sent at once is dropped and counted, and the next one
+// that gets through carries the count. A sender of more than a few posts continues in
+// memory shared with the receiver.
 #include "common/clock.h"
 #include "common/descriptor.h"
 #include "standins/relay/endpoint.h"
@@ -24,28 +24,28 @@ constexpr int modeWait = 1;
 constexpr int modePost = 2;
 constexpr int defaultTimeout = 180; // seconds that mode 1 waits for an answer
 constexpr int maxTimeout = 24 * 3600;
-constexpr int postQueue = 512 * 1024;    // bytes of posts that wait outside of a ring
-constexpr uint32_t postsBeforeRing = 16; // most senders never come so far
-constexpr int64_t longestUnheard = 10;   // ms until a sender looks whether the receiver lives
+constexpr int postQueue = 512 * 1024;    // bytes of posts waiting outside a ring
+constexpr uint32_t postsBeforeRing = 16; // most senders never get this far
+constexpr int64_t longestUnheard = 10;   // ms until a sender checks whether the receiver is alive
 constexpr int64_t minPause = 10;         // ms until the next attempt to connect
 constexpr int64_t maxPause = 1000;       // ms
 constexpr uint32_t maxDestinations = 8;
 
-// A module that posts are sent to.
+// A module to which posts are sent.
 struct Destination {
     int module;       // 0: entry not used
     int fd;           // -1: not connected
     uint32_t dropped; // posts lost since the last one that was sent
-    uint32_t posts;   // that went through, up to postsBeforeRing
-    int64_t retryAt;  // ms on the coarse clock: no attempt to connect before
+    uint32_t posts;   // posts sent, up to postsBeforeRing
+    int64_t retryAt;  // ms on the coarse clock: no attempt to connect before this
     int64_t pause;    // ms between attempts to connect
-    int64_t heardAt;  // ms: when the receiver's socket took something last
+    int64_t heardAt;  // ms: when the receiver's socket last accepted something
     relay::PostRing ring;
     int ringMemory; // passed to each receiver; -1: none
 };
 
-// Written by relayIoctl in mode 2 and by relayDeInit, under the lock, which is
-// held for system calls that do not wait.
+// Written by relayIoctl in mode 2 and by relayDeInit, under the lock, which is held only
+// across system calls that do not wait.
 constinit Destination destinations[maxDestinations] = {};
 constinit pthread_mutex_t destinationsLock = PTHREAD_MUTEX_INITIALIZER;
 
@@ -57,7 +57,7 @@ public:
     Locked &operator=(const Locked &) = delete;
 };
 
-// What is to be sent.
+// A message to send.
 struct Outgoing {
     relay::FrameHeader header;
     void *data;   // header.dataLength bytes
@@ -138,7 +138,8 @@ void disconnect(Destination &destination)
     destination.fd = -1;
 }
 
-// A sign without content: of the ring, with its memory, or that it has something.
+// A packet without content: it passes the ring's memory, or says that the ring is not
+// empty.
 int sendSign(Destination &destination, relay::FrameKind kind)
 {
     relay::FrameHeader header = {};
@@ -161,8 +162,8 @@ int sendSign(Destination &destination, relay::FrameKind kind)
     return sendWhole(destination.fd, message, MSG_DONTWAIT);
 }
 
-// The pause after each attempt, grown while nobody listens, keeps the cost of a
-// post to an absent receiver at a look at the clock.
+// A pause after each attempt, growing while nobody listens, limits the cost of a post to
+// an absent receiver to reading the clock.
 int reconnect(Destination &destination)
 {
     const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
@@ -176,14 +177,14 @@ int reconnect(Destination &destination)
         return status;
     }
     destination.pause = minPause;
-    // A deeper queue than usual, where it is allowed; its failure costs nothing.
+    // A larger queue than usual, if that is allowed; failing does no harm.
     if (setsockopt(connection.get(), SOL_SOCKET, SO_SNDBUFFORCE, &postQueue, sizeof(postQueue)) !=
         0) {
         static_cast<void>(
             setsockopt(connection.get(), SOL_SOCKET, SO_SNDBUF, &postQueue, sizeof(postQueue)));
     }
     destination.fd = connection.release();
-    // What the last receiver left is the next one's.
+    // Whatever the last receiver left unread goes to the next one.
     const int passed =
         destination.ring.memory != nullptr ? sendSign(destination, relay::FRAME_RING) : 0;
     if (passed != 0)
@@ -210,14 +211,14 @@ void forgetDestinations()
     }
 }
 
-// A forked child has its parent's memory. It leaves the rings to the parent.
+// A forked child shares its parent's rings, and leaves them to the parent.
 void afterFork()
 {
     pthread_mutex_init(&destinationsLock, nullptr);
     forgetDestinations();
 }
 
-// Without a ring posts go on as packets.
+// Without a ring, posts continue as packets.
 void beginRing(Destination &destination)
 {
     static constinit bool prepared = false;
@@ -234,8 +235,8 @@ void beginRing(Destination &destination)
     destination.ringMemory = -1;
 }
 
-// A receiver that is awake looks by itself. It is woken when it asked for that, and
-// now and then, which tells whether it is still there.
+// A receiver that is awake checks the ring by itself. It is woken if it asked for that,
+// and now and then to see whether it is still there.
 int wake(Destination &destination)
 {
     const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
@@ -243,10 +244,10 @@ int wake(Destination &destination)
         return 0;
     const int status = sendSign(destination, relay::FRAME_WAKE);
     destination.heardAt = now;
-    return status == -EAGAIN ? 0 : status; // it has signs enough to read
+    return status == -EAGAIN ? 0 : status; // it has enough wake-ups to read already
 }
 
-// What is in the ring gets through, if not to this receiver, then to the next one.
+// A post in the ring gets through, if not to this receiver, then to the next one.
 int putInRing(Destination &destination, Outgoing &outgoing)
 {
     struct iovec parts[partCount];
@@ -306,7 +307,7 @@ int limitWait(int fd, int64_t timeout)
 {
     struct timeval limit = {};
     limit.tv_sec = static_cast<time_t>(timeout / 1000);
-    // Holds for the connection's making as well.
+    // Applies to connecting as well.
     return setsockopt(fd, SOL_SOCKET, SO_SNDTIMEO, &limit, sizeof(limit)) == 0 ? 0 : -errno;
 }
 
@@ -325,15 +326,15 @@ int waitReadable(int fd, int64_t deadline)
     }
 }
 
-// A service that refuses a connection answers and closes at once; then a first
-// attempt reports the close and a second one finds the answer.
+// A service that refuses a connection answers and closes at once; the first attempt to
+// read then reports the close, and the second one finds the answer.
 ssize_t receiveOnce(int fd, struct msghdr &message)
 {
     const ssize_t length = recvmsg(fd, &message, MSG_DONTWAIT);
     return length < 0 && errno == ECONNRESET ? recvmsg(fd, &message, MSG_DONTWAIT) : length;
 }
 
-// What became of a request: the handler's result, or why there is none.
+// The outcome of a request: the handler's result, or why there is none.
 struct Answer {
     int result;
     bool handled; // the result is the handler's, not the messaging's
@@ -363,7 +364,7 @@ Answer receiveAnswer(int fd, int64_t deadline, uint32_t sequence, void *buffer, 
         (header.sequence != sequence && header.sequence != 0))
         return unanswered(-EBADMSG);
     bufferLen = header.bufferLength;
-    // A refusal by the messaging itself answers no request in particular.
+    // A refusal by the messaging itself does not belong to any particular request.
     return {header.type, header.sequence == sequence};
 }
 
@@ -381,7 +382,7 @@ Answer requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
         return unanswered(-ETIMEDOUT);
     if (status != 0)
         return unanswered(status);
-    // A failure here may be a refusal whose reason waits to be read.
+    // A failure here may be a refusal whose reason is waiting to be read.
     outgoing.header.sequence = 1;
     status = sendOutgoing(connection.get(), outgoing, 0);
     if (status != 0 && !connectionLost(status))
@@ -390,8 +391,8 @@ Answer requestAnswer(int module, Outgoing &outgoing, uint32_t &bufferLen)
                          bufferLen);
 }
 
-// A handler may return an errno value as well: errno tells its answer from a
-// message that did not get through.
+// A handler may return an errno value as well, so errno tells its answer from a message
+// that did not get through.
 int notSent(int reason)
 {
     errno = reason;
@@ -426,7 +427,7 @@ int relayIoctl(RelayCtx *ctx, int destModule, int requestType, void *data, int d
     if (mode == modePost)
         return post(destModule, outgoing);
     if (outgoing.header.sender == static_cast<uint32_t>(destModule))
-        return notSent(EDEADLK); // nobody would serve it while it waits
+        return notSent(EDEADLK); // nobody would serve the request while it waits
     const Answer answer = requestAnswer(destModule, outgoing, capacity);
     if (buf != nullptr && bufLen != nullptr)
         *bufLen = capacity;

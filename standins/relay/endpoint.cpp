@@ -1,5 +1,5 @@
-// Directory, lock and socket of a module. The lock decides who owns the module,
-// so that a socket file found without one is known to be a dead service's.
+// Directory, lock and socket of a module. The lock decides who owns the module, so a
+// socket file without a lock is known to belong to a dead service.
 #include "standins/relay/endpoint.h"
 
 #include <cerrno>
@@ -28,9 +28,9 @@ const char *directory()
     return name != nullptr && name[0] != '\0' ? name : "/run/relay";
 }
 
-// Why a module could not be taken.
+// Why a module could not be registered.
 struct Fault {
-    const char *what; // goes before the directory's name; null: nothing
+    const char *what; // printed before the directory's name; null: nothing
     int error;        // positive errno
 };
 
@@ -46,11 +46,11 @@ void complain(int moduleId, const Fault &fault)
             strerror(fault.error));
 }
 
-// Whoever may write to the directory may put a socket of his own into it.
+// Anyone who can write to the directory can put their own socket into it.
 int prepareDirectory(Fault &fault)
 {
     if (mkdir(directory(), directoryMode) == 0) {
-        // The file creation mask must not take away the group's access.
+        // The umask must not remove the group's access.
         return chmod(directory(), directoryMode) == 0 ? 0 : failed(fault, "chmod", errno);
     }
     if (errno != EEXIST)
@@ -72,7 +72,7 @@ int lockPath(int moduleId, char *path, size_t size)
     return length > 0 && static_cast<size_t>(length) < size ? 0 : -ENAMETOOLONG;
 }
 
-// Whether the file that a descriptor was opened on still has this name.
+// Whether the file behind a descriptor still has this name.
 bool isAt(int fd, const char *path)
 {
     struct stat held = {};
@@ -81,8 +81,8 @@ bool isAt(int fd, const char *path)
            held.st_dev == found.st_dev;
 }
 
-// A service that ends removes its lock file, so the file that was locked may no
-// longer be the one that others find; then the next attempt takes the new one.
+// A service that ends removes its lock file, so the locked file may no longer be the one
+// that others find; then the next attempt takes the new one.
 int takeLock(int moduleId, Descriptor &lock)
 {
     char path[sizeof(sockaddr_un::sun_path)];
@@ -110,8 +110,8 @@ int bindSocket(int moduleId, Descriptor &listener)
         return -errno;
     if (unlink(address.sun_path) != 0 && errno != ENOENT)
         return -errno;
-    // The file gets the descriptor's mode less the creation mask: never more
-    // than it shall have in the end, and the rest before anyone can connect.
+    // The file gets the descriptor's mode minus the umask: never more than its final mode,
+    // which it gets before anyone can connect.
     if (fchmod(listener.get(), socketMode) != 0 ||
         bind(listener.get(), reinterpret_cast<const struct sockaddr *>(&address),
              sizeof(address)) != 0 ||
@@ -201,8 +201,8 @@ int endpointRenew(int moduleId, Endpoint &endpoint, int previous)
     return 0;
 }
 
-// Where the lock is no longer ours the directory was replaced, and what lies there
-// belongs to whoever serves the module now.
+// If the lock is no longer ours, the directory has been replaced, and its contents belong
+// to whoever serves the module now.
 void endpointClose(int moduleId, Endpoint &endpoint)
 {
     struct sockaddr_un address = {};

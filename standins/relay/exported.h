@@ -1,5 +1,5 @@
-// The messaging functions, visible outside the library: everything else in it
-// is hidden. Included by the files that define them.
+// The messaging functions, visible outside the library; everything else in it is hidden.
+// Included by the files that define them.
 #pragma once
 
 #pragma GCC visibility push(default)

@@ -1,6 +1,6 @@
 // The packet in which a message travels: a header, the data padded to eight
 // bytes, the reply buffer. One packet of a SOCK_SEQPACKET socket is one message.
-// Pure functions over bytes: no sockets here, so that any bytes can be tried.
+// Pure functions on bytes: no sockets here, so that tests can try any bytes.
 #pragma once
 
 #include <cstddef>
@@ -18,11 +18,11 @@ enum FrameKind : uint32_t {
     FRAME_REQUEST = 1, // the sender waits for an answer
     FRAME_POST = 2,    // a request that is never answered
     FRAME_ANSWER = 3,  // `type` is the handler's result
-    FRAME_RING = 4,    // further posts of this connection come in the memory that is passed along
-    FRAME_WAKE = 5     // the receiver asked to be told that there is something in it
+    FRAME_RING = 4,    // this connection's further posts come in the memory passed with this packet
+    FRAME_WAKE = 5     // sent because the receiver asked to be woken when the ring is not empty
 };
 
-// Both ends are on one machine, so the byte order is the machine's.
+// Both ends are on the same machine, so the byte order is the machine's.
 struct FrameHeader {
     uint32_t magic;        // frameMagic
     uint32_t kind;         // FrameKind
@@ -36,23 +36,23 @@ struct FrameHeader {
 static_assert(sizeof(FrameHeader) == 32 && std::is_trivially_copyable_v<FrameHeader>);
 static_assert(sizeof(FrameHeader) % frameAlignment == 0);
 
-// A message inside the bytes it was decoded from.
+// A message within the bytes from which it was decoded.
 struct Frame {
-    FrameHeader header;    // all zero when the bytes hold none
+    FrameHeader header;    // all zero if the bytes hold no message
     unsigned char *data;   // header.dataLength bytes, null: none
     unsigned char *buffer; // header.bufferLength bytes, null: none
 };
 
-// Bytes of a whole packet; 0 when the message is over the limit.
+// Bytes of a whole packet; 0 if the message is over the limit.
 size_t frameSize(size_t dataLength, size_t bufferLength);
 
 // Bytes between the end of the data and the reply buffer.
 size_t framePadding(size_t dataLength);
 
 // Reads a packet of `length` bytes, which may have been cut at maxFrameSize.
-// Data and buffer are aligned to eight bytes where `bytes` is. Returns 0,
-// -EMSGSIZE for a message over the limit, -EBADMSG for anything else that is
-// not a message; the header is filled in as far as it could be read.
+// Data and buffer are aligned to eight bytes if `bytes` is. Returns 0, -EMSGSIZE for a
+// message over the limit, -EBADMSG for anything else that is not a message; the header is
+// filled in as far as it could be read.
 [[nodiscard]] int frameDecode(unsigned char *bytes, size_t length, Frame &frame);
 
 } // namespace relay

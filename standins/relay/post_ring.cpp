@@ -1,5 +1,5 @@
-// The ring's bytes. Neither end trusts what the other wrote: each keeps its own
-// position, and lengths are copied before they are judged.
+// The ring's bytes. Neither end trusts what the other wrote: each keeps its own position,
+// and lengths are copied before they are checked.
 #include "standins/relay/post_ring.h"
 
 #include "standins/relay/frame.h"
@@ -12,20 +12,21 @@
 
 namespace relay {
 
-// Both ends are on one machine. What one end writes lies on a cache line of its own.
+// Both ends are on the same machine. The data written by each end is on a separate cache
+// line.
 struct RingMemory {
     alignas(64) uint32_t written; // the sender's position
     alignas(64) uint32_t taken;   // the receiver's
-    uint32_t wake;                // 1: the receiver waits and wants to be told
+    uint32_t wake;                // 1: the receiver waits and wants to be woken
     alignas(64) unsigned char bytes[ringCapacity];
 };
 
 namespace {
 
-constexpr uint32_t unit = frameAlignment;  // records begin at its multiples
-constexpr uint32_t skipToStart = 0;        // length of a record that fills up what is left
-constexpr uint32_t keptInUse = 256 * 1024; // bytes of which memory is not given back
-constexpr int neededSeals = F_SEAL_SHRINK | F_SEAL_GROW; // no access can go astray
+constexpr uint32_t unit = frameAlignment;  // records begin at multiples of it
+constexpr uint32_t skipToStart = 0;        // length of a record that fills the rest of the ring
+constexpr uint32_t keptInUse = 256 * 1024; // bytes of memory that are not given back
+constexpr int neededSeals = F_SEAL_SHRINK | F_SEAL_GROW; // so that no access can fault
 
 uint32_t recordSize(uint32_t length)
 {
@@ -51,7 +52,7 @@ void putLength(RingMemory &memory, uint32_t position, uint32_t length)
     memcpy(memory.bytes + offsetOf(position), &length, sizeof(length));
 }
 
-// Gives back the memory of an empty ring, but for the pages that both ends look at.
+// Gives back the memory of an empty ring, except for the pages that both ends watch.
 void giveBack(PostRing &ring)
 {
     if (ring.inUse <= keptInUse)
@@ -135,8 +136,8 @@ void ringTidy(PostRing &ring)
 
 bool ringWakeDue(const PostRing &ring)
 {
-    // Asked after the store above, as the receiver looks after asking: one of the two
-    // sees the other.
+    // Checked after the store above, just as the receiver checks after asking, so one of
+    // the two always sees the other.
     return __atomic_load_n(&ring.memory->wake, __ATOMIC_SEQ_CST) != 0 &&
            __atomic_exchange_n(&ring.memory->wake, 0, __ATOMIC_SEQ_CST) != 0;
 }

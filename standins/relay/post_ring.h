@@ -1,7 +1,7 @@
-// Posts in memory that sender and receiver share, so that a post costs a copy and no
-// system call while the receiver is awake. A ring has one sender and one receiver. It
-// outlives either: what the sender left is still read, and what a receiver that died
-// had not taken the next one gets.
+// Posts in memory shared by sender and receiver, so that a post costs a copy and no system
+// call while the receiver is awake. A ring has one sender and one receiver, and outlives
+// either: posts of a dead sender are still read, and those that a dead receiver left go to
+// the next one.
 #pragma once
 
 #include "common/descriptor.h"
@@ -12,8 +12,8 @@
 
 namespace relay {
 
-// How far the receiver may lag behind. Memory is in use as far as it does, and is given
-// back after that.
+// How far the receiver may lag behind. Memory is in use only while it does, and is given
+// back afterwards.
 constexpr uint32_t ringCapacity = 8 * 1024 * 1024; // bytes, a power of two
 
 struct RingMemory;
@@ -21,33 +21,33 @@ struct RingMemory;
 // One end's view.
 struct PostRing {
     RingMemory *memory; // null: none
-    uint32_t position;  // where this end is, in bytes since the beginning, modulo 2^32
+    uint32_t position;  // this end's position, in bytes since the beginning, modulo 2^32
     uint32_t inUse;     // sender: bytes written since memory was last given back
 };
 
-// The sender's end. Returns the descriptor to be passed to receivers; not valid where
-// the system has no such memory.
+// Opens the sender's end. Returns the descriptor to pass to receivers, which is not valid
+// if the system has no such memory.
 [[nodiscard]] Descriptor ringCreate(PostRing &ring);
 
-// The receiver's end, of memory from a peer that may be anything. Returns 0 or -EBADMSG.
+// Opens the receiver's end, on memory from an untrusted peer. Returns 0 or -EBADMSG.
 [[nodiscard]] int ringOpen(int memory, PostRing &ring);
 
 void ringClose(PostRing &ring);
 
-// Appends a message made of `count` parts. False: there is no room.
+// Appends a message of `count` parts. False: there is no room.
 [[nodiscard]] bool ringPut(PostRing &ring, const struct iovec *parts, size_t count);
 
-// The sender's: gives memory back to the system when nothing is in the ring.
+// For the sender: gives memory back to the system if the ring is empty.
 void ringTidy(PostRing &ring);
 
-// True once after the receiver asked to be woken.
+// True once after the receiver has asked to be woken.
 [[nodiscard]] bool ringWakeDue(const PostRing &ring);
 
-// Copies the next message into `packet` of maxFrameSize bytes. Returns its length, 0
-// when there is none, -EBADMSG when the sender wrote nonsense.
+// Copies the next message to `packet` of maxFrameSize bytes. Returns its length, 0 if there
+// is none, -EBADMSG if the sender wrote nonsense.
 [[nodiscard]] int ringTake(PostRing &ring, unsigned char *packet);
 
-// Whether the sender is to wake the receiver for the next message. Returns false when
+// Sets whether the sender should wake the receiver for the next message. Returns false if
 // there is one already.
 bool ringAskToBeWoken(const PostRing &ring, bool ask);
 

@@ -1,5 +1,5 @@
-// The serving side: registration of a module and the loop that hands messages
-// to its handler. One thread, no waiting on any peer: every socket is
+// The serving side: registration of a module and the loop that passes messages to its
+// handler. There is one thread and it never waits for a peer: every socket is
 // non-blocking, and a peer that does not take its answer is disconnected.
 #include "common/clock.h"
 #include "standins/relay/endpoint.h"
@@ -21,17 +21,17 @@ namespace {
 
 constexpr uint32_t maxConnections = 64;
 constexpr int acceptsPerRound = 16;
-constexpr int roundsPerListen = 64;  // a flood may not keep the host from its stop flag
-constexpr int messagesPerTurn = 32;  // of one connection, while its turn lasts
-constexpr int64_t turn = 1000000;    // ns; a message that takes longer ends the turn
-constexpr int postsPerLook = 16;     // of a ring, between looks at the clock
-constexpr int64_t restless = 2000;   // us that a receiver of posts waits without being woken
-constexpr int64_t lookPeriod = 1000; // ms between looks whether the socket is still there
-constexpr int nap = 10;              // ms, while the whole system has no descriptor left
+constexpr int roundsPerListen = 64; // a flood must not keep the host from checking its stop flag
+constexpr int messagesPerTurn = 32; // of one connection, while its turn lasts
+constexpr int64_t turn = 1000000;   // ns; a message that takes longer ends the turn
+constexpr int postsPerLook = 16;    // of a ring, between readings of the clock
+constexpr int64_t restless = 2000;  // us that a receiver of posts naps without asking for a wake-up
+constexpr int64_t lookPeriod = 1000; // ms between checks whether the socket is still there
+constexpr int nap = 10;              // ms, while the whole system has no descriptors left
 
 struct Connection {
     int fd;          // -1: closed in this round
-    uint64_t served; // the round in which the peer last sent something, or came
+    uint64_t served; // the round in which the peer last sent something, or connected
     relay::PostRing ring;
 };
 
@@ -43,12 +43,12 @@ struct RelayCtx {
     void *arg;                // for the handler
     int lock;                 // held for as long as the module is registered
     int listener;             // accepts connections
-    int reserve;              // given up for a moment when no descriptor is left; -1: none
-    int64_t lookAt;           // ms: when to look next whether the socket is still there
-    int lookFault;            // what the last look returned
+    int reserve;              // closed for a moment when no descriptor is left; -1: none
+    int64_t lookAt;           // ms: when to check next whether the socket is still there
+    int lookFault;            // result of the last check
     bool listening;           // inside relayListen
     uint64_t round;           // counts rounds of serving
-    bool postsCame;           // through rings, since the last wait: more are likely to follow
+    bool postsCame;           // through rings, since the last wait: more are likely to follow soon
     uint32_t connectionCount; // entries in use, without gaps between rounds
     Connection connections[maxConnections];
     // A message, and room to pad its reply buffer.
@@ -107,7 +107,7 @@ enum class Outcome {
     close, // the peer has gone or breaks the rules
 };
 
-// The descriptor that came along with a message.
+// The descriptor passed with a message.
 Descriptor passedAlong(struct msghdr &message)
 {
     Descriptor passed;
@@ -122,7 +122,7 @@ Descriptor passedAlong(struct msghdr &message)
     return passed;
 }
 
-// Takes the next post from a connection's ring. Only posts come that way: nobody waits
+// Takes the next post from a connection's ring. Only posts come that way, so nobody waits
 // for an answer.
 Outcome servePost(RelayCtx &ctx, Connection &connection)
 {
@@ -136,7 +136,7 @@ Outcome servePost(RelayCtx &ctx, Connection &connection)
     return deliver(ctx, connection.fd, frame) ? Outcome::served : Outcome::close;
 }
 
-// Takes the posts of a ring, which are many and short, while its turn lasts.
+// Takes a ring's posts, which are many and short, while its turn lasts.
 bool serveRing(RelayCtx &ctx, Connection &connection, int &served)
 {
     const int64_t end = nanosecondsNow(CLOCK_MONOTONIC) + turn;
@@ -151,7 +151,7 @@ bool serveRing(RelayCtx &ctx, Connection &connection, int &served)
     return true;
 }
 
-// What is in it already came before the sender's next request.
+// Posts already in the ring precede the sender's next request.
 Outcome beginRing(RelayCtx &ctx, Connection &connection, const Descriptor &memory, int &served)
 {
     if (connection.ring.memory != nullptr || relay::ringOpen(memory.get(), connection.ring) != 0)
@@ -165,7 +165,8 @@ Outcome serveFrame(RelayCtx &ctx, Connection &connection, size_t length, const D
     relay::Frame frame;
     const int status = relay::frameDecode(ctx.packet, length, frame);
     if (status != 0) {
-        // Whoever waits learns why; whoever cannot even frame a message is cut off.
+        // A peer that waits learns why; one that cannot even frame a message is
+        // disconnected.
         static_cast<void>(sendAnswer(connection.fd, frame.header, status, nullptr, 0));
         return Outcome::close;
     }
@@ -185,8 +186,8 @@ Outcome serveMessage(RelayCtx &ctx, Connection &connection, int &served)
     message.msg_iov = &part;
     message.msg_iovlen = 1;
     message.msg_control = control;
-    message.msg_controllen = CMSG_LEN(sizeof(int)); // one descriptor, no more
-    // MSG_TRUNC makes the kernel tell the length of the whole packet.
+    message.msg_controllen = CMSG_LEN(sizeof(int)); // at most one descriptor
+    // MSG_TRUNC makes the kernel return the length of the whole packet.
     const ssize_t length =
         recvmsg(connection.fd, &message, MSG_DONTWAIT | MSG_TRUNC | MSG_CMSG_CLOEXEC);
     if (length < 0)
@@ -196,8 +197,8 @@ Outcome serveMessage(RelayCtx &ctx, Connection &connection, int &served)
                        : serveFrame(ctx, connection, static_cast<size_t>(length), passed, served);
 }
 
-// Takes the messages of one connection while its turn lasts. False: the
-// connection is to be closed.
+// Takes the messages of one connection while its turn lasts. False: the connection must
+// be closed.
 bool serveConnection(RelayCtx &ctx, Connection &connection, int &served)
 {
     const int64_t end = nanosecondsNow(CLOCK_MONOTONIC) + turn;
@@ -219,8 +220,8 @@ void closeConnection(Connection &connection)
     connection.fd = -1;
 }
 
-// What a peer posted before it went is still taken: a full ring at the most, since one
-// that only closed its socket might go on for ever.
+// Posts written before the peer disconnected are still taken, but at most a full ring,
+// since a peer that only closed its socket might go on for ever.
 void closeServed(RelayCtx &ctx, Connection &connection, int &served)
 {
     constexpr size_t most = relay::ringCapacity / sizeof(relay::FrameHeader);
@@ -241,8 +242,8 @@ void dropClosed(RelayCtx &ctx)
     ctx.connectionCount = kept;
 }
 
-// Room for a newcomer: a free entry, or that of the peer silent for longest. A
-// sender of posts that loses its connection this way connects again unnoticed.
+// Room for a new connection: a free entry, or that of the peer silent for longest. A
+// sender of posts that loses its connection this way reconnects unnoticed.
 Connection *freeEntry(RelayCtx &ctx)
 {
     if (ctx.connectionCount < maxConnections)
@@ -268,12 +269,12 @@ int reserveOpen()
     return open("/dev/null", O_RDONLY | O_CLOEXEC);
 }
 
-// Without a descriptor the waiting peers would stay in the queue and wake the
-// loop for ever: each is taken with the one kept in reserve and sent away.
+// Without a free descriptor the waiting peers would stay in the queue and wake the loop
+// for ever: each is accepted with the one kept in reserve and disconnected.
 void turnAway(RelayCtx &ctx)
 {
     if (ctx.reserve < 0) {
-        // Other processes have taken the system's last: all there is to do is wait.
+        // Other processes have taken the system's last one; all we can do is wait.
         poll(nullptr, 0, nap);
     } else {
         close(ctx.reserve);
@@ -309,7 +310,7 @@ void acceptPending(RelayCtx &ctx)
     }
 }
 
-// Takes from every ring; whoever asks for something after posting finds it done.
+// Empties every ring first, so that a request finds the posts before it already handled.
 void serveRings(RelayCtx &ctx, int &served)
 {
     const int before = served;
@@ -326,7 +327,7 @@ void serveRings(RelayCtx &ctx, int &served)
     ctx.postsCame = ctx.postsCame || served != before;
 }
 
-// Whether senders are to wake this end. False: there are posts already.
+// Sets whether senders should wake this end. False: there are posts already.
 bool askToBeWoken(const RelayCtx &ctx, bool ask)
 {
     bool quiet = true;
@@ -345,9 +346,9 @@ struct timespec fromMicroseconds(int64_t microseconds)
     return time;
 }
 
-// Waits for a socket, at most so many microseconds; negative: without end. While posts
-// come through a ring it only takes a short break, so that their sender need not wake
-// it for each.
+// Waits for a socket, at most that many microseconds; negative: without limit. While posts
+// come through a ring it only takes a short break, so that their sender need not wake it
+// for each one.
 int waitForSockets(RelayCtx &ctx, struct pollfd *ready, nfds_t count, int64_t microseconds)
 {
     const bool isLong = microseconds < 0 || microseconds > restless;
@@ -364,9 +365,9 @@ int waitForSockets(RelayCtx &ctx, struct pollfd *ready, nfds_t count, int64_t mi
     return status;
 }
 
-// Waits for something to do and gives each connection one turn, so that a peer
-// that floods takes no more than its share. Returns the
-// number of sockets and posts that there were, 0 when the time is over, or -errno.
+// Waits for something to do and gives each connection one turn, so that a flooding peer
+// gets no more than its share. Returns the number of sockets and posts handled, 0 if the
+// time is over, or -errno.
 int serveRound(RelayCtx &ctx, int64_t wait, int &served)
 {
     struct pollfd ready[maxConnections + 1];
@@ -393,7 +394,7 @@ int serveRound(RelayCtx &ctx, int64_t wait, int &served)
     return count != 0 ? count : served - before;
 }
 
-// A directory that was emptied or replaced gets a socket again.
+// Puts the socket back into a directory that was emptied or replaced.
 void lookForSocket(RelayCtx &ctx)
 {
     const int64_t now = millisecondsNow(CLOCK_MONOTONIC_COARSE);
@@ -442,7 +443,7 @@ int relayListen(RelayCtx *ctx, int timeout)
     int served = 0;
     const bool restlessly = ctx->postsCame;
     int status = serveRound(*ctx, timeout, served);
-    if (status == 0 && restlessly) { // that was a short break
+    if (status == 0 && restlessly) { // it was only a short break
         ctx->postsCame = false;
         status = serveRound(*ctx, timeout, served);
     }

@@ -1,6 +1,6 @@
-// Command lines. A plain line is split at blanks and run directly, which costs
-// less than half of what a shell costs; anything with a meaning to a shell goes
-// to the shell. A command that takes too long is ended with all it has started.
+// Command lines. A plain line is split at spaces and run directly, which costs less than
+// half of what a shell costs; a line with any meaning to a shell goes to the shell. A
+// command that takes too long is ended together with everything it has started.
 #include "common/clock.h"
 #include "common/descriptor.h"
 #include "standins/sal/exported.h"
@@ -25,14 +25,14 @@
 namespace {
 
 constexpr size_t maxPlainLine = 1024; // longer lines go to the shell
-constexpr size_t maxWords = 64;       // lines of more words as well
+constexpr size_t maxWords = 64;       // lines with more words do, too
 constexpr long defaultTimeout = 30;   // seconds
 constexpr long maxTimeout = 24 * 3600;
 constexpr int gracePeriod = 500; // ms between asking a command to end and ending it
-constexpr int longestNap = 20;   // ms, where the kernel cannot wait with a limit
+constexpr int longestNap = 20;   // ms, if the kernel cannot wait with a limit
 constexpr int resetSignals[] = {SIGHUP,  SIGINT,  SIGQUIT, SIGPIPE, SIGTERM,
                                 SIGCHLD, SIGALRM, SIGUSR1, SIGUSR2};
-constexpr int notExecutable = 126; // of a shell, and of whatever runs commands for others
+constexpr int notExecutable = 126; // exit status of a shell and similar programs
 constexpr int notFound = 127;
 
 struct PlainLine {
@@ -46,14 +46,14 @@ bool isBlank(char c)
     return c == ' ' || c == '\t';
 }
 
-// Nothing in this set means anything to a shell, at whatever place it stands.
+// None of these characters means anything to a shell, wherever it appears.
 bool isPlain(char c)
 {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
            (c != '\0' && strchr("_.:@-/+,=%", c) != nullptr);
 }
 
-// False when the line is for the shell to understand.
+// False if the line must go to the shell.
 bool splitPlain(const char *commandLine, PlainLine &line)
 {
     line.count = 0;
@@ -81,8 +81,8 @@ bool splitPlain(const char *commandLine, PlainLine &line)
     return line.count == 0 || strchr(line.words[0], '=') == nullptr;
 }
 
-// How a command starts, whatever the host has made of its own process: default
-// signals, nothing to read, and a process group by which it can be ended.
+// The state in which a command starts, regardless of the host's own process: default
+// signals, empty input, and a process group by which it can be ended.
 class SpawnSettings {
 public:
     SpawnSettings()
@@ -118,7 +118,7 @@ public:
 private:
     posix_spawnattr_t attributes;
     posix_spawn_file_actions_t actions;
-    int status = 0; // positive errno: the settings could not be made
+    int status = 0; // positive errno: the attributes could not be set
 };
 
 long timeoutSeconds()
@@ -135,9 +135,9 @@ bool hasEnded(pid_t pid)
            info.si_pid == pid;
 }
 
-// Waits, without taking the status, until the process has ended. False: it is
-// still running after `milliseconds`. `handle` is -1 on a kernel without one;
-// then short naps that grow have to do.
+// Waits until the process has ended, without reaping it. False: it is still running after
+// `milliseconds`. `handle` is -1 on a kernel without process descriptors; then it polls
+// with growing pauses.
 bool waitForEnd(pid_t pid, int handle, int64_t milliseconds)
 {
     const int64_t deadline = millisecondsNow(CLOCK_MONOTONIC) + milliseconds;
@@ -159,8 +159,8 @@ bool waitForEnd(pid_t pid, int handle, int64_t milliseconds)
     }
 }
 
-// The process is not reaped before its group has been ended, so that the
-// group's number cannot belong to anybody else by then.
+// The process is reaped only after its group has been ended, so that the group's number
+// cannot belong to another process by then.
 void endGroup(pid_t pid, int handle)
 {
     kill(-pid, SIGTERM);
@@ -177,8 +177,8 @@ int reap(pid_t pid, int &status)
     return reaped == pid ? 0 : -errno;
 }
 
-// A host that does not want to learn of its children's ends gets no statuses from
-// the kernel; for the length of a command it does.
+// A host that ignores SIGCHLD gets no statuses from the kernel; for the duration of a
+// command it does.
 class StatusKept {
 public:
     StatusKept()
@@ -238,7 +238,7 @@ int runByShell(const char *commandLine)
 {
     char shell[] = "/bin/sh";
     char option[] = "-c";
-    // The words of a spawned program are not written to.
+    // A spawned program's arguments are not modified.
     char *words[] = {shell, option, const_cast<char *>(commandLine), nullptr};
     return run(words, commandLine);
 }
@@ -259,6 +259,6 @@ int salCmdExec(const char *commandLine, int /*arg1*/, int /*arg2*/)
         (kernelVlanRun(line.words, line.count, status) || kernelBridgeRun(line.words, line.count)))
         return status;
     status = run(line.words, commandLine);
-    // A script without an interpreter line is something only a shell can run.
+    // Only a shell can run a script without an interpreter line.
     return status == -ENOEXEC ? runByShell(commandLine) : status;
 }

@@ -1,5 +1,5 @@
-// The two database helpers: queries with a result table, and the wait for a
-// database that another process has locked.
+// The two database helpers: queries with a result table, and waiting for a database that
+// another process has locked.
 #include "standins/sal/exported.h"
 
 namespace {
@@ -9,7 +9,7 @@ constexpr int firstPauseCount = sizeof(firstPauses) / sizeof(firstPauses[0]);
 constexpr int laterPause = 100;   // ms
 constexpr int longestWait = 5000; // ms in all
 
-// Pause before attempt `timesBusy` + 1, 0 when the time is used up.
+// Pause before attempt `timesBusy` + 1, 0 if the time is used up.
 int pauseBefore(int timesBusy)
 {
     int waited = 0;
@@ -24,14 +24,14 @@ int pauseBefore(int timesBusy)
     return pause < left ? pause : left;
 }
 
-// What one query may bring. A view can be endless, and the service that reads it
-// has a gateway's memory.
+// How much one query may return. A view can be endless, and the service that reads it
+// has only a gateway's memory.
 constexpr sqlite3_int64 mostMemory = 64 * 1024 * 1024; // bytes
 constexpr int mostValue = 1024 * 1024;                 // bytes of one value
-constexpr int stepsPerLook = 10000;                    // of SQLite's machine
-constexpr int mostLooks = 100000;                      // 10^9 steps: some ten seconds
+constexpr int stepsPerLook = 10000;                    // of SQLite's virtual machine
+constexpr int mostLooks = 100000;                      // 10^9 steps: about ten seconds
 
-// Limits of the connection and the process for the length of a query.
+// Limits the connection and the process for the duration of a query.
 class QueryBounds {
 public:
     explicit QueryBounds(sqlite3 *connection)

@@ -1,6 +1,6 @@
-// Device nodes and simulated devices. A path that is a Unix socket leads to a
-// simulated device, whose requests travel as packets; every other descriptor
-// belongs to the kernel, network sockets included.
+// Device nodes and simulated devices. A path that is a Unix socket leads to a simulated
+// device, which gets its requests as packets; every other descriptor belongs to the
+// kernel, network sockets included.
 #include "common/descriptor.h"
 #include "standins/sal/device_protocol.h"
 #include "standins/sal/exported.h"
@@ -19,14 +19,14 @@ constexpr time_t answerTimeout = 10;           // seconds
 constexpr uint32_t readDirection = 0x80000000; // the driver fills the record
 constexpr size_t maxDevices = 8;
 
-// Where a descriptor was connected to, for a device that starts anew.
+// What a descriptor was connected to, for reconnecting to a restarted device.
 struct SimulatedDevice {
     int fd;                     // 0: entry not used
     struct sockaddr_un address; // of the device's socket
 };
 
-// Written by salOpen and salClose. A device beyond the table's size works, but
-// is not connected again.
+// Written by salOpen and salClose. A device that does not fit in the table works, but is
+// not reconnected.
 constinit SimulatedDevice devices[maxDevices] = {};
 
 bool isSimulated(int fd)
@@ -133,9 +133,9 @@ int receiveAnswer(int fd, uint32_t request, void *record)
     return static_cast<size_t>(length) >= sizeof(header) + filled ? header.result : -EPROTO;
 }
 
-// A request that never left is sent again on a new connection. One that did may
-// have been carried out, so its failure is the caller's to see; the connection
-// is ended then, lest a late answer be taken for that of the next request.
+// A request that was never sent is sent again on a new connection. One that was sent may
+// have been carried out, so its failure is reported to the caller; the connection is then
+// closed, lest a late answer be taken for that of the next request.
 int simulatedIoctl(int fd, uint32_t request, void *arg)
 {
     const bool hasRecord = device::recordSize(request) != 0;
@@ -144,7 +144,7 @@ int simulatedIoctl(int fd, uint32_t request, void *arg)
     device::RequestHeader header = {};
     header.request = request;
     header.argument = hasRecord ? 0 : reinterpret_cast<intptr_t>(arg);
-    // The kernel looks at the address of an empty buffer as well.
+    // The kernel checks the address of an empty buffer, too.
     void *record = hasRecord ? arg : nullptr;
     int status = sendRequest(fd, header, record);
     if (status == -EPIPE || status == -ECONNRESET || status == -ENOTCONN) {

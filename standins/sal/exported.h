@@ -1,5 +1,5 @@
-// The functions of the operating-system layer and the database helpers, visible
-// outside the library: everything else in it is hidden.
+// The functions of the operating-system layer and the database helpers, visible outside
+// the library; everything else in it is hidden.
 #pragma once
 
 #pragma GCC visibility push(default)

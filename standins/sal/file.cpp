@@ -1,4 +1,4 @@
-// Files by stdio. Streams are closed in the tools that salCmdExec runs.
+// Files, with stdio. Streams are closed in the tools that salCmdExec runs.
 #include "common/printable.h"
 #include "standins/sal/exported.h"
 
@@ -9,8 +9,8 @@
 
 namespace {
 
-// Standard error is where people read: names from requests and rows stand in what
-// goes there. The text's own last line end stays.
+// People read standard error, and its messages contain names from requests and rows. The
+// text's own final line end is kept.
 int printToTerminal(const char *format, va_list arguments)
 {
     char text[2048];

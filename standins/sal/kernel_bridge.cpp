@@ -1,4 +1,4 @@
-// The message of "bridge vlan" over netlink; see the header.
+// Sends the message of "bridge vlan" over netlink.
 #include "standins/sal/kernel_bridge.h"
 
 #include "standins/sal/kernel_words.h"
@@ -15,7 +15,7 @@ namespace {
 constexpr unsigned vlanIds = 4096;
 constexpr size_t plainWords = 7; // "bridge vlan add dev lan1 vid 10"
 
-// What may stand behind those.
+// What may follow those.
 struct Ending {
     size_t count;
     const char *words[2];
@@ -29,13 +29,13 @@ constexpr Ending endings[] = {
     {2, {"pvid", "untagged"}, 0, BRIDGE_VLAN_INFO_PVID | BRIDGE_VLAN_INFO_UNTAGGED},
 };
 
-// The message, and how long each attribute is with its head.
+// The message, and the length of each attribute with its header.
 struct Request {
     nlmsghdr head;
     ifinfomsg link;
-    rtattr ofBridge; // around the others
+    rtattr ofBridge; // contains the others
     rtattr flagsHead;
-    uint16_t flags; // who is meant; 0: the bridge that the interface is a port of
+    uint16_t flags; // addressee; 0: the bridge that the interface is a port of
     uint16_t padding;
     rtattr vlanHead;
     bridge_vlan_info vlan;
@@ -45,7 +45,7 @@ constexpr uint16_t vlanLength = 8;
 constexpr uint16_t ofBridgeLength = 20;
 static_assert(sizeof(Request) == sizeof(nlmsghdr) + sizeof(ifinfomsg) + ofBridgeLength);
 
-// Where messages go, made by the first one and kept, and the last one's number.
+// The socket for messages, opened by the first one and kept, and the last one's number.
 constinit int kernel = -1;
 constinit uint32_t sequence = 0;
 
@@ -56,18 +56,18 @@ bool kernelSocket()
     return kernel >= 0;
 }
 
-// Whether the kernel did as it was told. It answers before it returns from sending.
+// Whether the kernel carried out the message. It answers before send() returns.
 bool done(const Request &request)
 {
     struct {
         nlmsghdr head;
         nlmsgerr outcome;
-    } answer = {}; // cut where it goes on
+    } answer = {}; // the rest is cut off
     const bool answered = send(kernel, &request, sizeof(request), 0) == sizeof(request) &&
                           recv(kernel, &answer, sizeof(answer), MSG_DONTWAIT) == sizeof(answer) &&
                           answer.head.nlmsg_type == NLMSG_ERROR &&
                           answer.head.nlmsg_seq == request.head.nlmsg_seq;
-    if (!answered) { // whatever may still come is nobody's answer
+    if (!answered) { // a late answer must not be taken for another's
         close(kernel);
         kernel = -1;
     }

@@ -1,4 +1,4 @@
-// The ioctl requests of vconfig and ifconfig; see the header.
+// Makes the ioctl requests of vconfig and ifconfig.
 #include "standins/sal/kernel_vlan.h"
 
 #include "platform/sal.h"
@@ -16,7 +16,7 @@ namespace {
 constexpr int toolFailed = 1; // exit status of either tool
 constexpr unsigned vlanIds = 4096;
 constexpr unsigned tagPriorities = 8;
-constexpr unsigned anyNumber = 1u << 28; // ten times it fits
+constexpr unsigned anyNumber = 1u << 28; // ten times this still fits
 
 struct Operation {
     const char *name; // second word
@@ -31,8 +31,8 @@ constexpr Operation operations[] = {
     {"set_egress_map", 5, SET_VLAN_EGRESS_PRIORITY_CMD},
 };
 
-// Where requests go. Made by the first one and kept, since a start with many VLANs has
-// twenty for each.
+// The socket for requests, opened by the first one and kept, since a startup with many
+// VLANs has twenty for each.
 constinit int kernel = -1;
 
 bool kernelSocket()
@@ -75,7 +75,7 @@ bool vconfigRun(char *const words[], const Operation &operation, int &status)
     status = 0;
     if (ioctl(kernel, SIOCSIFVLAN, &request) >= 0)
         return true;
-    // No VLANs in this kernel, or none yet: the tool may know a way.
+    // No VLANs in this kernel, or not yet: the tool may know a way.
     if (errno == ENOPKG || errno == ENOTTY || errno == EOPNOTSUPP)
         return false;
     salFilePrintf(stderr, "vconfig: ioctl error for %s: %s\n", words[1], strerror(errno));

@@ -1,4 +1,4 @@
-// Words of a command line that is carried out without its program.
+// The words of a command line that is carried out without running the program.
 #pragma once
 
 #include <cstring>
@@ -11,7 +11,7 @@ inline bool isTool(const char *word, const char *name)
     return strcmp(word, name) == 0;
 }
 
-// A plain decimal number below a limit; the tool has its own words about any other.
+// A plain decimal number below a limit; for any other, the tool prints its own message.
 inline bool numberRead(const char *word, unsigned limit, unsigned &number)
 {
     number = 0;
@@ -23,7 +23,7 @@ inline bool numberRead(const char *word, unsigned limit, unsigned &number)
     return *word != '\0' && number < limit;
 }
 
-// False for a name that the tool would cut.
+// False for a name that the tool would truncate.
 template <size_t N>
 bool nameCopy(char (&to)[N], const char *name)
 {

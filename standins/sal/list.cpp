@@ -1,5 +1,5 @@
-// Intrusive doubly linked lists in append order. A removed element has no
-// links, so that removing it again changes nothing.
+// Intrusive doubly linked lists in append order. A removed element has no links, so
+// removing it again changes nothing.
 #include "standins/sal/exported.h"
 
 void salListInit(SalList *list)

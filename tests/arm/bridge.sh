@@ -1,8 +1,8 @@
 # shellcheck shell=sh
 # Runs on the guest, called by target/bridge-test after tests/arm/bridge_up.sh: after each
-# configuration of /plan, every interface of every host asks for every address; who answers,
-# and who hears what with which tag, must be what is said there. The outcome of 'swctl
-# explain' goes back as an archive.
+# configuration in /plan, every interface of every host sends a request for every address;
+# who answers, and who hears what with which tag, must match the plan. The output of
+# 'swctl explain' is returned as an archive.
 : "${vlans:?}"
 mkdir /tmp/report
 steps=0

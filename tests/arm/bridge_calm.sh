@@ -1,7 +1,7 @@
 # shellcheck shell=sh
-# Runs on the guest, called by target/bridge-test after tests/arm/bridge_up.sh: what goes
-# wrong with a change leaves the old configuration or the new one, and a VLAN that no
-# change is about loses no frame.
+# Runs on the guest, called by target/bridge-test after tests/arm/bridge_up.sh: a change
+# that goes wrong leaves either the old or the new configuration, and a VLAN that no change
+# concerns loses no frame.
 : "${ip:?}"
 expect() { # expect STATUS COMMAND...
     wanted=$1
@@ -64,7 +64,7 @@ expect 0 swctl repair
 what="a VLAN that somebody else changed, repaired"
 sees 1
 
-# VLAN 10 carries on while others change, one is refused and the service is killed.
+# VLAN 10 keeps working while others change, one change is refused and the service is killed.
 echo '{"vlans": [{"vlanId": 10, "interfaceName": "br0", "fwdMap": "0,1", "untagMap": "0,1"}]}' > /tmp/calm
 expect 0 swctl apply /tmp/calm
 $ip netns exec h1 ping -I eth0 -i 0.01 -w 200 10.0.0.2 > /tmp/pings &
@@ -86,7 +86,7 @@ for id in 40 41 42 43 44 45 46 47 48 49; do
 done
 kill -INT $pinging
 wait $pinging || true
-# The last request may have been on its way when it ended.
+# The last request may have been under way when it ended.
 awk -v changes=$changes '
     match($0, /seq=[0-9]+/) { lost += substr($0, RSTART + 4, RLENGTH - 4) - next_; next_ = substr($0, RSTART + 4, RLENGTH - 4) + 1 }
     / packets transmitted/ { lost += ($1 - next_ > 1) ? $1 - next_ : 0 }

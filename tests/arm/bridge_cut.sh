@@ -1,8 +1,8 @@
 # shellcheck shell=sh
-# Runs on the guest, called by target/bridge-test after tests/arm/bridge_up.sh: one life
-# with the database on the disk. After a loss of power frames do as in configuration 1 or
-# 2; then both are applied in turn until the power goes after $cut ms, or the life ends for
-# 0 ms.
+# Runs on the guest, called by target/bridge-test after tests/arm/bridge_up.sh: one boot
+# with the database on the disk. After a power failure, frames behave as in configuration 1
+# or 2; then both are applied in turn until the power fails after $cut ms, or, for 0 ms, the
+# guest stops.
 : "${cut:?}"
 [ -e /etc/swmgr/lives ] || swctl apply /plan/1.json > /tmp/answer 2>&1 || { cat /tmp/answer; fail "apply"; }
 echo >> /etc/swmgr/lives

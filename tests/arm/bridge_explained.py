@@ -1,9 +1,9 @@
 #!/usr/bin/python3
-"""Follows each frame by what 'swctl explain' said of it, and compares with what frames did.
+"""Follows each frame through the answers of 'swctl explain', and compares with what frames did.
 
     bridge_explained.py PLAN REPORT
 
-PLAN has N.frames as bridge_plan.py wrote them, and the guest found them true; REPORT has
+PLAN has N.frames as bridge_plan.py wrote them, and the guest has verified them; REPORT has
 N.explained, the answers to 'swctl explain vlan V port all --json' one after another.
 """
 import json
@@ -19,7 +19,7 @@ def arrivals(fate):
 
 
 def frames(said):
-    """`said`: (VLAN, port): what explain says."""
+    """`said` maps (VLAN, port) to what explain says."""
     lines = set()
 
     def fate(port, tag):
@@ -30,7 +30,7 @@ def frames(said):
         return answers[0]
 
     def back(asker, tag, arrives, address):
-        """An answer on its way to who asked with `tag`."""
+        """An answer on its way to the host that asked with `tag`."""
         if arrives is not None:
             lines.add(f"heard h{asker + 1} {arrives} {address}")
             if arrives == tag:
@@ -68,4 +68,4 @@ if __name__ == "__main__":
         steps += 1
         frames_seen += len(seen)
     assert steps
-    print(f"swctl explain foretells all {frames_seen} lines of {steps} configurations, and no other")
+    print(f"swctl explain predicts exactly the {frames_seen} lines of {steps} configurations")

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Makes random configurations of a bridge with four ports, and says what frames must do.
+"""Makes random configurations of a bridge with four ports, and computes what frames must do.
 
     bridge_plan.py FOLDER COUNT SEED
 
-Writes N.json, which 'swctl apply' takes, and N.frames, what swframes must print with the
-hosts of simulator/bridge/hosts.sh. What is here is worked out from the rows alone.
+Writes N.json, which 'swctl apply' takes, and N.frames, which swframes must print with the
+hosts of simulator/bridge/hosts.sh. Everything is computed from the rows alone.
 """
 import json
 import pathlib
@@ -38,13 +38,13 @@ def interface(tag):
 
 
 def frames(vlans):
-    """Every frame that gets into a VLAN is heard by its other members, and by no one else."""
+    """Every frame that enters a VLAN is heard by its other members, and by nobody else."""
     lines = set()
     for vlan in vlans:
         number = vlan["vlanId"]
         tags = {port: 0 if port in ports(vlan["untagMap"]) else number
                 for port in ports(vlan["fwdMap"])}
-        # A member may send with the tag, even where it gets the VLAN's frames without.
+        # A member may send tagged frames, even if it receives the VLAN's frames untagged.
         for port, tag in {(port, sent) for port in tags for sent in (tags[port], number)}:
             asker = f"10.{tag}.0.{port + 1}"
             answering = {other: f"10.{tags[other]}.0.{other + 1}" for other in tags if other != port}

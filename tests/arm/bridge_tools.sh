@@ -1,7 +1,7 @@
 # shellcheck shell=sh
 # Runs on the guest, called by target/bridge-test after tests/arm/bridge_up.sh: lines of
-# "bridge vlan", once by the program and once by the kernel's own messages. What they print,
-# their statuses and what the kernel holds afterwards must be the same. Then a start with
+# "bridge vlan", once by the program and once by messages to the kernel. Their output, their
+# statuses and what the kernel holds afterwards must be the same. Then a startup with
 # $vlans_started VLANs on four ports, both ways.
 : "${vlans_started:=24}" "${SWMGR_DATABASE:?}"
 held() { bridge -j vlan show; }
@@ -40,7 +40,7 @@ bridge vlan add dev lan1 vid 28 29
 bridge vlan set dev lan1 vid 10
 bridge vlan
 END_OF_LINES
-# outcome WAY USER: into /tmp/WAY
+# outcome WAY USER: writes the outcome to /tmp/WAY
 outcome() {
     clear
     su "$2" -c "SAL_VLAN=$1 salrun" < /tmp/lines > "/tmp/$1" 2>&1 || fail "salrun"
@@ -53,7 +53,7 @@ for user in root guest; do
     echo "$(wc -l < /tmp/lines) lines as $user, $(grep -c '^[1-9]' /tmp/tool) of them fail: the same both ways"
 done
 
-# Where there is no program to fall back to, the messages alone must do it.
+# If there is no program to fall back to, the messages alone must suffice.
 clear
 printf 'bridge vlan %s\n' "add dev lan1 vid 10" "add dev lan2 vid 10 pvid untagged" \
     "add dev br0 vid 10 self" "add dev lan3 vid 10" "del dev lan3 vid 10" \
@@ -72,7 +72,7 @@ sqlite3 "$SWMGR_DATABASE" "DELETE FROM vlanEncapIf;
     INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap, untagMap, inSwitchOnly)
     SELECT n, 'br0', '0,1,2,3', CASE WHEN n < 6 THEN n - 2 END, n % 2 FROM id;"
 for way in tool kernel; do
-    # As after a boot: the service makes the bridge anew.
+    # As after a boot: the service creates the bridge again.
     for entry in /proc/net/vlan/br0.*; do
         [ ! -e "$entry" ] || "${ip:?}" link delete "${entry##*/}"
     done

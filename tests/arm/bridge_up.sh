@@ -1,6 +1,6 @@
 # shellcheck shell=sh
 # Runs on the guest before the other scripts of target/bridge-test: a gateway whose switch
-# is a bridge with four ports, a host at each, and the service started.
+# is a bridge with four ports and a host at each, with the service started.
 set -eu
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin SWMGR_DATABASE=/etc/swmgr/config.db
 hosts=4 vlans="10 20 30" ip=/usr/sbin/ip # busybox's own has no name spaces

@@ -1,10 +1,10 @@
 #!/usr/bin/env python3
-"""Compares what the guest held after each step with its database.
+"""Compares the state of the guest after each step with its database.
 
     check.py REPORT
 
-REPORT is the folder that tests/arm/guest.sh has collected. What must be there is
-worked out from the rows, by the account that the end-to-end tests keep.
+REPORT is the folder that tests/arm/guest.sh has collected. The expected state is
+computed from the rows, with the model of the end-to-end tests.
 """
 import json
 import pathlib
@@ -31,7 +31,7 @@ def same(step, what, found, wanted):
 
 
 def rows_of(folder):
-    """The rows of the three tables, in their order."""
+    """The rows of the three tables, in order."""
     database = sqlite3.connect(f"file:{folder / 'config.db'}?mode=ro", uri=True)
     database.row_factory = sqlite3.Row
     rows = [[dict(row) for row in database.execute(f"SELECT * FROM {table} ORDER BY rowid")]
@@ -41,7 +41,7 @@ def rows_of(folder):
 
 
 def changed(expected, before, after):
-    """The changes of guest.sh, in its order."""
+    """The changes that guest.sh makes, in order."""
     old, new = ({row["vlanId"]: row for row in rows} for rows in (before, after))
     expected.add(new[30])
     expected.add(new[4094])
@@ -83,7 +83,7 @@ def check_interfaces(step, folder):
 
 
 def check_process(step, folder):
-    """Returns the memory that the service takes, in kB."""
+    """Returns the memory that the service uses, in kB."""
     status = dict(line.split(":\t", 1) for line in (folder / "process").read_text().splitlines()
                   if ":\t" in line)
     for kind in ("CapPrm", "CapEff", "CapBnd"):

@@ -1,13 +1,13 @@
 # shellcheck shell=sh
-# Runs on the guest, called by target/guest-test: starts the service,
-# changes the configuration, restarts, and after each step collects what kernel,
-# chip and engine hold. What it should be is for tests/arm/check.py to say.
+# Runs on the guest, called by target/guest-test: starts the service, changes the
+# configuration, restarts, and after each step collects what kernel, chip and engine hold.
+# tests/arm/check.py knows what it should be.
 set -eu
 fail() { echo "FAILED: $*"; exit 1; }
 export SWMGR_DATABASE=/etc/swmgr/config.db
 report=/tmp/report
 
-# The state of everything, as it is now, into a folder of its own.
+# Saves the current state of everything to a separate folder.
 collect() {
     folder=$report/$1
     mkdir -p "$folder/vlan" "$folder/uptime"
@@ -39,7 +39,7 @@ hardware || fail "no hardware"
 service-up || fail "the service does not start"
 collect start
 
-# Changes while it runs: the database's row and the hardware in one command.
+# Live changes: the database's row and the hardware in one command.
 expect 0 swctl vlan add 30 --interface eth1 --ports 0-2 --untagged 0
 expect 0 swctl vlan add 4094 --interface eth0 --ports 3
 expect 0 swctl vlan set 10 --ports 1,2,4 --untagged 1
@@ -49,20 +49,20 @@ expect 0 swctl rate-limit --port 2 --rate 640
 expect 0 swctl queues --port 3 --queues 4 --mode 1 --weights 1,2,4,8
 expect 0 swctl bandwidth eth1 20000 50 --event 22
 
-# Refused, and nothing follows from it: a name that would reach a shell, and
-# somebody who is not in the service's group.
+# Refused, without any effect: a name that would reach a shell, and a user who is not in
+# the service's group.
 expect 2 swctl vlan add 31 --interface 'eth0;reboot' --ports 1
 expect 3 su guest -c "swctl request vlan-add 32 --interface eth0 --ports 1"
 collect changed
 
-# Killed, changed behind its back, and started on hardware that still holds all.
+# Killed, changed behind its back, and started on hardware that still holds everything.
 kill -9 "$(cat /run/swmgrd.pid)"
 sqlite3 $SWMGR_DATABASE "UPDATE vlanEncapIf SET untagMap = '1,2', fwdMap = '1,2' WHERE vlanId = 30"
 /etc/init.d/S60swmgr stop > /dev/null
 service-up || fail "the service does not start after kill -9"
 collect killed
 
-# Everything anew, as after a loss of power.
+# Everything from scratch, as after a power failure.
 /etc/init.d/S60swmgr stop > /dev/null || fail "the service does not stop"
 killall swcuse
 for entry in /proc/net/vlan/eth*; do ip link delete "${entry##*/}"; done

@@ -1,13 +1,12 @@
 # shellcheck shell=sh
-# One life of the guest in target/power-test, which sets step and wait. The database is
-# on the disk. Where it comes up after a loss of power, it is first looked whether all
-# is well.
+# One boot of the guest in target/power-test, which sets step and wait. The database is on
+# the disk. After a power failure, it first checks that everything is in order.
 set -eu
 : "${step:?}" "${wait:?}"
 fail() { echo "FAILED: $*"; exit 1; }
 export SWMGR_DATABASE=/etc/swmgr/config.db
 
-# What the rows are, without what is only counted up.
+# The rows, without columns that only count up.
 rows() { sqlite3 $SWMGR_DATABASE "SELECT vlanId, fwdMap, untagMap FROM vlanEncapIf ORDER BY vlanId"; }
 # expect STATUS COMMAND...
 expect() {
@@ -35,7 +34,7 @@ case $step in
 trial)
     rows > /etc/swmgr/before
     sync
-    # The shell that asked for it is gone at once, and with it the session.
+    # The shell that made the change is gone at once, and its session with it.
     setsid sh -c 'swctl vlan add 30 --interface eth0 --ports 1,2 --confirm 3; kill -9 $$' || true
     [ "$(rows)" != "$(cat /etc/swmgr/before)" ] || fail "the change on trial was not made"
     tries=0
@@ -59,7 +58,7 @@ taken-back)
     echo "taken back after a loss of power"
     ;;
 cut)
-    # Each of the changes is whole or not there: 40 and 41 come and go together.
+    # Each change is complete or absent: 40 and 41 come and go together.
     both=$(rows | grep -c '^4[01]|' || true)
     [ "$both" -eq 0 ] || [ "$both" -eq 2 ] || fail "half of a batch is there: $(rows)"
     (usleep "${wait}000"; powerGoes) &

@@ -1,6 +1,6 @@
 # shellcheck shell=sh
-# Runs on the guest under systemd, called by target/systemd-test: the
-# service must do all its work with what its unit leaves it, and have no more.
+# Runs on the guest under systemd, called by target/systemd-test: the service must be able
+# to do all its work within its unit's restrictions, which must be in force.
 set -eu
 export PATH=/usr/sbin:/usr/bin:/sbin:/bin SWMGR_DATABASE=/etc/swmgr/config.db
 fail() {
@@ -26,7 +26,7 @@ check_state 30
 systemctl restart swmgrd || fail "no restart"
 check_state 10 20 30 100 200 300
 
-# What the metrics unit is left suffices for every part.
+# The metrics unit's restrictions allow it to read every part.
 metrics=/var/lib/prometheus/node-exporter/swmgr.prom
 mkdir -p "${metrics%/*}"
 systemctl start swmgr-metrics.service || fail "no metrics"
@@ -36,7 +36,7 @@ for line in 'swmgr_up 1' 'swmgr_healthy 1' 'swmgr_vlans_applied 6' 'swmgr_start_
 done
 ! grep -q 'part_readable.* 0' $metrics || { cat $metrics; fail "a part is not readable"; }
 
-# Command lines and their tools say on standard error what was denied to them.
+# Command lines and their tools report on standard error what they were denied.
 if journalctl --no-pager -o cat -u swmgrd | grep -E '^sh:|denied|not permitted|Bad file'; then
     fail "something was denied"
 fi

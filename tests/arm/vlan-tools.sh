@@ -1,14 +1,13 @@
 # shellcheck shell=sh
-# Runs on the guest, called by target/guest-test: the command lines about
-# sub-interfaces, once by the programs and once by the kernel's own requests. What
-# they print, their statuses and what the kernel holds afterwards must be the same.
-# Then a start with $vlans VLANs, both ways.
+# Runs on the guest, called by target/guest-test: the command lines about sub-interfaces,
+# once by the programs and once by kernel requests. Their output, their statuses and what
+# the kernel holds afterwards must be the same. Then a startup with $vlans VLANs, both ways.
 set -eu
 : "$vlans"
 fail() { echo "FAILED: $*"; exit 1; }
 hardware || fail "no hardware"
 
-# What the kernel holds, without counters and numbers of interfaces.
+# What the kernel holds, without counters and interface numbers.
 held() {
     cat /proc/net/vlan/config
     for entry in /proc/net/vlan/*.*; do
@@ -58,7 +57,7 @@ vconfig rem eth0.10
 vconfig rem
 vconfig set_flag eth0.4094 1 1
 END
-# outcome WAY USER: into /tmp/WAY
+# outcome WAY USER: writes the outcome to /tmp/WAY
 outcome() {
     for entry in /proc/net/vlan/*.*; do
         [ ! -e "$entry" ] || ip link delete "${entry##*/}" 2> /dev/null || true

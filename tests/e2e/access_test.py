@@ -15,7 +15,7 @@ PWNED = "/run/gateway/pwned"
 TABLES = ("swGlobalCfg", "swPortConfig", "vlanEncapIf")
 STRANGER = 65534  # a user and group that owns nothing
 
-# Each would leave the file behind if a shell took it apart.
+# Each would create the file if a shell interpreted it.
 INJECTIONS = (
     f"eth0;touch {PWNED}", f"eth0\ntouch {PWNED}\n", f"$(touch {PWNED})", f"`touch {PWNED}`",
     f"eth0|touch {PWNED}", f"eth0||touch {PWNED}", f"eth0&touch {PWNED}&", f"eth0&&touch {PWNED}",
@@ -23,7 +23,7 @@ INJECTIONS = (
     f"eth0\ttouch {PWNED}", f"${{IFS}}touch {PWNED}", f"\\\ntouch {PWNED}", f"eth0\r{PWNED}",
     f"../..{PWNED}", f"é{PWNED}", "%s%s%s%n%n", "*", "~", "!!",
 )
-# What a name may hold can still look like an option.
+# A valid name can still look like an option.
 ODD_BUT_ALLOWED = ("-v", "--help", "-", "..", "@", "eth0:1", "a" * 63)
 SQL = ("vlanEncapIf; DROP TABLE vlanEncapIf", "vlanEncapIf; DELETE FROM vlanEncapIf --",
        "vlanEncapIf WHERE 1 OR 1 --", "(SELECT 1) --", "vlanEncapIf/**/", "'", '"',
@@ -46,7 +46,7 @@ class Hostile(GatewayTest):
                  if line.startswith("tool  | ")]
         self.checked = len(calls)
         for call in calls:
-            # The tools complain about odd names in what follows the arrow.
+            # After the arrow, the tools complain about odd names.
             call = call.split(" -> ")[0]
             self.assertNotIn("touch", call, what)
             self.assertNotIn("pwned", call, what)
@@ -110,7 +110,7 @@ class Hostile(GatewayTest):
                     "INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap, untagMap, "
                     "LogicalIfName, ingressMap, egressMap) VALUES (?, 'eth0', ?, ?, ?, ?, ?)",
                     1000 + number, f"1,{name}", name, name, name, name)
-                # A port list that is none names port 0 at most.
+                # An invalid port list names port 0 at most.
                 self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), 0)
                 self.hardware.write("INSERT INTO swPortConfig (switchName, portNumber, phyDevice) "
                                     "VALUES ('PSE', 6, ?)", f"{name}:1")
@@ -132,7 +132,7 @@ class Hostile(GatewayTest):
                 row_id = self.hardware.write(
                     "INSERT INTO vlanEncapIf (vlanId, interfaceName) VALUES (77, ?)", name)
                 row = self.hardware.rows("vlanEncapIf")[row_id]
-                # No such interface: the tool refuses, which counts as done.
+                # No such interface: the tool refuses, which counts as success.
                 self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), 0)
                 self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.DELETE, row), 0)
                 self.hardware.write("DELETE FROM vlanEncapIf WHERE rowid=?", row_id)
@@ -148,7 +148,7 @@ class Hostile(GatewayTest):
                 self.hardware.write(f"UPDATE {table} SET {column}=? WHERE rowid=1",
                                     f"eth0;touch {PWNED};$(touch {PWNED})")
                 self.assertTrue(self.hardware.start())
-                # Refused or not, it serves.
+                # Refused or not, the service keeps serving.
                 self.hardware.ask(47, relay.switch_command(b"PSE", b"\1"))
                 self.assertEqual(self.hardware.ask(47, b""), -22)
                 self.assertEqual(self.hardware.stop(), 0)
@@ -172,7 +172,7 @@ class Hostile(GatewayTest):
         self.assertTrue(self.hardware.answers(), self.hardware.said)
 
 
-# What a process of another user finds at the service's door.
+# Tries to reach the service as a process of another user.
 VISITOR = """
 import sys
 sys.path.insert(0, sys.argv[1])
@@ -194,7 +194,7 @@ class OtherUsers(GatewayTest):
     def test_other_users(self):
         self.hardware = self.gateway()
         self.hardware.state.chmod(0o755)
-        # Where anybody may read it, unlike the source tree perhaps.
+        # Somewhere anybody can read it, as may not be true of the source tree.
         self.modules = str(self.hardware.state / "modules")
         os.mkdir(self.modules)
         shutil.copy(relay.__file__, self.modules)
@@ -209,7 +209,7 @@ class OtherUsers(GatewayTest):
         self.assertEqual(self.visit(**dict(nobody, group=0)), "-22")
         self.assertEqual(self.visit(**dict(nobody, extra_groups=[0])), "-22")
 
-        # With the doors left open, the service itself turns strangers away.
+        # Even with the directory open to all, the service itself refuses strangers.
         directory.chmod(0o755)
         door.chmod(0o666)
         self.assertEqual(self.visit(**nobody), str(relay.NOT_ADMITTED))

@@ -1,7 +1,7 @@
 """Random but seeded changes of a running gateway, made by swctl and by sqlite3
-as a foreign writer. After each, chip, engine and host hold what is worked out
-from the database, and the answers are the documented ones. Malformed messages
-in between disturb nothing."""
+as a foreign writer. After each, chip, engine and host hold what the database
+implies, and the answers are the documented ones. Malformed messages in between
+disturb nothing."""
 
 import collections
 import itertools
@@ -67,7 +67,7 @@ class Changes(GatewayTest):
         for count, (what, packet, answer) in enumerate(malformed.everything(), 1):
             with self.subTest(what):
                 self.send(what, packet, answer)
-        # What is answered with "done" may not have done anything either.
+        # A request answered with success may have done nothing, too.
         self.check("malformed messages")
         self.assertEqual([self.hardware.chip()["vlans"], self.hardware.engine()], held)
         self.assertEqual(self.dump(), database)
@@ -88,7 +88,7 @@ class Changes(GatewayTest):
             self.assertEqual(relay.exchange(self.hardware.relay, packet), answer, what)
             return
         with relay.connect(self.hardware.relay) as connection:
-            # A request behind it shows that it was taken and not answered.
+            # A later request shows that it was received and not answered.
             connection.send(packet)
             connection.send(relay.frame(relay.REQUEST, 47, b"", sequence=9))
             self.assertEqual(relay.receive(connection)[0], malformed.INVALID, what)
@@ -98,7 +98,7 @@ class Changes(GatewayTest):
                          f"swctl {arguments}: {self.hardware.said}")
 
     def foreign(self, answer, op_code, row_id, old=None, table="vlanEncapIf"):
-        """The event that the foreign writer sends for its change."""
+        """The event that the foreign writer sends about its change."""
         self.assertEqual(self.hardware.event(table, row_id, op_code, old), answer)
 
     def restart(self):
@@ -123,13 +123,13 @@ class Changes(GatewayTest):
         return self.random.choice([vlan for vlan in IDS if vlan not in used])
 
     def any_row(self):
-        """A row of a VLAN with its id; none when there is none."""
+        """A VLAN's row with its id, or none."""
         rows = self.hardware.rows("vlanEncapIf")
         return self.random.choice(list(rows.items())) if rows else (None, None)
 
     def by_swctl(self):
-        """swctl sees to more than one row and settles what differs: what the service
-        does by itself is looked at through plain writers."""
+        """swctl changes more than one row and settles what differs; what the service does
+        by itself is tested with plain writers."""
         return False
 
     # --- changes of VLANs ---------------------------------------------------
@@ -139,7 +139,7 @@ class Changes(GatewayTest):
                 row["untagMap"], "--switch-only", "on" if row["inSwitchOnly"] else "off")
 
     def insert(self, row):
-        """By the foreign writer; without an event so far."""
+        """By the foreign writer, without an event yet."""
         columns, values = ", ".join(row), ", ".join(text(value) for value in row.values())
         return int(self.hardware.sqlite3(f"INSERT INTO vlanEncapIf ({columns}) VALUES ({values});"
                                          "SELECT last_insert_rowid()"))
@@ -187,7 +187,7 @@ class Changes(GatewayTest):
         return f"delete {row}"
 
     def vlan_request(self):
-        """Without the database: the VLAN is there for a moment only."""
+        """Not in the database: the VLAN exists only for a moment."""
         row = self.vlan(self.free_id())
         self.swctl(0, "request", "vlan-add", row["vlanId"], *self.options(row))
         self.assertTrue(self.expected.add(row))
@@ -207,7 +207,7 @@ class Changes(GatewayTest):
         return f"duplicate {row}"
 
     def refused(self, row):
-        """The writer puts back what the service does not take."""
+        """The writer reverts what the service refuses."""
         if self.by_swctl():
             self.swctl(1, "vlan", "add", row["vlanId"], *self.options(row))
         else:
@@ -224,7 +224,7 @@ class Changes(GatewayTest):
     def missing_interface(self):
         row = dict(self.vlan(self.free_id()), interfaceName="eth7", fwdMap="0,1,2,3")
         self.refused(row)
-        # The chip has it by then; a request clears it.
+        # The chip has the VLAN by then; a request clears it.
         self.check(f"missing interface {row}; seed {SEED}")
         self.swctl(0, "request", "vlan-delete", row["vlanId"], "--interface", "eth7")
         self.expected.delete(row)

@@ -3,8 +3,8 @@
     document_test.py [PAGE]     (docs/bringing-up-a-board.md)
 
 A command is an indented line that begins with "$ "; the indented lines below it are
-what it prints. In these "..." stands for any text, on a line of its own for any lines.
-A command ends with 0; where it does not, the page says so with "; echo $?".
+what it prints. In these "..." stands for any text, or alone on a line for any lines. A
+command ends with 0; if it does not, the page says so with "; echo $?".
 """
 
 import pathlib
@@ -19,7 +19,7 @@ HERE = {"SWMGR_DATABASE": "/run/gateway/switch.db"}  # in the place of /etc/swmg
 
 
 def commands(text):
-    """Pairs of a command and the lines that it prints, from the page."""
+    """Pairs of a command and its output lines, from the page."""
     found = []
     for line in text.splitlines():
         if line.startswith(INDENT + "$ "):
@@ -33,7 +33,7 @@ def commands(text):
 
 
 def pattern(lines):
-    """What matches these lines."""
+    """A pattern that matches these lines."""
     parts = [r"(?:.*\n)*?" if line == "..." else
              "[^\n]*?".join(map(re.escape, line.split("..."))) + "\n" for line in lines]
     return re.compile("".join(parts))
@@ -45,7 +45,7 @@ class Document(GatewayTest):
         self.board.start_log_daemon()
 
     def execute(self, line):
-        """Starts of the service are the test's; everything else is the shell's."""
+        """The test starts the service; the shell runs everything else."""
         if line == "systemctl restart swmgrd":
             self.assertEqual(self.board.stop(), 0)
         if line in ("systemctl restart swmgrd", "systemctl start swmgrd"):

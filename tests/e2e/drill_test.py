@@ -1,7 +1,7 @@
-"""A drill for swctl's word: random but seeded operations on a gateway whose tools
+"""A drill for what swctl reports: random but seeded operations on a gateway whose tools
 fail, whose service is killed and where writers and clients are interrupted. After
-each, a short calculation of its own from the database and from what chip, engine
-and kernel hold decides whether they agree; swctl must have said just that."""
+each, an independent short calculation from the database and from what chip, engine
+and kernel hold decides whether they agree; swctl must have reported just that."""
 
 import os
 import random
@@ -60,8 +60,8 @@ class Drill(GatewayTest):
                            self.hardware.uptime_records())
         held["chip VLANs"] = {vlan: maps for vlan, maps in held["chip VLANs"].items()
                               if maps != (0, 0) or vlan in wanted["chip VLANs"]}
-        # A default tag has an effect where the port is untagged in some VLAN. The
-        # engine numbers its entries anew at each start and keeps older ones.
+        # A default tag has an effect only if the port is untagged in some VLAN. The
+        # engine renumbers its entries at each startup and keeps older ones.
         takes = [port for port, drops in wanted["chip non-802.1Q"].items() if drops == 0]
         for tables in (wanted, held):
             tables["chip PVIDs"] = {port: tables["chip PVIDs"][port] for port in takes}
@@ -81,7 +81,7 @@ class Drill(GatewayTest):
         return ",".join(str(port) for port in range(5) if self.random.random() < most / 5)
 
     def operations(self):
-        """One command, several at once, or the last change taken back."""
+        """One command, several at once, or undoing the last change."""
         chance = self.random.random()
         if chance < 0.1 and self.swctl("undo", "--dry-run") != USAGE:
             return ("undo",), ""
@@ -131,7 +131,7 @@ class Drill(GatewayTest):
             self.words[status] += 1
             was, agreed = agreed, self.agree()
             self.assertIn(status, (APPLIED, REFUSED, DIFFERS), what)
-            # Refused is what left everything as it was, whatever that may have been.
+            # A refused change leaves everything as it was, whatever that was.
             self.assertTrue(agreed == (status != DIFFERS) or status == REFUSED and not was,
                             f"{what}{self.seen}")
             if status == REFUSED:
@@ -151,7 +151,7 @@ class Drill(GatewayTest):
                  f"{self.words[REFUSED]} refused, {self.words[DIFFERS]} differ")
 
     def test_two_clients_at_once(self):
-        """One waits for the other; both changes are there at the end."""
+        """One waits for the other; both changes are made in the end."""
         environment = dict(os.environ, RELAY_DIR=str(self.hardware.state / "relay"),
                            SWMGR_DATABASE=str(self.hardware.state / "switch.db"))
         clients = [subprocess.Popen([BUILD / "bin/swctl", "vlan", "add", str(vlan), "--ports", "1",

@@ -1,11 +1,11 @@
-"""What chip, engine and host should hold, worked out from the database's rows.
+"""What chip, engine and host should hold, computed from the database's rows.
 
-A second, independent account of the rules: plain sets and dictionaries, no
+A second, independent implementation of the rules: plain sets and dictionaries, no
 commands and no hierarchy. Rows come as dictionaries, in the order of the table.
 
 The chip's table and the engine's follow from the rows alone. Default tags also
 depend on the order of changes: a port belongs untagged to the VLAN that claimed
-it last, and keeps that VLAN's id when nobody claims it any more.
+it last, and keeps that VLAN's id when no VLAN claims it any more.
 """
 
 CHIP_PORTS = range(5)
@@ -25,11 +25,11 @@ def mask(ports):
 
 
 class Expected:
-    """Rows in, tables out. A row that the service refuses changes nothing here
-    beyond what it changes there before it is refused."""
+    """Rows in, tables out. A row that the service refuses changes only what it changes
+    in the service before it is refused."""
 
     def __init__(self):
-        # What the hardware keeps when the service starts anew.
+        # What the hardware keeps when the service restarts.
         self.chip_vlans = {}    # id: (members, untagged)
         self.pvid = {port: 1 for port in CHIP_PORTS}
         self.drops_untagged = {port: 0 for port in CHIP_PORTS}
@@ -75,7 +75,7 @@ class Expected:
     # --- VLANs --------------------------------------------------------------
 
     def add(self, row):
-        """Returns whether the service takes the row."""
+        """Returns whether the service accepts the row."""
         vlan = row["vlanId"]
         if vlan in self.claims:
             return False
@@ -156,7 +156,7 @@ class Expected:
     # --- commands -----------------------------------------------------------
 
     def rate_limit(self, port, rate):
-        """`rate` in kbit/s, none to remove the limit."""
+        """`rate` in kbit/s, None to remove the limit."""
         if rate is None:
             self.rates[port] = (0, 0)
         elif 64 <= rate <= 8128:
@@ -167,7 +167,7 @@ class Expected:
             self.rates[port] = (rate // 10240, 2)
 
     def schedule(self, port, queues, mode, weights):
-        """`port` none for every port."""
+        """`port` is None for every port."""
         self.queue_code = {1: 0, 2: 1, 4: 2}[queues]
         exponents = [weight.bit_length() - 1 for weight in weights]
         for number in self.engine_ports if port is None else [port]:
@@ -194,7 +194,7 @@ class Expected:
         }
 
     def differences(self, gateway):
-        """Lines that say what the gateway holds otherwise; none when all is equal."""
+        """Lines that say where the gateway differs; none if it does not."""
         found = held_tables(gateway.chip(), gateway.engine(), gateway.uptime_records())
         return [f"{name}: expected {wanted}, found {found[name]}"
                 for name, wanted in self.tables().items() if wanted != found[name]]

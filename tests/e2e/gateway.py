@@ -1,8 +1,8 @@
 """A simulated gateway for a test: chip, switch manager and database in a sandbox.
 
-Every module of the end-to-end tests starts one or more of these, changes things
-from outside as other processes on a gateway would, and compares what chip and
-engine hold with what it expects.
+Every module of the end-to-end tests starts one or more of these, makes changes from
+outside as other processes on a gateway would, and compares what chip and engine
+hold with what it expects.
 """
 
 import json
@@ -46,7 +46,7 @@ class Gateway:
     """A running sandbox with chip and, once started, switch manager."""
 
     def __init__(self, config=SAMPLE, chip=True, inside=True):
-        # A short path, since the addresses of Unix sockets are short.
+        # A short path, since the addresses of Unix sockets must be short.
         self.logs_here = True  # by the switch manager itself, on standard error
         self.state = pathlib.Path(tempfile.mkdtemp(prefix="gateway-", dir="/tmp"))
         self.database = self.state / "switch.db"
@@ -76,7 +76,7 @@ class Gateway:
             raise RuntimeError(f"the sandbox ended with status {self.sandbox.wait()}")
 
     def inside(self, operation, **arguments):
-        """Has inside.py do something and returns its answer."""
+        """Makes inside.py do something and returns its answer."""
         print(json.dumps({"operation": operation, **arguments}), file=self.sandbox.stdin,
               flush=True)
         answer = json.loads(self.sandbox.stdout.readline())
@@ -85,7 +85,7 @@ class Gateway:
         return answer
 
     def close(self):
-        """Ends everything. Whatever a sanitizer has found fails the test here."""
+        """Ends everything. Fails the test if a sanitizer has found anything."""
         if self.sandbox is not None:
             self.sandbox.stdin.close()
             self.sandbox.wait(120)
@@ -99,7 +99,7 @@ class Gateway:
                     raise AssertionError(f"{name}:\n{text[begin:begin + 8000]}")
 
     def remove(self):
-        """Who watched over a change on trial may still be on its way out."""
+        """The process that watched over a change on trial may still be ending."""
         for _ in range(100):
             try:
                 return shutil.rmtree(self.state)
@@ -120,7 +120,7 @@ class Gateway:
         raise RuntimeError("the chip did not start")
 
     def start_log_daemon(self):
-        """From then on the switch manager logs to it."""
+        """From then on the switch manager logs to this daemon."""
         self.inside("spawn", name="swlogd", argv=["swlogd"])
         while not (self.state / "relay/20.sock").exists():
             time.sleep(0.01)
@@ -128,7 +128,7 @@ class Gateway:
 
     def start(self, env=None, kill_after=0, database="/run/gateway/switch.db", ready=300,
               options=()):
-        """Starts the switch manager; false when it is not ready before its end."""
+        """Starts the switch manager; false if it ends before it is ready."""
         (self.state / "leaks").write_text("".join(f"leak:{name}\n" for name in KEPT))
         env = dict(env or {}, LSAN_OPTIONS="suppressions=/run/gateway/leaks:print_suppressions=0")
         answer = self.inside("spawn", name="swmgrd", env=env, ready=ready, kill_after=kill_after,
@@ -144,7 +144,7 @@ class Gateway:
         return self.inside("end", name="swmgrd", number=0, timeout=0)["status"] is None
 
     def kill(self):
-        """Ends the switch manager without warning, and waits for its last tool."""
+        """Kills the switch manager, and waits for its last tool."""
         self.inside("end", name="swmgrd", number=9, timeout=60)
         self.inside("tools_ended", timeout=60)
 
@@ -157,13 +157,13 @@ class Gateway:
         return text.decode(errors="replace")
 
     def trace(self):
-        """Every call of a tool and every request of the driver so far."""
+        """Every tool call and driver request so far."""
         return (self.state / "trace.log").read_text(errors="replace")
 
     # --- the database -------------------------------------------------------
 
     def sqlite3(self, *commands):
-        """Lets the command-line shell write, as any other process may."""
+        """Makes the sqlite3 shell write, as any other process may."""
         done = subprocess.run(["sqlite3", "-bail", self.database, ".timeout 20000", *commands],
                               capture_output=True, text=True, stdin=subprocess.DEVNULL)
         if done.returncode != 0:
@@ -196,12 +196,12 @@ class Gateway:
         return relay.exchange(self.relay, relay.frame(relay.REQUEST, type_, data, buffer), timeout)
 
     def event(self, table, row_id, op_code, old=None, timeout=60):
-        """A database event; `old` is the row as it was."""
+        """A database event; `old` is the previous row."""
         return self.ask(relay.DB_EVENT, relay.db_event(table, row_id, op_code),
                         relay.old_values(old) if old else b"", timeout)
 
     def answers(self):
-        """The service still does what a well-formed request asks for."""
+        """Whether the service still carries out a well-formed request."""
         return self.swctl("qos", "on", "--force") == 0
 
     def swctl(self, *arguments):
@@ -233,7 +233,7 @@ class Gateway:
 
 
 class GatewayTest(unittest.TestCase):
-    """Tests that have a gateway each, closed when they end."""
+    """Tests with a gateway each, closed at the end."""
 
     longMessage = True
 
@@ -243,7 +243,7 @@ class GatewayTest(unittest.TestCase):
         return gateway
 
     def check_log(self, gateway, *texts):
-        """Each text stands in what was logged since the last look."""
+        """Each text has been logged since the last call."""
         log = gateway.log()
         for text in texts:
             if text not in log:
@@ -251,7 +251,7 @@ class GatewayTest(unittest.TestCase):
 
 
 def main():
-    """Runs the module's tests, or says that there can be no sandbox here."""
+    """Runs the module's tests, or reports that no sandbox is possible here."""
     probe = subprocess.run([TOP / "simulator/sandbox", "--build", BUILD, "--", "true"],
                            stdin=subprocess.DEVNULL)
     if probe.returncode == NO_SANDBOX:

@@ -1,9 +1,9 @@
-"""Runs inside the simulated gateway and does there what the tests ask for.
+"""Runs inside the simulated gateway and does what the tests ask for.
 
 gateway.py copies this file into the sandbox and talks to it through standard
 input and output, one JSON object per line each way. It starts and ends daemons,
-runs commands, and reads the trace into which chip and tools write each step, so
-that a daemon can be killed after a given number of steps.
+runs commands, and reads the trace to which chip and tools write each step, so that
+a daemon can be killed after a given number of steps.
 """
 
 import json
@@ -57,7 +57,7 @@ class Trace:
 
 
 def wait_ready(process, notifications, timeout):
-    """Waits for READY=1. False: the daemon ended or did not get there."""
+    """Waits for READY=1. False: the daemon ended or did not become ready."""
     deadline = time.monotonic() + timeout
     while time.monotonic() < deadline:
         readable, _, _ = select.select([notifications], [], [], 0.05)
@@ -90,7 +90,7 @@ def spawn(name, argv, env=None, ready=0, kill_after=0):
 
 
 def end(name, number, timeout):
-    """Sends a signal, unless it is 0, and waits. The status is none if it does not end."""
+    """Sends a signal, unless it is 0, and waits. The status is None if it does not end."""
     process = children[name]
     if number and process.poll() is None:
         process.send_signal(number)
@@ -120,7 +120,7 @@ def processes():
 
 
 def tools_ended(timeout):
-    """Waits until no tool of a killed daemon is at work any more."""
+    """Waits until no tool of a killed daemon is running any more."""
     deadline = time.monotonic() + timeout
     while time.monotonic() < deadline:
         running = [os.path.basename(words[0]) for words in processes()["processes"]]

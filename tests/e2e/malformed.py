@@ -1,7 +1,7 @@
 """Messages that a broken or hostile client may send, each with its answer.
 
 None of them may change anything. An answer of CLOSED means that the service
-closes the connection without a word.
+closes the connection without an answer.
 """
 
 from relay import (ANSWER, DB_EVENT, DELETE, HEADER, INSERT, INTERFACE_EVENT, LIMIT, NOT_A_MESSAGE,
@@ -14,7 +14,7 @@ UNKNOWN_ROW = 999999
 
 
 def packets():
-    """What is no message, or not the one that its header promises."""
+    """Packets that are not messages, or not what their header says."""
     good = frame(REQUEST, 47, switch_command(b"PSE", b"\1"))
     yield "one byte", b"\0", NOT_A_MESSAGE
     yield "a header cut short", good[:HEADER.size - 1], NOT_A_MESSAGE
@@ -31,7 +31,7 @@ def packets():
 
 
 def unanswered():
-    """Well-formed messages that nobody is to answer."""
+    """Well-formed messages that must not be answered."""
     yield "an answer that nobody waits for", frame(ANSWER, 0, switch_command(b"PSE", b"\1"))
     yield "a post that is refused", frame(POST, DB_EVENT, bytes(79))
 
@@ -76,8 +76,8 @@ def requests():
         yield command(f"command {code}", INVALID, code, b"\xff" * 1300, name)
     yield command("802.1Q mode 2", FAILED, 33, b"\2", b"BCM")
     yield command("a limit for an unknown port", FAILED, 50, b"\x63")
-    # The engine refuses these; what is answered comes from the chip, which
-    # has no such commands and says that all is well.
+    # The engine refuses these; the answer comes from the chip, which does not have
+    # these commands and reports success.
     yield command("QoS 2", DONE, 47, b"\2")
     yield command("three queues", DONE, 48, b"\1\0\0\0\3")
     for code in (-2147483648, 0, 60):
@@ -85,7 +85,7 @@ def requests():
 
 
 def everything():
-    """All of it as (what, packet, answer)."""
+    """All of them as (what, packet, answer)."""
     yield from packets()
     for what, packet in unanswered():
         yield what, packet, CLOSED

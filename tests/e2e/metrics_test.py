@@ -1,4 +1,4 @@
-"""What a monitoring system is told: swctl metrics, with the service up and down."""
+"""swctl metrics, with the service up and down."""
 
 import re
 import subprocess
@@ -10,7 +10,7 @@ DONE, USAGE = 0, 2
 
 class Metrics(GatewayTest):
     def metrics(self, hardware):
-        """The samples by name and labels, accepted by promtool."""
+        """The samples by name and labels, once promtool has accepted them."""
         self.assertEqual(hardware.swctl("metrics"), DONE, hardware.said)
         self.text = hardware.said[:hardware.said.index("# EOF\n") + len("# EOF\n")]
         checked = subprocess.run(["promtool", "check", "metrics"], input=self.text,

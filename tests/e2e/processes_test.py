@@ -22,8 +22,8 @@ HANG_PATH = f"/run/gateway/hang:/gateway/tools:{BUILD}/bin:/sbin:/usr/sbin:/usr/
 
 class Killed(GatewayTest):
     """A client whose answer never comes leaves a row that it has added or changed,
-    and puts back one that it has deleted: then the next start brings the
-    hardware to what the database says."""
+    and restores one that it has deleted, so that the next startup brings the
+    hardware in line with the database."""
 
     def test_killed_at_random_points(self):
         self.random = random.Random(SEED)
@@ -74,9 +74,9 @@ class Killed(GatewayTest):
         return status == DONE
 
     def differences(self, gateway):
-        """Everything that the rows name is there, and nothing forwards that they
-        do not name. The engine's table may hold more at the end: its entries are
-        numbered anew at each start, and those beyond the last VLAN stay."""
+        """Everything that the rows name is there, and nothing that they do not name is
+        forwarded. The engine's table may hold more at the end: its entries are
+        renumbered at each startup, and those beyond the last VLAN stay."""
         expected = Expected()
         expected.start(*(gateway.rows(table).values() for table in TABLES))
         held = held_tables(gateway.chip(), gateway.engine(), gateway.uptime_records())
@@ -99,7 +99,7 @@ class Processes(GatewayTest):
         self.assertIn("another process serves it", second["err"])
         self.assertTrue(gateway.answers(), gateway.said)
         self.assertEqual(gateway.stop(), 0)
-        # Asked to stop while it starts, it completes the start and ends well.
+        # Asked to stop during startup, it completes the startup and ends normally.
         before = gateway.inside("lines")["lines"]
         gateway.start(ready=0, options=["--stop-timeout", "600"])
         while gateway.inside("lines")["lines"] < before + 9:  # some may be the last request's
@@ -153,8 +153,8 @@ class Processes(GatewayTest):
                        "Failed to configure PSE membership for VLAN.", "returned (-110)")
         self.check_ended(gateway)
 
-        # The next request finds the tool well again. The chip had the VLAN by
-        # then, so it is deleted and added.
+        # For the next request the tool works again. The chip has the VLAN by now, so it
+        # is deleted and added.
         tool.unlink()
         self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.DELETE, row), 0)
         self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.INSERT), 0)
@@ -187,7 +187,7 @@ class Processes(GatewayTest):
         sent = collections.Counter()
 
         def flood(packet):
-            """Sends without end and never reads."""
+            """Sends for ever and never reads."""
             while not over.is_set():
                 try:
                     with relay.connect(gateway.relay, timeout=0.2) as connection:
@@ -198,7 +198,7 @@ class Processes(GatewayTest):
                     pass  # cut off, or nobody takes more: begin again
 
         def die():
-            """Asks and is gone before the answer comes."""
+            """Sends a request and disconnects before the answer comes."""
             while not over.is_set():
                 try:
                     with relay.connect(gateway.relay, timeout=0.2) as connection:

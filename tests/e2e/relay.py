@@ -22,12 +22,12 @@ NOT_A_MESSAGE, TOO_LARGE, NOT_ADMITTED = -74, -90, -13
 
 
 class Unanswered(Exception):
-    """The connection ended, or the time was over, before an answer came."""
+    """The connection ended, or the time ran out, before an answer came."""
 
 
 def frame(kind, type_, data=b"", buffer=b"", sequence=1, magic=MAGIC, data_length=None,
           buffer_length=None):
-    """A message; the lengths that its header states can be wrong on purpose."""
+    """A message; the lengths in its header can be wrong on purpose."""
     header = HEADER.pack(magic, kind, sequence, 0, type_, 0,
                          len(data) if data_length is None else data_length,
                          len(buffer) if buffer_length is None else buffer_length)
@@ -36,7 +36,7 @@ def frame(kind, type_, data=b"", buffer=b"", sequence=1, magic=MAGIC, data_lengt
 
 def connect(directory, module=SWITCH_MANAGER, timeout=60):
     connection = socket.socket(socket.AF_UNIX, socket.SOCK_SEQPACKET)
-    # By the kernel, so that connecting waits for a place in the queue as well.
+    # The kernel's timeout, so that connecting waits for a place in the queue, too.
     limit = struct.pack("ll", int(timeout), int(timeout % 1 * 1000000))
     for option in (socket.SO_RCVTIMEO, socket.SO_SNDTIMEO):
         connection.setsockopt(socket.SOL_SOCKET, option, limit)
@@ -63,7 +63,7 @@ def receive(connection):
 
 
 def exchange(directory, packet, timeout=60):
-    """Sends bytes as they stand and returns the result that comes back."""
+    """Sends raw bytes and returns the result that comes back."""
     with connect(directory, timeout=timeout) as connection:
         try:
             connection.send(packet)

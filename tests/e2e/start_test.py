@@ -22,7 +22,7 @@ class Start(GatewayTest):
         self.assertEqual(gateway.chip()["refused"], 0)
         log = gateway.log()
         self.assertNotRegex(log, "Failed to|ERROR#")
-        # Every sub-interface was made and brought up by its tool.
+        # Every sub-interface was created and brought up by its tool.
         for row in gateway.rows("vlanEncapIf").values():
             name = f"{row['interfaceName']}.{row['vlanId']}"
             self.assertTrue(f"cmd (ifconfig {name} up) returned (0)" in log, name)
@@ -31,7 +31,7 @@ class Start(GatewayTest):
             self.assertRegex(text, r"\A\d+\n\Z")
             self.assertLessEqual(int(text), uptime, vlan)
 
-        # Stopping leaves the hardware as it is; starting writes it anew.
+        # Stopping leaves the hardware as it is; starting writes it again.
         self.assertEqual(gateway.stop(), 0)
         self.assertEqual(expected.differences(gateway), [])
         gateway.write("UPDATE vlanEncapIf SET fwdMap='0,3', untagMap='3' WHERE vlanId=20")
@@ -60,7 +60,7 @@ class Start(GatewayTest):
         self.check_log(gateway, "Failed to find switch configuration to load.")
         self.assertEqual(gateway.swctl("qos", "on"), 1)  # there is no switch yet
 
-        # The events bring what the start would have brought.
+        # The events have the same effect as a startup would have.
         for table, found in rows.items():
             for row in found.values():
                 columns = ", ".join(row)

@@ -28,7 +28,7 @@ class Storage(GatewayTest):
         self.assertTrue(self.hardware.alive())
 
     def check_hardware(self):
-        """For a hardware that only knows what the database says."""
+        """For hardware that holds only what the database says."""
         expected = Expected()
         expected.start(*(self.hardware.rows(table).values() for table in TABLES))
         self.assertEqual(expected.differences(self.hardware), [])
@@ -62,7 +62,7 @@ class Storage(GatewayTest):
         self.assertEqual(answers, [0])
         self.check_hardware()
 
-        # For ten seconds: the service gives up, twice, and serves others after.
+        # For ten seconds: the service gives up, twice, and then serves others.
         began = time.monotonic()
         with self.locked():
             for _ in range(2):
@@ -124,13 +124,13 @@ class Storage(GatewayTest):
         self.assertTrue(self.hardware.start())
         row_id = self.hardware.write(ADD, 77)
         old = self.hardware.rows("vlanEncapIf")[row_id]
-        # A column more: rows are read by name, but old values must cover it.
+        # An extra column: rows are read by name, but old values must cover it.
         self.hardware.write("ALTER TABLE vlanEncapIf ADD COLUMN note TEXT")
         self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), 0)
         self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.UPDATE, old), -1)
         self.check_log(self.hardware, "old values do not cover the columns of the table")
         self.assertEqual(self.hardware.swctl("vlan", "set", 77, "--ports", "1,2,3"), 0)
-        # A column less reads as empty.
+        # A missing column reads as empty.
         self.hardware.write("ALTER TABLE vlanEncapIf DROP COLUMN ingressMap")
         row_id = self.hardware.write(ADD, 78)
         self.assertEqual(self.hardware.event("vlanEncapIf", row_id, relay.INSERT), 0)
@@ -144,7 +144,7 @@ class Storage(GatewayTest):
         self.check_log(self.hardware, "failed to get list of vlans from the database",
                        "Failed to load switch vlan configuration")
         self.check_serving()
-        # A view of that name will do.
+        # A view of that name works.
         self.hardware.write("CREATE VIEW vlanEncapIf AS SELECT * FROM elsewhere")
         self.assertEqual(self.hardware.stop(), 0)
         self.assertTrue(self.hardware.start())
@@ -176,7 +176,7 @@ class Storage(GatewayTest):
         for what, (damage, starts) in faults.items():
             with self.subTest(what):
                 damage()
-                # Asked for a row that it has, it cannot give it.
+                # Asked for a row that exists, it cannot return it.
                 self.assertEqual(self.hardware.event("vlanEncapIf", 1, relay.INSERT), -1)
                 self.check_log(self.hardware, "status=-1")
                 self.check_serving()
@@ -215,7 +215,7 @@ class Storage(GatewayTest):
         self.check_hardware()
 
     def test_full_disk(self):
-        """Database and uptime records on a small file system without room."""
+        """Database and uptime records on a small file system that is full."""
         namespace = ["unshare", "-m"] if os.geteuid() == 0 else ["unshare", "-rm"]
         tried = subprocess.run([*namespace, "mount", "-t", "tmpfs", "none", "/mnt"],
                                capture_output=True)
@@ -236,14 +236,14 @@ class Storage(GatewayTest):
         self.assertTrue(gateway.start(database=database))
         self.run_inside(gateway, 1, "dd", "if=/dev/zero", "of=/run/gateway/disk/filler", "bs=1k")
 
-        # The writer learns of it, and the service is not even asked.
+        # The writer gets the error, and the service is not even notified.
         change = ("swctl", "--database", database, "vlan", "add", "77", "--interface", "eth0",
                   "--ports", "1,2", "--logical", "x" * 60)
         said = self.run_inside(gateway, 2, *change)
         self.assertIn("full", said["err"])
         self.assertNotIn(77, [vlan["vlan"] for vlan in gateway.chip()["vlans"]])
-        # What needs no room is done: a request, whose uptime record stays away
-        # or empty, an event for a row, and a start.
+        # What needs no room works: a request, whose uptime record is missing or
+        # empty, an event for a row, and a startup.
         self.assertEqual(gateway.swctl("request", "vlan-add", 88, "--interface", "eth0", "--ports",
                                        "1,2"), 0)
         self.assertIn(88, [way["vlan"] for way in gateway.engine()["interfaces"]])
@@ -277,8 +277,8 @@ class Storage(GatewayTest):
                 self.check_log(gateway, f"vlanEncapIf.{column} is too long: {MEGABYTE} "
                                         f"characters, at most {most} fit")
                 gateway.write("DELETE FROM vlanEncapIf WHERE rowid=?", row_id)
-        # A column that nobody reads may hold anything. The row's old values are
-        # more than a message may carry, so it cannot be changed by an event.
+        # A column that nobody reads may hold anything. The row's old values are larger
+        # than a message, so it cannot be changed by an event.
         row_id = gateway.write("INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap, note) "
                                "VALUES (77, 'eth0', '1', ?)", "x" * MEGABYTE)
         self.assertEqual(gateway.event("vlanEncapIf", row_id, relay.INSERT), 0)
@@ -294,8 +294,8 @@ class Storage(GatewayTest):
         self.check_serving()
 
     def test_every_vlan(self):
-        """As many VLANs as there can be, on a gateway that has the chip only. Their
-        interface is missing: then each costs two tool calls instead of nineteen."""
+        """As many VLANs as possible, on a gateway that has only the chip. Their interface
+        is missing, so each costs two tool calls instead of nineteen."""
         gateway = self.hardware
         gateway.write("DELETE FROM swGlobalCfg WHERE switchName='PSE'")
         gateway.write("DELETE FROM swPortConfig WHERE switchName='PSE'")
@@ -307,7 +307,7 @@ class Storage(GatewayTest):
         began = time.monotonic()
         self.assertTrue(gateway.start(ready=600))
         progress(f"{VLANS} VLANs in {time.monotonic() - began:.1f} s")
-        # Each of the ports 0 to 3 belongs untagged to the VLAN that claimed it last.
+        # Each of the ports 0 to 3 is untagged in the VLAN that claimed it last.
         claims = {vlan % 4: vlan for vlan in range(1, VLANS + 1)}
         wanted = {vlan: (1 | 16 | 1 << vlan % 4, 1 << vlan % 4 if vlan in claims.values() else 0)
                   for vlan in range(1, VLANS + 1)}

@@ -1,4 +1,4 @@
-"""Changes as a whole, on trial, looked at beforehand and taken back."""
+"""Whole configurations, changes on trial, previews and undoing."""
 
 import json
 import os
@@ -180,7 +180,7 @@ class Whole(GatewayTest):
                                   "--interval", "1"], stdout=subprocess.PIPE, text=True)
         self.addCleanup(watch.kill)
         seen = []
-        # The first look may come after the first change: each is made until it is seen.
+        # The first round may come after the first change, so each is repeated until seen.
         while not any(line["subject"] == "eth0.30" for line in seen):
             self.swctl(APPLIED, *ADD)
             time.sleep(1.2)

@@ -54,7 +54,7 @@ void modelCheck(const chip::Model &model)
     require(!model.vlans[0].present, "VLAN 0 has no entry");
 }
 
-// Everything that the chip holds, counters of requests left out.
+// Everything that the chip holds, except its request counters.
 constexpr size_t heldSize = offsetof(chip::Model, handled);
 unsigned char held[heldSize]; // before the next request
 

@@ -1,5 +1,5 @@
-// How the stand-in takes command lines apart. Nothing is run: the call that
-// would start a command is replaced and looks at what it gets.
+// How the stand-in parses command lines. Nothing is run: the call that would start a
+// command is replaced by one that checks what it gets.
 #include "input.h"
 
 #include "platform/sal.h"
@@ -13,12 +13,12 @@ using namespace fuzz;
 
 constexpr const char *blanks = " \t";
 
-// Everything that means something to a shell somewhere in a line.
+// Every character that means something to a shell anywhere in a line.
 constexpr const char *shellCharacters = "|&;<>()$`\\\"'*?[]#~!{}^\n\r\v\f";
 
 std::string currentLine;
 int spawned = 0;     // commands started for the line
-int spawnResult = 0; // what starting answers the first time
+int spawnResult = 0; // result of the first attempt to start
 
 std::vector<std::string> wordsOf(const std::string &line)
 {

@@ -1,4 +1,4 @@
-// The engine's tools: an input is a few calls, one a line, over one state.
+// The engine's tools: an input is a few calls, one per line, on one state.
 #include "input.h"
 
 #include "devices/engine/host.h"
@@ -42,12 +42,12 @@ int interfaceUpSet(const char *name, bool)
 
 constexpr engine::Host host = {interfaceExists, kernelHasVlans, vlanRequest, interfaceUpSet};
 
-// What the first byte chooses. Looking at the whole state takes far longer than
-// a call, so few values ask for it.
+// Chosen by the first byte. Checking the whole state takes far longer than a call, so
+// few values ask for it.
 struct Options {
     bool kernelVlans;
-    bool show;    // the state at the end
-    bool compare; // the state after calls that fail
+    bool show;    // print the state at the end
+    bool compare; // compare the state before and after failing calls
 
     explicit Options(uint8_t byte)
         : kernelVlans(byte % 2 != 0), show(byte / 2 % 16 == 1), compare(byte / 2 % 16 == 2)
@@ -55,7 +55,7 @@ struct Options {
     }
 };
 
-// The state as after power-on, in memory that forgets what was written to it.
+// The state after power-on, in memory that discards what was written to it.
 engine::State &stateFresh()
 {
     static engine::State *mapped = nullptr;
@@ -88,7 +88,7 @@ std::vector<std::string> split(const std::string &text, char separator)
     return parts;
 }
 
-// Returns the status of the call; a word that is no tool does nothing.
+// Returns the status of the call; an unknown tool does nothing.
 int call(engine::State &state, const std::string &line)
 {
     const std::vector<std::string> words = split(line, ' ');

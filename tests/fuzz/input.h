@@ -1,5 +1,5 @@
-// The bytes of one fuzz input, read from front to back. After the end every
-// number is 0 and every text empty, so that no input is too short.
+// The bytes of one fuzz input, read from front to back. Past the end every number is 0
+// and every text empty, so that no input is too short.
 #pragma once
 
 #include <algorithm>
@@ -41,14 +41,14 @@ public:
     // From 0 to `count` - 1.
     size_t below(size_t count) { return byte() % count; }
 
-    // One of a list.
+    // An element of a list.
     template <class Value, size_t N>
     const Value &pick(const Value (&values)[N])
     {
         return values[below(N)];
     }
 
-    // Copies what is left, up to `size` bytes; the rest keeps its values.
+    // Copies the remaining input, up to `size` bytes; the rest keeps its values.
     void fill(void *to, size_t size)
     {
         const size_t length = std::min(size, left);
@@ -58,7 +58,7 @@ public:
         left -= length;
     }
 
-    // A length in one byte, then that many bytes.
+    // One byte of length, then that many bytes.
     std::string text() { return bytes(byte()); }
 
     std::string rest() { return bytes(left); }
@@ -75,8 +75,8 @@ private:
     size_t left;
 };
 
-// Bytes in a block of exactly their size, so that a sanitizer sees a read or a
-// write beyond them.
+// Bytes in a block of exactly their size, so that a sanitizer detects a read or write
+// beyond them.
 class Block {
 public:
     explicit Block(const std::string &bytes)

@@ -1,5 +1,5 @@
-// How the sanitizer runs in every target: an input is short, so what it frees
-// need not stay in quarantine for long.
+// The sanitizer's settings for every target: inputs are short, so freed memory need not
+// stay in quarantine for long.
 extern "C" const char *__asan_default_options();
 
 extern "C" const char *__asan_default_options()

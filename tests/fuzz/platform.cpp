@@ -1,4 +1,4 @@
-// The checks of what reaches the platform.
+// Checks what reaches the platform.
 #include "platform.h"
 
 #include "input.h"
@@ -28,7 +28,8 @@ State &state()
     return *one;
 }
 
-// Whether `text` is `head`, letters, digits and what else is allowed, and `tail`.
+// Whether `text` is `head`, then letters, digits and other allowed characters, then
+// `tail`.
 bool isMadeOf(std::string_view text, std::string_view head, std::string_view allowed,
               std::string_view tail)
 {
@@ -41,8 +42,8 @@ bool isMadeOf(std::string_view text, std::string_view head, std::string_view all
                        text.end() - static_cast<ptrdiff_t>(tail.size()), isAllowed);
 }
 
-// Whatever a request or a row holds, a line is one of the device's tools with
-// words that mean nothing to a shell.
+// Whatever a request or a row contains, a line is one of the device's tools with words
+// that mean nothing to a shell.
 void commandLineCheck(std::string_view line)
 {
     constexpr std::string_view tools[] = {
@@ -56,7 +57,7 @@ void commandLineCheck(std::string_view line)
     require(isMadeOf(line, tool, " _.:@-", ""), "the arguments of a command line are harmless");
 }
 
-// A query reads one table, whole or one row of it.
+// A query reads one table, or one row of it.
 void queryCheck(std::string_view query)
 {
     constexpr std::string_view head = "SELECT * from ";

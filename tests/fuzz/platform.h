@@ -1,13 +1,13 @@
-// The recording platform in a fuzz program: every call is looked at, and the
-// input decides which calls fail.
+// The recording platform in a fuzz program: every call is checked, and the input decides
+// which calls fail.
 #pragma once
 
 #include <cstdint>
 
 namespace fuzz {
 
-// Of the calls to come, `after` are answered as usual, the next `count` with
-// `result`. Calls that return an object return none where the result is negative.
+// The next `after` calls are answered as usual, the `count` after them with `result`.
+// Calls that return an object return none if the result is negative.
 struct Fault {
     uint32_t after;
     uint32_t count;
@@ -16,11 +16,12 @@ struct Fault {
 
 void faultArm(const Fault &fault);
 
-// From here on calls are checked and blocks are known; blocksFree ends that.
+// From here on calls are checked and allocations tracked, until blocksFree.
 void watchBegin();
-void blocksFree(); // also those that the service keeps for the life of a process
+void blocksFree(); // including those that the service keeps for the life of a process
 
-// The shell has got the few lines that it ever gets. From now on no other.
+// The shell has received the few lines that it ever gets. From now on, any other is a
+// finding.
 void shellLinesFreeze();
 
 } // namespace fuzz

@@ -1,4 +1,4 @@
-// Port lists, against a second reading of the same rule.
+// Port lists, compared with a second implementation of the same rule.
 #include "input.h"
 
 #include "store/database.h"
@@ -13,7 +13,7 @@ bool isSpace(char c)
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// The number at the start of a piece, capped where it says nothing any more.
+// The number at the start of a piece, capped where its value no longer matters.
 int64_t numberOf(const std::string &piece)
 {
     size_t at = 0;

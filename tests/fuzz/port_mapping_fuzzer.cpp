@@ -1,4 +1,4 @@
-// Mapping texts of a port that is about to be added to one of the switches.
+// Mapping texts of a port about to be added to one of the switches.
 #include "service.h"
 
 #include "platform/list_of.h"
@@ -9,7 +9,7 @@ using namespace fuzz;
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
 {
-    // A port that is given up leaves nothing behind but the order of switches.
+    // A port that is dropped leaves nothing behind but the order of the switches.
     static auto *service = new Service;
     Input input(bytes, size);
     SwitchPort port{};
@@ -25,7 +25,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
                 "a port is mapped onto another switch");
         ++mapped;
     }
-    size_t entries = 0; // pieces between commas that are not empty
+    size_t entries = 0; // non-empty pieces between commas
     for (size_t at = 0; at < text.size(); ++at)
         entries += text[at] != ',' && (at == 0 || text[at - 1] == ',') ? 1 : 0;
     require(status < 0 || mapped == entries, "every entry of a mapping counts");

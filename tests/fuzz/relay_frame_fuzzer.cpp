@@ -1,4 +1,4 @@
-// Packets of the messaging stand-in: decoded, and put together again.
+// Packets of the messaging stand-in: decoded, and encoded again.
 #include "input.h"
 
 #include "standins/relay/frame.h"
@@ -9,7 +9,7 @@ namespace {
 
 using namespace fuzz;
 
-// A header that mostly fits, and what follows it.
+// A header that is mostly valid, and what follows it.
 std::string packetRead(Input &input)
 {
     if (input.below(4) == 0)

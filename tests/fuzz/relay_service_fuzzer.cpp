@@ -18,12 +18,12 @@ using namespace fuzz;
 constexpr int module = 7;
 constexpr size_t connections = 3;
 constexpr size_t longestProgram = 16;
-constexpr int oddResult = -77; // of a handler that was asked
+constexpr int oddResult = -77; // the handler's result
 
 uint32_t asked = 0;               // calls of the handler
 std::vector<uint32_t> capacities; // reply buffers of the packets of an input, by sequence
 
-// Reads and writes all that it was given, as a handler may.
+// Reads and writes everything it was given, as a handler may.
 int handle(void *, RelayMsgHdr *, int type, void *data, int length, void *buffer,
            uint32_t *bufferLength)
 {
@@ -39,7 +39,7 @@ int handle(void *, RelayMsgHdr *, int type, void *data, int length, void *buffer
         memset(buffer, sum, std::max<uint32_t>(*bufferLength, RELAY_REPLY_SIZE));
     }
     if (type < 0)
-        *bufferLength += 64; // as a handler that does not keep to its contract
+        *bufferLength += 64; // like a handler that breaks its contract
     return oddResult;
 }
 
@@ -90,8 +90,8 @@ std::string packetRead(Input &input)
     return packet;
 }
 
-// Shared memory whose two positions and first bytes are anything, or proper posts; or
-// a file of another kind.
+// Shared memory with arbitrary positions and first bytes, or with proper posts; or
+// another kind of file.
 Descriptor ringMake(Input &input)
 {
     relay::PostRing ring{};
@@ -112,7 +112,7 @@ Descriptor ringMake(Input &input)
     return memory;
 }
 
-// A packet, and what makes it a ring's where the input says so.
+// A packet, turned into one that passes a ring if the input says so.
 void packetSend(int fd, const std::string &packet, Input &input)
 {
     iovec part = {const_cast<char *>(packet.data()), packet.size()};
@@ -154,7 +154,7 @@ void answersTake(int fd)
     }
 }
 
-// Whatever the others sent, a peer that keeps to the rules is served.
+// Whatever the others sent, a peer that follows the rules is served.
 void serviceCheck()
 {
     const int fd = connectionOpen();
@@ -188,7 +188,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t *bytes, size_t size)
         int &fd = fds[input.below(connections)];
         if (fd < 0)
             fd = connectionOpen();
-        if (input.below(8) == 0) { // goes without waiting for its answers
+        if (input.below(8) == 0) { // disconnects without waiting for its answers
             close(fd);
             fd = -1;
             continue;

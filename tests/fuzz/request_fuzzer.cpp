@@ -1,5 +1,5 @@
-// The request handler: an input is a small program of requests, changes of the
-// database, and faults of the platform.
+// The request handler: an input is a short sequence of requests, changes of the database,
+// and faults of the platform.
 #include "platform.h"
 #include "service.h"
 
@@ -27,7 +27,7 @@ void vlanSend(Service &service, Input &input, int type)
     body.vlan.untagMap = input.byte();
     body.vlan.inSwitchOnly = static_cast<int32_t>(input.below(2));
     switch (input.below(4)) {
-    case 1: // any bytes over the record, unterminated texts among them
+    case 1: // arbitrary bytes over the record, including unterminated texts
         memset(body.vlan.vlanName, 'v', sizeof(body.vlan) - offsetof(SwitchVlanCfg, vlanName));
         input.fill(&body.vlan.interfaceName, input.byte());
         break;
@@ -79,7 +79,7 @@ SwMgrSwitchCmdRequest commandFor(Input &input)
     return body;
 }
 
-// A command whose numbers are small, as most that mean something are.
+// A command with small numbers, like most meaningful ones.
 void switchCommand(Service &service, Input &input)
 {
     constexpr int codes[] = {
@@ -139,7 +139,7 @@ void anyEvent(Service &service, Input &input)
     service.check(request(SWMGR_MSG_DB_EVENT, bytesOf(event), input.text()));
 }
 
-// Any type, length and bytes; also what no sender of the stand-in produces.
+// Any type, length and bytes, including what the stand-in never sends.
 void anyMessage(Service &service, Input &input)
 {
     constexpr size_t lengths[] = {0, 1, 79, 80, 81, 1131, 1132, 1133, 1363, 1364, 1365, 4000};

@@ -11,7 +11,7 @@ using namespace fuzz;
 
 constexpr size_t mostColumns = 20;
 
-// A result table as SQLite lays it out, each text in a block of its own.
+// A result table as SQLite lays it out, each text in its own block.
 class ResultTable {
 public:
     ResultTable(Input &input, const Table &source)

@@ -1,5 +1,5 @@
-// Rows of the three tables, made from an input: a row that makes sense, of which
-// a few values are replaced.
+// Rows of the three tables, made from an input: a sensible row with a few values
+// replaced.
 #pragma once
 
 #include "input.h"
@@ -9,7 +9,7 @@ namespace fuzz {
 struct Table {
     const char *name;
     std::vector<std::string> columns;
-    std::vector<std::string> values; // of a row that makes sense, '#' stands for a small number
+    std::vector<std::string> values; // of a sensible row; '#' stands for a small number
 };
 
 // swGlobalCfg, swPortConfig, vlanEncapIf.
@@ -22,7 +22,7 @@ struct Cell {
     std::string text;
 };
 
-// Any value: none, a number, a text that is worth trying, any text, a long one.
+// Any value: none, a number, a text worth trying, any text, a long one.
 Cell cellRead(Input &input);
 
 // One row of `table`, its values in the order of the columns.

@@ -1,4 +1,4 @@
-// Starts, asks, checks and stops the service.
+// Starts, calls, checks and stops the service.
 #include "service.h"
 
 #include "platform.h"
@@ -20,8 +20,8 @@ namespace {
 
 constexpr const char *path = "file:fuzz?mode=memory&cache=shared";
 
-// The engine has the highest level there is, so that no row of an input moves
-// the top for the inputs after it.
+// The engine has the highest possible level, so that no row of an input changes the
+// top-level switch for later inputs.
 constexpr const char *configuration = R"(
     insert into swGlobalCfg values('BCM', '/dev/bcm', 1, 1, 5, 1, 0, 0, 1),
                                   ('PSE', '', 1, 1, 4, 0, 0, 0, 2147483647);
@@ -69,7 +69,7 @@ void databaseOpen()
     databaseFill();
 }
 
-// Once: lets the service say every line that it ever gives to a shell.
+// Once: makes the service run every line that it ever passes to a shell.
 void shellLinesLearn()
 {
     Service service;
@@ -155,12 +155,12 @@ void Service::reload()
         return;
     reloaded = true;
     const int status = swMgrCfgReload();
-    // The objects from before live on by contract, though nothing leads to them.
+    // By contract the previous objects stay alive, although nothing refers to them.
     abandoned.merge(unreachedBlocks());
     check(status);
 }
 
-// Whatever happened, the next well-formed requests are served.
+// Whatever happened before, well-formed requests are served.
 void Service::additionCheck()
 {
     const bool served = switchAtTopLevelGet() != nullptr;

@@ -1,6 +1,6 @@
-// A running service for one input: its database, its requests, and what must
-// hold after each of them. What the service keeps for the life of a process is
-// freed behind its back, so that each input meets the same service.
+// A running service for one input: its database, its requests, and what must hold after
+// each of them. What the service keeps for the life of a process is freed behind its back,
+// so that each input gets the same service.
 #pragma once
 
 #include "rows.h"
@@ -20,15 +20,15 @@ public:
     Service(const Service &) = delete;
     Service &operator=(const Service &) = delete;
 
-    // What must hold after a call that answered `status`, which is returned.
+    // Checks what must hold after a call that returned `status`, and returns it.
     int check(int status) const;
 
-    // A change of the database by another process; the service is not told.
+    // A change of the database by another process, which does not notify the service.
     void rowWrite(const Table &table, int64_t rowId, const std::vector<Cell> &row);
     void rowDelete(const Table &table, int64_t rowId);
 
-    // Loads the configuration again; what was there before is forgotten. Once only:
-    // it takes as long as the rest of an input.
+    // Loads the configuration again and forgets the previous one. Only once per input,
+    // since it takes as long as all the rest.
     void reload();
 
 private:

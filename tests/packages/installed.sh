@@ -4,7 +4,7 @@ set -euo pipefail
 fail() { echo "FAILED: $*" >&2; exit 1; }
 database=/etc/swmgr/config.db
 
-# Waits until the service answers: swctl arguments.
+# answers ARGUMENT...: waits until the service answers swctl with these arguments.
 answers() {
     local tries status
     for ((tries = 0; tries < 200; ++tries)); do
@@ -17,7 +17,7 @@ answers() {
     fail "the service does not answer"
 }
 
-# The daemons as the unit starts them. This root has no chip, so nothing is applied.
+# Starts the daemons as the units do. This root has no chip, so nothing is applied.
 daemons() {
     swlogd > /tmp/swlogd &
     swmgrd --recover --database $database

@@ -1,6 +1,6 @@
-// The library's exported functions by their names. Arguments are read by their
-// types: "none" for a missing one, objects of the model as PSE, PSE:3 (a port) and
-// PSE#10 (a VLAN), records as bytes.
+// The library's exported functions by name. Arguments are read by type: "none" for a
+// missing one, objects of the model as PSE, PSE:3 (a port) and PSE#10 (a VLAN), records as
+// bytes.
 #include "support/player.h"
 
 #include "backends/backends.h"
@@ -61,7 +61,7 @@ SwitchPort *objectOf(const std::string &name, SwitchPort *)
     return switchPortByNumberGet(ownerIn(name), numberIn(name));
 }
 
-// PSE#10, or PSE#10,FWD,UNTAG,INSIDE,INTERFACE for an image that is in no list.
+// PSE#10, or PSE#10,FWD,UNTAG,INSIDE,INTERFACE for an object that is in no list.
 SwitchVlan *objectOf(const std::string &name, SwitchVlan *)
 {
     const size_t comma = name.find(',');
@@ -111,7 +111,7 @@ std::string shown(char **table)
     return text;
 }
 
-// A result table of one row, NAME=VALUE;NAME=VALUE... Without the "=": NULL.
+// A result table with one row, NAME=VALUE;NAME=VALUE... Without "=", the value is NULL.
 char **tableOf(const std::string &text)
 {
     static std::deque<std::string> texts;
@@ -129,7 +129,7 @@ char **tableOf(const std::string &text)
     return tables.emplace_back(names).data();
 }
 
-// The bytes of a record that are not zero, each run behind its place.
+// The non-zero bytes of a record, each run after its offset.
 std::string recordShown(const std::vector<char> &bytes)
 {
     std::ostringstream out;
@@ -147,7 +147,7 @@ std::string recordShown(const std::vector<char> &bytes)
     return out.str();
 }
 
-// An argument, read from the words, and what a call left in it.
+// An argument, read from the words, and what a call changed in it.
 template <class Type>
 struct Argument {
     explicit Argument(Words &words) : value(static_cast<Type>(words.number())) {}
@@ -196,7 +196,7 @@ struct Argument<Type *> {
     }
     Type *value = nullptr;
     std::string before;
-    std::vector<char> bytes; // of their own, so that a sanitizer sees a step beyond them
+    std::vector<char> bytes; // in its own block, so that a sanitizer detects an access beyond it
 };
 
 struct Call {

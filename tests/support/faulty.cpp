@@ -1,6 +1,6 @@
-// Every single fault of one command: at each platform call and each allocation the
-// process forks, and the child goes on with that call failed, to the stop of the
-// service. So every fault is tried with the true past before it.
+// Every single fault of one command: at each platform call and each allocation the process
+// forks, and the child continues with that call failed until the service stops. So every
+// fault is tried with its real past.
 #include "support/player.h"
 
 #include "swmgr/swmgr.h"
@@ -14,7 +14,7 @@ namespace {
 
 constexpr int results[] = {-5, 0, 1};
 
-// Calls that answer with an object have it for every result that is not negative.
+// Calls that return an object do so for every result that is not negative.
 bool givesAnObject(const std::string &line)
 {
     for (const char *call : {"calloc", "sqlite3_mprintf", "query", "file /", "relayRegister"})
@@ -32,13 +32,13 @@ std::vector<std::string> linesOf(const std::string &text)
     return lines;
 }
 
-// The engine's register pipelines are long; other accounts tell them whole.
+// The engine's register pipelines are long; other accounts have them in full.
 std::string cut(const std::string &line)
 {
     return line.size() > 110 ? line.substr(0, 100) + "..." : line;
 }
 
-// Of many lines in a row the first and the last.
+// The first and last of many lines in a row.
 std::string goneShown(const std::vector<std::string> &lines, size_t first, size_t end)
 {
     std::string text;
@@ -51,8 +51,7 @@ std::string goneShown(const std::vector<std::string> &lines, size_t first, size_
     return text;
 }
 
-// What was in `before` and is gone, and what is new, in the order of a longest
-// common subsequence.
+// The lines of `before` that are gone and the new ones, by a longest common subsequence.
 std::string difference(const std::vector<std::string> &before, const std::vector<std::string> &now)
 {
     std::vector<std::vector<int>> common(before.size() + 1, std::vector<int>(now.size() + 1));
@@ -78,7 +77,7 @@ std::string difference(const std::vector<std::string> &before, const std::vector
     return text;
 }
 
-// The text that `body` returns, from a process of its own.
+// Runs `body` in a separate process and returns its text.
 std::string fromChild(const std::function<std::string()> &body)
 {
     int ends[2];
@@ -111,7 +110,7 @@ void Player::performFaulty(const std::string &command)
         std::string line;
         int usual;
     };
-    // The command with call `failing` answered by `result`, and all that follows.
+    // The command with call `failing` answered by `result`, and everything that follows.
     const auto aftermath = [&](size_t failing, int result, std::vector<Called> *calls) {
         size_t number = 0;
         std::vector<std::string> after;
@@ -148,7 +147,7 @@ void Player::performFaulty(const std::string &command)
     const auto undisturbed = linesOf(fromChild([&] { return aftermath(SIZE_MAX, 0, nullptr); }));
     const auto differing = [&](size_t call, int result, const std::string &line) {
         auto now = linesOf(fromChild([&] { return aftermath(call, result, nullptr); }));
-        // A tool's status is logged; that alone makes no difference.
+        // A tool's status is logged; that alone does not count as a difference.
         for (std::string &one : now)
             if (line.starts_with("cmd ") && one == "log 8 cmd (" + line.substr(4) + ") returned (" +
                                                        std::to_string(result) + ").\\n")
@@ -157,7 +156,7 @@ void Player::performFaulty(const std::string &command)
     };
     const bool frugal = getenv("FAULTS_FRUGAL") != nullptr;
     size_t number = 0;
-    std::vector<std::string> alike; // calls in a row whose faults do the same
+    std::vector<std::string> alike; // consecutive calls whose faults have the same effect
     std::string outcome;
     const auto tell = [&] {
         for (size_t i = 0; i < alike.size(); ++i)
@@ -175,7 +174,7 @@ void Player::performFaulty(const std::string &command)
             ++number;
             continue;
         }
-        std::map<std::string, std::string> resultsOf; // by the difference they make
+        std::map<std::string, std::string> resultsOf; // by their effect
         for (const int result : results)
             if (result != atoi(entry.c_str()) && (result <= 0 || !givesAnObject(line)))
                 resultsOf[differing(number, result, line)] += " " + std::to_string(result);

@@ -1,6 +1,6 @@
-// The gateway that most tests work on, its configuration database in memory:
-// engine PSE (level 2, ports 1 to 4) above chip BCM (level 1, ports 0 to 4), engine
-// port n mapped onto chip port n.
+// The gateway of most tests, with its configuration database in memory: engine PSE (level
+// 2, ports 1 to 4) above chip BCM (level 1, ports 0 to 4), engine port n mapped onto chip
+// port n.
 #pragma once
 
 #include "support/invariants.h"
@@ -13,7 +13,7 @@
 #include <gtest/gtest.h>
 #include <sqlite3.h>
 
-// Compares with a raw string that begins with a line break, for readability.
+// Compares with a raw string that begins with a line break for readability.
 #define EXPECT_LINES(actual, expected) EXPECT_EQ(std::string((expected) + 1), (actual))
 
 class Fixture {

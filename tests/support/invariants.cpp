@@ -1,4 +1,4 @@
-// Walks everything that can be reached from the list of switches.
+// Walks everything reachable from the list of switches.
 #include "support/invariants.h"
 
 #include "support/platform.h"

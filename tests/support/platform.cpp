@@ -1,5 +1,5 @@
-// Defines the symbols of the platform seam, but for those in process.cpp and the
-// lists, which are the stand-in's.
+// Defines the symbols of the platform seam, except for those in process.cpp and the lists,
+// which are the stand-in's.
 #include "support/platform.h"
 
 #include "platform/sal.h"
@@ -54,7 +54,7 @@ void append(std::string &lines, const std::string &line)
 int record(const std::string &line, int result, platform::Bytes *reply = nullptr)
 {
     State &s = state();
-    // Memory and SQLite's own calls can fail but are no visible behaviour.
+    // Memory and SQLite's own calls can fail but are not visible behaviour.
     if (line != "calloc" && line.rfind("sqlite3_", 0) != 0)
         append(s.lines, line);
     for (Rule &rule : s.rules) {

@@ -1,6 +1,6 @@
-// A platform that records instead of acting. It stands in the test program, so
-// its symbols win over librelay.so and libsal.so; libswmgr.so runs unchanged.
-// Every call becomes one line of text, and answers can be scripted.
+// A platform that records instead of acting. It is part of the test program, so its
+// symbols override those of librelay.so and libsal.so; libswmgr.so runs unchanged. Every
+// call becomes one line of text, and answers can be scripted.
 #pragma once
 
 #include "platform/relay.h"
@@ -15,12 +15,11 @@ namespace platform {
 using Bytes = std::vector<uint8_t>;
 
 // Answers the calls whose line contains `match` with `result`: all of them, or
-// only the nth (from 1). `reply` is copied over the record of an ioctl,
-// as far as it reaches.
+// only the nth (from 1). `reply` is copied over the beginning of an ioctl's record.
 void answer(const std::string &match, int result, int nth = 0, Bytes reply = {});
 
-// Forgets the scripted answers; calls get their defaults again. Returns a line for
-// each that no call ever got.
+// Forgets the scripted answers, so that calls get their defaults again. Returns a line for
+// each answer that was never used.
 std::string answerAsUsual();
 
 // The lines recorded since the last call of either, one per call. A line break
@@ -28,11 +27,11 @@ std::string answerAsUsual();
 std::string everything();
 void forget();
 
-// Adds to the record: a line of the test's own, or a call that can be answered.
+// Adds a line of the test's own to the record, or a call that can be answered.
 void note(const std::string &lines);
 int called(const std::string &line, int result);
 
-// The records of the log with all their bytes: what relayIoctl received last.
+// The log record with all its bytes: what relayIoctl received last.
 struct LogSent {
     RelayCtx *ctx;
     int module, type, mode, arg1, arg2;
@@ -42,14 +41,14 @@ struct LogSent {
 };
 const LogSent &lastLog();
 
-// What /proc/uptime and other files hold; a file without content is missing.
+// The contents of /proc/uptime and other files; a file without content is missing.
 void fileContent(const std::string &path, const std::string &content);
 
 // relayListen runs these in order, one per call; after the last one it clears
 // swMgrInitialized. Negative ones can be scripted with answer("relayListen").
 void onListen(std::function<void()> body);
 
-// The handler that was registered.
+// The registered handler.
 RelayHandler handler();
 
 // Called before each call is answered, with its line and its default result; it
@@ -57,8 +56,8 @@ RelayHandler handler();
 using Intercept = std::function<int(const std::string &line, int result)>;
 void intercept(Intercept hook);
 
-// Blocks that the library holds: address and size. Empty where its calls are told
-// by their place and a sanitizer has the allocator.
+// The library's allocations: address and size. Empty if its calls are recognised by their
+// address and a sanitizer has the allocator.
 struct Block {
     const void *address;
     size_t size;
@@ -66,7 +65,7 @@ struct Block {
 std::vector<Block> blocksHeld();
 void blocksForget();
 
-// Whether calls of a library that lies in the program itself are looked at.
+// Whether calls are recorded if the library is part of the program itself.
 void watch(bool on);
 
 // Files that the library has opened and not closed.

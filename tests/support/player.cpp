@@ -1,4 +1,4 @@
-// The commands that are no function of the library, and what surrounds each.
+// The commands that are not functions of the library, and what surrounds each of them.
 #include "support/player.h"
 
 #include "backends/bcm/device.h"
@@ -14,7 +14,7 @@
 
 namespace {
 
-// Lines whose call is or is not a log record.
+// The lines that are, or are not, log records.
 std::string only(const std::string &lines, bool ofLog)
 {
     std::string kept;
@@ -30,7 +30,7 @@ void noted(int status)
     platform::note("= " + std::to_string(status));
 }
 
-// A backend that does nothing but tell what it got; `answer` can refuse it.
+// A backend that only records what it got; `answer` can make it fail.
 int toldCommand(Switch *sw, int cmd, const void *payload, uint32_t length, void *replyBuf,
                 uint32_t *replyLen)
 {
@@ -50,7 +50,7 @@ int toldCommand(Switch *sw, int cmd, const void *payload, uint32_t length, void 
     return platform::called(line.str(), 0);
 }
 
-// answer RESULT [#NTH] [=BYTES] MATCH: calls whose line contains it get the result.
+// answer RESULT [#NTH] [=BYTES] MATCH: calls whose line contains MATCH get the result.
 void answer(Words &words)
 {
     const auto result = static_cast<int>(words.number());
@@ -154,7 +154,7 @@ void message(Words &words)
         hasReply ? reply.data() : nullptr, hasLength ? &replyLength : nullptr));
 }
 
-// backend NAME: the switch gets a backend that tells its commands
+// backend NAME: gives the switch a backend that records its commands
 void backend(Words &words)
 {
     const std::string name = words.next();
@@ -257,7 +257,7 @@ std::string Player::play(const std::string &command)
         lines.clear();
     else if (isPart)
         lines = only(lines, name == "log");
-    // The source line of a message is nobody's contract.
+    // The source line of a message is not part of any contract.
     if (swMgrDevDebug != 0)
         lines = std::regex_replace(lines, std::regex("(log 256 .*?[A-Za-z]):[0-9]+:"), "$1:");
     const std::string before = std::exchange(broken, brokenInvariant(abandoned));

@@ -1,5 +1,5 @@
-// Plays the commands of an account against the library and says what came of
-// them. accounts/README.md lists the commands.
+// Plays the commands of an account against the library and reports what happened.
+// accounts/README.md lists the commands.
 #pragma once
 
 #include "support/fixture.h"
@@ -9,8 +9,8 @@
 
 class Player {
 public:
-    // Everything that was recorded while one command ran, "= RESULT", and what no
-    // longer holds, a line each.
+    // Everything recorded while one command ran, "= RESULT", and any broken invariants,
+    // one per line.
     std::string play(const std::string &command);
 
     // The same without taking the lines.
@@ -24,16 +24,16 @@ public:
 
 private:
     std::optional<Fixture> own;
-    std::string broken; // when last looked
+    std::string broken; // at the last check
     std::set<const void *> abandoned;
 };
 
 // One line for each object of the model, with all its fields.
 std::string modelShown();
 
-// Calls an exported function with the words that follow; false if there is none
-// of that name.
+// Calls an exported function with the words that follow; false if there is none of that
+// name.
 bool exportedCall(const std::string &name, Words &words);
 
-// Calls it with each pointer missing in turn.
+// Calls it with each pointer null in turn.
 void argumentsLeaveOut(const std::string &name, const std::string &words);

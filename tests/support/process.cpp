@@ -1,8 +1,8 @@
-// SQLite, the allocator and the shell as the library sees them: the first two are
-// real, but each call can be made to fail, and what the library has not given
-// back is known. Where the library lies in a shared object its calls are told by
-// where they come from; where it lies in the program (LIBRARY_INSIDE), the linker
-// leads them here, and what counts is whether it is being watched.
+// SQLite, the allocator and the shell as the library sees them: the first two are real,
+// but each call can be made to fail, and what the library has not released is known. If
+// the library is a shared object, its calls are recognised by the caller's address; if it
+// is part of the program (LIBRARY_INSIDE), the linker redirects them here, and they count
+// while the library is being watched.
 #include "support/guarded.h"
 #include "support/platform.h"
 #include "support/sanitizer.h"
@@ -54,7 +54,7 @@ bool isLibrary(const void *)
     return watching;
 }
 #else
-// Where libswmgr.so lies.
+// The address range of libswmgr.so.
 struct Range {
     uintptr_t begin = 0;
     uintptr_t end = 0;
@@ -89,7 +89,7 @@ __attribute__((constructor)) void findLibrary()
 }
 #endif
 
-// Whether a call is of the library's; not while one of them is being recorded.
+// Whether the library made a call; not while one of its calls is being recorded.
 #define OURS isLibrary(__builtin_return_address(0))
 
 int called(const char *line, int result)
@@ -151,8 +151,8 @@ char *__wrap_sqlite3_mprintf(const char *format, ...);
 void __wrap_sqlite3_free(void *block);
 void __wrap_sqlite3_free_table(char **table);
 #elif defined(UNDER_ASAN)
-// The model keeps its objects for the life of the process, and the switches
-// that could not be set up too; lists that a test empties lose theirs.
+// The model keeps its objects for the life of the process, including switches that could
+// not be set up; lists that a test empties lose theirs.
 const char *__lsan_default_suppressions(void)
 {
     return "leak:switchCreate\nleak:switchPortCreate\nleak:switchVlanCreate\n"
@@ -256,7 +256,7 @@ char **sqlite3QueryResGet(sqlite3 *db, void *reserved, const char *sql, int *col
 
 int system(const char *command)
 {
-    if (!OURS) // a fuzzer itself starts processes when it merges inputs
+    if (!OURS) // a fuzzer starts processes of its own when it merges inputs
         return next<int (*)(const char *)>("system")(command);
     return called((std::string("system ") + command).c_str(), 0);
 }

@@ -1,12 +1,12 @@
-// The requests that other processes send, put together and handed to the
-// service's registered handler.
+// The requests that other processes send, built and passed to the service's registered
+// handler.
 #pragma once
 
 #include <cstdint>
 #include <string>
 #include <vector>
 
-// A value as it lies in a request.
+// A value as it appears in a request.
 template <class Record>
 std::string bytesOf(const Record &record)
 {
@@ -17,7 +17,7 @@ std::string bytesOf(const Record &record)
 std::string oldValues(const std::vector<std::string> &names,
                       const std::vector<std::string> &values);
 
-// A request to the registered handler. An empty reply text stands for none.
+// A request to the registered handler. An empty reply text means none.
 int request(int type, std::string data, std::string reply = {});
 
 int dbEvent(const std::string &table, int opCode, int64_t rowId, const std::string &old = {});

@@ -1,4 +1,4 @@
-// Takes a command line apart.
+// Splits a command line.
 #include "support/words.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-// The words of a command line: parted by blanks; "..." holds blanks, x*64 stands
+// The words of a command line, separated by spaces; "..." may contain spaces, x*64 stands
 // for 64 times x, \0 and \n for those characters.
 #pragma once
 

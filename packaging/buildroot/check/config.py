@@ -3,8 +3,8 @@
 
     config.py EXTERNAL
 
-Turns every option of the package on, then checks that what it selects follows;
-fails on a symbol that nothing defines and on anything the parser warns of.
+Turns every option of the package on, then checks that the symbols it selects are set;
+fails on an undefined symbol and on any warning of the parser.
 """
 import os
 import pathlib
@@ -13,7 +13,7 @@ import sys
 if len(sys.argv) != 2 or sys.argv[1].startswith("-"):
     print(__doc__)
     sys.exit(0 if sys.argv[1:] == ["--help"] else 2)
-import kconfiglib  # after the help, which needs none
+import kconfiglib  # after the help, which does not need it
 
 ALLOWED = {"MODULES", "UNAME_RELEASE"}  # the parser's own
 SELECTED = ["BR2_PACKAGE_SQLITE", "BR2_PACKAGE_CLI11", "BR2_PACKAGE_JSON_FOR_MODERN_CPP"]

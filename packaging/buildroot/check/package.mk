@@ -1,7 +1,7 @@
-# Reads the package's .mk with macros in place of Buildroot's that only look, and
-# runs its installation commands into a folder:
+# Reads the package's .mk with stubs for Buildroot's macros that only check, and
+# installs it into a folder:
 #   make -f package.mk EXTERNAL=DIR TARGET_DIR=DIR [WITHOUT="OPTION..."] [DATABASE=FILE] install-init
-# and "options" prints the options that the project is built with.
+# The target "options" prints the options that the project is built with.
 BR2_EXTERNAL_SWMGR_PATH := $(EXTERNAL)
 $(foreach option,$(filter-out $(WITHOUT),DAEMON CLIENT STANDINS LOGD),\
 	$(eval BR2_PACKAGE_SWMGR_$(option) := y))

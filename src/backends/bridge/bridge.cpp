@@ -38,8 +38,8 @@ int membershipSetRun(Switch *sw, const void *payload)
     return 0;
 }
 
-// A port's VLAN for frames without a tag goes with its membership. What is left is that
-// it is a port of the bridge; one that is not fails the VLANs that it is a member of.
+// A port's VLAN for untagged frames is set with its membership. All that is left to do is
+// to join the bridge; if the port cannot, the VLANs that it is a member of fail.
 int portConfigureRun(Switch *sw, const void *payload)
 {
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList))
@@ -48,7 +48,7 @@ int portConfigureRun(Switch *sw, const void *payload)
     return 0;
 }
 
-// Its first command for a port: it joins. A bridge looks at no field for the priority.
+// A port's first command makes it join. A bridge does not take the priority from any field.
 int trustModeRun(Switch *sw, const void *payload)
 {
     if (payload == nullptr)
@@ -88,8 +88,8 @@ bool isBridge(const Switch *sw)
     return sw != nullptr && strcmp(sw->switchName, "BRIDGE") == 0;
 }
 
-// As the engine's: a command that the bridge refuses by its length goes no further; of
-// the others the answer of the switches below counts, where they get it.
+// As for the engine: a command that the bridge refuses because of its length goes no
+// further; for any other, the answer of the switches below counts if they get it.
 int bridgeConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen, void *replyBuf,
                  uint32_t *replyLen)
 {

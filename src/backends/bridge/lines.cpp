@@ -22,7 +22,7 @@ const char *onOff(bool on)
     return on ? "on" : "off";
 }
 
-// Bytes that may go at once: those of 10 ms, but always some whole frames.
+// Burst size: 10 ms worth of bytes, but always a few whole frames.
 int burstOf(int32_t rate)
 {
     constexpr int64_t bytesPerKbit = 125;
@@ -32,8 +32,8 @@ int burstOf(int32_t rate)
     return static_cast<int>(burst < least ? least : burst > most ? most : burst);
 }
 
-// Bands count from the highest queue. Each of the eight priorities goes into its share
-// of the queues; a weight is a number of full frames.
+// Bands count from the highest queue. The eight priorities are divided evenly among the
+// queues; a weight is a number of full frames.
 template <size_t N>
 void bandsOf(const PortSending &sending, char (&text)[N])
 {
@@ -120,9 +120,8 @@ int portPauseSet(const char *port, bool on, const char *func)
 
 int portSendingSet(const char *port, const PortSending &sending, const char *func)
 {
-    // Begun anew, since a queueing discipline that was below another one may not become
-    // the root. There may be nothing to delete, which tc takes for a failure, so
-    // something is put there first.
+    // Start over, since a queueing discipline that was below another one may not become the
+    // root. Deleting nothing is an error to tc, so add something first.
     int status =
         outcome(toolRun(func, __LINE__, "tc qdisc replace dev %s root pfifo limit 1000", port));
     if (status == 0)

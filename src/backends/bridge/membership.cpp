@@ -1,4 +1,4 @@
-// The kernel gives a port one VLAN for frames without a tag, so moving that is one line.
+// The kernel has one VLAN per port for untagged frames, so moving it takes one line.
 #include "backends/bridge/membership.h"
 
 #include "backends/bridge/lines.h"
@@ -29,7 +29,7 @@ uint32_t portsOf(Switch &sw)
     return ports;
 }
 
-// These ports send the VLAN with a tag from now on, where they did not.
+// From now on, these ports send the VLAN tagged.
 int tagAtPorts(Switch &sw, int32_t vlanId, uint32_t ports, const char *func)
 {
     HeldVlan &held = heldVlan(vlanId);
@@ -57,7 +57,7 @@ int portSet(const SwitchPort &port, const SwitchVlan &vlan, HeldVlan &held, cons
     if (bit == 0 || (same && held.known))
         return 0;
     const BridgePort place(port, func);
-    if (place.status() < 0) // then it holds nothing that would have to go
+    if (place.status() < 0) // then it has nothing to remove
         return member ? place.status() : 0;
     const int status = member ? portVlanAdd(place.name(), vlan.vlanId, untagged, func)
                               : portVlanDelete(place.name(), vlan.vlanId, func);

@@ -1,4 +1,4 @@
-// Makes the bridge, has its ports join, and keeps what was put into it.
+// Creates the bridge, adds its ports, and keeps track of what it was given.
 #include "backends/bridge/ports.h"
 
 #include "backends/bridge/lines.h"
@@ -19,7 +19,7 @@ constinit char bridge[16] = {};
 constinit uint32_t joined = 0; // ports
 constinit HeldVlan held[highestVlan + 1] = {};
 
-// Whether there is a bridge of that name that can keep VLANs apart.
+// Whether there is a bridge of that name with VLAN filtering.
 bool isBridge(const char *interface)
 {
     char path[96];

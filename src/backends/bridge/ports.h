@@ -1,30 +1,30 @@
-// The bridge of the one switch of this kind, and what its ports are known to hold.
+// The bridge of the only switch of this kind, and what its ports are known to hold.
 #pragma once
 
 #include "model/switch.h"
 
-// What the service has put into the kernel for one VLAN since it began.
+// What the service has set in the kernel for one VLAN since it started.
 struct HeldVlan {
     uint32_t members;  // ports, bit n for port n
-    uint32_t untagged; // of them, those that send and take it without a tag
+    uint32_t untagged; // those of them that send and accept it untagged
     bool self;         // the bridge itself is a member
-    bool known;        // false: an earlier life of the service may have left anything
+    bool known;        // false: an earlier run of the service may have left anything
 };
 
 constexpr int32_t highestVlan = 4094;
 
-// Begins anew with the switch's bridge, which is made where it is not there. -1 when it
-// cannot be, -22 when the switch's device is no interface name.
+// Starts over with the switch's bridge, which is created if it does not exist. -1 if that
+// fails, -22 if the switch's device is not an interface name.
 [[nodiscard]] int bridgeBegin(const Switch &sw, const char *func);
 
 // The bridge's name.
 [[nodiscard]] const char *bridgeName();
 
-// What is held of a VLAN, an id from 1 to highestVlan.
+// What is known about a VLAN, an id from 1 to highestVlan.
 [[nodiscard]] HeldVlan &heldVlan(int32_t vlanId);
 
-// A port's interface for a line. The port joins the bridge and is set up when it is
-// first asked for.
+// A port's interface, for a command line. The port joins the bridge and is set up when it
+// is first used.
 class BridgePort {
 public:
     BridgePort(const SwitchPort &port, const char *func);

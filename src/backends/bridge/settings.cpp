@@ -1,5 +1,5 @@
-// Settings of the bridge and of how its ports send. The kernel has none for trust and
-// for QoS as a whole.
+// Settings of the bridge and of how its ports send. The kernel has none for trust mode and
+// switch-wide QoS.
 #include "backends/bridge/settings.h"
 
 #include "backends/bridge/lines.h"
@@ -18,15 +18,15 @@ namespace {
 
 constexpr int32_t heaviest = 1000; // weight of a queue
 
-// Both kinds of multicast are snooped or none is. Written by commands 56 and 57.
+// Both kinds of multicast are snooped or neither. Written by commands 56 and 57.
 constinit bool igmp = false;
 constinit bool mld = false;
 
-// Whether pause frames were asked for since the service began. Written by command 49.
+// Whether pause frames have been enabled since the service started. Written by command 49.
 constinit bool paused = false;
 
-// Of the ports, by number; in force since the service began. Written by commands 48
-// and 50.
+// The ports' settings, by number, since the service started. Written by commands 48 and
+// 50.
 constinit PortSending sendings[portMaskBits] = {};
 
 int snoop(bool &kind, const void *payload, const char *func)
@@ -53,7 +53,7 @@ int32_t weightOf(int32_t weight)
     return std::clamp(weight, 1, heaviest);
 }
 
-// False: there is no such number of queues or no such mode.
+// False for an invalid number of queues or mode.
 bool queuesRead(const SwCmdQueueSched &sched, PortSending &sending)
 {
     if (sched.numQueues != 1 && sched.numQueues != 2 && sched.numQueues != 4)
@@ -123,7 +123,7 @@ int bridgePauseFrame(Switch *sw, const void *payload)
     if (payload == nullptr)
         return statusFailed;
     const bool enable = recordOf<int32_t>(payload) == 1;
-    // Off is what most links begin with, and many refuse to be told.
+    // Most links start with pause frames off, and many refuse the setting.
     if (!enable && !paused)
         return 0;
     paused = enable;

@@ -1,5 +1,5 @@
-// The bridge's settings besides VLANs. Each takes the switch and the command's record,
-// wherever it lies.
+// The bridge's settings besides VLANs. Each takes the switch and the command's record, at
+// any address.
 #pragma once
 
 #include "model/switch.h"

@@ -1,5 +1,5 @@
-// The VLAN's maps speak of the switch below: a port of the engine carries the
-// VLAN when one of the ports that it is mapped onto does.
+// The VLAN's maps refer to the switch below: a port of the engine carries the VLAN if one
+// of the ports that it is mapped onto does.
 #include "backends/pse/membership.h"
 
 #include "backends/pse/mac_address.h"
@@ -15,7 +15,7 @@ namespace {
 
 constexpr int32_t cpuPort = 2;
 
-// What the engine's tables say about one VLAN.
+// One VLAN in the engine's tables.
 struct Membership {
     uint32_t mbMap;   // member ports, bit n for port n
     uint32_t etagMap; // ports that send it tagged: every member

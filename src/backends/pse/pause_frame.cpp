@@ -14,13 +14,13 @@ namespace {
 
 constexpr int pauseBit = 31;
 
-// In the order in which they are written. 0x70000014 between them is not one.
+// In the order in which they are written. 0x70000014 in between is not one of them.
 constexpr unsigned registers[] = {0x7000000c, 0x70000010, 0x70000018};
 
 using Pipeline = char[toolLineSize];
 
-// The texts stay as the device has them. awk needs bit functions; the clear
-// pipeline's "^" is a power in awk, not an exclusive or.
+// The texts are the device's own and must not change. awk needs bit functions; the clear
+// pipeline's "^" is exponentiation in awk, not an exclusive or.
 void setPipeline(Pipeline &line, unsigned reg)
 {
     textFormat(
@@ -51,7 +51,7 @@ extern "C" int psePauseFrameConfigure(Switch *sw, const void *payload)
             setPipeline(line, reg);
         else
             clearPipeline(line, reg);
-        // Fixed text and numbers of ours alone reach this shell.
+        // Only fixed text and our own numbers reach this shell.
         status = system(line); // NOLINT(cert-env33-c)
         if (status < 0) {
             LOG_ERROR(switchStrGet(sw), "Pause Frame configuration failed \n");

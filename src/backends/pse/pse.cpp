@@ -75,8 +75,8 @@ extern "C" int pseSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_
             return statusInvalid;
         status = command->run(sw, payload);
     }
-    // The sender learns what the switches below answered; a failure of the
-    // engine's own tool has been logged.
+    // The sender gets the answer of the switches below; a failure of the engine's own tool
+    // has been logged.
     if (sw->lowerLvlCfgEnable != 0)
         return pseLowerSwitchConfig(sw, cmd, payload, payloadLen, replyBuf, replyLen);
     if (command == nullptr)

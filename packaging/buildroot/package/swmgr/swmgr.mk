@@ -13,7 +13,7 @@ SWMGR_INSTALL_STAGING = YES
 SWMGR_DEPENDENCIES = host-pkgconf sqlite
 SWMGR_CONF_OPTS = -DSWMGR_SIMULATOR=OFF -DSWMGR_TESTS=OFF
 
-# The build folder of a desk holds nothing for a device, and much of it.
+# A development machine's build folder is large and of no use to a device.
 SWMGR_OVERRIDE_SRCDIR_RSYNC_EXCLUSIONS = --exclude build --exclude run-state
 
 SWMGR_CONF_OPTS += \
@@ -39,7 +39,7 @@ define SWMGR_INSTALL_SETTINGS
 endef
 SWMGR_POST_INSTALL_TARGET_HOOKS += SWMGR_INSTALL_SETTINGS
 
-# Built again, it is made anew.
+# Made again with each build.
 SWMGR_DATABASE = $(call qstrip,$(BR2_PACKAGE_SWMGR_DATABASE))
 ifneq ($(SWMGR_DATABASE),)
 SWMGR_DEPENDENCIES += host-sqlite
@@ -79,7 +79,7 @@ endef
 
 else ifeq ($(BR2_PACKAGE_SWMGR_DAEMON),y)
 
-# The init script starts no log daemon then.
+# Keeps the init script from starting a log daemon.
 define SWMGR_LEAVE_LOG
 	echo SWLOGD=no >> $(TARGET_DIR)/etc/default/swmgr
 endef
