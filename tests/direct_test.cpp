@@ -14,6 +14,7 @@
 #include "base/state.h"
 #include "config/vlan_config.h"
 #include "switch/port.h"
+#include "switch/port_mapping.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"
 
@@ -574,6 +575,7 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
     EXPECT_EQ("cmd bridge vlan add dev lan1 vid 20 pvid untagged\n"
               "cmd bridge vlan add dev br0 vid 20 self\n= 0",
               sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
+    EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
 
     // The port that is there under another number has to join as that.
     lan->number = 5;
@@ -584,4 +586,26 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
               "cmd ip link set dev lan1 up\ncmd bridge vlan add dev lan1 vid 10\n= 0",
               sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
     EXPECT_EQ("", platform::answerAsUsual());
+}
+
+// The field is longer than a name that a mapping can hold.
+TEST(Direct, aMappingFindsNamesOfUpTo63Characters)
+{
+    OwnSwitch *engine = switchBuild("PSE", pseSwitchConfig);
+    engine->level = 2;
+    switchLibInit();
+    salListNodeAppend(&switchTbl, as(&engine->link));
+    int number = 0;
+    for (const auto &[length, status] : {std::pair{62, 0}, {63, 0}, {64, -1}, {511, -1}}) {
+        const std::string name(static_cast<size_t>(length), 'n');
+        OwnSwitch *below = switchBuild(name.c_str(), bcmSwitchConfig);
+        below->level = 1;
+        const OwnPort *port = portBuild(*below, 1);
+        salListNodeAppend(&switchTbl, as(&below->link));
+        OwnPort *above = portBuild(*engine, ++number);
+        std::string text = name + ":1";
+        EXPECT_EQ(status, switchPortMapInit(as<SwitchPort>(above), text.data())) << length;
+        const auto *last = static_cast<OwnNode *>(above->mapped.last);
+        EXPECT_EQ(status == 0 ? port : nullptr, last != nullptr ? last->target : nullptr);
+    }
 }
