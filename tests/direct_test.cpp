@@ -4,6 +4,7 @@
 #include "support/guarded.h"
 #include "support/platform.h"
 
+#include "backends/backends.h"
 #include "backends/bcm/bcm.h"
 #include "backends/bcm/device.h"
 #include "backends/bcm/ports.h"
@@ -13,6 +14,7 @@
 #include "base/state.h"
 #include "config/vlan_config.h"
 #include "switch/port.h"
+#include "switch/port_mapping.h"
 #include "switch/registry.h"
 #include "vlan/vlan.h"
 
@@ -503,4 +505,107 @@ TEST(Direct, aHierarchyOfAProgramsOwnIsServed)
               "cmd arl_table_func del  21\n"
               "ioctl VLAN_CLEAR 1500000000\nioctl VLAN_ENTRY_SET 15001100040000\n",
               hardware());
+}
+
+// Names and numbers change between commands; of two VLANs with one id both count.
+TEST(Direct, aBridgeOfAProgramsOwnIsServed)
+{
+    OwnSwitch *sw = switchBuild("BRIDGE", nullptr);
+    strcpy(sw->device, "br0");
+    portBuild(*sw, 40);
+    OwnPort *wan = portBuild(*sw, 1);
+    OwnPort *lan = portBuild(*sw, 0);
+    OwnVlan *vlans[3];
+    for (OwnVlan *&vlan : vlans) {
+        vlan = platform::guarded<OwnVlan>();
+        vlan->id = 10;
+        vlan->owner = sw;
+        salListNodeAppend(as(&sw->vlanList), as(&vlan->link));
+    }
+    OwnVlan *one = vlans[0], *twin = vlans[1], *other = vlans[2];
+    const auto filled = [](OwnVlan &vlan, int32_t id, uint32_t members, uint32_t untagged) {
+        vlan.id = id;
+        vlan.members = members;
+        vlan.untagged = untagged;
+    };
+    const auto sent = [&](int cmd, void *payload) {
+        const uint32_t length = cmd == SW_CMD_PORT_CONFIG_SET ? 140 : 1312;
+        platform::forget();
+        const int status = sw->config(as(sw), cmd, payload, length, nullptr, nullptr);
+        return hardware() + "= " + std::to_string(status);
+    };
+    platform::answer("vlan_filtering", -2);
+    EXPECT_EQ(0, switchConfigFuncRegister(as(sw)));
+
+    filled(*one, 10, 0x3, 0x1);
+    filled(*other, 20, 0x1, 0x1);
+    EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_UPDATE, one));
+    EXPECT_EQ(0x3u, twin->members);
+    EXPECT_EQ(0x1u, twin->untagged);
+    EXPECT_EQ(0u, other->untagged);
+
+    // A port has no interface, then one: it joins with the first command that needs it.
+    strcpy(wan->interface, "wan");
+    EXPECT_EQ("cmd ip link set dev wan master br0\ncmd ip link set dev wan up\n"
+              "cmd bridge vlan add dev wan vid 10\n= -22",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, nullptr));
+    strcpy(lan->interface, "lan1");
+    EXPECT_EQ("cmd ip link set dev lan1 master br0\ncmd ip link set dev lan1 up\n= 0",
+              sent(SW_CMD_PORT_CONFIG_SET, lan));
+    EXPECT_EQ("cmd bridge vlan add dev lan1 vid 10 pvid untagged\n"
+              "cmd bridge vlan add dev br0 vid 10 self\n"
+              "cmd bridge vlan add dev lan1 vid 20\ncmd bridge vlan add dev br0 vid 20 self\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, nullptr));
+
+    // One whose name has become an option of a tool is asked for nothing more.
+    strcpy(lan->interface, "-all");
+    filled(*other, 20, 0x1, 0x1);
+    EXPECT_EQ("= -22", sent(SW_CMD_VLAN_MEMBERSHIP_UPDATE, other));
+    EXPECT_EQ(0x1u, one->untagged);
+    EXPECT_EQ("= -22", sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
+    filled(*other, 20, 0x0, 0x0);
+    EXPECT_EQ("cmd bridge vlan del dev br0 vid 20 self\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
+
+    strcpy(lan->interface, "lan1");
+    filled(*other, 20, 0x1, 0x1);
+    EXPECT_EQ("cmd bridge vlan add dev lan1 vid 10\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_UPDATE, other));
+    EXPECT_EQ(0u, one->untagged | twin->untagged);
+    EXPECT_EQ("cmd bridge vlan add dev lan1 vid 20 pvid untagged\n"
+              "cmd bridge vlan add dev br0 vid 20 self\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
+    EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
+
+    // The port that is there under another number has to join as that.
+    lan->number = 5;
+    filled(*one, 10, 0x21, 0x0);
+    EXPECT_EQ("= -22", sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
+    filled(*one, 10, 0x20, 0x0);
+    EXPECT_EQ("cmd bridge vlan del dev wan vid 10\ncmd ip link set dev lan1 master br0\n"
+              "cmd ip link set dev lan1 up\ncmd bridge vlan add dev lan1 vid 10\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
+    EXPECT_EQ("", platform::answerAsUsual());
+}
+
+// The field is longer than a name that a mapping can hold.
+TEST(Direct, aMappingFindsNamesOfUpTo63Characters)
+{
+    OwnSwitch *engine = switchBuild("PSE", pseSwitchConfig);
+    engine->level = 2;
+    switchLibInit();
+    salListNodeAppend(&switchTbl, as(&engine->link));
+    int number = 0;
+    for (const auto &[length, status] : {std::pair{62, 0}, {63, 0}, {64, -1}, {511, -1}}) {
+        const std::string name(static_cast<size_t>(length), 'n');
+        OwnSwitch *below = switchBuild(name.c_str(), bcmSwitchConfig);
+        below->level = 1;
+        const OwnPort *port = portBuild(*below, 1);
+        salListNodeAppend(&switchTbl, as(&below->link));
+        OwnPort *above = portBuild(*engine, ++number);
+        std::string text = name + ":1";
+        EXPECT_EQ(status, switchPortMapInit(as<SwitchPort>(above), text.data())) << length;
+        const auto *last = static_cast<OwnNode *>(above->mapped.last);
+        EXPECT_EQ(status == 0 ? port : nullptr, last != nullptr ? last->target : nullptr);
+    }
 }

@@ -224,6 +224,19 @@ Call callOf(Result (*function)(Types...))
     return {run, {std::is_pointer_v<Types>...}};
 }
 
+// A command to a switch with whatever it is bound to, and one handed on to a lower switch.
+int configFunc(Switch *sw, int cmd, const void *payload, uint32_t payloadLen, void *replyBuf,
+               uint32_t *replyLen)
+{
+    return sw->configFunc(sw, cmd, payload, payloadLen, replyBuf, replyLen);
+}
+
+int confTransferFunc(Switch *sw, Switch *lower, int cmd, const void *payload, uint32_t payloadLen,
+                     void *replyBuf, uint32_t *replyLen)
+{
+    return sw->confTransferFunc(sw, lower, cmd, payload, payloadLen, replyBuf, replyLen);
+}
+
 // clang-format off
 #define F(name) {#name, callOf(name)}
 const std::map<std::string, Call> functions = {
@@ -235,7 +248,7 @@ const std::map<std::string, Call> functions = {
     F(bcmSwitchPortConfigure), F(bcmSwitchPortPVIDSet), F(bcmSwitchRegister),
     F(bcmSwitchUnRegister), F(bcmTagsShow), F(bcmTrustModeConfigure), F(bcmVlanEnable),
     F(bcmVlanMembershipClear), F(bcmVlanMembershipConfigure), F(bcmVlanMembershipSet),
-    F(bcmVlanMembershipUpdate), F(bcmVlanShow), F(pseConfTransfer), F(pseCpuARLTableEntryAdd),
+    F(bcmVlanMembershipUpdate), F(bcmVlanShow), F(confTransferFunc), F(configFunc), F(pseConfTransfer), F(pseCpuARLTableEntryAdd),
     F(pseCpuARLTableEntryDelete), F(pseLowerSwitchConfig), F(psePauseFrameConfigure),
     F(pseQoSConfigure), F(pseQueueSchedConfigure), F(pseRateLimitConfigure), F(pseSwitchConfig),
     F(pseSwitchRegister), F(pseSwitchUnRegister), F(pseTrustModeConfigure),
