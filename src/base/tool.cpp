@@ -10,11 +10,14 @@
 
 namespace {
 
+// A line that is not run counts as one whose program reported failure.
+constexpr int notRun = 1;
+
 int run(const char *func, int sourceLine, bool allowed, const char *format, va_list arguments)
 {
     char commandLine[toolLineSize];
     static_cast<void>(vsnprintf(commandLine, sizeof(commandLine), format, arguments));
-    const int status = allowed ? salCmdExec(commandLine, /*arg1=*/0, /*arg2=*/0) : statusFailed;
+    const int status = allowed ? salCmdExec(commandLine, /*arg1=*/0, /*arg2=*/0) : notRun;
     LOG_AT(SWMGR_LOG_ERROR, noLabel, func, sourceLine, "cmd (%s) returned (%d).\n", commandLine,
            status);
     return status;

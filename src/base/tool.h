@@ -10,8 +10,8 @@ int toolRun(const char *func, int sourceLine, const char *format, ...)
 
 // The same for a line that takes a word from outside: `word`, which the arguments name
 // once more. Where it may not stand in a line that a shell gets (interface_name.h), the
-// reason is logged, nothing is run, and the status is -1 as for a tool that could not
-// be run.
+// reason is logged, nothing is run, and the status is 1 as of a tool that reported
+// failure; -1 without a word.
 int toolRunOn(const char *func, int sourceLine, const char *word, const char *format, ...)
     __attribute__((format(printf, 4, 5)));
 

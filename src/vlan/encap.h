@@ -1,6 +1,6 @@
 // The Linux 802.1Q sub-interface of a VLAN, made and removed with the device's
-// tools. A name that may not stand in a command line, or none, is answered as if each
-// tool that gets it could not be run (-1).
+// tools. For a name that may not stand in a command line no tool is run, and each counts as
+// one that reported failure (1); without a name as one that could not be run (-1).
 #pragma once
 
 #include "swmgr/swmgr.h"
