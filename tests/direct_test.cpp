@@ -580,7 +580,7 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
     // The port that is there under another number has to join as that.
     lan->number = 5;
     filled(*one, 10, 0x21, 0x0);
-    EXPECT_EQ("= -1", sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
+    EXPECT_EQ("= -22", sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
     filled(*one, 10, 0x20, 0x0);
     EXPECT_EQ("cmd bridge vlan del dev wan vid 10\ncmd ip link set dev lan1 master br0\n"
               "cmd ip link set dev lan1 up\ncmd bridge vlan add dev lan1 vid 10\n= 0",
