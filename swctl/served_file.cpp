@@ -15,8 +15,8 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cinttypes>
 #include <climits>
-#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <optional>
@@ -57,12 +57,15 @@ std::optional<FileId> toldBy(const ServingProcess &process)
     if (flock(file.get(), LOCK_SH | LOCK_NB) == 0 || errno != EWOULDBLOCK)
         return std::nullopt;
     const std::string text = textFrom(file.get());
-    FileId told;
-    int begin = 0;
-    if (sscanf(text.c_str(), "%ju %ju %n", &told.device, &told.inode, &begin) != 2 ||
-        text.back() != '\n')
+    if (text.empty() || text.back() != '\n')
         return std::nullopt;
-    told.path = text.substr(static_cast<size_t>(begin));
+    FileId told;
+    char *end = nullptr;
+    told.device = strtoumax(text.c_str(), &end, 10);
+    told.inode = strtoumax(end, &end, 10);
+    if (told.inode == 0 || *end != ' ')
+        return std::nullopt;
+    told.path = end + 1;
     told.path.pop_back();
     return told;
 }
