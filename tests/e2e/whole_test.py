@@ -147,7 +147,7 @@ class Whole(GatewayTest):
 
     def test_a_load_that_stopped_is_told_until_the_next_start(self):
         self.hardware.sqlite3("INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap) "
-                              "VALUES (55, 'eth0;x', '1')")
+                              f"VALUES (55, '{'x' * 64}', '1')")
         for _ in range(2):
             self.assertEqual(self.hardware.stop(), 0)
             self.assertTrue(self.hardware.start())
