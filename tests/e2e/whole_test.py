@@ -101,10 +101,12 @@ class Whole(GatewayTest):
         self.assertTrue(self.hardware.start())
 
     def end_watchers(self):
-        found = subprocess.run(["pgrep", "-f", f"{self.hardware.database} confirm --watch"],
-                               capture_output=True, text=True, check=True)
+        watchers = ["pgrep", "-f", f"{self.hardware.database} confirm --watch"]
+        found = subprocess.run(watchers, capture_output=True, text=True, check=True)
         for pid in found.stdout.split():
             os.kill(int(pid), signal.SIGKILL)
+        while subprocess.run(watchers, capture_output=True).returncode == 0:
+            time.sleep(0.02)  # they hold their locks until they are gone
 
     def test_what_the_service_has_not_heard_is_told_until_it_starts(self):
         for arguments, status in ((("port", "set", "PSE", 4, "--trust-mode", 3), DIFFERS),
