@@ -1,12 +1,12 @@
 // What every command of the command line shares; see the header.
 #include "swctl/cli.h"
 
-#include "swctl/carry_out.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
-#include "swctl/request_log.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
+#include "client/base/json.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/change/carry_out.h"
+#include "client/service/request_log.h"
+#include "client/service/service.h"
 
 #include <algorithm>
 #include <utility>

@@ -1,8 +1,8 @@
 // Flags of changes, and how a command has one carried out; see the header.
 #include "swctl/cli_change.h"
 
-#include "swctl/journal.h"
-#include "swctl/outcome.h"
+#include "client/base/outcome.h"
+#include "client/change/journal.h"
 #include "swctl/report.h"
 #include "swctl/validate.h"
 

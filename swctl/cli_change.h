@@ -1,7 +1,7 @@
 // What every command that changes the configuration shares.
 #pragma once
 
-#include "swctl/carry_out.h"
+#include "client/change/carry_out.h"
 #include "swctl/cli.h"
 
 namespace swctl {

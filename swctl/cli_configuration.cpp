@@ -1,8 +1,8 @@
 // The commands that change the configuration database: vlan, port and switch. They
 // differ only in their tables.
+#include "client/base/outcome.h"
 #include "swctl/cli_change.h"
 #include "swctl/cli_list.h"
-#include "swctl/outcome.h"
 #include "swctl/validate.h"
 
 #include <limits>

@@ -1,12 +1,12 @@
 // explain: what becomes of a VLAN's frames at a port, and how an interface stands.
-#include "swctl/check_rules.h"
+#include "client/base/json.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/check/check_rules.h"
+#include "client/view/explain.h"
 #include "swctl/cli.h"
-#include "swctl/explain.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <memory>

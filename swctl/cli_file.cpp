@@ -1,9 +1,9 @@
 // The commands that take or give a whole configuration: export, apply, batch.
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/change/journal.h"
+#include "client/plan/configuration_file.h"
 #include "swctl/cli_change.h"
-#include "swctl/configuration_file.h"
-#include "swctl/journal.h"
-#include "swctl/outcome.h"
-#include "swctl/text.h"
 
 #include <algorithm>
 #include <cerrno>

@@ -1,9 +1,9 @@
 // The command for a monitoring system: metrics.
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/view/metrics.h"
 #include "common/descriptor.h"
 #include "swctl/cli_change.h"
-#include "swctl/metrics.h"
-#include "swctl/outcome.h"
-#include "swctl/text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,13 +1,13 @@
 // Requests that bypass the database, and the raw forms for testing: request,
 // bandwidth, event and command.
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/devices/gateway_view.h"
+#include "client/devices/readback.h"
+#include "client/service/request_log.h"
+#include "client/service/service.h"
 #include "swctl/cli.h"
 #include "swctl/configuration_columns.h"
-#include "swctl/gateway_view.h"
-#include "swctl/outcome.h"
-#include "swctl/readback.h"
-#include "swctl/request_log.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <cstdlib>

@@ -1,11 +1,11 @@
 // How the gateway is doing: status, and what the chip counts on its ports.
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/devices/gateway_view.h"
+#include "client/devices/readback.h"
+#include "client/view/status.h"
 #include "swctl/cli_change.h"
-#include "swctl/gateway_view.h"
-#include "swctl/outcome.h"
-#include "swctl/readback.h"
 #include "swctl/report.h"
-#include "swctl/status.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <algorithm>

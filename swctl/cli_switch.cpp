@@ -1,14 +1,14 @@
 // Commands for one switch, sent as they are and not stored: rate-limit, queues,
 // qos, pause-frames, vlan-mode and snooping.
+#include "client/base/number.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/devices/pause_registers.h"
+#include "client/devices/site.h"
+#include "client/service/request_log.h"
+#include "client/service/service.h"
+#include "client/view/foresee.h"
 #include "swctl/cli.h"
-#include "swctl/foresee.h"
-#include "swctl/number.h"
-#include "swctl/outcome.h"
-#include "swctl/pause_registers.h"
-#include "swctl/request_log.h"
-#include "swctl/service.h"
-#include "swctl/site.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <limits>

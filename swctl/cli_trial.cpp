@@ -1,13 +1,13 @@
 // The commands about changes that were made: confirm, history, undo.
+#include "client/base/json.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/change/confirm.h"
+#include "client/change/history.h"
+#include "client/change/journal.h"
+#include "client/service/log.h"
 #include "swctl/cli_change.h"
-#include "swctl/confirm.h"
-#include "swctl/history.h"
-#include "swctl/journal.h"
-#include "swctl/json.h"
-#include "swctl/log.h"
-#include "swctl/outcome.h"
 #include "swctl/report.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <ctime>

@@ -1,12 +1,12 @@
 // The commands that hold the database against the hardware: diff, repair, recover,
 // rehearse.
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/change/journal.h"
+#include "client/change/repair.h"
+#include "client/rehearse/happening_text.h"
 #include "swctl/cli_change.h"
-#include "swctl/happening_text.h"
-#include "swctl/journal.h"
-#include "swctl/json.h"
-#include "swctl/repair.h"
 #include "swctl/report.h"
-#include "swctl/text.h"
 
 #include <memory>
 

@@ -1,12 +1,12 @@
 // The commands that only look: show and log.
+#include "client/base/json.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/service/log.h"
+#include "client/service/service.h"
 #include "common/log_rank.h"
 #include "swctl/cli.h"
-#include "swctl/json.h"
-#include "swctl/log.h"
-#include "swctl/outcome.h"
-#include "swctl/service.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <cerrno>

@@ -1,12 +1,12 @@
 // One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
+#include "client/base/json.h"
+#include "client/base/number.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/view/look.h"
 #include "swctl/cli_list.h"
-#include "swctl/json.h"
-#include "swctl/look.h"
-#include "swctl/number.h"
-#include "swctl/outcome.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <algorithm>

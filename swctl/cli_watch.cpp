@@ -1,13 +1,13 @@
 // watch: one line for each thing that changes, until it is interrupted.
+#include "client/base/json.h"
+#include "client/base/outcome.h"
+#include "client/base/text.h"
+#include "client/service/log.h"
+#include "client/service/request_log.h"
+#include "client/view/watch.h"
 #include "common/clock.h"
 #include "swctl/cli.h"
-#include "swctl/json.h"
-#include "swctl/log.h"
-#include "swctl/outcome.h"
-#include "swctl/request_log.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
-#include "swctl/watch.h"
 #include "swmgr/swmgr_client.h"
 
 #include <csignal>

@@ -1,9 +1,9 @@
 // Texts and JSON of verdicts; see the header.
 #include "swctl/report.h"
 
-#include "swctl/confirm.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
+#include "client/base/text.h"
+#include "client/change/confirm.h"
+#include "client/service/service.h"
 
 #include <algorithm>
 

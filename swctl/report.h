@@ -1,8 +1,8 @@
 // What became of a change, in words and as JSON.
 #pragma once
 
-#include "swctl/carry_out.h"
-#include "swctl/json.h"
+#include "client/base/json.h"
+#include "client/change/carry_out.h"
 
 namespace swctl {
 

@@ -1,7 +1,7 @@
 // Checks and normal forms of arguments; see the header.
 #include "swctl/validate.h"
 
-#include "swctl/text.h"
+#include "client/base/text.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,8 +1,8 @@
 // The rules of 'swctl check' against faulty databases: what it finds, with a start
 // judged by the service itself, and that the triggers agree.
-#include "swctl/check.h"
-#include "swctl/outcome.h"
-#include "swctl/rehearsal.h"
+#include "client/base/outcome.h"
+#include "client/check/check.h"
+#include "client/rehearse/rehearsal.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

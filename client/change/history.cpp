@@ -1,0 +1,119 @@
+// One line of JSON for each change; see the header.
+#include "client/change/history.h"
+
+#include "client/base/json.h"
+#include "client/change/carry_out.h"
+#include "client/change/journal.h"
+#include "client/rows/row_json.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace swctl {
+namespace {
+
+constexpr size_t mostHistory = 64 * 1024 * 1024; // bytes that are read
+constexpr size_t fullHistory = 1024 * 1024;      // bytes at which the older half goes
+
+// Who asked, also where the right to do it was lent.
+std::string userName()
+{
+    const char *lent = getenv("SUDO_USER");
+    if (lent != nullptr && getuid() == 0)
+        return lent;
+    const passwd *entry = getpwuid(getuid());
+    return entry != nullptr ? entry->pw_name : std::to_string(getuid());
+}
+
+std::vector<std::string_view> linesOf(std::string_view text)
+{
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        if (end == std::string_view::npos)
+            break; // was being written when the power went
+        lines.push_back(text.substr(0, end));
+        text.remove_prefix(end + 1);
+    }
+    return lines;
+}
+
+std::optional<HistoryEntry> entryOf(std::string_view line)
+{
+    try {
+        const Json json = Json::parse(line);
+        std::optional<ChangeSet> changes = changeSetOf(json.at("change").dump());
+        if (!changes)
+            return std::nullopt;
+        return HistoryEntry{json.at("number"),  json.at("time"),   json.at("who"),
+                            json.at("outcome"), json.at("undoes"), std::move(*changes)};
+    } catch (const Json::exception &) {
+        return std::nullopt;
+    }
+}
+
+std::string lineOf(const HistoryEntry &entry)
+{
+    const Json json = {{"number", entry.number}, {"time", entry.time},
+                       {"who", entry.who},       {"outcome", entry.outcome},
+                       {"undoes", entry.undoes}, {"change", Json::parse(toJson(entry.changes))}};
+    return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace) + "\n";
+}
+
+} // namespace
+
+History::History(const std::string &databasePath) : path(databasePath + ".history") {}
+
+std::vector<HistoryEntry> History::entries() const
+{
+    std::vector<HistoryEntry> all;
+    const std::string text = fileContents(path, mostHistory).value_or(std::string());
+    for (const std::string_view line : linesOf(text))
+        if (std::optional<HistoryEntry> entry = entryOf(line))
+            all.push_back(std::move(*entry));
+    return all;
+}
+
+std::vector<RowChange> History::unheardSince(int64_t start) const
+{
+    std::vector<RowChange> rows;
+    std::vector<HistoryEntry> all = entries();
+    for (auto entry = all.rbegin(); entry != all.rend() && entry->time >= start; ++entry) {
+        if (entry->outcome == "refused")
+            continue;
+        for (auto row = entry->changes.rows.rbegin(); row != entry->changes.rows.rend(); ++row)
+            if (row->vlanId() == 0 && (!row->isAnnounced() || entry->outcome == "written"))
+                rows.push_back(std::move(*row));
+    }
+    return rows;
+}
+
+int History::add(const Verdict &verdict, const std::string &outcome, int undoes) const
+{
+    std::string text = fileContents(path, mostHistory).value_or(std::string());
+    std::vector<std::string_view> lines = linesOf(text);
+    HistoryEntry entry{1, verdict.committed, userName(), outcome, undoes, verdict.changes};
+    for (size_t i = lines.size(); i-- > 0;)
+        if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
+            entry.number = last->number + 1;
+            break;
+        }
+    const std::string line = lineOf(entry);
+    const bool whole = text.empty() || text.back() == '\n';
+    if (whole && text.size() < fullHistory) {
+        appendToFile(path, line);
+        return entry.number;
+    }
+    size_t first = lines.size();
+    for (size_t size = 0; first > 0 && size + lines[first - 1].size() < fullHistory / 2;)
+        size += lines[--first].size() + 1;
+    std::string kept;
+    for (size_t i = first; i < lines.size(); ++i)
+        kept.append(lines[i]).append("\n");
+    replaceFile(path, kept + line);
+    return entry.number;
+}
+
+} // namespace swctl

@@ -1,0 +1,62 @@
+// Words for happenings; see the header.
+#include "client/rehearse/happening_text.h"
+
+#include "client/base/text.h"
+
+namespace swctl {
+
+const char *kindName(rehearsal::Kind kind)
+{
+    switch (kind) {
+    case rehearsal::Kind::command:
+        return "tool";
+    case rehearsal::Kind::shell:
+        return "shell";
+    case rehearsal::Kind::driver:
+        return "chip";
+    case rehearsal::Kind::opened:
+        return "open";
+    case rehearsal::Kind::written:
+        return "write";
+    case rehearsal::Kind::removed:
+        return "remove";
+    case rehearsal::Kind::log:
+        return "log";
+    case rehearsal::Kind::row:
+        return "row";
+    case rehearsal::Kind::loaded:
+        return "load";
+    default:
+        return "answer";
+    }
+}
+
+std::string happeningText(const Happening &happening)
+{
+    std::string text(happening.data);
+    switch (happening.kind) {
+    case rehearsal::Kind::driver:
+        return driverText(happening);
+    case rehearsal::Kind::row:
+        return text + " " + std::to_string(happening.extra + 1) + " -> " +
+               std::to_string(happening.number);
+    case rehearsal::Kind::log:
+        while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+            text.pop_back();
+        return printable(text);
+    case rehearsal::Kind::written:
+    case rehearsal::Kind::removed:
+        return printable(text);
+    default:
+        return (text.empty() ? text : printable(text) + " ") + "-> " +
+               std::to_string(happening.number);
+    }
+}
+
+bool isAction(rehearsal::Kind kind)
+{
+    return kind == rehearsal::Kind::command || kind == rehearsal::Kind::driver ||
+           kind == rehearsal::Kind::shell;
+}
+
+} // namespace swctl

@@ -1,0 +1,18 @@
+// What happened in a rehearsal, in words.
+#pragma once
+
+#include "client/rehearse/rehearsal.h"
+
+#include <string>
+
+namespace swctl {
+
+// "tool", "chip", "log", ...
+const char *kindName(rehearsal::Kind kind);
+
+std::string happeningText(const Happening &happening);
+
+// Something that a device, a tool or a file would notice.
+bool isAction(rehearsal::Kind kind);
+
+} // namespace swctl

@@ -1,0 +1,16 @@
+// Copies by SQLite's backup interface; see the header.
+#include "client/rows/snapshot.h"
+
+namespace swctl {
+
+Snapshot::Snapshot(Database &source) : copy(Database::inMemory())
+{
+    source.copyTo(copy);
+}
+
+std::string Snapshot::image()
+{
+    return copy.serialised();
+}
+
+} // namespace swctl
