@@ -1,7 +1,7 @@
 // The commands that take or give a whole configuration: export, apply, batch.
+#include "client/base/file.h"
 #include "client/base/outcome.h"
 #include "client/base/text.h"
-#include "client/change/journal.h"
 #include "client/plan/configuration_file.h"
 #include "swctl/cli_change.h"
 

@@ -1,8 +1,8 @@
 // The command that makes a configuration database.
+#include "client/base/file.h"
 #include "client/base/json.h"
 #include "client/base/outcome.h"
 #include "client/base/text.h"
-#include "client/change/journal.h"
 #include "client/check/check.h"
 #include "client/rows/database.h"
 #include "common/descriptor.h"

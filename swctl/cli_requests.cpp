@@ -2,6 +2,7 @@
 // bandwidth, event and command.
 #include "client/base/outcome.h"
 #include "client/base/text.h"
+#include "client/base/wire.h"
 #include "client/devices/gateway_view.h"
 #include "client/devices/readback.h"
 #include "client/service/request_log.h"

@@ -3,6 +3,7 @@
 #include "client/base/number.h"
 #include "client/base/outcome.h"
 #include "client/base/text.h"
+#include "client/base/wire.h"
 #include "client/devices/pause_registers.h"
 #include "client/devices/site.h"
 #include "client/service/request_log.h"

@@ -9,6 +9,7 @@
 #include "client/change/pending.h"
 #include "client/change/repair.h"
 #include "client/check/check.h"
+#include "client/check/check_context.h"
 #include "client/service/request_log.h"
 #include "client/service/service.h"
 #include "common/clock.h"
@@ -159,7 +160,7 @@ void takeBack(Database &database, Prepared &prepared, size_t sent, bool verify, 
 void refuseErrors(const GatewayView &gateway, Snapshot &before, Database &after,
                   const ChangeSet &changes)
 {
-    const CheckContext context = gateway.checkContext();
+    const CheckContext context = checkContextOf(gateway);
     const std::vector<Finding> worse =
         newFindings(checkConfiguration(before.database(), context),
                     checkConfiguration(after, context), Severity::error);

@@ -1,6 +1,7 @@
 // Trials; see the header.
 #include "client/change/confirm.h"
 
+#include "client/base/file.h"
 #include "client/base/json.h"
 #include "client/base/outcome.h"
 #include "client/base/text.h"

@@ -1,6 +1,7 @@
 // One line of JSON for each change; see the header.
 #include "client/change/history.h"
 
+#include "client/base/file.h"
 #include "client/base/json.h"
 #include "client/change/carry_out.h"
 #include "client/change/journal.h"

@@ -34,20 +34,4 @@ private:
     std::string path;
 };
 
-// Replaces a file as a whole: its old or its new contents are there, also after a
-// loss of power.
-void replaceFile(const std::string &path, const std::string &contents);
-
-// A name in a folder is as durable as the folder: writes that of `path` to disk.
-void syncFolder(const std::string &path);
-
-// Adds to the end of a file, which is made where there is none.
-void appendToFile(const std::string &path, const std::string &contents);
-
-// A file that is not there is removed already.
-void removeFile(const std::string &path);
-
-// The contents of a file; none when it is not there.
-std::optional<std::string> fileContents(const std::string &path, size_t most);
-
 } // namespace swctl

@@ -2,6 +2,7 @@
 #include "client/change/settle.h"
 
 #include "client/base/number.h"
+#include "client/base/wire.h"
 #include "client/service/service.h"
 
 #include <algorithm>

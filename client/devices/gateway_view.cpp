@@ -43,17 +43,6 @@ GatewayView::GatewayView(const std::string &databasePath, const std::string &sit
 {
 }
 
-CheckContext GatewayView::checkContext() const
-{
-    CheckContext context;
-    context.interfaces.emplace();
-    for (const auto &[name, address] : known)
-        context.interfaces->insert(name);
-    if (place.engineState.empty())
-        context.bridgesFilter = bridgesFilter();
-    return context;
-}
-
 Script GatewayView::startScript(Snapshot &snapshot) const
 {
     Script script(known, devicesThere(snapshot.database(), place));

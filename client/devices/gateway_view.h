@@ -2,7 +2,6 @@
 // would give, and what it holds.
 #pragma once
 
-#include "client/check/check.h"
 #include "client/devices/difference.h"
 #include "client/devices/readback.h"
 #include "client/devices/site.h"
@@ -24,9 +23,6 @@ public:
 
     // Begins to rehearse a fresh start from the database as it is in `snapshot`.
     std::unique_ptr<RunningRehearsal> rehearseStart(Snapshot &snapshot) const;
-
-    // What of the gateway's kernel a check asks for. No start is rehearsed.
-    [[nodiscard]] CheckContext checkContext() const;
 
     // A script that starts from it, to which requests can be added.
     [[nodiscard]] Script startScript(Snapshot &snapshot) const;

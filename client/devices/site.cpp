@@ -1,10 +1,10 @@
 // Finds and reads site.json; see the header.
 #include "client/devices/site.h"
 
+#include "client/base/file.h"
 #include "client/base/json.h"
 #include "client/base/outcome.h"
 #include "client/base/text.h"
-#include "client/change/journal.h"
 
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -29,12 +29,6 @@ constexpr size_t mostDevices = 64;
 constexpr size_t mostInterfaces = 4096;
 constexpr size_t longestPath = 4095;  // bytes, as in Linux
 constexpr size_t longestReason = 300; // bytes
-
-std::string folderOf(const std::string &path)
-{
-    const size_t slash = path.rfind('/');
-    return slash == std::string::npos ? "" : path.substr(0, slash + 1);
-}
 
 std::string environment(const char *name)
 {

@@ -3,7 +3,8 @@
 
 #include "client/base/number.h"
 #include "client/base/outcome.h"
-#include "client/service/service.h"
+#include "client/base/wire.h"
+#include "swmgr/swmgr_client.h"
 
 #include <algorithm>
 #include <limits>

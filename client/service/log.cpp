@@ -2,6 +2,7 @@
 #include "client/service/log.h"
 
 #include "client/base/outcome.h"
+#include "client/base/wire.h"
 #include "client/service/service.h"
 #include "common/clock.h"
 #include "common/log_entry.h"

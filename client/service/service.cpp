@@ -3,6 +3,7 @@
 
 #include "client/base/outcome.h"
 #include "client/base/text.h"
+#include "client/base/wire.h"
 #include "platform/relay.h"
 
 #include <algorithm>

@@ -25,21 +25,6 @@ int ask(int module, int requestType, std::string_view data, std::string_view buf
 // and comes back with the answer's.
 int exchange(int module, int requestType, std::string_view data, std::string &buffer);
 
-// The bytes of a wire record.
-template <class Record>
-std::string_view bytesOf(const Record &record)
-{
-    return {reinterpret_cast<const char *>(&record), sizeof(record)};
-}
-
-// Copies text into a null-terminated field that is zero so far; the caller has
-// checked that it fits.
-template <size_t N>
-void fillField(char (&field)[N], std::string_view text)
-{
-    text.copy(field, N - 1);
-}
-
 // The body of a switch command's request.
 std::string switchRequest(const std::string &switchName, std::string_view payload);
 

@@ -3,6 +3,7 @@
 
 #include "client/base/number.h"
 #include "client/change/settle.h"
+#include "client/check/check_context.h"
 
 #include <algorithm>
 
@@ -45,7 +46,7 @@ void addUntagged(const Network &network, const Target &target, const std::set<in
 std::vector<Finding> findingsIn(const GatewayView &gateway, Snapshot &snapshot,
                                 const Rehearsal &start)
 {
-    CheckContext context = gateway.checkContext();
+    CheckContext context = checkContextOf(gateway);
     context.start = &start;
     return checkConfiguration(snapshot.database(), context);
 }

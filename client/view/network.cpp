@@ -1,6 +1,7 @@
 // Rows and rehearsal side by side; see the header.
 #include "client/view/network.h"
 
+#include "client/base/wire.h"
 #include "client/devices/bridge.h"
 
 #include "client/base/number.h"
