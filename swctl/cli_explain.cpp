@@ -4,7 +4,7 @@
 #include "client/base/text.h"
 #include "client/check/check_rules.h"
 #include "client/view/explain.h"
-#include "swctl/cli.h"
+#include "swctl/cli_change.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
 #include "swctl/validate.h"
@@ -218,7 +218,8 @@ int runExplainVlan(const Globals &globals, const Question &question)
     for (int port = 0; port < bridgePorts; ++port)
         if (word == everyPort || port == std::stoi(word))
             numbers.insert(port);
-    const Look look = lookAt(globals.database, globals.site, {vlanId}, numbers);
+    GatewayView gateway = openGateway(globals, Access::read);
+    const Look look = lookAt(gateway, {vlanId}, numbers);
     bool asWanted = true;
     Json json = Json::array();
     for (const PortName &port : portsOf(look, question.port)) {
@@ -262,9 +263,9 @@ void printInterface(const InterfaceExplanation &all)
 
 int runExplainInterface(const Globals &globals, const Question &question)
 {
-    Database database(globals.database, Access::read);
-    const std::set<int> vlanIds = vlanIdsIn(database);
-    const Look look = lookAt(globals.database, globals.site, vlanIds);
+    GatewayView gateway = openGateway(globals, Access::read);
+    Database &database = gateway.database();
+    const Look look = lookAt(gateway, vlanIdsIn(database));
     const InterfaceExplanation all =
         explainInterface(look, database.rows("swPortConfig"), question.name);
     if (!all.exists && all.subs.empty() && all.ports.empty())

@@ -49,7 +49,7 @@ int runMetrics(const Globals &globals, const std::string &output)
     if (globals.json)
         throw Failure(exitUsage, "metrics have a format of their own; 'swctl status --json' "
                                  "tells the state as JSON");
-    const Facts facts = factsOf(optionsOf(globals));
+    const Facts facts = factsOf(globals.database, globals.site);
     const std::string text = metricsText(facts);
     if (!facts.status)
         fprintf(stderr, "swctl: not all could be read: %s\n", printable(facts.reason).c_str());

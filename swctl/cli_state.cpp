@@ -35,7 +35,7 @@ Json statusJson(const Status &status)
     for (const LogLine &line : status.failures)
         failures.push_back({{"time", line.time}, {"text", line.text}});
     const std::optional<size_t> applied = status.applied();
-    return {{"outcome", status.word()},
+    return {{"outcome", status.health()},
             {"reachable", status.unreachable.empty()},
             {"upSince", status.start ? Json(*status.start / 1000) : Json()},
             {"lastLoad", loadJson(status.load)},
@@ -95,7 +95,7 @@ void printVlans(const Status &status)
 
 void printStatus(const Status &status)
 {
-    printf("%s\n", status.word());
+    printf("%s\n", status.health());
     printService(status);
     printVlans(status);
     if (!status.unfinished.empty())
@@ -114,7 +114,8 @@ void printStatus(const Status &status)
 
 int runStatus(const Globals &globals)
 {
-    const Status status = statusOf(optionsOf(globals));
+    GatewayView gateway = openGateway(globals, Access::read);
+    const Status status = statusOf(gateway);
     if (globals.json)
         printJson(statusJson(status));
     else

@@ -71,10 +71,9 @@ int send(const Globals &globals, const std::string &what, const SwitchArguments 
          int command, std::string_view payload)
 {
     if (!arguments.force) {
-        Database database(globals.database, Access::read);
-        refuseUnknownPort(database, arguments);
-        refuseIdleCommand(GatewayView(globals.database, globals.site), database,
-                          arguments.switchName, command,
+        GatewayView gateway(Database(globals.database, Access::read), globals.site);
+        refuseUnknownPort(gateway.database(), arguments);
+        refuseIdleCommand(gateway, arguments.switchName, command,
                           switchRequest(arguments.switchName, payload));
     }
     RequestLog log;

@@ -4,6 +4,7 @@
 #include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/view/look.h"
+#include "swctl/cli_change.h"
 #include "swctl/cli_list.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
@@ -33,7 +34,8 @@ bool concerns(const Difference &difference, int id)
 
 VlanView viewOf(const Globals &globals, int id)
 {
-    VlanView view{id, lookAt(globals.database, globals.site, {id}), {}, {}};
+    GatewayView gateway = openGateway(globals, Access::read);
+    VlanView view{id, lookAt(gateway, {id}), {}, {}};
     view.rows = view.look.rowsOf(id);
     if (view.rows.empty())
         throw Failure(exitUsage, "there is no VLAN " + std::to_string(id) + " in the database");

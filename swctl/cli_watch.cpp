@@ -85,7 +85,8 @@ void printReason(const std::string &reason, bool json)
 int runWatch(const Globals &globals, const std::string &interval)
 {
     const Interruptions interruptions;
-    Watcher watcher(globals.database, globals.site);
+    GatewayView gateway(Database(globals.database, Access::read), globals.site);
+    Watcher watcher(gateway);
     LogFollower follower(SWMGR_LOG_DEVDEBUG);
     std::vector<std::string> reasons;
     static_cast<void>(hasSpoken(follower, reasons)); // what was before is none of its business

@@ -139,7 +139,7 @@ int main(int argc, char **argv)
         addFileCommands(program);
         addInitCommand(program);
         addTrialCommands(program);
-        addTruthCommands(program);
+        addCompareCommands(program);
         addStateCommands(program);
         addMetricsCommand(program);
         addCheckCommand(program);

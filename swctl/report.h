@@ -2,7 +2,8 @@
 #pragma once
 
 #include "client/base/json.h"
-#include "client/change/carry_out.h"
+#include "client/change/preview.h"
+#include "client/change/verdict.h"
 
 namespace swctl {
 
@@ -22,8 +23,5 @@ Json differencesJson(const std::vector<Difference> &differences);
 // `verbose`: also what differs without an effect.
 void printDifferences(const Verdict &verdict, bool verbose);
 void printRepair(const Verdict &verdict);
-
-// Says that another swctl is at work.
-void tellWaiting();
 
 } // namespace swctl

@@ -7,6 +7,9 @@
 
 namespace swctl {
 
+constexpr int lowestVlan = 1; // ids that name a VLAN
+constexpr int highestVlan = 4094;
+
 // Up to the first character that is no digit, saturating; 0 without a digit.
 inline int32_t toInt(const std::string &text)
 {

@@ -1,10 +1,8 @@
-// One line of JSON for each change; see the header.
+// One line of JSON for each change.
 #include "client/change/history.h"
 
 #include "client/base/file.h"
 #include "client/base/json.h"
-#include "client/change/carry_out.h"
-#include "client/change/journal.h"
 #include "client/rows/row_json.h"
 
 #include <pwd.h>
@@ -45,11 +43,12 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
 {
     try {
         const Json json = Json::parse(line);
-        std::optional<ChangeSet> changes = changeSetOf(json.at("change").dump());
+        std::optional<ChangeSet> changes = changeSetOf(json.at("change"));
         if (!changes)
             return std::nullopt;
-        return HistoryEntry{json.at("number"),  json.at("time"),   json.at("who"),
-                            json.at("outcome"), json.at("undoes"), std::move(*changes)};
+        changes->undoes = json.at("undoes");
+        return HistoryEntry{json.at("number"), json.at("time"), json.at("who"), json.at("outcome"),
+                            std::move(*changes)};
     } catch (const Json::exception &) {
         return std::nullopt;
     }
@@ -57,21 +56,30 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
 
 std::string lineOf(const HistoryEntry &entry)
 {
-    const Json json = {{"number", entry.number}, {"time", entry.time},
-                       {"who", entry.who},       {"outcome", entry.outcome},
-                       {"undoes", entry.undoes}, {"change", Json::parse(toJson(entry.changes))}};
-    return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace) + "\n";
+    return storedText({{"number", entry.number},
+                       {"time", entry.time},
+                       {"who", entry.who},
+                       {"outcome", entry.outcome},
+                       {"undoes", entry.changes.undoes},
+                       {"change", toJson(entry.changes)}}) +
+           "\n";
 }
 
 } // namespace
 
 History::History(const std::string &databasePath) : path(databasePath + ".history") {}
 
+const std::string &History::contents() const
+{
+    if (!text)
+        text = fileContents(path, mostHistory).value_or(std::string());
+    return *text;
+}
+
 std::vector<HistoryEntry> History::entries() const
 {
     std::vector<HistoryEntry> all;
-    const std::string text = fileContents(path, mostHistory).value_or(std::string());
-    for (const std::string_view line : linesOf(text))
+    for (const std::string_view line : linesOf(contents()))
         if (std::optional<HistoryEntry> entry = entryOf(line))
             all.push_back(std::move(*entry));
     return all;
@@ -91,20 +99,21 @@ std::vector<RowChange> History::unheardSince(int64_t start) const
     return rows;
 }
 
-int History::add(const Verdict &verdict, const std::string &outcome, int undoes) const
+int History::add(int64_t committed, const std::string &outcome, const ChangeSet &changes)
 {
-    std::string text = fileContents(path, mostHistory).value_or(std::string());
-    std::vector<std::string_view> lines = linesOf(text);
-    HistoryEntry entry{1, verdict.committed, userName(), outcome, undoes, verdict.changes};
+    const std::string old = contents();
+    const std::vector<std::string_view> lines = linesOf(old);
+    HistoryEntry entry{1, committed, userName(), outcome, changes};
     for (size_t i = lines.size(); i-- > 0;)
         if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
             entry.number = last->number + 1;
             break;
         }
     const std::string line = lineOf(entry);
-    const bool whole = text.empty() || text.back() == '\n';
-    if (whole && text.size() < fullHistory) {
+    const bool whole = old.empty() || old.back() == '\n';
+    if (whole && old.size() < fullHistory) {
         appendToFile(path, line);
+        text = old + line;
         return entry.number;
     }
     size_t first = lines.size();
@@ -113,7 +122,9 @@ int History::add(const Verdict &verdict, const std::string &outcome, int undoes)
     std::string kept;
     for (size_t i = first; i < lines.size(); ++i)
         kept.append(lines[i]).append("\n");
-    replaceFile(path, kept + line);
+    kept += line;
+    replaceFile(path, kept);
+    text = std::move(kept);
     return entry.number;
 }
 

@@ -4,22 +4,21 @@
 #include "client/rows/row_change.h"
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
 namespace swctl {
-
-struct Verdict;
 
 struct HistoryEntry {
     int number = 0;      // counts up
     int64_t time = 0;    // ms since 1970, of its commit
     std::string who;     // login name
     std::string outcome; // one of the four words, or "written": only the rows
-    int undoes = 0;      // number of the entry that it takes back; 0: none
     ChangeSet changes;
 };
 
+// Read at most once: who adds to it holds the lock since before that.
 class History {
 public:
     explicit History(const std::string &databasePath);
@@ -32,10 +31,13 @@ public:
     [[nodiscard]] std::vector<RowChange> unheardSince(int64_t start) const;
 
     // Gives the number of the new entry. The oldest ones go when there are too many.
-    int add(const Verdict &verdict, const std::string &outcome, int undoes) const;
+    int add(int64_t committed, const std::string &outcome, const ChangeSet &changes);
 
 private:
+    [[nodiscard]] const std::string &contents() const; // read once
+
     std::string path;
+    mutable std::optional<std::string> text;
 };
 
 } // namespace swctl

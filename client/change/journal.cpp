@@ -1,4 +1,3 @@
-// Lock and journal; see the header.
 #include "client/change/journal.h"
 
 #include "client/base/file.h"
@@ -10,6 +9,7 @@
 #include <fcntl.h>
 #include <poll.h>
 #include <sys/file.h>
+#include <unistd.h>
 
 #include <cerrno>
 
@@ -21,34 +21,48 @@ constexpr size_t mostJournal = 64 * 1024 * 1024; // bytes
 
 } // namespace
 
-ChangeLock::ChangeLock(const std::string &databasePath, int seconds,
-                       const std::function<void()> &waiting)
+ChangeLock::ChangeLock(const std::string &databasePath) : path(databasePath + ".lock")
 {
-    const std::string path = databasePath + ".lock";
     file.reset(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW, 0660));
     if (!file.valid())
         failFile("cannot use the lock", path);
-    int64_t left = int64_t{seconds} * 1000; // ms
-    for (; flock(file.get(), LOCK_EX | LOCK_NB) != 0; left -= napMs) {
-        if (errno != EWOULDBLOCK && errno != EINTR)
-            failFile("cannot lock", path);
+    locked = take();
+}
+
+bool ChangeLock::take()
+{
+    if (flock(file.get(), LOCK_EX | LOCK_NB) == 0)
+        return true;
+    if (errno != EWOULDBLOCK && errno != EINTR)
+        failFile("cannot lock", path);
+    return false;
+}
+
+void ChangeLock::wait(int seconds)
+{
+    for (int64_t left = int64_t{seconds} * 1000; !locked; left -= napMs) {
         if (left <= 0)
             throw Failure(exitUnreachable, "another swctl is still changing this database; nothing "
                                            "was done. Try again, or wait longer with --wait");
-        if (left == int64_t{seconds} * 1000)
-            waiting();
         poll(nullptr, 0, napMs);
+        locked = take();
     }
 }
 
 Journal::Journal(const std::string &databasePath) : path(databasePath + ".change") {}
+
+bool Journal::isThere() const
+{
+    return access(path.c_str(), F_OK) == 0;
+}
 
 std::optional<ChangeSet> Journal::unfinished() const
 {
     const std::optional<std::string> contents = fileContents(path, mostJournal);
     if (!contents)
         return std::nullopt;
-    std::optional<ChangeSet> changes = changeSetOf(*contents);
+    const Json json = Json::parse(*contents, /*cb=*/nullptr, /*allow_exceptions=*/false);
+    std::optional<ChangeSet> changes = changeSetOf(json);
     if (!changes)
         throw Failure(exitUsage, printable(path) + " is damaged: compare the configuration with "
                                                    "'swctl diff', then remove the file");
@@ -57,7 +71,7 @@ std::optional<ChangeSet> Journal::unfinished() const
 
 void Journal::begin(const ChangeSet &changes) const
 {
-    replaceFile(path, toJson(changes));
+    replaceFile(path, storedText(toJson(changes)));
 }
 
 void Journal::end() const

@@ -5,20 +5,27 @@
 #include "client/rows/row_change.h"
 #include "common/descriptor.h"
 
-#include <functional>
 #include <optional>
 #include <string>
 
 namespace swctl {
 
-// Held for the length of a change. Waits for another swctl up to `seconds`;
-// `waiting` is called once when it has to.
+// Held for the length of a change. Taken on construction where it is free.
 class ChangeLock {
 public:
-    ChangeLock(const std::string &databasePath, int seconds, const std::function<void()> &waiting);
+    explicit ChangeLock(const std::string &databasePath);
+
+    [[nodiscard]] bool held() const { return locked; }
+
+    // For another swctl to finish, up to so many seconds; throws when that is too short.
+    void wait(int seconds);
 
 private:
+    bool take();
+
+    std::string path;
     Descriptor file;
+    bool locked = false;
 };
 
 // The change that is being carried out, in a file beside the database.
@@ -26,9 +33,10 @@ class Journal {
 public:
     explicit Journal(const std::string &databasePath);
 
-    [[nodiscard]] std::optional<ChangeSet> unfinished() const; // what an earlier run left
-    void begin(const ChangeSet &changes) const;                // on disk before anything is done
-    void end() const;                                          // nothing is unfinished any more
+    [[nodiscard]] bool isThere() const; // a run has left something
+    [[nodiscard]] std::optional<ChangeSet> unfinished() const;
+    void begin(const ChangeSet &changes) const; // on disk before anything is done
+    void end() const;                           // nothing is unfinished any more
 
 private:
     std::string path;

@@ -1,8 +1,7 @@
-// Compares a change on a running service with a start; see the header.
+// Compares a change on a running service with a start.
 #include "client/change/pending.h"
 
 #include "client/base/outcome.h"
-#include "client/change/history.h"
 #include "client/rows/check_rows.h"
 #include "client/service/service_life.h"
 #include "swmgr/swmgr_client.h"
@@ -111,7 +110,7 @@ void addRequests(Script &script, const ChangeSet &changes)
     }
 }
 
-void markStillHeld(const std::string &databasePath, ChangeSet &changes)
+void markStillHeld(const History &history, ChangeSet &changes)
 {
     const auto isNew = [](const RowChange &change) {
         return change.vlanId() == 0 && change.operation() == SWMGR_DB_INSERT;
@@ -125,7 +124,7 @@ void markStillHeld(const std::string &databasePath, ChangeSet &changes)
                 gone.insert(rowName(change));
     };
     if (const std::optional<int64_t> start = serviceStart())
-        take(History(databasePath).unheardSince(*start));
+        take(history.unheardSince(*start));
     take(changes.rows);
     for (RowChange &change : changes.rows)
         if (isNew(change) && gone.contains(rowName(change)))
@@ -139,13 +138,13 @@ bool isPartlyUnheard(const ChangeSet &changes)
         [](const RowChange &change) { return !change.isAnnounced(); });
 }
 
-std::vector<Difference> pendingSettings(const GatewayView &gateway, const std::string &databasePath,
+std::vector<Difference> pendingSettings(const GatewayView &gateway, const History &history,
                                         Snapshot &before, Snapshot &after, const ChangeSet &changes)
 {
     const std::optional<int64_t> start = serviceStart();
     std::vector<RowChange> unheard;
     if (start)
-        unheard = History(databasePath).unheardSince(*start);
+        unheard = history.unheardSince(*start);
     Snapshot loaded(before.database());
     for (const RowChange &change : unheard)
         putBack(loaded.database(), change);

@@ -1,9 +1,10 @@
 // A change that is only looked at: rehearsed, and told in the words of the network.
-#include "client/change/carry_out.h"
+#include "client/change/preview.h"
 
 #include "client/base/number.h"
 #include "client/base/text.h"
 #include "client/change/pending.h"
+#include "client/change/refusal.h"
 #include "client/rehearse/happening_text.h"
 #include "swmgr/swmgr_client.h"
 
@@ -13,8 +14,8 @@ namespace swctl {
 namespace {
 
 // "+ VLAN 30  BCM 1T 2T 3U"
-void foreseeChip(const Target &before, const Target &after, const std::string &chip,
-                 std::vector<std::string> &lines)
+void chipLines(const Target &before, const Target &after, const std::string &chip,
+               std::vector<std::string> &lines)
 {
     std::set<int> ids;
     for (const Target *target : {&before, &after})
@@ -33,7 +34,7 @@ void foreseeChip(const Target &before, const Target &after, const std::string &c
     }
 }
 
-void foreseeBridge(const Bridge &before, const Bridge &after, std::vector<std::string> &lines)
+void bridgeLines(const Bridge &before, const Bridge &after, std::vector<std::string> &lines)
 {
     std::set<int> ids;
     for (const Bridge *bridge : {&before, &after})
@@ -59,7 +60,7 @@ std::string tagText(const std::string &port, const std::string &old, const std::
            (losesTraffic ? " (VLAN " + old + " loses its untagged traffic)" : "");
 }
 
-void foreseeTags(const Target &before, const Target &after, std::vector<std::string> &lines)
+void tagLines(const Target &before, const Target &after, std::vector<std::string> &lines)
 {
     for (size_t port = 0; port < before.chip.ports.size(); ++port) {
         const std::string old = std::to_string(before.chip.ports[port].pvid);
@@ -75,7 +76,7 @@ std::string subInterfaceText(const std::string &name, const SubInterface &sub)
     return name + (sub.up ? "  up" : "  down");
 }
 
-void foreseeKernel(const Kernel &before, const Kernel &after, std::vector<std::string> &lines)
+void kernelLines(const Kernel &before, const Kernel &after, std::vector<std::string> &lines)
 {
     for (const auto &[name, sub] : before.interfaces)
         if (!after.interfaces.contains(name))
@@ -124,35 +125,36 @@ void takeHappenings(const Rehearsal &rehearsal, Preview &seen)
 
 } // namespace
 
-Preview preview(const ChangeOptions &options, const Plan &plan)
+Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &options)
 {
-    const GatewayView gateway(options.databasePath, options.siteFile);
-    Database database(options.databasePath, Access::read);
-    Snapshot before(database);
+    const History history(gateway.databasePath());
+    Snapshot before(gateway.database());
     Snapshot after(before.database());
     Preview seen;
     {
         Transaction transaction(after.database(), Access::write); // as the plan expects
-        seen.changes = plan(after.database());
-        markStillHeld(options.databasePath, seen.changes);
+        seen.changes = planOf(after.database(), wish);
+        markStillHeld(history, seen.changes);
         writeRows(after.database(), seen.changes);
         transaction.commit();
     }
     if (seen.changes.empty())
         return seen;
-    if (!options.force)
-        refuseWorse(gateway, before, after, seen.changes);
+    if (!options.force) {
+        refuseErrors(gateway, before, after.database(), seen.changes);
+        refuseStop(gateway, before, targetOfStart(gateway, after), seen.changes);
+    }
     const Rehearsal rehearsedBefore = gateway.rehearseStart(before)->finish();
     const Rehearsal rehearsedAfter = gateway.rehearseStart(after)->finish();
     const Target old = targetOf(rehearsedBefore, vlanIdsIn(before.database()));
     const Target now = targetOf(rehearsedAfter, vlanIdsIn(after.database()));
-    foreseeChip(old, now, printable(chipName(after.database())), seen.lines);
-    foreseeTags(old, now, seen.lines);
-    foreseeBridge(old.bridge, now.bridge, seen.lines);
-    foreseeKernel(old.kernel, now.kernel, seen.lines);
+    chipLines(old, now, printable(chipName(after.database())), seen.lines);
+    tagLines(old, now, seen.lines);
+    bridgeLines(old.bridge, now.bridge, seen.lines);
+    kernelLines(old.kernel, now.kernel, seen.lines);
     if (isPartlyUnheard(seen.changes))
         for (const Difference &difference :
-             pendingSettings(gateway, options.databasePath, before, after, seen.changes))
+             pendingSettings(gateway, history, before, after, seen.changes))
             seen.lines.push_back("! " + difference.text());
     if (options.offline)
         return seen;

@@ -1,48 +1,14 @@
-// Recovery and repair; see the header.
 #include "client/change/repair.h"
 
-#include "client/base/text.h"
-#include "client/change/confirm.h"
-#include "client/change/journal.h"
-#include "client/change/judge.h"
+#include "client/base/number.h"
 #include "client/change/pending.h"
-#include "client/service/service.h"
+#include "client/rehearse/happening_text.h"
+#include "client/rows/check_rows.h"
 
 #include <algorithm>
 
 namespace swctl {
 namespace {
-
-// Finishes a change that was broken off, or takes it back: by its rows, which are
-// one or the other. Where the service does not answer, its start applies them.
-std::optional<Verdict> recoverChange(const ChangeOptions &options)
-{
-    const Journal journal(options.databasePath);
-    std::optional<ChangeSet> changes = journal.unfinished();
-    if (!changes)
-        return std::nullopt;
-    GatewayView gateway(options.databasePath, options.siteFile);
-    Database database(options.databasePath, Access::write);
-    Verdict verdict;
-    verdict.changes = std::move(*changes);
-    const bool done = rowsAreAfter(database, verdict.changes);
-    const bool answers = serviceAnswers();
-    verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
-                   ") was broken off; it is " + (done ? "finished" : "taken back") +
-                   (answers ? "" : " in the rows, which the service's next start applies");
-    if (answers) {
-        Snapshot snapshot(database);
-        const Target target = targetOfStart(gateway, snapshot);
-        const std::vector<int> touched = verdict.changes.vlanIds();
-        judge(verdict,
-              settle(gateway, snapshot, target, {touched.begin(), touched.end()},
-                     GatewayView::Extent::whole, true),
-              Word::applied);
-    }
-    journal.end();
-    fprintf(stderr, "swctl: %s\n", printable(verdict.note).c_str());
-    return verdict;
-}
 
 // What is otherwise than after a fresh start and has no effect on a VLAN's frames.
 void noteIdle(const Site &site, const Target &target, const Actual &actual, Verdict &verdict)
@@ -60,56 +26,61 @@ void noteIdle(const Site &site, const Target &target, const Actual &actual, Verd
             verdict.idle.push_back(difference);
 }
 
-} // namespace
-
-std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
+// Where a start would stop, and what it would not come to.
+void noteStop(const Target &target, Database &database, Verdict &verdict)
 {
-    std::optional<Verdict> verdict = recoverChange(options);
-    const std::optional<Trial> trial = trialOf(options.databasePath);
-    if (trial && !trial->watched) {
-        verdict = takeBackTrial(options, *trial);
-        fprintf(stderr, "swctl: a change on trial (%s) was left alone; it is taken back\n",
-                printable(trial->changes.what).c_str());
+    if (target.stopped) {
+        verdict.note = verdict.startStops = stoppedText(*target.stopped);
+        const size_t rows = database.rows(vlanTableName).size();
+        const size_t reached =
+            target.stopped->table == vlanTableName ? static_cast<size_t>(target.stopped->row) : 0;
+        verdict.unreached = rows - std::min(rows, reached);
+    } else if (target.loadStatus < 0) {
+        verdict.note = verdict.startStops =
+            database.rows(switchTableName).empty()
+                ? "there is no switch in the database: a start has nothing to apply"
+                : "a start of the service would take every row and then fail to apply them";
     }
-    return verdict;
 }
 
-Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress)
+// What `repair` and `compare` share; `mend` says which it is.
+Verdict lookOver(GatewayView &gateway, const History &history, bool allVlans, bool mend,
+                 const Progress &progress)
 {
-    constexpr int highestVlan = 4094;
-    GatewayView gateway(options.databasePath, options.siteFile);
-    Database database(options.databasePath, Access::read);
-    Snapshot snapshot(database);
+    Snapshot snapshot(gateway.database());
     const Target target = targetOfStart(gateway, snapshot);
     std::set<int> ids;
-    for (int id = 1; allVlans && id <= highestVlan; ++id)
+    for (int id = lowestVlan; allVlans && id <= highestVlan; ++id)
         ids.insert(id);
     Verdict verdict;
     verdict.changes.what = "gateway";
     verdict.changes.verb = "compared";
     Settled settled =
-        settle(gateway, snapshot, target, ids, GatewayView::Extent::whole, !dryRun, progress);
+        settle(gateway, snapshot, target, ids, GatewayView::Extent::whole, mend, progress);
     std::vector<Difference> waiting =
-        pendingSettings(gateway, options.databasePath, snapshot, snapshot, ChangeSet());
+        pendingSettings(gateway, history, snapshot, snapshot, ChangeSet());
     for (Difference &difference : settled.left)
-        if (!waiting.empty() && !dryRun)
+        if (!waiting.empty() && mend)
             difference.remedy = Remedy::restart;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
-    if (target.stopped) {
-        verdict.note = verdict.startStops = stoppedText(*target.stopped);
-        const size_t rows = snapshot.database().rows("vlanEncapIf").size();
-        const size_t reached =
-            target.stopped->table == "vlanEncapIf" ? static_cast<size_t>(target.stopped->row) : 0;
-        verdict.unreached = rows - std::min(rows, reached);
-    } else if (target.loadStatus < 0) {
-        verdict.note = verdict.startStops =
-            snapshot.database().rows("swGlobalCfg").empty()
-                ? "there is no switch in the database: a start has nothing to apply"
-                : "a start of the service would take every row and then fail to apply them";
-    }
+    noteStop(target, snapshot.database(), verdict);
     noteIdle(gateway.site(), target, settled.actual, verdict);
-    judge(verdict, std::move(settled), Word::applied);
+    conclude(verdict, std::move(settled), Outcome::applied);
     return verdict;
+}
+
+} // namespace
+
+Verdict compare(GatewayView &gateway, const History &history, bool allVlans,
+                const Progress &progress)
+{
+    return lookOver(gateway, history, allVlans, /*mend=*/false, progress);
+}
+
+Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
+               const Progress &progress)
+{
+    return lookOver(gateway, history, allVlans, /*mend=*/true, progress);
 }
 
 } // namespace swctl

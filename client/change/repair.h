@@ -1,18 +1,18 @@
-// Looks at the gateway without a change of its own: finishing what was broken off,
-// comparing, mending.
+// The gateway held against what a fresh start would give, and brought there. No row
+// is changed.
 #pragma once
 
-#include "client/change/carry_out.h"
-
-#include <optional>
+#include "client/change/history.h"
+#include "client/change/verdict.h"
 
 namespace swctl {
 
-// Finishes what an earlier swctl left unfinished, or takes it back; none when there
-// is nothing. The lock is held by the caller.
-std::optional<Verdict> recoverUnfinished(const ChangeOptions &options);
+// Only looks.
+Verdict compare(GatewayView &gateway, const History &history, bool allVlans,
+                const Progress &progress);
 
-// Brings the gateway to what a fresh start would give; changes no row.
-Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress);
+// Announces what differs again.
+Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
+               const Progress &progress);
 
 } // namespace swctl

@@ -2,14 +2,17 @@
 // the devices.
 #pragma once
 
-#include "client/check/check.h"
+#include "client/base/number.h"
+#include "client/check/rule.h"
+
+#include <cstdint>
+#include <span>
 
 namespace swctl {
 
 constexpr int chipPorts = 5;            // ports 0 to 4
 constexpr int enginePorts = 8;          // ports 0 to 7
 constexpr int bridgePorts = 32;         // ports 0 to 31
-constexpr int highestVlan = 4094;       // 0 and 4095 name no VLAN
 constexpr size_t subInterfaceName = 15; // characters of a network interface's name
 
 enum class Kind {

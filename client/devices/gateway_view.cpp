@@ -1,15 +1,13 @@
-// Target and actual state of a gateway; see the header.
 #include "client/devices/gateway_view.h"
 
 #include "client/base/number.h"
 
 #include <unistd.h>
 
+#include <utility>
+
 namespace swctl {
 namespace {
-
-constexpr int lowestVlan = 1; // ids that an entry of the chip can have
-constexpr int highestVlan = 4094;
 
 // Of the rows' devices those that are there; a name that no device has when none
 // is, since an empty list would stand for all.
@@ -38,8 +36,9 @@ std::set<std::string> bridgePorts(Database &database)
 
 } // namespace
 
-GatewayView::GatewayView(const std::string &databasePath, const std::string &siteFile)
-    : place(findSite(databasePath, siteFile)), known(interfacesOf(place))
+GatewayView::GatewayView(Database opened, const std::string &explicitSite)
+    : rows(std::move(opened)), given(explicitSite), place(findSite(rows.file(), given)),
+      known(interfacesOf(place))
 {
 }
 
@@ -89,6 +88,11 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
             ids.insert(id);
     actual.chipIds = std::move(ids);
     return actual;
+}
+
+Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot)
+{
+    return targetOf(gateway.rehearseStart(snapshot)->finish(), vlanIdsIn(snapshot.database()));
 }
 
 std::set<int> vlanIdsIn(Database &database)

@@ -16,8 +16,12 @@ namespace swctl {
 
 class GatewayView {
 public:
-    GatewayView(const std::string &databasePath, const std::string &siteFile);
+    // `explicitSite` may be empty.
+    GatewayView(Database opened, const std::string &explicitSite);
 
+    [[nodiscard]] Database &database() { return rows; }
+    [[nodiscard]] const std::string &databasePath() const { return rows.file(); }
+    [[nodiscard]] const std::string &siteFile() const { return given; } // as it was given
     [[nodiscard]] const Interfaces &interfaces() const { return known; }
     [[nodiscard]] const Site &site() const { return place; }
 
@@ -38,9 +42,14 @@ public:
                 Extent extent, const Progress &progress = {}) const;
 
 private:
+    Database rows;
+    std::string given;
     Site place;
     Interfaces known;
 };
+
+// What a fresh start from these rows would give.
+Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot);
 
 // The VLAN ids that the rows name.
 std::set<int> vlanIdsIn(Database &database);

@@ -1,4 +1,3 @@
-// Rows to JSON, and JSON to a plan; see the header.
 #include "client/plan/configuration_file.h"
 
 #include "client/base/number.h"
@@ -57,9 +56,7 @@ Json rowJson(const Row &row)
     refuseFile(name, where + ": '" + column + "' is neither text, number nor null");
 }
 
-// The lists of a file, each with its rows as plain assignments.
-using WantedRows = std::vector<std::vector<Assignment>>;
-using Wanted = std::map<const Section *, WantedRows>;
+using WantedRows = FileWish::Rows;
 
 std::vector<Assignment> wantedRow(const std::string &name, const Section &section, size_t at,
                                   const Json &json)
@@ -77,34 +74,6 @@ std::vector<Assignment> wantedRow(const std::string &name, const Section &sectio
         if (column != nullptr && !json.contains(column))
             refuseFile(name, where + ": '" + column + "' is missing");
     return values;
-}
-
-Wanted wantedIn(const std::string &text, const std::string &name)
-{
-    Json json;
-    try {
-        json = Json::parse(text);
-    } catch (const Json::exception &error) {
-        std::string_view what = error.what();
-        what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
-        refuseFile(name, std::string(what.substr(0, longestReason)));
-    }
-    if (!json.is_object())
-        refuseFile(name, "it is no object with switches, ports and vlans");
-    Wanted wanted;
-    for (const auto &[member, list] : json.items()) {
-        const auto section =
-            std::find_if(std::begin(sections), std::end(sections),
-                         [&name = member](const Section &one) { return name == one.name; });
-        if (member == "$schema")
-            continue;
-        if (section == std::end(sections) || !list.is_array())
-            refuseFile(name, "'" + member + "' is no list of switches, ports or vlans");
-        WantedRows &rows = wanted[&*section];
-        for (const Json &row : list)
-            rows.push_back(wantedRow(name, *section, rows.size(), row));
-    }
-    return wanted;
 }
 
 // Changes of one table.
@@ -215,27 +184,55 @@ Json configurationJson(Database &database)
     return json;
 }
 
-Plan planFile(const std::string &text, const std::string &name)
+FileWish fileWishOf(const std::string &text, const std::string &name)
 {
-    return [wanted = wantedIn(text, name), name](Database &database) {
-        const Configuration now = readConfiguration(database);
-        const TableRows *const tables[] = {&now.switchTable, &now.portTable, &now.vlanTable};
-        std::vector<Changes> changes(std::size(sections));
-        for (const auto &[section, rows] : wanted) {
-            const auto at = static_cast<size_t>(section - std::begin(sections));
-            checkColumns(*section, *tables[at], rows, name);
-            changes[at] = changesOf(*section, *tables[at], rows);
-        }
-        // What others stand on comes first and goes last.
-        ChangeSet all{"configuration", "applied", {}, {}};
-        for (size_t at = std::size(sections); at-- > 0;)
-            take(changes[at].gone, all);
-        for (Changes &one : changes) {
-            take(one.updated, all);
-            take(one.added, all);
-        }
-        return all;
-    };
+    Json json;
+    try {
+        json = Json::parse(text);
+    } catch (const Json::exception &error) {
+        std::string_view what = error.what();
+        what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
+        refuseFile(name, std::string(what.substr(0, longestReason)));
+    }
+    if (!json.is_object())
+        refuseFile(name, "it is no object with switches, ports and vlans");
+    FileWish wish{name, {}};
+    for (const auto &[member, list] : json.items()) {
+        const auto section =
+            std::find_if(std::begin(sections), std::end(sections),
+                         [&name = member](const Section &one) { return name == one.name; });
+        if (member == "$schema")
+            continue;
+        if (section == std::end(sections) || !list.is_array())
+            refuseFile(name, "'" + member + "' is no list of switches, ports or vlans");
+        WantedRows &rows =
+            wish.lists[static_cast<size_t>(section - std::begin(sections))].emplace();
+        for (const Json &row : list)
+            rows.push_back(wantedRow(name, *section, rows.size(), row));
+    }
+    return wish;
+}
+
+ChangeSet planFile(Database &database, const FileWish &wish)
+{
+    const Configuration now = readConfiguration(database);
+    const TableRows *const tables[] = {&now.switchTable, &now.portTable, &now.vlanTable};
+    std::vector<Changes> changes(std::size(sections));
+    for (size_t at = 0; at < std::size(sections); ++at) {
+        if (!wish.lists[at])
+            continue;
+        checkColumns(sections[at], *tables[at], *wish.lists[at], wish.name);
+        changes[at] = changesOf(sections[at], *tables[at], *wish.lists[at]);
+    }
+    // What others stand on comes first and goes last.
+    ChangeSet all{"configuration", "applied", {}, {}};
+    for (size_t at = std::size(sections); at-- > 0;)
+        take(changes[at].gone, all);
+    for (Changes &one : changes) {
+        take(one.updated, all);
+        take(one.added, all);
+    }
+    return all;
 }
 
 } // namespace swctl

@@ -1,4 +1,3 @@
-// Wishes become changes of rows; see the header.
 #include "client/plan/plans.h"
 
 #include "client/base/number.h"
@@ -114,8 +113,6 @@ void setVlan(Database &database, const RowWish &wish, const Row &before, Row aft
     moveUntagged(database, wish, after, before.rowId, changes);
 }
 
-} // namespace
-
 ChangeSet planAdd(Database &database, const RowWish &wish)
 {
     ChangeSet changes{wish.name, "added", {}, {}};
@@ -156,21 +153,19 @@ ChangeSet planDelete(Database &database, const RowWish &wish)
     return changes;
 }
 
-Plan inOrder(std::vector<Plan> plans, std::string what)
+} // namespace
+
+ChangeSet planRow(Database &database, const RowWish &wish)
 {
-    return [plans = std::move(plans), what = std::move(what)](Database &database) {
-        ChangeSet all{what, "done", {}, {}};
-        database.run("SAVEPOINT plans");
-        for (const Plan &plan : plans) {
-            ChangeSet part = plan(database);
-            writeRows(database, part);
-            append(all, std::move(part));
-        }
-        // What is written is for those who carry the changes out to write.
-        database.run("ROLLBACK TO plans");
-        database.run("RELEASE plans");
-        return all;
-    };
+    switch (wish.kind) {
+    case RowWish::Kind::add:
+        return planAdd(database, wish);
+    case RowWish::Kind::set:
+        return planSet(database, wish);
+    case RowWish::Kind::remove:
+        return planDelete(database, wish);
+    }
+    return {};
 }
 
 } // namespace swctl

@@ -3,16 +3,19 @@
 
 #include "client/rows/row_change.h"
 
-#include <functional>
 #include <string>
 #include <vector>
 
 namespace swctl {
 
-// Says what to change, from the rows as they are; throws to refuse.
-using Plan = std::function<ChangeSet(Database &)>;
-
 struct RowWish {
+    enum class Kind {
+        add,
+        set,
+        remove
+    };
+
+    Kind kind{};
     std::string table;
     std::string name;               // "VLAN 30"
     std::vector<Assignment> key;    // columns that tell the row apart
@@ -20,11 +23,7 @@ struct RowWish {
     bool mayMove = true;            // a port may leave another VLAN's untagged ones
 };
 
-ChangeSet planAdd(Database &database, const RowWish &wish);
-ChangeSet planSet(Database &database, const RowWish &wish);
-ChangeSet planDelete(Database &database, const RowWish &wish);
-
-// Several plans as one, each seeing the rows as the one before leaves them.
-Plan inOrder(std::vector<Plan> plans, std::string what);
+// From the rows as they are; throws to refuse.
+ChangeSet planRow(Database &database, const RowWish &wish);
 
 } // namespace swctl

@@ -59,4 +59,13 @@ bool isAction(rehearsal::Kind kind)
            kind == rehearsal::Kind::shell;
 }
 
+std::string stoppedText(const StoppedAt &stopped)
+{
+    std::string text = "a start of the service would stop at row " +
+                       std::to_string(stopped.row + 1) + " of " + stopped.table;
+    for (const std::string &reason : stopped.reasons)
+        text += "\n  service: " + printable(reason);
+    return text;
+}
+
 } // namespace swctl

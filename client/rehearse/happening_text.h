@@ -15,4 +15,7 @@ std::string happeningText(const Happening &happening);
 // Something that a device, a tool or a file would notice.
 bool isAction(rehearsal::Kind kind);
 
+// "a start of the service would stop at row 2 of vlanEncapIf", and why.
+std::string stoppedText(const StoppedAt &stopped);
+
 } // namespace swctl

@@ -77,6 +77,8 @@ public:
     Database(const std::string &path, Access access);
     [[nodiscard]] static Database inMemory(); // empty, and gone with the object
 
+    [[nodiscard]] const std::string &file() const { return path; }
+
     void copyTo(Database &other) const;           // everything, by SQLite's backup
     void deserialise(const std::string &image);   // becomes what a file held
     [[nodiscard]] std::string serialised() const; // as a file would hold it

@@ -29,6 +29,7 @@ struct ChangeSet {
     std::string verb;                      // "added"
     std::vector<RowChange> rows;           // in the order in which they are announced
     std::vector<std::string> consequences; // what else changes because of it, a sentence each
+    int undoes = 0;                        // number of the change that it takes back; 0: none
 
     [[nodiscard]] bool empty() const { return rows.empty(); }
     [[nodiscard]] std::vector<int> vlanIds() const; // of every VLAN whose row is touched

@@ -87,7 +87,7 @@ Value valueOf(const Json &json)
     return {};
 }
 
-std::string toJson(const ChangeSet &changes)
+Json toJson(const ChangeSet &changes)
 {
     Json rows = Json::array();
     for (const RowChange &change : changes.rows)
@@ -95,14 +95,12 @@ std::string toJson(const ChangeSet &changes)
                         {"before", toJson(change.before)},
                         {"after", toJson(change.after)},
                         {"told", change.told}});
-    const Json json = {{"what", changes.what}, {"verb", changes.verb}, {"rows", std::move(rows)}};
-    return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace);
+    return {{"what", changes.what}, {"verb", changes.verb}, {"rows", std::move(rows)}};
 }
 
-std::optional<ChangeSet> changeSetOf(std::string_view text)
+std::optional<ChangeSet> changeSetOf(const Json &json)
 {
     try {
-        const Json json = Json::parse(text);
         ChangeSet changes;
         changes.what = json.at("what").get<std::string>();
         changes.verb = json.at("verb").get<std::string>();
@@ -113,6 +111,11 @@ std::optional<ChangeSet> changeSetOf(std::string_view text)
     } catch (const std::exception &) {
         return std::nullopt;
     }
+}
+
+std::string storedText(const Json &json)
+{
+    return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace);
 }
 
 } // namespace swctl

@@ -1,7 +1,7 @@
 // What becomes of a frame at a port of a bridge.
 #pragma once
 
-#include "client/view/explain.h"
+#include "client/view/explanation.h"
 
 namespace swctl {
 

@@ -20,10 +20,10 @@ using rehearsal::Kind;
 
 } // namespace
 
-void refuseIdleCommand(const GatewayView &gateway, Database &database,
-                       const std::string &switchName, int command, std::string_view request)
+void refuseIdleCommand(GatewayView &gateway, const std::string &switchName, int command,
+                       std::string_view request)
 {
-    Snapshot snapshot(database);
+    Snapshot snapshot(gateway.database());
     Script script = gateway.startScript(snapshot);
     script.request(command, request);
     const Rehearsal rehearsal = rehearse(script);

@@ -11,7 +11,7 @@ namespace swctl {
 
 // Throws with exitRefused when nothing would act on the command, when it would be
 // refused, or when a tool or the driver would not take its values.
-void refuseIdleCommand(const GatewayView &gateway, Database &database,
-                       const std::string &switchName, int command, std::string_view request);
+void refuseIdleCommand(GatewayView &gateway, const std::string &switchName, int command,
+                       std::string_view request);
 
 } // namespace swctl

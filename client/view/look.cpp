@@ -53,12 +53,9 @@ std::vector<Finding> findingsIn(const GatewayView &gateway, Snapshot &snapshot,
 
 } // namespace
 
-Look lookAt(const std::string &databasePath, const std::string &siteFile,
-            const std::set<int> &vlanIds, const std::set<int> &ports)
+Look lookAt(GatewayView &gateway, const std::set<int> &vlanIds, const std::set<int> &ports)
 {
-    const GatewayView gateway(databasePath, siteFile);
-    Database database(databasePath, Access::read);
-    Snapshot snapshot(database);
+    Snapshot snapshot(gateway.database());
     Look look;
     look.interfaces = gateway.interfaces();
     look.vlanRows = snapshot.database().rows("vlanEncapIf");

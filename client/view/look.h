@@ -32,7 +32,6 @@ struct Look {
 // Reads the entries of these VLANs and of sub-interfaces that no row has. With ports of
 // a chip or a bridge also whom the chip's may forward to, and the VLANs that untagged
 // frames get and should get there.
-Look lookAt(const std::string &databasePath, const std::string &siteFile,
-            const std::set<int> &vlanIds, const std::set<int> &ports = {});
+Look lookAt(GatewayView &gateway, const std::set<int> &vlanIds, const std::set<int> &ports = {});
 
 } // namespace swctl

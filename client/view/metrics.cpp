@@ -190,16 +190,20 @@ void addPorts(Exposition &out, const Facts &facts)
          [](const ChipPort &port) { return uint64_t{port.pvid}; });
 }
 
-void readDatabase(const ChangeOptions &options, Facts &facts)
+Database openDatabase(const std::string &path, Facts &facts)
 {
     facts.read["database"] = false;
-    Database database(options.databasePath, Access::read);
+    Database database(path, Access::read);
     facts.chipDevice = chipDevice(database);
     facts.read["database"] = true;
+    return database;
+}
+
+void readPorts(const Site &site, Facts &facts)
+{
     if (facts.chipDevice.empty())
         return;
-    Part<Chip> chip =
-        readChipPorts(findSite(options.databasePath, options.siteFile), facts.chipDevice);
+    Part<Chip> chip = readChipPorts(site, facts.chipDevice);
     facts.read["chip"] = chip.held.has_value();
     facts.ports = std::move(chip.held);
 }
@@ -213,13 +217,14 @@ bool isUnread(const Status &status, const char *part)
 
 } // namespace
 
-Facts factsOf(const ChangeOptions &options)
+Facts factsOf(const std::string &databasePath, const std::string &siteFile)
 {
     Facts facts;
     try {
-        readDatabase(options, facts);
+        GatewayView gateway(openDatabase(databasePath, facts), siteFile);
+        readPorts(gateway.site(), facts);
         facts.read["rehearsal"] = false;
-        facts.status = statusOf(options);
+        facts.status = statusOf(gateway);
         facts.read["rehearsal"] = true;
         facts.read["kernel"] = !isUnread(*facts.status, "kernel: ");
         if (isUnread(*facts.status, "chip: "))

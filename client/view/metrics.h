@@ -23,7 +23,7 @@ struct Facts {
     std::map<std::string, bool> read; // part of the gateway: whether it could be read
 };
 
-Facts factsOf(const ChangeOptions &options);
+Facts factsOf(const std::string &databasePath, const std::string &siteFile);
 
 std::string metricsText(const Facts &facts);
 

@@ -17,7 +17,6 @@ namespace swctl {
 namespace {
 
 constexpr int32_t mapPorts = 16; // ports in an entry of the chip's VLAN table
-constexpr int32_t highestVlan = 4094;
 
 bool hasBit(uint32_t mask, int32_t bit)
 {
@@ -345,9 +344,9 @@ Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsa
     return network;
 }
 
-Network networkOf(const GatewayView &gateway, Database &database)
+Network networkOf(GatewayView &gateway)
 {
-    Snapshot snapshot(database);
+    Snapshot snapshot(gateway.database());
     const auto running = gateway.rehearseStart(snapshot);
     const std::vector<Finding> findings = checkConfiguration(snapshot.database(), {});
     Network network = networkOf(gateway, snapshot, running->finish());

@@ -92,7 +92,7 @@ struct Network {
 // Where the start from this database ended early; none when it took every row.
 std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
 
-Network networkOf(const GatewayView &gateway, Database &database);
+Network networkOf(GatewayView &gateway);
 
 // The same of a start that was rehearsed already, without notes about the rows.
 Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start);

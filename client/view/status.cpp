@@ -34,12 +34,11 @@ void takeFailures(Status &status)
 
 } // namespace
 
-Status statusOf(const ChangeOptions &options)
+Status statusOf(GatewayView &gateway)
 {
     Status status;
-    status.verdict = repair(options, /*allVlans=*/false, /*dryRun=*/true, {});
-    Database database(options.databasePath, Access::read);
-    status.vlans = database.rows("vlanEncapIf").size();
+    status.verdict = compare(gateway, History(gateway.databasePath()), /*allVlans=*/false, {});
+    status.vlans = gateway.database().rows("vlanEncapIf").size();
     for (const Difference &difference : status.verdict.left)
         if (difference.vlanId != 0 && difference.inRows)
             status.different.insert(difference.vlanId);
@@ -51,9 +50,9 @@ Status statusOf(const ChangeOptions &options)
         status.load = lastLoadSince(*status.start);
     else
         status.load.unknown = "since when the service is up is not known";
-    if (const std::optional<ChangeSet> changes = Journal(options.databasePath).unfinished())
+    if (const std::optional<ChangeSet> changes = Journal(gateway.databasePath()).unfinished())
         status.unfinished = changes->what + " " + changes->verb;
-    status.trial = trialOf(options.databasePath);
+    status.trial = trialOf(gateway.databasePath());
     takeFailures(status);
     return status;
 }
@@ -69,13 +68,13 @@ ExitStatus Status::exitStatus() const
 {
     if (!unreachable.empty())
         return exitUnreachable;
-    const bool fine = verdict.word == Word::applied && unfinished.empty() &&
+    const bool fine = verdict.outcome == Outcome::applied && unfinished.empty() &&
                       std::all_of(failures.begin(), failures.end(), isOfKernel) &&
                       verdict.startStops.empty();
     return fine ? exitDone : exitDiffers;
 }
 
-const char *Status::word() const
+const char *Status::health() const
 {
     const ExitStatus exit = exitStatus();
     return exit == exitDone ? "healthy" : exit == exitDiffers ? "not healthy" : "not reachable";

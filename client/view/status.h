@@ -2,8 +2,8 @@
 // that are not done, tools that failed.
 #pragma once
 
-#include "client/change/carry_out.h"
-#include "client/change/confirm.h"
+#include "client/change/trial.h"
+#include "client/change/verdict.h"
 #include "client/service/last_load.h"
 #include "client/service/log.h"
 
@@ -29,9 +29,9 @@ struct Status {
     // How many VLANs are as a fresh start would have them; none: not all was read.
     [[nodiscard]] std::optional<size_t> applied() const;
     [[nodiscard]] ExitStatus exitStatus() const; // done, differs or unreachable
-    [[nodiscard]] const char *word() const;      // "healthy", "not healthy", "not reachable"
+    [[nodiscard]] const char *health() const;    // "healthy", "not healthy", "not reachable"
 };
 
-Status statusOf(const ChangeOptions &options);
+Status statusOf(GatewayView &gateway);
 
 } // namespace swctl

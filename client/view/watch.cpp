@@ -2,7 +2,7 @@
 #include "client/view/watch.h"
 
 #include "client/base/number.h"
-#include "client/change/confirm.h"
+#include "client/base/time_text.h"
 #include "client/rows/check_rows.h"
 #include "client/service/service_life.h"
 
@@ -82,14 +82,11 @@ std::vector<Happened> changesBetween(const Scene &before, const Scene &after)
     return all;
 }
 
-Watcher::Watcher(const std::string &databasePath, const std::string &siteFile)
-    : gateway(databasePath, siteFile), database(databasePath, Access::read)
-{
-}
+Watcher::Watcher(GatewayView &onlyLookedAt) : gateway(onlyLookedAt) {}
 
 bool Watcher::databaseMoved()
 {
-    Statement statement(database, "SELECT 1, data_version FROM pragma_data_version");
+    Statement statement(gateway.database(), "SELECT 1, data_version FROM pragma_data_version");
     std::string now;
     if (statement.step())
         now = statement.row().text("data_version");
@@ -109,7 +106,7 @@ Scene Watcher::look(bool table)
 void Watcher::addRows(Scene &scene)
 {
     for (const char *table : tables)
-        for (const Row &row : database.rows(table)) {
+        for (const Row &row : gateway.database().rows(table)) {
             const bool isVlan = std::string_view(table) == vlanTableName;
             const int id = isVlan ? toInt(row.text("vlanId")) : 0;
             scene[{id, subjectOf(table, row)}] = valuesOf(row);
@@ -133,7 +130,7 @@ void Watcher::addKernel(Scene &scene)
 
 void Watcher::addChip(Scene &scene, bool table)
 {
-    const std::string device = chipDevice(database);
+    const std::string device = chipDevice(gateway.database());
     if (device.empty())
         return;
     const Part<Chip> ports = readChipPorts(gateway.site(), device);

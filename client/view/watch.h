@@ -27,7 +27,7 @@ std::vector<Happened> changesBetween(const Scene &before, const Scene &after);
 
 class Watcher {
 public:
-    Watcher(const std::string &databasePath, const std::string &siteFile);
+    explicit Watcher(GatewayView &onlyLookedAt);
 
     // The rows, the ports of the chip, sub-interfaces and the service. The chip's VLAN
     // table, ten requests for each VLAN, only where `table` says so; else as it was.
@@ -42,8 +42,7 @@ private:
     void addKernel(Scene &scene);
     void addService(Scene &scene);
 
-    GatewayView gateway;
-    Database database;
+    GatewayView &gateway;
     std::string version; // of the database's contents
     std::set<int> ids;   // VLANs that were seen in rows or sub-interfaces
     Scene entries;       // of the chip's VLAN table, as read last

@@ -1,7 +1,4 @@
-// Turns what was read into a verdict; see the header.
-#include "client/change/judge.h"
-
-#include "client/base/text.h"
+#include "client/change/verdict.h"
 
 namespace swctl {
 namespace {
@@ -24,18 +21,16 @@ void noteEngine(Verdict &verdict, const Actual &actual)
 
 } // namespace
 
-Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot)
+const char *outcomeText(Outcome outcome)
 {
-    return targetOf(gateway.rehearseStart(snapshot)->finish(), vlanIdsIn(snapshot.database()));
+    constexpr const char *texts[] = {"applied", "refused", "differs", "unanswered"};
+    return texts[static_cast<size_t>(outcome)];
 }
 
-std::string stoppedText(const StoppedAt &stopped)
+ExitStatus outcomeStatus(Outcome outcome)
 {
-    std::string text = "a start of the service would stop at row " +
-                       std::to_string(stopped.row + 1) + " of " + stopped.table;
-    for (const std::string &reason : stopped.reasons)
-        text += "\n  service: " + printable(reason);
-    return text;
+    constexpr ExitStatus statuses[] = {exitDone, exitRefused, exitDiffers, exitUnreachable};
+    return statuses[static_cast<size_t>(outcome)];
 }
 
 void addNote(Verdict &verdict, const std::string &text)
@@ -43,14 +38,14 @@ void addNote(Verdict &verdict, const std::string &text)
     verdict.note += (verdict.note.empty() ? "" : "\n  ") + text;
 }
 
-void judge(Verdict &verdict, Settled settled, Word otherwise)
+void conclude(Verdict &verdict, Settled settled, Outcome otherwise)
 {
     verdict.verified = true;
     verdict.settled = std::move(settled.done);
     verdict.left = std::move(settled.left);
     readUnread(verdict, settled.actual);
     noteEngine(verdict, settled.actual);
-    verdict.word = verdict.left.empty() && verdict.unread.empty() ? otherwise : Word::differs;
+    verdict.outcome = verdict.left.empty() && verdict.unread.empty() ? otherwise : Outcome::differs;
 }
 
 } // namespace swctl

@@ -2,10 +2,10 @@
 // rehearse.
 #include "client/base/json.h"
 #include "client/base/text.h"
-#include "client/change/journal.h"
 #include "client/change/repair.h"
 #include "client/rehearse/happening_text.h"
 #include "swctl/cli_change.h"
+#include "swctl/interruption.h"
 #include "swctl/report.h"
 
 #include <memory>
@@ -13,56 +13,71 @@
 namespace swctl {
 namespace {
 
-struct TruthArguments {
+struct CompareArguments {
     bool all = false;    // every VLAN id of the chip
     bool dryRun = false; // of repair
     bool verbose = false;
 };
 
-int runDiff(const Globals &globals, const TruthArguments &arguments)
+int runDiff(const Globals &globals, const CompareArguments &arguments)
 {
+    GatewayView gateway = openGateway(globals, Access::read);
     const Verdict verdict =
-        repair(optionsOf(globals), arguments.all, /*dryRun=*/true, progressOn("VLANs read"));
+        compare(gateway, History(globals.database), arguments.all, progressOn("VLANs read"));
     if (globals.json)
         printJson(verdictJson(verdict));
     else
         printDifferences(verdict, arguments.verbose);
-    return wordStatus(verdict.word);
+    return outcomeStatus(verdict.outcome);
 }
 
-int runRepair(const Globals &globals, const TruthArguments &arguments)
+Verdict repairOrLook(const Globals &globals, const CompareArguments &arguments)
 {
-    const ChangeOptions options = optionsOf(globals);
-    const ChangeLock lock(globals.database, globals.wait, tellWaiting);
-    if (!arguments.dryRun)
-        static_cast<void>(recoverUnfinished(options));
-    const Verdict verdict =
-        repair(options, arguments.all, arguments.dryRun, progressOn("VLANs read"));
+    const bool recovers = !arguments.dryRun && isUnfinished(globals.database);
+    GatewayView gateway = openGateway(globals, recovers ? Access::write : Access::read);
+    History history(globals.database);
+    if (recovers)
+        static_cast<void>(recoverFirst(gateway, history));
+    const Progress progress = progressOn("VLANs read");
+    return arguments.dryRun ? compare(gateway, history, arguments.all, progress)
+                            : repair(gateway, history, arguments.all, progress);
+}
+
+int runRepair(const Globals &globals, const CompareArguments &arguments)
+{
+    const ChangeLock lock = lockChanges(globals);
+    const InterruptionTold interruption;
+    const Verdict verdict = repairOrLook(globals, arguments);
     if (globals.json)
         printJson(verdictJson(verdict));
     else
         printRepair(verdict);
-    return wordStatus(verdict.word);
+    return outcomeStatus(verdict.outcome);
 }
 
 int runRecover(const Globals &globals)
 {
-    const ChangeLock lock(globals.database, globals.wait, tellWaiting);
-    const std::optional<Verdict> verdict = recoverUnfinished(optionsOf(globals));
+    const ChangeLock lock = lockChanges(globals);
+    const InterruptionTold interruption;
+    std::optional<Verdict> verdict;
+    if (isUnfinished(globals.database)) {
+        GatewayView gateway = openGateway(globals, Access::write);
+        History history(globals.database);
+        verdict = recoverFirst(gateway, history).verdict;
+    }
     if (globals.json)
         printJson(verdict ? verdictJson(*verdict) : Json{{"outcome", "nothing unfinished"}});
     else if (!verdict)
         printf("No change is unfinished.\n");
     else
         printRepair(*verdict);
-    return verdict ? wordStatus(verdict->word) : exitDone;
+    return verdict ? outcomeStatus(verdict->outcome) : exitDone;
 }
 
 int runRehearse(const Globals &globals)
 {
-    const GatewayView gateway(globals.database, globals.site);
-    Database database(globals.database, Access::read);
-    Snapshot snapshot(database);
+    GatewayView gateway = openGateway(globals, Access::read);
+    Snapshot snapshot(gateway.database());
     const Rehearsal rehearsal = gateway.rehearseStart(snapshot)->finish();
     Json list = Json::array();
     for (const Happening &happening : rehearsal.happenings()) {
@@ -86,7 +101,7 @@ int runRehearse(const Globals &globals)
     return rehearsal.loadStatus() < 0 ? exitDiffers : exitDone;
 }
 
-void addAllFlag(CLI::App *command, TruthArguments &arguments)
+void addAllFlag(CLI::App *command, CompareArguments &arguments)
 {
     command->add_flag("--all", arguments.all,
                       "Read every entry of the chip, not only those that the database or a "
@@ -95,9 +110,9 @@ void addAllFlag(CLI::App *command, TruthArguments &arguments)
 
 } // namespace
 
-void addTruthCommands(Program &program)
+void addCompareCommands(Program &program)
 {
-    const auto arguments = std::make_shared<TruthArguments>();
+    const auto arguments = std::make_shared<CompareArguments>();
     const Globals &globals = program.globals;
     CLI::App *diff = addCommand(
         program, program.app, "diff",
