@@ -1,7 +1,7 @@
 // How the daemons and the simulator's programs end.
 #pragma once
 
-enum ExitStatus {
+enum ProgramStatus {
     EXIT_STOPPED = 0, // ended as asked
     EXIT_FAILED = 1,  // could not start, or could not do its work
     EXIT_USAGE = 2,   // wrong arguments

@@ -1,8 +1,7 @@
-// What every command of the command line shares; see the header.
 #include "swctl/cli.h"
 
+#include "client/base/failure.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/change/verdict.h"
 #include "client/service/request_log.h"

@@ -1,6 +1,6 @@
 #include "swctl/cli_change.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/base/time_text.h"
 #include "client/change/preview.h"

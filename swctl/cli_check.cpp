@@ -1,6 +1,6 @@
 // The command that checks a configuration.
+#include "client/base/failure.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/devices/bridge.h"

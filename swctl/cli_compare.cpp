@@ -3,7 +3,7 @@
 #include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/change/repair.h"
-#include "client/rehearse/happening_text.h"
+#include "client/rehearse/event_text.h"
 #include "swctl/cli_change.h"
 #include "swctl/interruption.h"
 #include "swctl/report.h"
@@ -80,13 +80,12 @@ int runRehearse(const Globals &globals)
     Snapshot snapshot(gateway.database());
     const Rehearsal rehearsal = gateway.rehearseStart(snapshot)->finish();
     Json list = Json::array();
-    for (const Happening &happening : rehearsal.happenings()) {
-        const char *kind = kindName(happening.kind);
+    for (const Event &event : rehearsal.events()) {
+        const char *kind = kindName(event.kind);
         if (globals.json)
-            list.push_back(
-                {{"kind", kind}, {"text", happeningText(happening)}, {"number", happening.number}});
+            list.push_back({{"kind", kind}, {"text", eventText(event)}, {"number", event.number}});
         else
-            printf("%-6s | %s\n", kind, happeningText(happening).c_str());
+            printf("%-6s | %s\n", kind, eventText(event).c_str());
     }
     const std::optional<StoppedAt> stopped = rehearsal.stoppedAt();
     if (globals.json)

@@ -1,6 +1,6 @@
 // The commands that change the configuration database: vlan, port and switch. They
 // differ only in their tables.
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "swctl/cli_change.h"
 #include "swctl/cli_list.h"
 #include "swctl/validate.h"

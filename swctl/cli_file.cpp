@@ -1,6 +1,6 @@
 // The commands that take or give a whole configuration: export, apply, batch.
+#include "client/base/failure.h"
 #include "client/base/file.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/plan/configuration_file.h"
 #include "swctl/cli_change.h"

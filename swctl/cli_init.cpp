@@ -1,7 +1,7 @@
 // The command that makes a configuration database.
+#include "client/base/failure.h"
 #include "client/base/file.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/rows/database.h"

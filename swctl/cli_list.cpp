@@ -1,8 +1,7 @@
-// The rows of a table as text or JSON; see the header.
 #include "swctl/cli_list.h"
 
+#include "client/base/failure.h"
 #include "client/base/number.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/rows/database.h"
 #include "swctl/validate.h"

@@ -1,5 +1,5 @@
 // The command for a monitoring system: metrics.
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/view/metrics.h"
 #include "common/descriptor.h"

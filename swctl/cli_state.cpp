@@ -1,5 +1,6 @@
 // How the gateway is doing: status, and what the chip counts on its ports.
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/devices/gateway_view.h"
 #include "client/devices/readback.h"
@@ -134,20 +135,17 @@ std::string hexText(const ChipPort &port)
     return text;
 }
 
-std::string membersText(uint16_t map)
+std::string forwardText(const ChipPort &port)
 {
-    std::string text;
-    for (int port = 0; port < chipPortCount; ++port)
-        if ((map >> port & 1) != 0)
-            text += (text.empty() ? "" : ",") + std::to_string(port);
-    return text.empty() ? "-" : text;
+    const std::string list = listOf(port.forwardMap & ((1u << chipPortCount) - 1));
+    return list.empty() ? "-" : list;
 }
 
 void printPort(int number, const ChipPort &port)
 {
     printf("port %d  link %s  default tag %d (priority %d, CFI %d)  forwards to %s\n", number,
            port.linkUp ? "up" : "down", port.pvid, port.priority, port.cfi,
-           membersText(port.forwardMap).c_str());
+           forwardText(port).c_str());
     const std::string bytes = hexText(port);
     constexpr size_t line = 64; // digits
     for (size_t at = 0; at < bytes.size(); at += line)
@@ -156,12 +154,11 @@ void printPort(int number, const ChipPort &port)
 
 int runPortStats(const Globals &globals, const std::string &wanted)
 {
-    const Site site = findSite(globals.database, globals.site);
-    Database database(globals.database, Access::read);
-    const std::string device = chipDevice(database);
+    GatewayView gateway = openGateway(globals, Access::read);
+    const std::string device = chipDevice(gateway.database());
     if (device.empty())
         throw Failure(exitUsage, "no switch in the database is a chip");
-    const Part<Chip> chip = readChipPorts(site, device);
+    const Part<Chip> chip = readChipPorts(gateway.site(), device);
     if (!chip.held)
         throw Failure(exitDiffers, "not read: chip: " + chip.reason);
     Json ports = Json::array();

@@ -1,6 +1,6 @@
 // The commands about changes that were made: confirm, history, undo.
+#include "client/base/failure.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/base/time_text.h"
 #include "client/change/history.h"

@@ -1,6 +1,6 @@
 // The commands that only look: show and log.
+#include "client/base/failure.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/service/log.h"
 #include "client/service/service.h"

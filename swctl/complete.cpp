@@ -1,4 +1,3 @@
-// What the database names; see the header.
 #include "swctl/complete.h"
 
 #include "client/devices/site.h"

@@ -1,6 +1,6 @@
 #include "swctl/interruption.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 
 #include <unistd.h>
 

@@ -1,8 +1,8 @@
 // swctl, the command-line client of the switch manager: changes the
 // configuration database and tells the service, sends requests, shows what is
 // configured and follows the log.
+#include "client/base/failure.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/service/service.h"
 #include "swctl/cli.h"

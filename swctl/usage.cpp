@@ -1,4 +1,3 @@
-// Help texts and the search for the word that was meant; see the header.
 #include "swctl/usage.h"
 
 #include "client/base/text.h"

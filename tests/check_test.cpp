@@ -1,6 +1,6 @@
 // The rules of 'swctl check' against faulty databases: what it finds, with a start
 // judged by the service itself, and that the triggers agree.
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/check/check.h"
 #include "client/rehearse/rehearsal.h"
 

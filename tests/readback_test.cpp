@@ -1,6 +1,6 @@
 // Where things are, and what a chip of the program SWCHIP and state files hold.
 #include "backends/bcm/driver.h"
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/devices/readback.h"
 #include "devices/engine/state.h"
 #include "platform/sal.h"

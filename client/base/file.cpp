@@ -1,7 +1,7 @@
 // Reads and writes with the system's own calls, since what counts is what is on disk.
 #include "client/base/file.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "common/descriptor.h"
 

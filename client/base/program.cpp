@@ -1,4 +1,3 @@
-// A spawned program and the pipe from it; see the header.
 #include "client/base/program.h"
 
 #include "common/descriptor.h"

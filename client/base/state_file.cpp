@@ -1,4 +1,3 @@
-// Reads the file under its tools' lock; see the header.
 #include "client/base/state_file.h"
 
 #include "client/base/text.h"

@@ -1,4 +1,3 @@
-// Text on its way out; see the header.
 #include "client/base/text.h"
 
 #include <algorithm>
@@ -85,6 +84,12 @@ bool utf8Wanted()
     static const bool wanted =
         setlocale(LC_CTYPE, "") != nullptr && strcmp(nl_langinfo(CODESET), "UTF-8") == 0;
     return wanted;
+}
+
+bool isNoReason(std::string_view line)
+{
+    return line.find("Invalid command (") != std::string_view::npos ||
+           line.find("processing returned 0") != std::string_view::npos;
 }
 
 std::string onOneLine(std::string text)

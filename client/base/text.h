@@ -15,6 +15,10 @@ constexpr size_t outputColumns = 80; // of texts in lines of their own
 // Control characters and bytes that are no UTF-8 come out as \xNN.
 std::string printable(std::string_view text);
 
+// Of the service's log: that a switch has no handler for a command that is handed to
+// every switch is normal, and no reason for anything.
+bool isNoReason(std::string_view line);
+
 // Line ends within a text become blanks, so that a record stays one line.
 std::string onOneLine(std::string text);
 

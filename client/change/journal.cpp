@@ -1,7 +1,7 @@
 #include "client/change/journal.h"
 
+#include "client/base/failure.h"
 #include "client/base/file.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/rows/row_json.h"
 #include "common/clock.h"
@@ -40,11 +40,13 @@ bool ChangeLock::take()
 
 void ChangeLock::wait(int seconds)
 {
-    for (int64_t left = int64_t{seconds} * 1000; !locked; left -= napMs) {
+    int64_t left = int64_t{seconds} * 1000; // ms
+    while (!locked) {
         if (left <= 0)
             throw Failure(exitUnreachable, "another swctl is still changing this database; nothing "
                                            "was done. Try again, or wait longer with --wait");
         poll(nullptr, 0, napMs);
+        left -= napMs;
         locked = take();
     }
 }

@@ -1,7 +1,7 @@
 // Compares a change on a running service with a start.
 #include "client/change/pending.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/rows/check_rows.h"
 #include "client/service/service_life.h"
 #include "swmgr/swmgr_client.h"

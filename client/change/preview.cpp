@@ -5,7 +5,7 @@
 #include "client/base/text.h"
 #include "client/change/pending.h"
 #include "client/change/refusal.h"
-#include "client/rehearse/happening_text.h"
+#include "client/rehearse/event_text.h"
 #include "swmgr/swmgr_client.h"
 
 #include <algorithm>
@@ -26,11 +26,12 @@ void chipLines(const Target &before, const Target &after, const std::string &chi
         const auto now = after.chip.vlans.find(id);
         const std::string vlan = "VLAN " + std::to_string(id) + "  " + chip + " ";
         if (now == after.chip.vlans.end())
-            lines.push_back("- " + vlan + portsText(old->second));
+            lines.push_back("- " + vlan + membersText(old->second));
         else if (old == before.chip.vlans.end())
-            lines.push_back("+ " + vlan + portsText(now->second));
+            lines.push_back("+ " + vlan + membersText(now->second));
         else if (!(old->second == now->second))
-            lines.push_back("~ " + vlan + portsText(old->second) + " -> " + portsText(now->second));
+            lines.push_back("~ " + vlan + membersText(old->second) + " -> " +
+                            membersText(now->second));
     }
 }
 
@@ -101,25 +102,25 @@ std::string chipName(Database &database)
 
 // What came after the start's own answer: the commands and requests, and why a
 // request was refused.
-void takeHappenings(const Rehearsal &rehearsal, Preview &seen)
+void takeEvents(const Rehearsal &rehearsal, Preview &seen)
 {
     int answers = 0;
     std::vector<std::string> errors; // since the last answer
-    for (const Happening &happening : rehearsal.happenings()) {
-        if (happening.kind == rehearsal::Kind::answer) {
-            if (answers++ > 0 && happening.number < 0)
+    for (const Event &event : rehearsal.events()) {
+        if (event.kind == rehearsal::Kind::answer) {
+            if (answers++ > 0 && event.number < 0)
                 seen.reasons.insert(seen.reasons.end(), errors.begin(), errors.end());
-            if (answers > 1 && happening.number < 0 && errors.empty())
-                seen.reasons.push_back("answered " + std::to_string(happening.number));
+            if (answers > 1 && event.number < 0 && errors.empty())
+                seen.reasons.push_back("answered " + std::to_string(event.number));
             errors.clear();
         }
         if (answers == 0)
             continue;
-        if (isAction(happening.kind))
-            seen.actions.push_back(happeningText(happening));
-        if (happening.kind == rehearsal::Kind::log && happening.number == SWMGR_LOG_ERROR &&
-            !happening.data.starts_with("cmd ("))
-            errors.push_back(happeningText(happening));
+        if (isAction(event.kind))
+            seen.actions.push_back(eventText(event));
+        if (event.kind == rehearsal::Kind::log && event.number == SWMGR_LOG_ERROR &&
+            !event.data.starts_with("cmd ("))
+            errors.push_back(eventText(event));
     }
 }
 
@@ -161,7 +162,7 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
     Script script = gateway.startScript(before);
     script.image(after.image());
     addRequests(script, seen.changes);
-    takeHappenings(rehearse(script), seen);
+    takeEvents(rehearse(script), seen);
     return seen;
 }
 

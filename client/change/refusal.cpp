@@ -1,10 +1,10 @@
 #include "client/change/refusal.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/check/check_context.h"
-#include "client/rehearse/happening_text.h"
+#include "client/rehearse/event_text.h"
 
 namespace swctl {
 

@@ -2,7 +2,7 @@
 
 #include "client/base/number.h"
 #include "client/change/pending.h"
-#include "client/rehearse/happening_text.h"
+#include "client/rehearse/event_text.h"
 #include "client/rows/check_rows.h"
 
 #include <algorithm>

@@ -1,4 +1,3 @@
-// Rounds of announcing and reading back; see the header.
 #include "client/change/settle.h"
 
 #include "client/base/number.h"

@@ -2,9 +2,9 @@
 // by which others see that it is there.
 #include "client/change/trial.h"
 
+#include "client/base/failure.h"
 #include "client/base/file.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/rows/row_json.h"
 #include "common/clock.h"

@@ -2,7 +2,7 @@
 // found out by looking.
 #pragma once
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/change/settle.h"
 
 #include <cstdint>

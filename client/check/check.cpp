@@ -1,4 +1,3 @@
-// Finds what breaks the rules; see the header.
 #include "client/check/check.h"
 
 #include "client/base/number.h"
@@ -154,13 +153,11 @@ void Checker::checkNumber(const TableRows &table, const Row &row, const ColumnRu
 
 // --- a start, as it was rehearsed ------------------------------------------
 
-// The first message that is a reason. That a switch has no handler for a command
-// that is handed to every switch is normal.
+// The first message that is a reason.
 std::string reasonOf(const StoppedAt &stop)
 {
     for (const std::string &line : stop.reasons)
-        if (line.find("Invalid command (") == std::string::npos &&
-            line.find("processing returned 0") == std::string::npos)
+        if (!isNoReason(line))
             return line;
     return {};
 }
@@ -488,8 +485,8 @@ void Checker::checkShift(size_t row, uint32_t reached)
     if (byChip == byEngine)
         return;
     add("shifted-ports", all.vlanTable, row, "",
-        "of the chip ports below the engine, the chip carries it at " + portsText(byChip) +
-            ", the engine above " + portsText(byEngine));
+        "of the chip ports below the engine, the chip carries it at " + portListText(byChip) +
+            ", the engine above " + portListText(byEngine));
 }
 
 std::vector<Finding> Checker::run()

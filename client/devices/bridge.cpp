@@ -1,4 +1,3 @@
-// Reads lines and the kernel's account of VLANs; see the header.
 #include "client/devices/bridge.h"
 
 #include "client/base/json.h"
@@ -156,12 +155,12 @@ std::optional<bool> configured(const std::string &wanted)
 
 } // namespace
 
-Bridge bridgeOf(const std::vector<Happening> &happenings)
+Bridge bridgeOf(const std::vector<Event> &events)
 {
     Bridge bridge;
-    for (const Happening &happening : happenings)
-        if (happening.kind == rehearsal::Kind::command && happening.number == 0)
-            takeLine(wordsOf(happening.data), bridge);
+    for (const Event &event : events)
+        if (event.kind == rehearsal::Kind::command && event.number == 0)
+            takeLine(wordsOf(event.data), bridge);
     std::erase_if(bridge.vlans, [](const auto &vlan) { return vlan.second.empty(); });
     return bridge;
 }

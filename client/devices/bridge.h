@@ -2,7 +2,7 @@
 // and as the kernel has them.
 #pragma once
 
-#include "client/rehearse/holding.h"
+#include "client/rehearse/hardware_state.h"
 
 #include <map>
 #include <optional>
@@ -12,7 +12,7 @@
 
 namespace swctl {
 
-struct Happening;
+struct Event;
 
 // How an interface takes part in a VLAN.
 enum class Tagging {
@@ -39,7 +39,7 @@ struct Bridge {
 };
 
 // What the lines about bridges among these would leave, on a machine without one.
-Bridge bridgeOf(const std::vector<Happening> &happenings);
+Bridge bridgeOf(const std::vector<Event> &events);
 
 // What the kernel holds of the bridge of that name and of these interfaces, by
 // "ip -j -d link" and "bridge -j vlan show".

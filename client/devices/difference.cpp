@@ -1,6 +1,6 @@
-// Compares what should be with what is; see the header.
 #include "client/devices/difference.h"
 
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 
 #include <algorithm>
@@ -28,8 +28,8 @@ void compareChip(const Target &target, const Chip &actual, const std::set<int> &
         Difference difference;
         difference.kind = DifferenceKind::chipEntry;
         difference.vlanId = id;
-        difference.wanted = portsText(wanted);
-        difference.found = portsText(found);
+        difference.wanted = membersText(wanted);
+        difference.found = membersText(found);
         all.push_back(difference);
     }
     for (int port = 0; port < chipPortCount; ++port) {
@@ -196,7 +196,7 @@ Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)
     Target target;
     target.chip = rehearsal.chip();
     target.kernel = rehearsal.kernel();
-    target.bridge = bridgeOf(rehearsal.happenings());
+    target.bridge = bridgeOf(rehearsal.events());
     target.vlanIds = std::move(vlanIds);
     target.loadStatus = rehearsal.loadStatus();
     target.stopped = rehearsal.stoppedAt();
@@ -206,9 +206,9 @@ Target targetOf(const Rehearsal &rehearsal, std::set<int> vlanIds)
                 target.takesUntagged[port] = true;
     target.chipRun = rehearsal.state().chip.handled != 0;
     target.pauses = pauseRegistersOf(rehearsal.state().engine);
-    const std::vector<Happening> &all = rehearsal.happenings();
-    target.pausesSet = std::any_of(all.begin(), all.end(), [](const Happening &happening) {
-        return happening.kind == rehearsal::Kind::shell;
+    const std::vector<Event> &all = rehearsal.events();
+    target.pausesSet = std::any_of(all.begin(), all.end(), [](const Event &event) {
+        return event.kind == rehearsal::Kind::shell;
     });
     return target;
 }
@@ -277,19 +277,17 @@ std::string stateText(const SubInterface &sub)
     return text;
 }
 
-std::string portsText(const ChipVlan &vlan)
+std::string membersText(const ChipVlan &vlan)
 {
-    return portsText(vlan.fwdMap, vlan.untagMap);
+    return membersText(vlan.fwdMap, vlan.untagMap);
 }
 
-std::string portsText(uint32_t members, uint32_t untagged)
+std::string membersText(uint32_t members, uint32_t untagged)
 {
     std::string text;
-    for (int port = 0; port < 32; ++port) {
-        const bool member = (members >> port & 1) != 0;
-        const bool bare = (untagged >> port & 1) != 0;
-        if (!member && !bare)
-            continue;
+    for (const int port : portsIn(members | untagged)) {
+        const bool member = (members & portBit(port)) != 0;
+        const bool bare = (untagged & portBit(port)) != 0;
         text += (text.empty() ? "" : " ") + std::to_string(port) +
                 (!member ? "u"
                  : bare  ? "U"

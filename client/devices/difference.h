@@ -4,7 +4,7 @@
 
 #include "client/devices/bridge.h"
 #include "client/devices/pause_registers.h"
-#include "client/rehearse/holding.h"
+#include "client/rehearse/hardware_state.h"
 #include "client/rehearse/rehearsal.h"
 
 #include <optional>
@@ -95,7 +95,7 @@ std::string stateText(const SubInterface &sub);
 ChipVlan entryOf(const Chip &chip, int vlanId);
 
 // "1T 2T 3U" for an entry of the chip, "-" for an empty one.
-std::string portsText(const ChipVlan &vlan);
-std::string portsText(uint32_t members, uint32_t untagged); // bit n for port n
+std::string membersText(const ChipVlan &vlan);
+std::string membersText(uint32_t members, uint32_t untagged); // bit n for port n
 
 } // namespace swctl

@@ -1,4 +1,3 @@
-// Runs the register tool and takes its answer apart; see the header.
 #include "client/devices/pause_registers.h"
 
 #include "client/base/program.h"

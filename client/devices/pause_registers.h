@@ -1,7 +1,7 @@
 // The engine's registers for pause frames, the one part of it that can be asked.
 #pragma once
 
-#include "client/rehearse/holding.h"
+#include "client/rehearse/hardware_state.h"
 #include "devices/engine/state.h"
 
 #include <array>

@@ -1,9 +1,8 @@
-// Asks driver, kernel and log; see the header.
 #include "client/devices/readback.h"
 
 #include "backends/bcm/driver.h"
+#include "client/base/failure.h"
 #include "client/base/number.h"
-#include "client/base/outcome.h"
 #include "client/base/state_file.h"
 #include "client/base/text.h"
 #include "client/devices/vlan_links.h"
@@ -31,16 +30,16 @@ struct Refusal {
     int status;
 };
 
-class Device {
+class ChipDevice {
 public:
-    explicit Device(const std::string &path) : fd(salOpen(path.c_str(), O_RDWR, /*mode=*/0))
+    explicit ChipDevice(const std::string &path) : fd(salOpen(path.c_str(), O_RDWR, /*mode=*/0))
     {
         if (fd < 0)
             throw Refusal{fd};
     }
-    ~Device() { static_cast<void>(salClose(fd)); }
-    Device(const Device &) = delete;
-    Device &operator=(const Device &) = delete;
+    ~ChipDevice() { static_cast<void>(salClose(fd)); }
+    ChipDevice(const ChipDevice &) = delete;
+    ChipDevice &operator=(const ChipDevice &) = delete;
 
     template <class Record>
     int ask(BcmRequest request, Record &record) const
@@ -65,7 +64,7 @@ private:
     int fd;
 };
 
-uint16_t readMap(const Device &device, BcmRequest request, int vlanId)
+uint16_t readMap(const ChipDevice &device, BcmRequest request, int vlanId)
 {
     uint16_t map = 0;
     for (uint16_t port = 0; port < chipPortCount; ++port) {
@@ -78,7 +77,7 @@ uint16_t readMap(const Device &device, BcmRequest request, int vlanId)
     return map;
 }
 
-void readTags(const Device &device, Chip &chip)
+void readTags(const ChipDevice &device, Chip &chip)
 {
     for (uint16_t port = 0; port < chipPortCount; ++port) {
         BcmPortTagRecord record{};
@@ -90,7 +89,7 @@ void readTags(const Device &device, Chip &chip)
     }
 }
 
-void readPort(const Device &device, uint16_t port, ChipPort &held)
+void readPort(const ChipDevice &device, uint16_t port, ChipPort &held)
 {
     BcmPortStatsRecord statistics{};
     statistics.portNumber = port;
@@ -110,7 +109,7 @@ Part<Chip> readFrom(const std::string &path, const Read &read)
 {
     Part<Chip> part;
     try {
-        const Device device(path);
+        const ChipDevice device(path);
         Chip chip;
         readTags(device, chip);
         read(device, chip);
@@ -151,7 +150,7 @@ Part<Chip> readChip(const Site &site, const std::string &device, const std::set<
 {
     return readFrom(
         site.devicePath(device),
-        [&](const Device &asked, Chip &chip) {
+        [&](const ChipDevice &asked, Chip &chip) {
             size_t done = 0;
             for (const int id : vlanIds) {
                 ChipVlan vlan;
@@ -169,7 +168,7 @@ Part<Chip> readChipPorts(const Site &site, const std::string &device)
 {
     return readFrom(
         site.devicePath(device),
-        [](const Device &asked, Chip &chip) {
+        [](const ChipDevice &asked, Chip &chip) {
             for (uint16_t port = 0; port < chipPortCount; ++port)
                 readPort(asked, port, chip.ports[port]);
         });

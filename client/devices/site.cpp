@@ -1,9 +1,8 @@
-// Finds and reads site.json; see the header.
 #include "client/devices/site.h"
 
+#include "client/base/failure.h"
 #include "client/base/file.h"
 #include "client/base/json.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 
 #include <ifaddrs.h>

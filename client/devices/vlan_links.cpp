@@ -1,4 +1,3 @@
-// Asks for the interfaces and takes the answers apart; see the header.
 #include "client/devices/vlan_links.h"
 
 #include "common/descriptor.h"

@@ -2,7 +2,7 @@
 // tells them to everybody: the kernel's own listing is the administrator's alone.
 #pragma once
 
-#include "client/rehearse/holding.h"
+#include "client/rehearse/hardware_state.h"
 
 #include <cstddef>
 #include <map>

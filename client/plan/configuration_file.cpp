@@ -1,7 +1,7 @@
 #include "client/plan/configuration_file.h"
 
+#include "client/base/failure.h"
 #include "client/base/number.h"
-#include "client/base/outcome.h"
 #include "client/base/text.h"
 #include "client/rows/check_rows.h"
 #include "client/rows/row_json.h"
@@ -205,10 +205,10 @@ FileWish fileWishOf(const std::string &text, const std::string &name)
             continue;
         if (section == std::end(sections) || !list.is_array())
             refuseFile(name, "'" + member + "' is no list of switches, ports or vlans");
-        WantedRows &rows =
-            wish.lists[static_cast<size_t>(section - std::begin(sections))].emplace();
+        WantedRows rows;
         for (const Json &row : list)
             rows.push_back(wantedRow(name, *section, rows.size(), row));
+        wish.lists[static_cast<size_t>(section - std::begin(sections))] = std::move(rows);
     }
     return wish;
 }

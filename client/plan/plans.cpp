@@ -1,7 +1,8 @@
 #include "client/plan/plans.h"
 
+#include "client/base/failure.h"
 #include "client/base/number.h"
-#include "client/base/outcome.h"
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/rows/check_rows.h"
 
@@ -11,28 +12,7 @@
 namespace swctl {
 namespace {
 
-constexpr int maskPorts = 32;
 constexpr const char *atNextStart = "takes effect when the service starts again";
-
-std::string listText(uint32_t mask)
-{
-    std::string text;
-    for (int port = 0; port < maskPorts; ++port)
-        if ((mask >> port & 1) != 0)
-            text += (text.empty() ? "" : ",") + std::to_string(port);
-    return text;
-}
-
-// As the service reads it.
-uint32_t maskOf(const std::string &list)
-{
-    uint32_t mask = 0;
-    for (const std::string &entry : entriesOf(list)) {
-        const int port = toInt(entry);
-        mask |= port >= 0 && port < maskPorts ? 1u << port : 0;
-    }
-    return mask;
-}
 
 [[noreturn]] void refuse(const std::string &what)
 {
@@ -59,12 +39,12 @@ void moveUntagged(Database &database, const RowWish &wish, const Row &row, int64
         const uint32_t had = maskOf(other.text("untagMap"));
         if (other.rowId == replaced || (had & taken) == 0)
             continue;
-        const std::string ports = listText(had & taken);
+        const std::string ports = listOf(had & taken);
         const std::string vlan = "VLAN " + printable(other.text("vlanId"));
         if (!wish.mayMove)
             refuseMove(ports, vlan);
         Row without = other;
-        without.set({"untagMap", listText(had & ~taken)});
+        without.set({"untagMap", listOf(had & ~taken)});
         changes.consequences.push_back(movedText(ports, vlan));
         changes.rows.push_back({wish.table, std::move(other), std::move(without)});
     }

@@ -1,6 +1,6 @@
 #include "client/plan/wish.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 
 namespace swctl {
 namespace {

@@ -1,9 +1,8 @@
-// Starts swrehearse and reads what it left; see the header.
 #include "client/rehearse/rehearsal.h"
 
 #include "client/base/text.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "devices/chip/chip_text.h"
 #include "swmgr/swmgr_client.h"
 
@@ -51,9 +50,9 @@ void appendPiece(std::string &to, const Piece &piece)
     to.append(reinterpret_cast<const char *>(&piece), sizeof(piece));
 }
 
-std::vector<Happening> happeningsOf(std::string_view bytes)
+std::vector<Event> eventsOf(std::string_view bytes)
 {
-    std::vector<Happening> all;
+    std::vector<Event> all;
     while (bytes.size() >= sizeof(Piece)) {
         Piece piece;
         memcpy(&piece, bytes.data(), sizeof(piece));
@@ -163,40 +162,40 @@ Rehearsal::Rehearsal(MemoryFile stateFile, MemoryFile eventFile)
     held = reinterpret_cast<const rehearsal::State *>(bytes.data());
     if (held->magic != rehearsal::stateMagic)
         failRehearsal("it ended in the middle");
-    all = happeningsOf(eventMemory.view());
+    all = eventsOf(eventMemory.view());
 }
 
 std::vector<int> Rehearsal::answers() const
 {
     std::vector<int> statuses;
-    for (const Happening &happening : all)
-        if (happening.kind == Kind::answer)
-            statuses.push_back(happening.number);
+    for (const Event &event : all)
+        if (event.kind == Kind::answer)
+            statuses.push_back(event.number);
     return statuses;
 }
 
 int Rehearsal::loadStatus() const
 {
-    for (const Happening &happening : all)
-        if (happening.kind == Kind::loaded)
-            return happening.number;
+    for (const Event &event : all)
+        if (event.kind == Kind::loaded)
+            return event.number;
     return SWMGR_STATUS_FAILED; // it did not come that far
 }
 
 std::optional<StoppedAt> Rehearsal::stoppedAt() const
 {
     std::vector<std::string> reasons;
-    for (const Happening &happening : all) {
-        if (happening.kind == Kind::log && happening.number == SWMGR_LOG_ERROR &&
-            !happening.data.starts_with("cmd ("))
+    for (const Event &event : all) {
+        if (event.kind == Kind::log && event.number == SWMGR_LOG_ERROR &&
+            !event.data.starts_with("cmd ("))
             reasons.push_back(onOneLine(
-                std::string(happening.data.substr(0, happening.data.find_last_not_of(" \n") + 1))));
-        if (happening.kind == Kind::row && happening.number < 0)
-            return StoppedAt{std::string(happening.data), static_cast<int>(happening.extra),
-                             happening.number, std::move(reasons)};
-        if (happening.kind == Kind::row)
+                std::string(event.data.substr(0, event.data.find_last_not_of(" \n") + 1))));
+        if (event.kind == Kind::row && event.number < 0)
+            return StoppedAt{std::string(event.data), static_cast<int>(event.extra), event.number,
+                             std::move(reasons)};
+        if (event.kind == Kind::row)
             reasons.clear();
-        if (happening.kind == Kind::loaded)
+        if (event.kind == Kind::loaded)
             break;
     }
     return std::nullopt;
@@ -298,16 +297,16 @@ Rehearsal rehearse(const Script &script)
     return running.finish();
 }
 
-std::string driverText(const Happening &happening)
+std::string driverText(const Event &event)
 {
     int64_t argument = 0;
-    if (happening.data.size() < sizeof(argument))
+    if (event.data.size() < sizeof(argument))
         return {};
-    memcpy(&argument, happening.data.data(), sizeof(argument));
-    const std::string_view record = happening.data.substr(sizeof(argument));
-    return chip::requestText(happening.extra, argument,
+    memcpy(&argument, event.data.data(), sizeof(argument));
+    const std::string_view record = event.data.substr(sizeof(argument));
+    return chip::requestText(event.extra, argument,
                              reinterpret_cast<const uint8_t *>(record.data()), record.size(),
-                             happening.number);
+                             event.number);
 }
 
 } // namespace swctl

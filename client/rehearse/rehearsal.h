@@ -3,7 +3,7 @@
 // would do and leave behind.
 #pragma once
 
-#include "client/rehearse/holding.h"
+#include "client/rehearse/hardware_state.h"
 #include "rehearsal/protocol.h"
 
 #include <array>
@@ -41,7 +41,7 @@ private:
 };
 
 // One thing that happened. The text lives as long as the rehearsal.
-struct Happening {
+struct Event {
     rehearsal::Kind kind;
     int32_t number;        // see rehearsal::Kind
     uint32_t extra;        // see rehearsal::Kind
@@ -81,7 +81,7 @@ public:
     Rehearsal(MemoryFile stateFile, MemoryFile eventFile);
 
     [[nodiscard]] const rehearsal::State &state() const { return *held; }
-    [[nodiscard]] const std::vector<Happening> &happenings() const { return all; }
+    [[nodiscard]] const std::vector<Event> &events() const { return all; }
 
     // The answers in the order of the script: of each start and request.
     [[nodiscard]] std::vector<int> answers() const;
@@ -98,7 +98,7 @@ private:
     MemoryFile stateMemory;
     MemoryFile eventMemory;
     const rehearsal::State *held;
-    std::vector<Happening> all;
+    std::vector<Event> all;
 };
 
 // A rehearsal on its way, beside which something else can be done.
@@ -122,6 +122,6 @@ Rehearsal rehearse(const Script &script);
 Kernel kernelOf(const engine::State &state);
 
 // The name of a driver request, as "VLAN_ENTRY_SET", with its decoded fields.
-std::string driverText(const Happening &happening);
+std::string driverText(const Event &event);
 
 } // namespace swctl

@@ -1,7 +1,7 @@
-// Reads the tables; see the header.
 #include "client/rows/check_rows.h"
 
 #include "client/base/number.h"
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 
 namespace swctl {
@@ -70,13 +70,9 @@ std::string entryAsRead(const std::string &entry)
     return entry.substr(0, colon) + ":" + std::to_string(toInt(entry.substr(colon + 1)));
 }
 
-std::string portsText(uint32_t mask)
+std::string portListText(uint32_t mask)
 {
-    std::string text;
-    for (int port = 0; port < 32; ++port)
-        if ((mask >> port & 1) != 0)
-            text += (text.empty() ? "" : ",") + std::to_string(port);
-    return text.empty() ? "none" : text;
+    return mask != 0 ? listOf(mask) : "none";
 }
 
 std::string nameOf(std::string_view table, const Row &row)

@@ -79,7 +79,7 @@ int32_t numberOf(const Row &row, const char *column);
 std::string entryAsRead(const std::string &entry);
 
 // "1,2,3" for a mask; "none" for an empty one.
-std::string portsText(uint32_t mask);
+std::string portListText(uint32_t mask);
 
 // What a row describes, in the words of the network: "VLAN 30", "port 3 of BCM".
 std::string nameOf(std::string_view table, const Row &row);

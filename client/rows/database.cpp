@@ -1,8 +1,8 @@
-// The configuration database; see the header. Table and column names in the SQL
+// The configuration database. Table and column names in the SQL
 // come from this program's own tables or from SQLite, never from an argument.
 #include "client/rows/database.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 
 #include <cerrno>

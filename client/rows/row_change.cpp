@@ -1,8 +1,7 @@
-// Row changes and their events; see the header.
 #include "client/rows/row_change.h"
 
+#include "client/base/failure.h"
 #include "client/base/number.h"
-#include "client/base/outcome.h"
 #include "client/base/wire.h"
 #include "swmgr/swmgr_client.h"
 

@@ -1,4 +1,3 @@
-// Copies by SQLite's backup interface; see the header.
 #include "client/rows/snapshot.h"
 
 namespace swctl {

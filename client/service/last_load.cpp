@@ -1,7 +1,6 @@
-// Asks the log daemon; see the header.
 #include "client/service/last_load.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/service/log.h"
 #include "client/service/request_log.h"
 #include "common/clock.h"

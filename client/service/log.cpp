@@ -1,7 +1,6 @@
-// Reading the service's log; see the header.
 #include "client/service/log.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/wire.h"
 #include "client/service/service.h"
 #include "common/clock.h"

@@ -1,7 +1,6 @@
-// Hears the log out; see the header.
 #include "client/service/request_log.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/service/service.h"
 #include "common/log_rank.h"
@@ -74,8 +73,7 @@ std::vector<std::string> reasonsIn(const std::vector<LogLine> &lines)
     std::vector<std::string> reasons;
     for (const LogLine &line : lines) {
         const int32_t rank = logRank(line.level, line.text.data(), line.text.size());
-        if (rank <= LOG_RANK_WARNING && line.text.find("Invalid command (") == std::string::npos &&
-            line.text.find("processing returned 0") == std::string::npos &&
+        if (rank <= LOG_RANK_WARNING && !isNoReason(line.text) &&
             line.text.find("Disabling Vlan") == std::string::npos)
             reasons.push_back(printable(onOneLine(line.text)));
         // The same line of several rows says no more than one.

@@ -1,7 +1,6 @@
-// Requests to the switch manager over relay; see the header.
 #include "client/service/service.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/base/wire.h"
 #include "platform/relay.h"

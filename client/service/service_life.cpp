@@ -1,4 +1,3 @@
-// Asks the kernel who serves the socket; see the header.
 #include "client/service/service_life.h"
 
 #include "common/clock.h"

@@ -10,7 +10,7 @@
 namespace swctl {
 
 // What becomes of the VLAN's frames and of untagged ones at a port.
-PortExplanation explainPort(const Look &look, const PortName &port, int vlanId);
+PortExplanation explainPort(const Inspection &inspection, const PortName &port, int vlanId);
 
 struct SubInterfaceState {
     std::string name;
@@ -35,7 +35,7 @@ struct InterfaceExplanation {
 };
 
 // `name` is an interface, as "eth0", or a VLAN's sub-interface, as "eth0.20".
-InterfaceExplanation explainInterface(const Look &look, const std::vector<Row> &portRows,
-                                      const std::string &name);
+InterfaceExplanation explainInterface(const Inspection &inspection,
+                                      const std::vector<Row> &portRows, const std::string &name);
 
 } // namespace swctl

@@ -1,4 +1,3 @@
-// Frames in a bridge of Linux; see the header.
 #include "client/view/explain_bridge.h"
 
 #include "client/base/text.h"
@@ -94,10 +93,10 @@ std::string partOf(const Bridge &bridge, int vlanId, const std::string &interfac
 
 } // namespace
 
-bool explainBridgePort(const Look &look, PortExplanation &all)
+bool explainBridgePort(const Inspection &inspection, PortExplanation &all)
 {
     SwitchConfig owner;
-    for (const SwitchConfig &sw : look.network.switches)
+    for (const SwitchConfig &sw : inspection.network.switches)
         if (sw.name == all.port.switchName)
             owner = sw;
     PortConfig port;
@@ -105,8 +104,8 @@ bool explainBridgePort(const Look &look, PortExplanation &all)
     for (const PortConfig &row : owner.ports)
         if (row.number == port.number)
             port = row;
-    const Part<Bridge> &held = look.actual.bridge;
-    const Bridge &wanted = look.target.bridge;
+    const Part<Bridge> &held = inspection.actual.bridge;
+    const Bridge &wanted = inspection.target.bridge;
     const Bridge &judged = held.held ? *held.held : wanted;
     all.basis =
         held.held ? "what the kernel holds" : "a fresh start, since the kernel was not read";
@@ -121,7 +120,7 @@ bool explainBridgePort(const Look &look, PortExplanation &all)
         part != nullptr && closed(judged, port.interfaceName).empty())
         all.sends = sendsUntagged(*part) ? "without tag" : "tagged";
     const std::set<int> concerned{all.vlanId, untagged, untaggedVlan(wanted, port.interfaceName)};
-    for (const Difference &difference : look.differences)
+    for (const Difference &difference : inspection.differences)
         if (difference.kind != DifferenceKind::bridgeLink
                 ? concerned.contains(difference.vlanId)
                 : difference.parent == port.interfaceName || difference.parent == wanted.name)

@@ -7,6 +7,6 @@ namespace swctl {
 
 // Fills in all but what the rows and the log say. False: by a fresh start the port is no
 // member of the VLAN.
-bool explainBridgePort(const Look &look, PortExplanation &all);
+bool explainBridgePort(const Inspection &inspection, PortExplanation &all);
 
 } // namespace swctl

@@ -22,7 +22,7 @@ std::string FrameFate::text() const
         return "not known: " + unknown;
     if (!dropped.empty())
         return "dropped: " + dropped;
-    std::string list = to != 0 ? portsText(to, bare) : "";
+    std::string list = to != 0 ? membersText(to, bare) : "";
     for (const std::string &name : others)
         list += (list.empty() ? "" : ", ") + printable(name);
     if (host)

@@ -1,7 +1,7 @@
 // What is said about frames at a port, and the words for it.
 #pragma once
 
-#include "client/view/look.h"
+#include "client/view/inspection.h"
 
 #include <cstdint>
 #include <string>
@@ -13,7 +13,7 @@ namespace swctl {
 struct PortName {
     std::string switchName;
     int number = 0;
-    Device device = Device::none;
+    Backend backend = Backend::none;
 };
 
 // What a frame gets that arrives at a port.

@@ -1,4 +1,4 @@
-// Gathers and writes metrics; see the header.
+// Gathers and writes metrics.
 //
 // The text is in the classic format, which the text file collector and `promtool check
 // metrics` read: there a counter's family has its `_total` in HELP and TYPE, too, where

@@ -1,7 +1,7 @@
 // A gateway's state as text for a monitoring system.
 #pragma once
 
-#include "client/rehearse/holding.h"
+#include "client/rehearse/hardware_state.h"
 #include "client/service/log.h"
 #include "client/view/status.h"
 

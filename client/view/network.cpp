@@ -1,10 +1,10 @@
-// Rows and rehearsal side by side; see the header.
 #include "client/view/network.h"
 
 #include "client/base/wire.h"
 #include "client/devices/bridge.h"
 
 #include "client/base/number.h"
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/rows/check_rows.h"
@@ -20,36 +20,36 @@ constexpr int32_t mapPorts = 16; // ports in an entry of the chip's VLAN table
 
 bool hasBit(uint32_t mask, int32_t bit)
 {
-    return bit >= 0 && bit < 32 && (mask >> bit & 1) != 0;
+    return (mask & portBit(bit)) != 0;
 }
 
 // The start's status for each row of a table as far as it came.
 std::vector<int> rowStatuses(const Rehearsal &start, const char *table)
 {
     std::vector<int> statuses;
-    for (const Happening &happening : start.happenings())
-        if (happening.kind == rehearsal::Kind::row && happening.data == table)
-            statuses.push_back(happening.number);
+    for (const Event &event : start.events())
+        if (event.kind == rehearsal::Kind::row && event.data == table)
+            statuses.push_back(event.number);
     return statuses;
 }
 
 // By the row's place in its table: the chip's driver is opened for a chip, the kernel is
 // asked about a bridge, and an engine is driven by tools alone.
-std::vector<Device> devicesOf(const Rehearsal &start)
+std::vector<Backend> backendsOf(const Rehearsal &start)
 {
-    std::vector<Device> devices;
-    Device opened = Device::engine;
-    for (const Happening &happening : start.happenings()) {
-        if (happening.kind == rehearsal::Kind::opened)
-            opened = happening.data.starts_with("/sys/") ? Device::bridge : Device::chip;
-        if (happening.kind != rehearsal::Kind::row)
+    std::vector<Backend> backends;
+    Backend opened = Backend::engine;
+    for (const Event &event : start.events()) {
+        if (event.kind == rehearsal::Kind::opened)
+            opened = event.data.starts_with("/sys/") ? Backend::bridge : Backend::chip;
+        if (event.kind != rehearsal::Kind::row)
             continue;
-        if (happening.data != "swGlobalCfg")
+        if (event.data != "swGlobalCfg")
             break;
-        devices.push_back(happening.number < 0 ? Device::none : opened);
-        opened = Device::engine;
+        backends.push_back(event.number < 0 ? Backend::none : opened);
+        opened = Backend::engine;
     }
-    return devices;
+    return backends;
 }
 
 std::vector<PortConfig::Mapping> mappingsOf(const std::string &text)
@@ -65,7 +65,7 @@ std::vector<PortConfig::Mapping> mappingsOf(const std::string &text)
 
 void readSwitches(Database &database, const Rehearsal &start, Network &network)
 {
-    const std::vector<Device> devices = devicesOf(start);
+    const std::vector<Backend> backends = backendsOf(start);
     for (const Row &row : database.rows("swGlobalCfg")) {
         SwitchConfig sw;
         sw.name = row.text("switchName");
@@ -73,8 +73,8 @@ void readSwitches(Database &database, const Rehearsal &start, Network &network)
         sw.level = toInt(row.text("switchLevel"));
         sw.vlanEnabled = toInt(row.text("vlanEnable")) != 0;
         sw.qosEnabled = toInt(row.text("qosEnable")) != 0;
-        if (network.switches.size() < devices.size())
-            sw.carriedBy = devices[network.switches.size()];
+        if (network.switches.size() < backends.size())
+            sw.carriedBy = backends[network.switches.size()];
         network.switches.push_back(std::move(sw));
     }
     for (const Row &row : database.rows("swPortConfig"))
@@ -150,12 +150,7 @@ private:
             const auto entry = chip.vlans.find(network.vlans[at].id);
             if (entry == chip.vlans.end() || network.vlans[at].fate == Fate::missing)
                 continue;
-            uint32_t named = 0;
-            for (const std::string &listed : entriesOf(rows[at].text("fwdMap"))) {
-                const int32_t port = toInt(listed);
-                if (port >= 0 && port < mapPorts)
-                    named |= 1u << port;
-            }
+            const uint32_t named = maskOf(rows[at].text("fwdMap"));
             note(routeOf(network.vlans[at]), entry->second.fwdMap & ~named);
         }
     }
@@ -227,9 +222,8 @@ std::set<int32_t> portsOf(const SwitchConfig &sw, uint32_t members)
     std::set<int32_t> ports;
     for (const PortConfig &port : sw.ports)
         ports.insert(port.number);
-    for (int32_t port = 0; port < 32; ++port)
-        if (hasBit(members, port))
-            ports.insert(port);
+    for (const int port : portsIn(members))
+        ports.insert(port);
     return ports;
 }
 
@@ -237,7 +231,7 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
                Network &network)
 {
     const Chip chip = start.chip();
-    const Bridge bridge = bridgeOf(start.happenings());
+    const Bridge bridge = bridgeOf(start.events());
     std::map<int32_t, EngineVlan> engineVlans;
     uint32_t inChip = 0;
     uint32_t inEngine = 0;
@@ -253,10 +247,10 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
     }
     for (size_t owner = 0; owner < network.switches.size(); ++owner) {
         const SwitchConfig &sw = network.switches[owner];
-        if (sw.carriedBy == Device::none)
+        if (sw.carriedBy == Backend::none)
             continue;
-        const bool isChip = sw.carriedBy == Device::chip;
-        const bool isBridge = sw.carriedBy == Device::bridge;
+        const bool isChip = sw.carriedBy == Backend::chip;
+        const bool isBridge = sw.carriedBy == Backend::bridge;
         for (const int32_t port : portsOf(sw, isChip ? inChip : isBridge ? 0 : inEngine)) {
             PortColumn column{owner, port, std::nullopt};
             if (const int pvid = untaggedVlan(bridge, interfaceOf(sw, port)); isBridge && pvid != 0)
@@ -271,9 +265,9 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
         std::vector<Cell> &line = network.lines.emplace_back();
         for (const PortColumn &column : network.columns) {
             const SwitchConfig &sw = network.switches[column.owner];
-            line.push_back(sw.carriedBy == Device::chip
+            line.push_back(sw.carriedBy == Backend::chip
                                ? chipCell(chip, hostPorts, vlan, column.port)
-                           : sw.carriedBy == Device::bridge
+                           : sw.carriedBy == Backend::bridge
                                ? bridgeCell(bridge, vlan, interfaceOf(sw, column.port))
                                : engineCell(engineVlans[vlan.id], column.port));
         }

@@ -23,7 +23,7 @@ struct PortConfig {
 };
 
 // What carries a switch out, by what the start did for its row.
-enum class Device {
+enum class Backend {
     none, // it did not come that far, or there is no such backend
     chip,
     engine,
@@ -33,7 +33,7 @@ enum class Device {
 struct SwitchConfig {
     std::string name;
     std::string device; // empty: none
-    Device carriedBy = Device::none;
+    Backend carriedBy = Backend::none;
     int32_t level = 0; // the highest is the top-level switch
     bool vlanEnabled = false;
     bool qosEnabled = false;

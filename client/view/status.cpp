@@ -1,4 +1,3 @@
-// Gathers a gateway's health; see the header.
 #include "client/view/status.h"
 
 #include "client/change/journal.h"

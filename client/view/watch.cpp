@@ -1,4 +1,3 @@
-// Takes scenes and compares them; see the header.
 #include "client/view/watch.h"
 
 #include "client/base/number.h"
@@ -53,7 +52,7 @@ std::string partsBesides(const std::string &text, const std::string &other)
 
 } // namespace
 
-std::string Happened::text() const
+std::string SceneChange::text() const
 {
     const std::string what = (vlanId != 0 ? "VLAN " + std::to_string(vlanId) + " " : "") + subject;
     if (was.empty())
@@ -63,9 +62,9 @@ std::string Happened::text() const
     return "! " + what + ": " + partsBesides(was, is) + " -> " + partsBesides(is, was);
 }
 
-std::vector<Happened> changesBetween(const Scene &before, const Scene &after)
+std::vector<SceneChange> changesBetween(const Scene &before, const Scene &after)
 {
-    std::map<std::pair<int, std::string>, Happened> changes;
+    std::map<std::pair<int, std::string>, SceneChange> changes;
     for (const auto &[key, is] : after) {
         const auto found = before.find(key);
         const std::string was = found != before.end() ? found->second : "";
@@ -75,7 +74,7 @@ std::vector<Happened> changesBetween(const Scene &before, const Scene &after)
     for (const auto &[key, was] : before)
         if (!after.contains(key))
             changes[key] = {key.first, key.second, was, ""};
-    std::vector<Happened> all;
+    std::vector<SceneChange> all;
     all.reserve(changes.size());
     for (const auto &[key, change] : changes)
         all.push_back(change);
@@ -93,7 +92,7 @@ bool Watcher::databaseMoved()
     return std::exchange(version, now) != now;
 }
 
-Scene Watcher::look(bool table)
+Scene Watcher::observe(bool table)
 {
     Scene scene;
     addService(scene);
@@ -150,7 +149,7 @@ void Watcher::addChip(Scene &scene, bool table)
         entries.clear();
         if (chip.held)
             for (const auto &[id, vlan] : chip.held->vlans)
-                entries[{id, "chip"}] = portsText(vlan);
+                entries[{id, "chip"}] = membersText(vlan);
     }
     scene.insert(entries.begin(), entries.end());
 }

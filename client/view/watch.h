@@ -14,7 +14,7 @@ namespace swctl {
 // By VLAN, 0 for none, and subject, as "row", "chip" or "eth0.30".
 using Scene = std::map<std::pair<int, std::string>, std::string>;
 
-struct Happened {
+struct SceneChange {
     int vlanId = 0; // 0: none
     std::string subject;
     std::string was, is; // empty: not there
@@ -23,7 +23,7 @@ struct Happened {
 };
 
 // Everything of `after` that is otherwise than before, by VLAN.
-std::vector<Happened> changesBetween(const Scene &before, const Scene &after);
+std::vector<SceneChange> changesBetween(const Scene &before, const Scene &after);
 
 class Watcher {
 public:
@@ -31,7 +31,7 @@ public:
 
     // The rows, the ports of the chip, sub-interfaces and the service. The chip's VLAN
     // table, ten requests for each VLAN, only where `table` says so; else as it was.
-    Scene look(bool table);
+    Scene observe(bool table);
 
     // Whether another process has written to the database since the last call.
     bool databaseMoved();

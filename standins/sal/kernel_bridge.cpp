@@ -1,4 +1,3 @@
-// The message of "bridge vlan" over netlink; see the header.
 #include "standins/sal/kernel_bridge.h"
 
 #include "standins/sal/kernel_words.h"

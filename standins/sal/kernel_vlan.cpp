@@ -1,4 +1,3 @@
-// The ioctl requests of vconfig and ifconfig; see the header.
 #include "standins/sal/kernel_vlan.h"
 
 #include "platform/sal.h"

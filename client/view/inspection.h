@@ -12,7 +12,7 @@
 
 namespace swctl {
 
-struct Look {
+struct Inspection {
     std::vector<Row> vlanRows;
     std::vector<Finding> findings;  // about the rows
     Interfaces interfaces;          // that exist
@@ -25,13 +25,14 @@ struct Look {
 
     [[nodiscard]] std::vector<Row> rowsOf(int vlanId) const;
     // The name of the switch that is the chip or the engine; empty: there is none.
-    [[nodiscard]] std::string nameOf(Device device) const;
+    [[nodiscard]] std::string nameOf(Backend backend) const;
     [[nodiscard]] EngineVlan engineOf(int vlanId) const; // by the rehearsed start
 };
 
 // Reads the entries of these VLANs and of sub-interfaces that no row has. With ports of
 // a chip or a bridge also whom the chip's may forward to, and the VLANs that untagged
 // frames get and should get there.
-Look lookAt(GatewayView &gateway, const std::set<int> &vlanIds, const std::set<int> &ports = {});
+Inspection inspect(GatewayView &gateway, const std::set<int> &vlanIds,
+                   const std::set<int> &ports = {});
 
 } // namespace swctl

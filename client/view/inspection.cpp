@@ -1,5 +1,4 @@
-// Rows, rehearsal and reading side by side; see the header.
-#include "client/view/look.h"
+#include "client/view/inspection.h"
 
 #include "client/base/number.h"
 #include "client/change/settle.h"
@@ -37,7 +36,7 @@ void addUntagged(const Network &network, const Target &target, const std::set<in
 {
     for (const SwitchConfig &sw : network.switches)
         for (const PortConfig &port : sw.ports)
-            if (sw.carriedBy == Device::bridge && ports.contains(port.number))
+            if (sw.carriedBy == Backend::bridge && ports.contains(port.number))
                 actual.chipIds.insert({untaggedVlan(target.bridge, port.interfaceName),
                                        untaggedVlan(*actual.bridge.held, port.interfaceName)});
     actual.chipIds.erase(0);
@@ -53,36 +52,37 @@ std::vector<Finding> findingsIn(const GatewayView &gateway, Snapshot &snapshot,
 
 } // namespace
 
-Look lookAt(GatewayView &gateway, const std::set<int> &vlanIds, const std::set<int> &ports)
+Inspection inspect(GatewayView &gateway, const std::set<int> &vlanIds, const std::set<int> &ports)
 {
     Snapshot snapshot(gateway.database());
-    Look look;
-    look.interfaces = gateway.interfaces();
-    look.vlanRows = snapshot.database().rows("vlanEncapIf");
-    look.start.emplace(gateway.rehearseStart(snapshot)->finish());
-    look.findings = findingsIn(gateway, snapshot, *look.start);
-    look.network = networkOf(gateway, snapshot, *look.start);
-    look.target = targetOf(*look.start, vlanIdsIn(snapshot.database()));
+    Inspection inspection;
+    inspection.interfaces = gateway.interfaces();
+    inspection.vlanRows = snapshot.database().rows("vlanEncapIf");
+    inspection.start.emplace(gateway.rehearseStart(snapshot)->finish());
+    inspection.findings = findingsIn(gateway, snapshot, *inspection.start);
+    inspection.network = networkOf(gateway, snapshot, *inspection.start);
+    inspection.target = targetOf(*inspection.start, vlanIdsIn(snapshot.database()));
     std::set<int> ids = vlanIds;
     Part<Chip> chipPorts;
     if (!ports.empty())
-        ids.merge(untaggedOf(gateway, snapshot.database(), look.target, ports, chipPorts));
-    look.actual = gateway.read(snapshot, look.target, ids, GatewayView::Extent::touched);
-    if (look.actual.chip.held && chipPorts.held)
-        look.actual.chip.held->ports = chipPorts.held->ports;
-    if (look.actual.bridge.held)
-        addUntagged(look.network, look.target, ports, look.actual);
-    look.differences = counting(differences(look.target, look.actual));
-    if (!look.actual.chip.held && look.target.chipRun)
-        look.unread.push_back("chip: " + look.actual.chip.reason);
-    if (!look.actual.kernel.held)
-        look.unread.push_back("kernel: " + look.actual.kernel.reason);
-    if (!look.actual.bridge.held)
-        look.unread.push_back("bridge: " + look.actual.bridge.reason);
-    return look;
+        ids.merge(untaggedOf(gateway, snapshot.database(), inspection.target, ports, chipPorts));
+    inspection.actual =
+        gateway.read(snapshot, inspection.target, ids, GatewayView::Extent::touched);
+    if (inspection.actual.chip.held && chipPorts.held)
+        inspection.actual.chip.held->ports = chipPorts.held->ports;
+    if (inspection.actual.bridge.held)
+        addUntagged(inspection.network, inspection.target, ports, inspection.actual);
+    inspection.differences = counting(differences(inspection.target, inspection.actual));
+    if (!inspection.actual.chip.held && inspection.target.chipRun)
+        inspection.unread.push_back("chip: " + inspection.actual.chip.reason);
+    if (!inspection.actual.kernel.held)
+        inspection.unread.push_back("kernel: " + inspection.actual.kernel.reason);
+    if (!inspection.actual.bridge.held)
+        inspection.unread.push_back("bridge: " + inspection.actual.bridge.reason);
+    return inspection;
 }
 
-std::vector<Row> Look::rowsOf(int vlanId) const
+std::vector<Row> Inspection::rowsOf(int vlanId) const
 {
     std::vector<Row> rows;
     for (const Row &row : vlanRows)
@@ -91,15 +91,15 @@ std::vector<Row> Look::rowsOf(int vlanId) const
     return rows;
 }
 
-std::string Look::nameOf(Device device) const
+std::string Inspection::nameOf(Backend backend) const
 {
     for (const SwitchConfig &sw : network.switches)
-        if (sw.carriedBy == device)
+        if (sw.carriedBy == backend)
             return sw.name;
     return {};
 }
 
-EngineVlan Look::engineOf(int vlanId) const
+EngineVlan Inspection::engineOf(int vlanId) const
 {
     return engineVlan(start->state().engine, vlanId);
 }

@@ -1,4 +1,4 @@
-// How a run of swctl ends: the exit statuses, and the exception with which any
+// How a run of a front end ends: the exit statuses, and the exception with which any
 // part ends the run early. Thrown everywhere, caught in main only.
 #pragma once
 

@@ -1,5 +1,4 @@
-// Words for happenings; see the header.
-#include "client/rehearse/happening_text.h"
+#include "client/rehearse/event_text.h"
 
 #include "client/base/text.h"
 
@@ -31,15 +30,14 @@ const char *kindName(rehearsal::Kind kind)
     }
 }
 
-std::string happeningText(const Happening &happening)
+std::string eventText(const Event &event)
 {
-    std::string text(happening.data);
-    switch (happening.kind) {
+    std::string text(event.data);
+    switch (event.kind) {
     case rehearsal::Kind::driver:
-        return driverText(happening);
+        return driverText(event);
     case rehearsal::Kind::row:
-        return text + " " + std::to_string(happening.extra + 1) + " -> " +
-               std::to_string(happening.number);
+        return text + " " + std::to_string(event.extra + 1) + " -> " + std::to_string(event.number);
     case rehearsal::Kind::log:
         while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
             text.pop_back();
@@ -48,8 +46,7 @@ std::string happeningText(const Happening &happening)
     case rehearsal::Kind::removed:
         return printable(text);
     default:
-        return (text.empty() ? text : printable(text) + " ") + "-> " +
-               std::to_string(happening.number);
+        return (text.empty() ? text : printable(text) + " ") + "-> " + std::to_string(event.number);
     }
 }
 

@@ -1,9 +1,8 @@
-// Rehearses one command; see the header.
-#include "client/view/foresee.h"
+#include "client/check/idle_command.h"
 
-#include "client/base/outcome.h"
+#include "client/base/failure.h"
 #include "client/base/text.h"
-#include "client/rehearse/happening_text.h"
+#include "client/rehearse/event_text.h"
 #include "swmgr/swmgr_client.h"
 
 namespace swctl {
@@ -30,26 +29,25 @@ void refuseIdleCommand(GatewayView &gateway, const std::string &switchName, int 
     size_t actions = 0;
     int answers = 0;
     std::string error;
-    for (const Happening &happening : rehearsal.happenings()) {
-        answers += happening.kind == Kind::answer ? 1 : 0;
+    for (const Event &event : rehearsal.events()) {
+        answers += event.kind == Kind::answer ? 1 : 0;
         if (answers == 0)
             continue; // the start
         if (answers == 2) {
-            if (happening.number < 0 && actions == 0)
+            if (event.number < 0 && actions == 0)
                 refuse(switchName, command, error.empty() ? "there is no such switch" : error);
             break;
         }
-        if (happening.kind == Kind::log && happening.number == SWMGR_LOG_ERROR && error.empty() &&
-            happening.data.find("Invalid command") == std::string_view::npos &&
-            happening.data.find("processing returned 0") == std::string_view::npos)
-            error = printable(happening.data.substr(0, happening.data.find_last_not_of("\n ") + 1));
-        if (!isAction(happening.kind))
+        if (event.kind == Kind::log && event.number == SWMGR_LOG_ERROR && error.empty() &&
+            !isNoReason(event.data))
+            error = printable(event.data.substr(0, event.data.find_last_not_of("\n ") + 1));
+        if (!isAction(event.kind))
             continue;
         ++actions;
-        if (happening.number != 0 && happening.kind != Kind::driver)
+        if (event.number != 0 && event.kind != Kind::driver)
             refuse(switchName, command,
-                   "'" + printable(happening.data) + "' would end with status " +
-                       std::to_string(happening.number));
+                   "'" + printable(event.data) + "' would end with status " +
+                       std::to_string(event.number));
     }
     if (actions == 0)
         refuse(switchName, command,

@@ -1,4 +1,4 @@
-// What happened in a rehearsal, in words.
+// The events of a rehearsal, in words.
 #pragma once
 
 #include "client/rehearse/rehearsal.h"
@@ -10,7 +10,7 @@ namespace swctl {
 // "tool", "chip", "log", ...
 const char *kindName(rehearsal::Kind kind);
 
-std::string happeningText(const Happening &happening);
+std::string eventText(const Event &event);
 
 // Something that a device, a tool or a file would notice.
 bool isAction(rehearsal::Kind kind);
