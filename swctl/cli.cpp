@@ -1,12 +1,11 @@
-// What every command of the command line shares; see the header.
 #include "swctl/cli.h"
 
-#include "swctl/carry_out.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
-#include "swctl/request_log.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/change/verdict.h"
+#include "client/service/request_log.h"
+#include "client/service/service.h"
 
 #include <algorithm>
 #include <utility>
@@ -50,28 +49,28 @@ int reportAnswer(const Globals &globals, const std::string &what, int status, Re
     const bool failed = std::any_of(reasons.begin(), reasons.end(), [](const std::string &line) {
         return line.starts_with("cmd (");
     });
-    const Word word = status < 0                 ? Word::refused
-                      : failed || !fault.empty() ? Word::differs
-                                                 : Word::applied;
+    const Outcome outcome = status < 0                 ? Outcome::refused
+                            : failed || !fault.empty() ? Outcome::differs
+                                                       : Outcome::applied;
     if (globals.json)
-        printJson({{"outcome", wordText(word)},
+        printJson({{"outcome", outcomeText(outcome)},
                    {"request", what},
                    {"status", status},
                    {"meaning", statusInWords(status)},
                    {"fault", fault.empty() ? Json() : Json(fault)},
                    {"reasons", reasons}});
-    else if (word == Word::applied)
+    else if (outcome == Outcome::applied)
         printLines(stdout, "applied: " + what);
-    if (word == Word::refused)
+    if (outcome == Outcome::refused)
         printLines(stderr,
                    "swctl: refused: " + what + ": the service answered " + statusInWords(status));
-    if (word == Word::differs)
+    if (outcome == Outcome::differs)
         printLines(stderr, "swctl: differs: " + what + ": answered as done, but " +
                                (fault.empty() ? "a tool failed" : fault));
-    if (word != Word::applied)
+    if (outcome != Outcome::applied)
         for (const std::string &reason : reasons)
             printLines(stderr, "  service: " + reason);
-    return wordStatus(word);
+    return outcomeStatus(outcome);
 }
 
 } // namespace swctl

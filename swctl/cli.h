@@ -22,9 +22,8 @@ struct Globals {
     bool json = false;                      // print JSON instead of text
 };
 
-class Database;
 class RequestLog;
-struct ChangeSet;
+struct RowWish;
 
 struct Program {
     CLI::App app;
@@ -37,8 +36,8 @@ struct Program {
     std::vector<std::string> words;
     bool everything = false; // set up all commands, for the documents
 
-    // Takes the changes that commands ask for, to carry them out together.
-    std::vector<std::function<ChangeSet(Database &)>> *batch = nullptr;
+    // Takes what commands ask for, to carry it out together.
+    std::vector<RowWish> *batch = nullptr;
 
     [[nodiscard]] bool mayRun(const std::string &command) const;
 };
@@ -68,11 +67,11 @@ void addInitCommand(Program &program);           // init
 void addTrialCommands(Program &program);         // confirm, history, undo
 void addStateCommands(Program &program);         // status
 void addPortStats(Program &program, CLI::App &group);
-void addMetricsCommand(Program &program); // metrics
-void addTruthCommands(Program &program);  // diff, repair, recover, rehearse
-void addCheckCommand(Program &program);   // check
-void addExplainCommand(Program &program); // explain
-void addWatchCommand(Program &program);   // watch
+void addMetricsCommand(Program &program);  // metrics
+void addCompareCommands(Program &program); // diff, repair, recover, rehearse
+void addCheckCommand(Program &program);    // check
+void addExplainCommand(Program &program);  // explain
+void addWatchCommand(Program &program);    // watch
 
 // Made from the commands themselves.
 std::string manualPage(const CLI::App &app);

@@ -1,8 +1,10 @@
-// Flags of changes, and how a command has one carried out; see the header.
 #include "swctl/cli_change.h"
 
-#include "swctl/journal.h"
-#include "swctl/outcome.h"
+#include "client/base/failure.h"
+#include "client/base/text.h"
+#include "client/base/time_text.h"
+#include "client/change/preview.h"
+#include "swctl/interruption.h"
 #include "swctl/report.h"
 #include "swctl/validate.h"
 
@@ -13,9 +15,21 @@ namespace {
 
 constexpr int longestTrial = 24 * 3600; // s
 
-int show(const Program &program, const ChangeFlags &flags, const Plan &plan)
+// While a change is on trial another one would be in the way of taking it back.
+void refuseDuringTrial(const std::optional<Trial> &trial)
 {
-    const Preview seen = preview(optionsOf(program.globals, flags), plan);
+    if (trial)
+        throw Failure(exitRefused,
+                      "refused: a change (" + printable(trial->changes.what) + " " +
+                          trial->changes.verb + ") waits for its confirmation until " +
+                          clockText(trial->deadline) +
+                          "; nothing was changed\n  'swctl confirm' keeps it, 'swctl confirm "
+                          "--take-back' ends it now");
+}
+
+int show(const Program &program, const ChangeFlags &flags, GatewayView &gateway, const Wish &wish)
+{
+    const Preview seen = preview(gateway, wish, {flags.offline, flags.force});
     if (program.globals.json)
         printJson(previewJson(seen));
     else
@@ -43,17 +57,26 @@ void addChangeFlags(CLI::App &command, ChangeFlags &flags)
                      "Do it although a rule or a start of the service is against it");
 }
 
-ChangeOptions optionsOf(const Globals &globals, const ChangeFlags &flags)
+GatewayView openGateway(const Globals &globals, Access access)
 {
-    ChangeOptions options;
-    options.databasePath = globals.database;
-    options.siteFile = globals.site;
-    options.wait = globals.wait;
-    options.offline = flags.offline;
-    options.verify = !flags.noVerify;
-    options.force = flags.force;
-    options.onTrial = flags.confirm.empty() ? 0 : std::stoi(flags.confirm);
-    return options;
+    return {Database(globals.database, access), globals.site};
+}
+
+ChangeLock lockChanges(const Globals &globals)
+{
+    ChangeLock lock(globals.database);
+    if (!lock.held() && globals.wait > 0)
+        fprintf(stderr, "swctl: another swctl is changing this database; waiting\n");
+    lock.wait(globals.wait);
+    return lock;
+}
+
+Recovery recoverFirst(GatewayView &gateway, History &history)
+{
+    Recovery recovery = recoverUnfinished(gateway, history);
+    for (const std::string &note : recovery.notes)
+        fprintf(stderr, "swctl: %s\n", printable(note).c_str());
+    return recovery;
 }
 
 Progress progressOn(const char *what)
@@ -69,31 +92,39 @@ Progress progressOn(const char *what)
     };
 }
 
-int change(const Program &program, const ChangeFlags &flags, const Plan &plan, int undoes)
+GatewayView gatewayFor(const Program &program, const ChangeFlags &flags)
 {
-    if (program.batch != nullptr) {
-        if (flags.any())
-            throw Failure(exitUsage, "this option belongs to 'swctl batch' itself");
-        program.batch->push_back(plan);
-        return exitDone;
-    }
+    return openGateway(program.globals, flags.dryRun ? Access::read : Access::write);
+}
+
+int change(const Program &program, const ChangeFlags &flags, const Wish &wish)
+{
+    return change(program, flags, gatewayFor(program, flags), wish);
+}
+
+int change(const Program &program, const ChangeFlags &flags, GatewayView gateway, const Wish &wish)
+{
     if (!flags.confirm.empty() && (flags.dryRun || flags.offline))
         throw Failure(exitUsage, "--confirm does not go with --dry-run or --offline");
     if (flags.dryRun)
-        return show(program, flags, plan);
-    ChangeOptions options = optionsOf(program.globals, flags);
-    options.undoes = undoes;
+        return show(program, flags, gateway, wish);
+    ChangeOptions options;
+    options.offline = flags.offline;
+    options.verify = !flags.noVerify;
+    options.force = flags.force;
+    options.onTrial = flags.confirm.empty() ? 0 : std::stoi(flags.confirm);
     options.told = progressOn("changes announced");
-    { // A database that cannot be used is named before a lock is made beside it.
-        const Database database(options.databasePath, Access::write);
-    }
-    const ChangeLock lock(options.databasePath, options.wait, tellWaiting);
-    const Verdict verdict = carryOut(options, plan);
+    const ChangeLock lock = lockChanges(program.globals);
+    const InterruptionTold interruption;
+    History history(program.globals.database);
+    refuseDuringTrial(options.offline ? trialOf(program.globals.database)
+                                      : recoverFirst(gateway, history).waiting);
+    const Verdict verdict = carryOut(gateway, history, wish, options);
     if (program.globals.json)
         printJson(verdictJson(verdict));
     else
         printVerdict(verdict, options.offline);
-    return wordStatus(verdict.word);
+    return outcomeStatus(verdict.outcome);
 }
 
 } // namespace swctl

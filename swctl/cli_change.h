@@ -1,7 +1,9 @@
 // What every command that changes the configuration shares.
 #pragma once
 
-#include "swctl/carry_out.h"
+#include "client/change/carry_out.h"
+#include "client/records/journal.h"
+#include "client/change/recover.h"
 #include "swctl/cli.h"
 
 namespace swctl {
@@ -22,13 +24,22 @@ struct ChangeFlags {
 
 void addChangeFlags(CLI::App &command, ChangeFlags &flags);
 
-ChangeOptions optionsOf(const Globals &globals, const ChangeFlags &flags = {});
+// The gateway of this run, with its one open database.
+GatewayView openGateway(const Globals &globals, Access access);
+
+// Waits for another swctl, and says so.
+ChangeLock lockChanges(const Globals &globals);
+
+// Sees to what an earlier run left, and says what that was.
+Recovery recoverFirst(GatewayView &gateway, History &history);
 
 // A line on a terminal that counts up: "12 of 300 VLANs read".
 Progress progressOn(const char *what);
 
 // Carries a change out, one at a time, and says what became of it; with --dry-run
-// only what it would do. In a batch it is kept for later.
-int change(const Program &program, const ChangeFlags &flags, const Plan &plan, int undoes = 0);
+// only what it would do. `gateway` is as gatewayFor opens it.
+GatewayView gatewayFor(const Program &program, const ChangeFlags &flags);
+int change(const Program &program, const ChangeFlags &flags, GatewayView gateway, const Wish &wish);
+int change(const Program &program, const ChangeFlags &flags, const Wish &wish);
 
 } // namespace swctl

@@ -1,12 +1,12 @@
 // The command that checks a configuration.
-#include "swctl/bridge.h"
-#include "swctl/check.h"
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/check/check.h"
+#include "client/devices/bridge.h"
+#include "client/rehearse/rehearsal.h"
+#include "client/rows/snapshot.h"
 #include "swctl/cli.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
-#include "swctl/rehearsal.h"
-#include "swctl/snapshot.h"
-#include "swctl/text.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,12 +1,12 @@
 // explain: what becomes of a VLAN's frames at a port, and how an interface stands.
-#include "swctl/check_rules.h"
-#include "swctl/cli.h"
-#include "swctl/explain.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/check/check_rules.h"
+#include "client/view/explain.h"
+#include "swctl/cli_change.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <memory>
@@ -29,24 +29,25 @@ std::string portWord(const std::string &text)
     return text.substr(text.rfind(':') + 1); // npos + 1 is 0
 }
 
-int highestPort(Device device)
+int highestPort(Backend backend)
 {
-    return device == Device::chip     ? chipPortCount - 1
-           : device == Device::engine ? enginePorts - 1
-                                      : bridgePorts - 1;
+    return backend == Backend::chip     ? chipPortCount - 1
+           : backend == Backend::engine ? enginePorts - 1
+                                        : bridgePorts - 1;
 }
 
 // The ports that are asked for. Their switch: by its name, else the chip, else the engine.
-std::vector<PortName> portsOf(const Look &look, const std::string &text)
+std::vector<PortName> portsOf(const Inspection &inspection, const std::string &text)
 {
     const size_t colon = text.rfind(':');
     PortName port;
-    port.switchName = colon != std::string::npos             ? text.substr(0, colon)
-                      : !look.nameOf(Device::chip).empty()   ? look.nameOf(Device::chip)
-                      : !look.nameOf(Device::engine).empty() ? look.nameOf(Device::engine)
-                                                             : look.nameOf(Device::bridge);
+    port.switchName = colon != std::string::npos                  ? text.substr(0, colon)
+                      : !inspection.nameOf(Backend::chip).empty() ? inspection.nameOf(Backend::chip)
+                      : !inspection.nameOf(Backend::engine).empty()
+                          ? inspection.nameOf(Backend::engine)
+                          : inspection.nameOf(Backend::bridge);
     const SwitchConfig *found = nullptr;
-    for (const SwitchConfig &sw : look.network.switches)
+    for (const SwitchConfig &sw : inspection.network.switches)
         if (sw.name == port.switchName)
             found = &sw;
     if (found == nullptr)
@@ -54,12 +55,13 @@ std::vector<PortName> portsOf(const Look &look, const std::string &text)
                                      ? "the database has no switch that a start brings up"
                                      : "there is no switch '" + printable(port.switchName) +
                                            "' in the database");
-    port.device = found->carriedBy;
-    if (port.device == Device::none)
-        throw Failure(exitDiffers,
-                      "a fresh start does not bring up switch '" + printable(found->name) + "'" +
-                          (look.network.stop ? ": " + stopText(*look.network.stop) : ""));
-    const int highest = highestPort(port.device);
+    port.backend = found->carriedBy;
+    if (port.backend == Backend::none)
+        throw Failure(
+            exitDiffers,
+            "a fresh start does not bring up switch '" + printable(found->name) + "'" +
+                (inspection.network.stop ? ": " + stopText(*inspection.network.stop) : ""));
+    const int highest = highestPort(port.backend);
     std::set<int> rows;
     for (const PortConfig &row : found->ports)
         if (row.number >= 0 && row.number <= highest)
@@ -73,7 +75,7 @@ std::vector<PortName> portsOf(const Look &look, const std::string &text)
     if (*numbers.begin() > highest)
         throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has ports 0 to " +
                                      std::to_string(highest));
-    if (port.device == Device::bridge && !rows.contains(*numbers.begin()))
+    if (port.backend == Backend::bridge && !rows.contains(*numbers.begin()))
         throw Failure(exitUsage, "no row has port " + word + " of switch '" +
                                      printable(port.switchName) + "', so it is no interface");
     std::vector<PortName> ports;
@@ -218,11 +220,12 @@ int runExplainVlan(const Globals &globals, const Question &question)
     for (int port = 0; port < bridgePorts; ++port)
         if (word == everyPort || port == std::stoi(word))
             numbers.insert(port);
-    const Look look = lookAt(globals.database, globals.site, {vlanId}, numbers);
+    GatewayView gateway = openGateway(globals, Access::read);
+    const Inspection inspection = inspect(gateway, {vlanId}, numbers);
     bool asWanted = true;
     Json json = Json::array();
-    for (const PortName &port : portsOf(look, question.port)) {
-        const PortExplanation all = explainPort(look, port, vlanId);
+    for (const PortName &port : portsOf(inspection, question.port)) {
+        const PortExplanation all = explainPort(inspection, port, vlanId);
         asWanted = asWanted && all.asWanted();
         json.push_back(portJson(all));
         if (!globals.json) {
@@ -262,11 +265,11 @@ void printInterface(const InterfaceExplanation &all)
 
 int runExplainInterface(const Globals &globals, const Question &question)
 {
-    Database database(globals.database, Access::read);
-    const std::set<int> vlanIds = vlanIdsIn(database);
-    const Look look = lookAt(globals.database, globals.site, vlanIds);
+    GatewayView gateway = openGateway(globals, Access::read);
+    Database &database = gateway.database();
+    const Inspection inspection = inspect(gateway, vlanIdsIn(database));
     const InterfaceExplanation all =
-        explainInterface(look, database.rows("swPortConfig"), question.name);
+        explainInterface(inspection, database.rows("swPortConfig"), question.name);
     if (!all.exists && all.subs.empty() && all.ports.empty())
         throw Failure(exitUsage, "there is no interface '" + printable(question.name) +
                                      "', and no row names it");

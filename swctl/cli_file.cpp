@@ -1,9 +1,9 @@
 // The commands that take or give a whole configuration: export, apply, batch.
+#include "client/base/failure.h"
+#include "client/base/file.h"
+#include "client/base/text.h"
+#include "client/plan/configuration_file.h"
 #include "swctl/cli_change.h"
-#include "swctl/configuration_file.h"
-#include "swctl/journal.h"
-#include "swctl/outcome.h"
-#include "swctl/text.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -63,7 +63,7 @@ int runApply(const Program &program, const FileArguments &arguments)
     const bool isInput = arguments.file == "-";
     const std::string name = isInput ? inputName : arguments.file;
     const std::string text = isInput ? contentsOf(stdin, name) : contentsOf(name);
-    return change(program, arguments.flags, planFile(text, name));
+    return change(program, arguments.flags, fileWishOf(text, name));
 }
 
 // The words of a line: blanks part them, quotes keep them together.
@@ -94,19 +94,19 @@ std::vector<std::string> wordsOf(const std::string &line)
     return words;
 }
 
-// One line as a command line of its own, whose change goes into `plans`.
-void takeLine(const Globals &globals, std::vector<std::string> words, std::vector<Plan> &plans)
+// One line as a command line of its own, whose wish goes into `wishes`.
+void takeLine(const Globals &globals, std::vector<std::string> words, std::vector<RowWish> &wishes)
 {
     if (words.front() == "swctl")
         words.erase(words.begin());
     if (words.size() < 2 || words[0] == "batch")
         throw Failure(exitUsage, "it is no command that changes the configuration");
     const bool isChange = words[1] == "add" || words[1] == "set" || words[1] == "delete";
-    const size_t before = plans.size();
+    const size_t before = wishes.size();
     Program line;
     line.words = words;
     line.globals = globals;
-    line.batch = &plans;
+    line.batch = &wishes;
     line.app.require_subcommand(1);
     addConfigurationCommands(line);
     try {
@@ -117,13 +117,13 @@ void takeLine(const Globals &globals, std::vector<std::string> words, std::vecto
     }
     if (isChange)
         static_cast<void>(line.run());
-    if (plans.size() == before)
+    if (wishes.size() == before)
         throw Failure(exitUsage, "it is no command that changes the configuration");
 }
 
 int runBatch(const Program &program, const FileArguments &arguments)
 {
-    std::vector<Plan> plans;
+    std::vector<RowWish> wishes;
     const std::string text = contentsOf(stdin, inputName);
     size_t number = 0;
     for (size_t start = 0; start < text.size();) {
@@ -132,7 +132,7 @@ int runBatch(const Program &program, const FileArguments &arguments)
         try {
             const std::vector<std::string> words = wordsOf(text.substr(start, end - start));
             if (!words.empty())
-                takeLine(program.globals, words, plans);
+                takeLine(program.globals, words, wishes);
         } catch (const Failure &failure) {
             throw Failure(failure.status, "standard input, line " + std::to_string(number) + ": " +
                                               failure.what() + "; nothing was changed");
@@ -140,8 +140,8 @@ int runBatch(const Program &program, const FileArguments &arguments)
         start = end + 1;
     }
     const std::string what =
-        std::to_string(plans.size()) + (plans.size() == 1 ? " command" : " commands");
-    return change(program, arguments.flags, inOrder(std::move(plans), what));
+        std::to_string(wishes.size()) + (wishes.size() == 1 ? " command" : " commands");
+    return change(program, arguments.flags, BatchWish{what, std::move(wishes)});
 }
 
 } // namespace

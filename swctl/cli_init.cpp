@@ -1,13 +1,13 @@
 // The command that makes a configuration database.
+#include "client/base/failure.h"
+#include "client/base/file.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/check/check.h"
+#include "client/rows/database.h"
 #include "common/descriptor.h"
-#include "swctl/check.h"
 #include "swctl/cli.h"
-#include "swctl/database.h"
 #include "swctl/database_sql.h"
-#include "swctl/journal.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
-#include "swctl/text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>

@@ -1,10 +1,9 @@
-// The rows of a table as text or JSON; see the header.
 #include "swctl/cli_list.h"
 
-#include "swctl/database.h"
-#include "swctl/number.h"
-#include "swctl/outcome.h"
-#include "swctl/text.h"
+#include "client/base/failure.h"
+#include "client/base/number.h"
+#include "client/base/text.h"
+#include "client/rows/database.h"
 #include "swctl/validate.h"
 
 #include <algorithm>

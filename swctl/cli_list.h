@@ -1,9 +1,9 @@
 // The commands that show rows: the lists of VLANs, ports and switches, and one VLAN.
 #pragma once
 
+#include "client/base/json.h"
 #include "swctl/cli.h"
 #include "swctl/configuration_columns.h"
-#include "swctl/json.h"
 
 namespace swctl {
 

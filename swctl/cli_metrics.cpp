@@ -1,9 +1,9 @@
 // The command for a monitoring system: metrics.
+#include "client/base/failure.h"
+#include "client/base/text.h"
+#include "client/view/metrics.h"
 #include "common/descriptor.h"
 #include "swctl/cli_change.h"
-#include "swctl/metrics.h"
-#include "swctl/outcome.h"
-#include "swctl/text.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -49,7 +49,7 @@ int runMetrics(const Globals &globals, const std::string &output)
     if (globals.json)
         throw Failure(exitUsage, "metrics have a format of their own; 'swctl status --json' "
                                  "tells the state as JSON");
-    const Facts facts = factsOf(optionsOf(globals));
+    const Facts facts = factsOf(globals.database, globals.site);
     const std::string text = metricsText(facts);
     if (!facts.status)
         fprintf(stderr, "swctl: not all could be read: %s\n", printable(facts.reason).c_str());

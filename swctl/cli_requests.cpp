@@ -1,19 +1,22 @@
 // Requests that bypass the database, and the raw forms for testing: request,
 // bandwidth, event and command.
-#include "swctl/cli.h"
+#include "client/base/failure.h"
+#include "client/base/port_mask.h"
+#include "client/base/text.h"
+#include "client/base/wire.h"
+#include "client/devices/gateway_view.h"
+#include "client/devices/readback.h"
+#include "client/service/request_log.h"
+#include "client/service/service.h"
+#include "swctl/cli_change.h"
 #include "swctl/configuration_columns.h"
-#include "swctl/gateway_view.h"
-#include "swctl/outcome.h"
-#include "swctl/readback.h"
-#include "swctl/request_log.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <cstdlib>
 #include <cstring>
 #include <limits>
 #include <memory>
+#include <optional>
 
 namespace swctl {
 namespace {
@@ -42,8 +45,8 @@ SwMgrVlanRequest vlanRequest(const VlanArguments &arguments)
     fillField(vlan.LogicalIfName, values.text("LogicalIfName"));
     fillField(vlan.ingressMap, values.text("ingressMap"));
     fillField(vlan.egressMap, values.text("egressMap"));
-    vlan.fwdMap = portMask(values.text("fwdMap"));
-    vlan.untagMap = portMask(values.text("untagMap"));
+    vlan.fwdMap = maskOf(values.text("fwdMap"));
+    vlan.untagMap = maskOf(values.text("untagMap"));
     vlan.inSwitchOnly = static_cast<int32_t>(toNumber(values.text("inSwitchOnly")));
     return request;
 }
@@ -57,17 +60,26 @@ struct Held {
     [[nodiscard]] bool none() const { return entry.empty() && !subInterface; }
 };
 
-Held heldOf(const Globals &globals, const SwitchVlanCfg &vlan)
+// Where the gateway cannot be looked at, a request is sent all the same.
+std::optional<GatewayView> gatewayIfUsable(const Globals &globals, Held &held)
+{
+    try {
+        return openGateway(globals, Access::read);
+    } catch (const Failure &failure) {
+        held.unread = failure.what();
+        return std::nullopt;
+    }
+}
+
+Held heldOf(GatewayView &gateway, const SwitchVlanCfg &vlan)
 {
     Held held;
     try {
-        const Site site = findSite(globals.database, globals.site);
-        Database database(globals.database, Access::read);
-        const std::string device = chipDevice(database);
-        const Part<Kernel> kernel = readKernel(site);
+        const std::string device = chipDevice(gateway.database());
+        const Part<Kernel> kernel = readKernel(gateway.site());
         const Part<Chip> chip = device.empty()
                                     ? Part<Chip>{.held = {}, .reason = "no switch is a chip"}
-                                    : readChip(site, device, {vlan.vlanId});
+                                    : readChip(gateway.site(), device, {vlan.vlanId});
         if (!chip.held || !kernel.held) {
             held.unread = chip.held ? kernel.reason : chip.reason;
             return held;
@@ -87,7 +99,7 @@ std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
 {
     const bool wantsSubInterface = vlan.interfaceName[0] != '\0';
     if (added && (vlan.fwdMap & ~uint32_t{held.entry.fwdMap}) != 0)
-        return "the chip has " + portsText(held.entry) + " for it";
+        return "the chip has " + membersText(held.entry) + " for it";
     if (added && wantsSubInterface && !held.subInterface)
         return "its sub-interface is not there";
     if (!added && !held.entry.empty())
@@ -103,10 +115,12 @@ int runVlanRequest(const Globals &globals, int type, const VlanArguments &argume
     const SwMgrVlanRequest request = vlanRequest(arguments);
     std::string what =
         (added ? "add of VLAN " : "delete of VLAN ") + arguments.identity.text("vlanId");
-    const Held before = heldOf(globals, request.vlan);
+    Held closed;
+    std::optional<GatewayView> gateway = gatewayIfUsable(globals, closed);
+    const Held before = gateway ? heldOf(*gateway, request.vlan) : closed;
     RequestLog log;
     const int status = ask(SWMGR_RELAY_MODULE_ID, type, bytesOf(request));
-    const Held after = heldOf(globals, request.vlan);
+    const Held after = gateway ? heldOf(*gateway, request.vlan) : closed;
     if (status < 0)
         return reportAnswer(globals, what, status, log);
     if (!after.unread.empty())

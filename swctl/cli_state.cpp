@@ -1,11 +1,12 @@
 // How the gateway is doing: status, and what the chip counts on its ports.
+#include "client/base/failure.h"
+#include "client/base/port_mask.h"
+#include "client/base/text.h"
+#include "client/devices/gateway_view.h"
+#include "client/devices/readback.h"
+#include "client/view/status.h"
 #include "swctl/cli_change.h"
-#include "swctl/gateway_view.h"
-#include "swctl/outcome.h"
-#include "swctl/readback.h"
 #include "swctl/report.h"
-#include "swctl/status.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <algorithm>
@@ -35,7 +36,7 @@ Json statusJson(const Status &status)
     for (const LogLine &line : status.failures)
         failures.push_back({{"time", line.time}, {"text", line.text}});
     const std::optional<size_t> applied = status.applied();
-    return {{"outcome", status.word()},
+    return {{"outcome", status.health()},
             {"reachable", status.unreachable.empty()},
             {"upSince", status.start ? Json(*status.start / 1000) : Json()},
             {"lastLoad", loadJson(status.load)},
@@ -95,7 +96,7 @@ void printVlans(const Status &status)
 
 void printStatus(const Status &status)
 {
-    printf("%s\n", status.word());
+    printf("%s\n", status.health());
     printService(status);
     printVlans(status);
     if (!status.unfinished.empty())
@@ -114,7 +115,8 @@ void printStatus(const Status &status)
 
 int runStatus(const Globals &globals)
 {
-    const Status status = statusOf(optionsOf(globals));
+    GatewayView gateway = openGateway(globals, Access::read);
+    const Status status = statusOf(gateway);
     if (globals.json)
         printJson(statusJson(status));
     else
@@ -133,20 +135,17 @@ std::string hexText(const ChipPort &port)
     return text;
 }
 
-std::string membersText(uint16_t map)
+std::string forwardText(const ChipPort &port)
 {
-    std::string text;
-    for (int port = 0; port < chipPortCount; ++port)
-        if ((map >> port & 1) != 0)
-            text += (text.empty() ? "" : ",") + std::to_string(port);
-    return text.empty() ? "-" : text;
+    const std::string list = listOf(port.forwardMap & ((1u << chipPortCount) - 1));
+    return list.empty() ? "-" : list;
 }
 
 void printPort(int number, const ChipPort &port)
 {
     printf("port %d  link %s  default tag %d (priority %d, CFI %d)  forwards to %s\n", number,
            port.linkUp ? "up" : "down", port.pvid, port.priority, port.cfi,
-           membersText(port.forwardMap).c_str());
+           forwardText(port).c_str());
     const std::string bytes = hexText(port);
     constexpr size_t line = 64; // digits
     for (size_t at = 0; at < bytes.size(); at += line)
@@ -155,12 +154,11 @@ void printPort(int number, const ChipPort &port)
 
 int runPortStats(const Globals &globals, const std::string &wanted)
 {
-    const Site site = findSite(globals.database, globals.site);
-    Database database(globals.database, Access::read);
-    const std::string device = chipDevice(database);
+    GatewayView gateway = openGateway(globals, Access::read);
+    const std::string device = chipDevice(gateway.database());
     if (device.empty())
         throw Failure(exitUsage, "no switch in the database is a chip");
-    const Part<Chip> chip = readChipPorts(site, device);
+    const Part<Chip> chip = readChipPorts(gateway.site(), device);
     if (!chip.held)
         throw Failure(exitDiffers, "not read: chip: " + chip.reason);
     Json ports = Json::array();

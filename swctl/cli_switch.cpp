@@ -1,18 +1,20 @@
 // Commands for one switch, sent as they are and not stored: rate-limit, queues,
 // qos, pause-frames, vlan-mode and snooping.
+#include "client/base/failure.h"
+#include "client/base/number.h"
+#include "client/base/text.h"
+#include "client/base/wire.h"
+#include "client/check/idle_command.h"
+#include "client/devices/pause_registers.h"
+#include "client/devices/site.h"
+#include "client/service/request_log.h"
+#include "client/service/service.h"
 #include "swctl/cli.h"
-#include "swctl/foresee.h"
-#include "swctl/number.h"
-#include "swctl/outcome.h"
-#include "swctl/pause_registers.h"
-#include "swctl/request_log.h"
-#include "swctl/service.h"
-#include "swctl/site.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <limits>
 #include <memory>
+#include <optional>
 
 namespace swctl {
 namespace {
@@ -52,10 +54,9 @@ void refuseUnknownPort(Database &database, const SwitchArguments &arguments)
 
 // The service runs pipelines for them and takes no notice of how they end, so the
 // registers are looked at. Empty: they are as asked, or `told` says why it is not known.
-std::string pauseFault(const Globals &globals, bool on, std::string &told)
+std::string pauseFault(const Site &site, bool on, std::string &told)
 {
-    const Part<PauseRegisters> registers =
-        readPauseRegisters(findSite(globals.database, globals.site));
+    const Part<PauseRegisters> registers = readPauseRegisters(site);
     if (!registers.held)
         told += " (not verified: " + registers.reason + ")";
     else
@@ -69,19 +70,20 @@ std::string pauseFault(const Globals &globals, bool on, std::string &told)
 int send(const Globals &globals, const std::string &what, const SwitchArguments &arguments,
          int command, std::string_view payload)
 {
+    std::optional<GatewayView> gateway; // a command that is forced takes no database
     if (!arguments.force) {
-        Database database(globals.database, Access::read);
-        refuseUnknownPort(database, arguments);
-        refuseIdleCommand(GatewayView(globals.database, globals.site), database,
-                          arguments.switchName, command,
+        gateway.emplace(Database(globals.database, Access::read), globals.site);
+        refuseUnknownPort(gateway->database(), arguments);
+        refuseIdleCommand(*gateway, arguments.switchName, command,
                           switchRequest(arguments.switchName, payload));
     }
     RequestLog log;
     const int status = askSwitch(arguments.switchName, command, payload);
     std::string told = what + " for " + arguments.switchName;
-    const std::string fault = command == SW_CMD_PAUSE_FRAME && status >= 0
-                                  ? pauseFault(globals, arguments.state == "1", told)
-                                  : "";
+    std::string fault;
+    if (command == SW_CMD_PAUSE_FRAME && status >= 0)
+        fault = pauseFault(gateway ? gateway->site() : findSite(globals.database, globals.site),
+                           arguments.state == "1", told);
     return reportAnswer(globals, told, status, log, fault);
 }
 

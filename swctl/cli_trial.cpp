@@ -1,14 +1,14 @@
 // The commands about changes that were made: confirm, history, undo.
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/base/time_text.h"
+#include "client/records/history.h"
+#include "client/service/log.h"
+#include "client/service/served_file.h"
 #include "swctl/cli_change.h"
-#include "swctl/confirm.h"
-#include "swctl/history.h"
-#include "swctl/journal.h"
-#include "swctl/json.h"
-#include "swctl/log.h"
-#include "swctl/outcome.h"
+#include "swctl/interruption.h"
 #include "swctl/report.h"
-#include "swctl/served_file.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <ctime>
@@ -25,23 +25,33 @@ struct TrialArguments {
     ChangeFlags flags;
 };
 
+int takeBack(const Globals &globals, const Trial &trial)
+{
+    GatewayView gateway = openGateway(globals, Access::write);
+    const InterruptionTold interruption;
+    History history(globals.database);
+    const Verdict verdict = takeBackTrial(gateway, history, trial);
+    if (globals.json)
+        printJson(verdictJson(verdict));
+    else
+        printVerdict(verdict, /*offline=*/!verdict.asked && verdict.outcome == Outcome::applied);
+    return outcomeStatus(verdict.outcome);
+}
+
 int runConfirm(const Globals &globals, const TrialArguments &arguments)
 {
-    const ChangeOptions options = optionsOf(globals);
     if (arguments.watch != 0)
-        return watchTrial(options, arguments.watch);
-    const ChangeLock lock(globals.database, globals.wait, tellWaiting);
+        return watchTrial(globals.database, globals.site, arguments.watch);
+    const ChangeLock lock = lockChanges(globals);
     const std::optional<Trial> trial = trialOf(globals.database);
     if (!trial)
         throw Failure(exitRefused, "refused: no change waits for its confirmation");
     refuseAnotherFile(globals.database);
-    if (arguments.takeBack || (!trial->watched && trial->deadline < time(nullptr))) {
-        const Verdict verdict = takeBackTrial(options, *trial);
-        if (globals.json)
-            printJson(verdictJson(verdict));
-        else
-            printVerdict(verdict, /*offline=*/!verdict.asked && verdict.word == Word::applied);
-        return arguments.takeBack ? wordStatus(verdict.word) : exitRefused;
+    if (arguments.takeBack)
+        return takeBack(globals, *trial);
+    if (!trial->watched && trial->deadline < time(nullptr)) {
+        static_cast<void>(takeBack(globals, *trial));
+        return exitRefused;
     }
     endTrial(globals.database);
     const std::string what = trial->changes.what + " " + trial->changes.verb;
@@ -64,24 +74,26 @@ int runHistory(const Globals &globals, const TrialArguments &arguments)
     if (globals.json) {
         Json all = Json::array();
         for (const HistoryEntry &entry : entries)
-            all.push_back({{"number", entry.number},
-                           {"time", entry.time / 1000},
-                           {"who", entry.who},
-                           {"what", entry.changes.what},
-                           {"verb", entry.changes.verb},
-                           {"outcome", entry.outcome},
-                           {"undoes", entry.undoes != 0 ? Json(entry.undoes) : Json()},
-                           {"rows", rowsJson(entry.changes)}});
+            all.push_back(
+                {{"number", entry.number},
+                 {"time", entry.time / 1000},
+                 {"who", entry.who},
+                 {"what", entry.changes.what},
+                 {"verb", entry.changes.verb},
+                 {"outcome", entry.outcome},
+                 {"undoes", entry.changes.undoes != 0 ? Json(entry.changes.undoes) : Json()},
+                 {"rows", rowsJson(entry.changes)}});
         printJson(all);
         return exitDone;
     }
     TextTable table({"#", "TIME", "WHO", "OUTCOME", "WHAT"});
     for (const HistoryEntry &entry : entries)
-        table.add(
-            {std::to_string(entry.number), dateText(entry.time / 1000), printable(entry.who),
-             printable(entry.outcome),
-             printable(entry.changes.what + " " + entry.changes.verb) +
-                 (entry.undoes != 0 ? " (undoes " + std::to_string(entry.undoes) + ")" : "")});
+        table.add({std::to_string(entry.number), dateText(entry.time / 1000), printable(entry.who),
+                   printable(entry.outcome),
+                   printable(entry.changes.what + " " + entry.changes.verb) +
+                       (entry.changes.undoes != 0
+                            ? " (undoes " + std::to_string(entry.changes.undoes) + ")"
+                            : "")});
     table.print(stdout);
     return exitDone;
 }
@@ -93,11 +105,11 @@ HistoryEntry entryToUndo(const std::string &databasePath, int number)
     const std::vector<HistoryEntry> entries = History(databasePath).entries();
     std::set<int> undone;
     for (const HistoryEntry &entry : entries)
-        if (entry.undoes != 0 && entry.outcome != "refused")
-            undone.insert(entry.undoes);
+        if (entry.changes.undoes != 0 && entry.outcome != "refused")
+            undone.insert(entry.changes.undoes);
     for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
         if (number != 0 ? entry->number != number
-                        : entry->outcome == "refused" || entry->undoes != 0 ||
+                        : entry->outcome == "refused" || entry->changes.undoes != 0 ||
                               undone.contains(entry->number))
             continue;
         if (undone.contains(entry->number))
@@ -116,23 +128,10 @@ HistoryEntry entryToUndo(const std::string &databasePath, int number)
 int runUndo(const Program &program, const TrialArguments &arguments)
 {
     const int wanted = arguments.number.empty() ? 0 : std::stoi(arguments.number);
-    { // Of a database that can be used.
-        const Database database(program.globals.database, Access::read);
-    }
+    GatewayView gateway = gatewayFor(program, arguments.flags);
     const HistoryEntry entry = entryToUndo(program.globals.database, wanted);
-    return change(
-        program, arguments.flags,
-        [&entry](Database &database) {
-            if (!rowsAreAfter(database, entry.changes))
-                throw Failure(exitRefused, "refused: change " + std::to_string(entry.number) +
-                                               " cannot be undone: its rows were changed again "
-                                               "since; nothing was changed");
-            ChangeSet back = reversed(entry.changes);
-            back.what = entry.changes.what;
-            back.verb = "as before change " + std::to_string(entry.number);
-            return back;
-        },
-        entry.number);
+    return change(program, arguments.flags, std::move(gateway),
+                  UndoWish{entry.number, entry.changes});
 }
 
 } // namespace

@@ -1,12 +1,12 @@
 // The commands that only look: show and log.
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/service/log.h"
+#include "client/service/service.h"
 #include "common/log_rank.h"
-#include "swctl/cli.h"
-#include "swctl/json.h"
-#include "swctl/log.h"
-#include "swctl/outcome.h"
-#include "swctl/service.h"
+#include "swctl/cli_change.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <cerrno>
@@ -31,9 +31,8 @@ void writeFile(const std::string &path, const std::string &text)
 
 int runShow(const Globals &globals, const std::string &svgFile)
 {
-    const GatewayView gateway(globals.database, globals.site);
-    Database database(globals.database, Access::read);
-    const Network network = networkOf(gateway, database);
+    GatewayView gateway = openGateway(globals, Access::read);
+    const Network network = networkOf(gateway);
     if (!svgFile.empty())
         writeFile(svgFile, showSvg(network));
     else if (globals.json)

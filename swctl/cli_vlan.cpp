@@ -1,12 +1,14 @@
 // One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/number.h"
+#include "client/base/port_mask.h"
+#include "client/base/text.h"
+#include "client/view/inspection.h"
+#include "swctl/cli_change.h"
 #include "swctl/cli_list.h"
-#include "swctl/json.h"
-#include "swctl/look.h"
-#include "swctl/number.h"
-#include "swctl/outcome.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
 
 #include <algorithm>
@@ -17,11 +19,11 @@ namespace {
 
 struct VlanView {
     int id = 0;
-    Look look;
+    Inspection inspection;
     std::vector<Row> rows;               // more than one when the id is there twice
     std::vector<Difference> differences; // of this VLAN
 
-    [[nodiscard]] bool equal() const { return differences.empty() && look.unread.empty(); }
+    [[nodiscard]] bool equal() const { return differences.empty() && inspection.unread.empty(); }
 };
 
 // A port's default tag concerns the VLAN that it has and the one that it should have.
@@ -33,11 +35,12 @@ bool concerns(const Difference &difference, int id)
 
 VlanView viewOf(const Globals &globals, int id)
 {
-    VlanView view{id, lookAt(globals.database, globals.site, {id}), {}, {}};
-    view.rows = view.look.rowsOf(id);
+    GatewayView gateway = openGateway(globals, Access::read);
+    VlanView view{id, inspect(gateway, {id}), {}, {}};
+    view.rows = view.inspection.rowsOf(id);
     if (view.rows.empty())
         throw Failure(exitUsage, "there is no VLAN " + std::to_string(id) + " in the database");
-    for (const Difference &difference : view.look.differences)
+    for (const Difference &difference : view.inspection.differences)
         if (concerns(difference, id))
             view.differences.push_back(difference);
     return view;
@@ -46,19 +49,19 @@ VlanView viewOf(const Globals &globals, int id)
 std::string engineText(const EngineVlan &vlan)
 {
     // As in an entry of the chip, where the untagged ports are marked instead.
-    return portsText(
-        {static_cast<uint16_t>(vlan.members), static_cast<uint16_t>(vlan.members & ~vlan.tagged)});
+    return membersText(vlan.members, vlan.members & ~vlan.tagged);
 }
 
 // The VLAN's sub-interfaces that should be there or are.
 std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const VlanView &view)
 {
     std::map<std::string, std::pair<std::string, std::string>> states;
-    for (const auto &[name, sub] : view.look.target.kernel.interfaces)
+    for (const auto &[name, sub] : view.inspection.target.kernel.interfaces)
         if (sub.vlanId == view.id)
-            states[name] = {stateText(sub), view.look.actual.kernel.held ? "missing" : "not read"};
-    if (view.look.actual.kernel.held)
-        for (const auto &[name, sub] : view.look.actual.kernel.held->interfaces)
+            states[name] = {stateText(sub),
+                            view.inspection.actual.kernel.held ? "missing" : "not read"};
+    if (view.inspection.actual.kernel.held)
+        for (const auto &[name, sub] : view.inspection.actual.kernel.held->interfaces)
             if (sub.vlanId == view.id) {
                 const std::string wanted = states.contains(name) ? states[name].first : "none";
                 states[name] = {wanted, stateText(sub)};
@@ -68,34 +71,38 @@ std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const Vl
 
 std::string engineNow(const VlanView &view)
 {
-    if (!view.look.actual.engine.held)
+    if (!view.inspection.actual.engine.held)
         return "not read";
-    return view.look.actual.engine.held->failed.contains(view.id) ? "a tool failed, by the log"
-                                                                  : "no tool failed, by the log";
+    return view.inspection.actual.engine.held->failed.contains(view.id)
+               ? "a tool failed, by the log"
+               : "no tool failed, by the log";
 }
 
 void printStates(const VlanView &view)
 {
-    const std::string chipName = view.look.nameOf(Device::chip);
-    const std::string engineName = view.look.nameOf(Device::engine);
+    const std::string chipName = view.inspection.nameOf(Backend::chip);
+    const std::string engineName = view.inspection.nameOf(Backend::engine);
     TextTable table({"", "FRESH START", "NOW"});
-    const auto chip = view.look.actual.chip.held;
+    const auto chip = view.inspection.actual.chip.held;
     if (!chipName.empty())
-        table.add({"  chip " + shown(chipName), portsText(entryOf(view.look.target.chip, view.id)),
-                   chip ? portsText(entryOf(*chip, view.id)) : "not read"});
+        table.add({"  chip " + shown(chipName),
+                   membersText(entryOf(view.inspection.target.chip, view.id)),
+                   chip ? membersText(entryOf(*chip, view.id)) : "not read"});
     if (!engineName.empty())
-        table.add({"  engine " + shown(engineName), engineText(view.look.engineOf(view.id)),
+        table.add({"  engine " + shown(engineName), engineText(view.inspection.engineOf(view.id)),
                    engineNow(view)});
-    const Bridge &wanted = view.look.target.bridge;
+    const Bridge &wanted = view.inspection.target.bridge;
     if (!wanted.name.empty())
         table.add({"  bridge " + shown(wanted.name), bridgeText(wanted, view.id),
-                   view.look.actual.bridge.held ? bridgeText(*view.look.actual.bridge.held, view.id)
-                                                : "not read"});
+                   view.inspection.actual.bridge.held
+                       ? bridgeText(*view.inspection.actual.bridge.held, view.id)
+                       : "not read"});
     const auto interfaces = interfacesOf(view);
     for (const auto &[name, states] : interfaces)
         table.add({"  " + shown(name), states.first, states.second});
     if (interfaces.empty())
-        table.add({"  sub-interface", "none", view.look.actual.kernel.held ? "none" : "not read"});
+        table.add(
+            {"  sub-interface", "none", view.inspection.actual.kernel.held ? "none" : "not read"});
     table.print(stdout);
 }
 
@@ -121,12 +128,13 @@ void printView(const VlanView &view)
     for (const Row &row : view.rows)
         printRow(row);
     printStates(view);
-    if (view.look.network.stop)
-        printf("%s.\n", stopText(*view.look.network.stop).c_str());
-    for (const std::string &part : view.look.unread)
+    if (view.inspection.network.stop)
+        printf("%s.\n", stopText(*view.inspection.network.stop).c_str());
+    for (const std::string &part : view.inspection.unread)
         printf("not read: %s\n", shown(part).c_str());
-    if (!view.look.nameOf(Device::engine).empty() && !view.look.actual.engine.reason.empty())
-        printf("not read: engine: %s\n", shown(view.look.actual.engine.reason).c_str());
+    if (!view.inspection.nameOf(Backend::engine).empty() &&
+        !view.inspection.actual.engine.reason.empty())
+        printf("not read: engine: %s\n", shown(view.inspection.actual.engine.reason).c_str());
     for (const Difference &difference : view.differences)
         printf("! %s\n  To mend it: %s\n", difference.text().c_str(), difference.mend().c_str());
     if (view.equal())
@@ -135,11 +143,7 @@ void printView(const VlanView &view)
 
 Json portsJson(uint32_t map)
 {
-    Json ports = Json::array();
-    for (int port = 0; port < 32; ++port)
-        if ((map >> port & 1) != 0)
-            ports.push_back(port);
-    return ports;
+    return portsIn(map);
 }
 
 Json chipJson(const ChipVlan &vlan)
@@ -158,13 +162,13 @@ Json interfacesJson(const Kernel &kernel, int id)
 
 Json viewJson(const VlanView &view)
 {
-    const auto &[chip, chipIds, kernel, foreign, bridge, engine] = view.look.actual;
-    const Bridge &wantedBridge = view.look.target.bridge;
+    const auto &[chip, chipIds, kernel, foreign, bridge, engine] = view.inspection.actual;
+    const Bridge &wantedBridge = view.inspection.target.bridge;
     const bool isBridge = !wantedBridge.name.empty();
-    const std::string chipName = view.look.nameOf(Device::chip);
-    const std::string engineName = view.look.nameOf(Device::engine);
-    const EngineVlan ports = view.look.engineOf(view.id);
-    std::vector<std::string> unread = view.look.unread;
+    const std::string chipName = view.inspection.nameOf(Backend::chip);
+    const std::string engineName = view.inspection.nameOf(Backend::engine);
+    const EngineVlan ports = view.inspection.engineOf(view.id);
+    std::vector<std::string> unread = view.inspection.unread;
     if (!engineName.empty() && !engine.reason.empty())
         unread.push_back("engine: " + engine.reason);
     Json failed = Json::array();
@@ -175,13 +179,15 @@ Json viewJson(const VlanView &view)
         {"outcome", view.equal() ? "equal" : "different"},
         {"rows", rowsJson(view.rows)},
         {"start",
-         {{"stopsAt", view.look.network.stop ? stopJson(*view.look.network.stop) : Json()},
-          {"chip", chipName.empty() ? Json() : chipJson(entryOf(view.look.target.chip, view.id))},
+         {{"stopsAt",
+           view.inspection.network.stop ? stopJson(*view.inspection.network.stop) : Json()},
+          {"chip",
+           chipName.empty() ? Json() : chipJson(entryOf(view.inspection.target.chip, view.id))},
           {"engine", engineName.empty() ? Json()
                                         : Json{{"members", portsJson(ports.members)},
                                                {"tagged", portsJson(ports.tagged)}}},
           {"bridge", isBridge ? Json(bridgeText(wantedBridge, view.id)) : Json()},
-          {"interfaces", interfacesJson(view.look.target.kernel, view.id)}}},
+          {"interfaces", interfacesJson(view.inspection.target.kernel, view.id)}}},
         {"now",
          {{"chip", chip.held ? chipJson(entryOf(*chip.held, view.id)) : Json()},
           {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},

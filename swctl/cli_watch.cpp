@@ -1,13 +1,13 @@
 // watch: one line for each thing that changes, until it is interrupted.
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/service/log.h"
+#include "client/service/request_log.h"
+#include "client/view/watch.h"
 #include "common/clock.h"
 #include "swctl/cli.h"
-#include "swctl/json.h"
-#include "swctl/log.h"
-#include "swctl/outcome.h"
-#include "swctl/request_log.h"
-#include "swctl/text.h"
 #include "swctl/validate.h"
-#include "swctl/watch.h"
 #include "swmgr/swmgr_client.h"
 
 #include <csignal>
@@ -59,18 +59,18 @@ private:
     sigset_t set{};
 };
 
-void printHappened(const Happened &happened, bool json)
+void printSceneChange(const SceneChange &change, bool json)
 {
     const int64_t now = nanosecondsNow(CLOCK_REALTIME);
     if (json)
         printJson({{"time", now},
-                   {"vlan", happened.vlanId != 0 ? Json(happened.vlanId) : Json()},
-                   {"subject", happened.subject},
-                   {"was", happened.was.empty() ? Json() : Json(happened.was)},
-                   {"is", happened.is.empty() ? Json() : Json(happened.is)},
-                   {"text", happened.text()}});
+                   {"vlan", change.vlanId != 0 ? Json(change.vlanId) : Json()},
+                   {"subject", change.subject},
+                   {"was", change.was.empty() ? Json() : Json(change.was)},
+                   {"is", change.is.empty() ? Json() : Json(change.is)},
+                   {"text", change.text()}});
     else
-        printf("%s  %s\n", timeText(now).c_str(), shown(happened.text()).c_str());
+        printf("%s  %s\n", timeText(now).c_str(), shown(change.text()).c_str());
 }
 
 void printReason(const std::string &reason, bool json)
@@ -85,21 +85,22 @@ void printReason(const std::string &reason, bool json)
 int runWatch(const Globals &globals, const std::string &interval)
 {
     const Interruptions interruptions;
-    Watcher watcher(globals.database, globals.site);
+    GatewayView gateway(Database(globals.database, Access::read), globals.site);
+    Watcher watcher(gateway);
     LogFollower follower(SWMGR_LOG_DEVDEBUG);
     std::vector<std::string> reasons;
     static_cast<void>(hasSpoken(follower, reasons)); // what was before is none of its business
     static_cast<void>(watcher.databaseMoved());
-    Scene before = watcher.look(/*table=*/true);
+    Scene before = watcher.observe(/*table=*/true);
     if (isatty(STDERR_FILENO) == 1)
         fprintf(stderr, "swctl: watching %zu things; Ctrl-C ends it\n", before.size());
     for (int looks = 1; ferror(stdout) == 0 && !interruptions.within(std::stoi(interval));
          ++looks) {
         const bool moved = watcher.databaseMoved();
         const bool heard = hasSpoken(follower, reasons);
-        Scene now = watcher.look(moved || heard || looks % readAnyway == 0);
-        for (const Happened &happened : changesBetween(before, now))
-            printHappened(happened, globals.json);
+        Scene now = watcher.observe(moved || heard || looks % readAnyway == 0);
+        for (const SceneChange &change : changesBetween(before, now))
+            printSceneChange(change, globals.json);
         for (const std::string &reason : reasons)
             printReason(reason, globals.json);
         fflush(stdout);

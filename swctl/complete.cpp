@@ -1,9 +1,8 @@
-// What the database names; see the header.
 #include "swctl/complete.h"
 
+#include "client/devices/site.h"
+#include "client/rows/database.h"
 #include "swctl/cli.h"
-#include "swctl/database.h"
-#include "swctl/site.h"
 
 #include <set>
 

@@ -1,4 +1,4 @@
-// The tables of the configuration database; see the header. The capacities are
+// The tables of the configuration database. The capacities are
 // those of the service's records: a longer text would be refused there.
 #include "swctl/configuration_columns.h"
 

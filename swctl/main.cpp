@@ -1,12 +1,12 @@
 // swctl, the command-line client of the switch manager: changes the
 // configuration database and tells the service, sends requests, shows what is
 // configured and follows the log.
+#include "client/base/failure.h"
+#include "client/base/json.h"
+#include "client/base/text.h"
+#include "client/service/service.h"
 #include "swctl/cli.h"
 #include "swctl/complete.h"
-#include "swctl/json.h"
-#include "swctl/outcome.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
 #include "swctl/usage.h"
 #include "swctl/validate.h"
 
@@ -139,7 +139,7 @@ int main(int argc, char **argv)
         addFileCommands(program);
         addInitCommand(program);
         addTrialCommands(program);
-        addTruthCommands(program);
+        addCompareCommands(program);
         addStateCommands(program);
         addMetricsCommand(program);
         addCheckCommand(program);

@@ -1,7 +1,7 @@
 // The manual page and the bash completion, made from the application's own
 // commands and options, so that neither can say anything else.
+#include "client/check/check.h"
 #include "common/log_rank.h"
-#include "swctl/check.h"
 #include "swctl/cli.h"
 
 #include <algorithm>

@@ -1,9 +1,8 @@
-// Texts and JSON of verdicts; see the header.
 #include "swctl/report.h"
 
-#include "swctl/confirm.h"
-#include "swctl/service.h"
-#include "swctl/text.h"
+#include "client/base/text.h"
+#include "client/base/time_text.h"
+#include "client/service/service.h"
 
 #include <algorithm>
 
@@ -59,20 +58,20 @@ std::string mendOf(const std::vector<Difference> &left)
 std::string headline(const Verdict &verdict)
 {
     const std::string what = verdict.changes.what + ": ";
-    switch (verdict.word) {
-    case Word::applied:
+    switch (verdict.outcome) {
+    case Outcome::applied:
         return "applied: " + verdict.changes.what;
-    case Word::refused:
+    case Outcome::refused:
         return "refused: " + what + "the service answered " + statusInWords(verdict.answer) +
                (verdict.verified ? "; nothing is different from before"
                                  : "; the rows are as they were; not verified");
-    case Word::differs:
+    case Outcome::differs:
         return "differs: " + what +
                (verdict.answer < 0     ? "refused by the service, and not all is as before"
                 : !verdict.asked       ? "written; the service does not take it up while it runs"
                 : verdict.left.empty() ? "accepted by the service, but it could not be verified"
                                        : "accepted by the service, but not all is as it should be");
-    case Word::unanswered:
+    case Outcome::unanswered:
         break;
     }
     return "unanswered: " + verdict.changes.what;
@@ -131,7 +130,7 @@ Json differencesJson(const std::vector<Difference> &differences)
 
 Json verdictJson(const Verdict &verdict)
 {
-    return {{"outcome", wordText(verdict.word)},
+    return {{"outcome", outcomeText(verdict.outcome)},
             {"what", verdict.changes.what},
             {"verb", verdict.changes.verb},
             {"asked", verdict.asked},
@@ -183,7 +182,7 @@ void printVerdict(const Verdict &verdict, bool offline)
 {
     const std::string done =
         verdict.changes.what + " " + verdict.changes.verb + rowsText(verdict.changes);
-    if (verdict.changes.empty() && verdict.word == Word::applied) {
+    if (verdict.changes.empty() && verdict.outcome == Outcome::applied) {
         tell(stdout, std::string("unchanged: every row is so already") +
                          (verdict.verified ? ", and nothing differs" : "; not verified"));
         return;
@@ -192,7 +191,7 @@ void printVerdict(const Verdict &verdict, bool offline)
         tell(stdout, done + "; the service was not told");
         return;
     }
-    if (verdict.word == Word::applied) {
+    if (verdict.outcome == Outcome::applied) {
         tell(stdout, "applied: " + done + (verdict.verified ? "" : "; not verified"));
         tellEach(stdout, "", verdict.changes.consequences);
         tellDeadline(stdout, verdict);
@@ -223,16 +222,11 @@ void printDifferences(const Verdict &verdict, bool verbose)
 void printRepair(const Verdict &verdict)
 {
     tellEach(stdout, "", verdict.settled);
-    if (verdict.word == Word::applied)
+    if (verdict.outcome == Outcome::applied)
         printf("Nothing differs%s.\n", verdict.settled.empty() ? "" : " any more");
     else
         printf("Still different:\n");
     printDetails(stdout, verdict);
-}
-
-void tellWaiting()
-{
-    fprintf(stderr, "swctl: another swctl is changing this database; waiting\n");
 }
 
 } // namespace swctl

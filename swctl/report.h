@@ -1,8 +1,9 @@
 // What became of a change, in words and as JSON.
 #pragma once
 
-#include "swctl/carry_out.h"
-#include "swctl/json.h"
+#include "client/base/json.h"
+#include "client/change/preview.h"
+#include "client/change/verdict.h"
 
 namespace swctl {
 
@@ -22,8 +23,5 @@ Json differencesJson(const std::vector<Difference> &differences);
 // `verbose`: also what differs without an effect.
 void printDifferences(const Verdict &verdict, bool verbose);
 void printRepair(const Verdict &verdict);
-
-// Says that another swctl is at work.
-void tellWaiting();
 
 } // namespace swctl

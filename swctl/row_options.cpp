@@ -1,4 +1,3 @@
-// Options that stand for columns; see the header.
 #include "swctl/row_options.h"
 
 #include <cstdlib>

@@ -2,7 +2,7 @@
 // of a table and gets back what the user has given.
 #pragma once
 
-#include "swctl/database.h"
+#include "client/rows/database.h"
 
 #include <CLI/CLI.hpp>
 #include <memory>

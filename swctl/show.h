@@ -1,8 +1,8 @@
 // The network as a picture: text for a terminal, JSON, or an SVG file.
 #pragma once
 
-#include "swctl/json.h"
-#include "swctl/network.h"
+#include "client/base/json.h"
+#include "client/view/network.h"
 
 #include <cstdio>
 #include <string>

@@ -1,8 +1,8 @@
 // The network as an SVG picture: the switches as boxes with their ports
 // and mappings, and the membership matrix below. Text stays text, and the
 // colours follow the reader's light or dark scheme.
+#include "client/base/text.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 
 #include <algorithm>
 #include <map>

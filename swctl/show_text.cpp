@@ -1,6 +1,6 @@
 // The network as text and as JSON; see show.h.
+#include "client/base/text.h"
 #include "swctl/show.h"
-#include "swctl/text.h"
 
 #include <algorithm>
 

@@ -1,7 +1,6 @@
-// Help texts and the search for the word that was meant; see the header.
 #include "swctl/usage.h"
 
-#include "swctl/text.h"
+#include "client/base/text.h"
 
 #include <algorithm>
 #include <numeric>

@@ -1,7 +1,7 @@
-// Checks and normal forms of arguments; see the header.
 #include "swctl/validate.h"
 
-#include "swctl/text.h"
+#include "client/base/port_mask.h"
+#include "client/base/text.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -151,10 +151,7 @@ CLI::Validator portList()
         if (!parsePorts(text, mask))
             return "'" + printable(text) +
                    "' is no list of ports; write numbers from 0 to 31 such as 1,2 or 0-3";
-        text.clear();
-        for (unsigned port = 0; port <= maxPort; ++port)
-            if ((mask >> port & 1) != 0)
-                text += (text.empty() ? "" : ",") + std::to_string(port);
+        text = listOf(mask);
         return {};
     };
     return CLI::Validator(check, "");
@@ -236,13 +233,6 @@ std::string bytesFromHex(const std::string &digits)
     for (size_t i = 0; i + 1 < digits.size(); i += 2)
         bytes += static_cast<char>(strtoul(digits.substr(i, 2).c_str(), nullptr, 16));
     return bytes;
-}
-
-uint32_t portMask(const std::string &list)
-{
-    uint32_t mask = 0;
-    static_cast<void>(parsePorts(list, mask));
-    return mask;
 }
 
 } // namespace swctl

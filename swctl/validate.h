@@ -47,7 +47,4 @@ CLI::Validator onOff();
 // The bytes of a text that hexBytes has accepted.
 std::string bytesFromHex(const std::string &digits);
 
-// The mask of a list that portList has accepted.
-uint32_t portMask(const std::string &list);
-
 } // namespace swctl

@@ -1,8 +1,8 @@
-// The rules of 'swctl check' on faulty databases: what it finds, with the service itself
-// judging a startup, and that the triggers agree.
-#include "swctl/check.h"
-#include "swctl/outcome.h"
-#include "swctl/rehearsal.h"
+// The rules of 'swctl check' against faulty databases: what it finds, with a start
+// judged by the service itself, and that the triggers agree.
+#include "client/base/failure.h"
+#include "client/check/check.h"
+#include "client/rehearse/rehearsal.h"
 
 #include <fstream>
 #include <gtest/gtest.h>

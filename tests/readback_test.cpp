@@ -1,9 +1,9 @@
 // Where things are, and reading back a chip of the program SWCHIP and state files.
 #include "backends/bcm/driver.h"
+#include "client/base/failure.h"
+#include "client/devices/readback.h"
 #include "devices/engine/state.h"
 #include "platform/sal.h"
-#include "swctl/outcome.h"
-#include "swctl/readback.h"
 
 #include <fcntl.h>
 #include <filesystem>

@@ -1,5 +1,5 @@
-// Reads the datagrams in which a kernel lists its interfaces.
-#include "swctl/vlan_links.h"
+// What is taken from the datagrams in which a kernel lists its interfaces.
+#include "client/devices/vlan_links.h"
 
 #include <gtest/gtest.h>
 #include <linux/if_link.h>

@@ -1,4 +1,3 @@
-// Sends the message of "bridge vlan" over netlink.
 #include "standins/sal/kernel_bridge.h"
 
 #include "standins/sal/kernel_words.h"

@@ -1,4 +1,3 @@
-// Makes the ioctl requests of vconfig and ifconfig.
 #include "standins/sal/kernel_vlan.h"
 
 #include "platform/sal.h"

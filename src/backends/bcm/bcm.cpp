@@ -4,12 +4,12 @@
 #include "backends/bcm/device.h"
 #include "backends/bcm/ports.h"
 #include "backends/bcm/vlan.h"
-#include "backends/command_table.h"
-#include "backends/payload.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
+#include "switch/command_table.h"
+#include "switch/payload.h"
 
 #include <cstring>
 

@@ -2,12 +2,12 @@
 #include "backends/bcm/qos.h"
 
 #include "backends/bcm/device.h"
-#include "backends/payload.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
 #include "platform/list_of.h"
+#include "switch/payload.h"
 
 namespace {
 

@@ -5,13 +5,13 @@
 #include "backends/bridge/membership.h"
 #include "backends/bridge/ports.h"
 #include "backends/bridge/settings.h"
-#include "backends/command_table.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
 #include "model/vlan.h"
 #include "platform/list_of.h"
+#include "switch/command_table.h"
 #include "switch/lower.h"
 
 #include <cstring>

@@ -4,13 +4,13 @@
 
 #include "backends/bridge/lines.h"
 #include "backends/bridge/ports.h"
-#include "backends/payload.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "model/command.h"
 #include "model/port_mask.h"
 #include "model/status.h"
 #include "platform/list_of.h"
+#include "switch/payload.h"
 
 #include <algorithm>
 

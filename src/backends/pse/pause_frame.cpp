@@ -1,12 +1,12 @@
 // Pause frames: bit 31 of three of the engine's registers, read and written
 // back by a shell pipeline around the register tool.
-#include "backends/payload.h"
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "base/tool.h"
 #include "model/status.h"
 #include "platform/text.h"
+#include "switch/payload.h"
 
 #include <cstdlib>
 

@@ -1,7 +1,6 @@
 // Binds the engine to its switch and dispatches its commands.
 #include "backends/pse/pse.h"
 
-#include "backends/command_table.h"
 #include "backends/pse/lower.h"
 #include "backends/pse/membership.h"
 #include "backends/pse/settings.h"
@@ -9,6 +8,7 @@
 #include "base/log.h"
 #include "model/command.h"
 #include "model/status.h"
+#include "switch/command_table.h"
 
 #include <cstring>
 

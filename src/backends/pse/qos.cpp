@@ -1,10 +1,10 @@
 // QoS on or off: the engine's rate limiter as a whole.
-#include "backends/payload.h"
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "base/tool.h"
 #include "model/status.h"
+#include "switch/payload.h"
 
 extern "C" int pseQoSConfigure(Switch *sw, const void *payload)
 {

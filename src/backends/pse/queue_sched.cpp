@@ -1,5 +1,4 @@
 // Queue count of the engine, scheduling mode and queue weights of its ports.
-#include "backends/payload.h"
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
@@ -7,6 +6,7 @@
 #include "model/command.h"
 #include "model/status.h"
 #include "platform/list_of.h"
+#include "switch/payload.h"
 
 #include <cmath>
 

@@ -1,11 +1,11 @@
 // Rate limits: the engine takes a value of at most 127 and a unit.
-#include "backends/payload.h"
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "base/tool.h"
 #include "model/command.h"
 #include "model/status.h"
+#include "switch/payload.h"
 #include "switch/registry.h"
 
 namespace {

@@ -1,11 +1,11 @@
 // Trust mode of a port: which field of a frame decides its priority.
-#include "backends/payload.h"
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
 #include "base/tool.h"
 #include "model/command.h"
 #include "model/status.h"
+#include "switch/payload.h"
 
 namespace {
 

@@ -1,0 +1,277 @@
+// Writes, announces, verifies, settles, takes back.
+#include "client/change/carry_out.h"
+
+#include "client/base/text.h"
+#include "client/change/pending.h"
+#include "client/change/refusal.h"
+#include "client/records/journal.h"
+#include "client/records/trial.h"
+#include "client/service/request_log.h"
+#include "client/service/served_file.h"
+#include "client/service/service.h"
+#include "common/clock.h"
+
+#include <algorithm>
+#include <ctime>
+
+namespace swctl {
+namespace {
+
+using Extent = GatewayView::Extent;
+
+// A change touches its own entries alone. Reading all the others as well finds what
+// went wrong before; with very many that is left to 'swctl diff'.
+constexpr size_t mostReadWhole = 256;
+
+Extent extentOf(const Target &target)
+{
+    return target.vlanIds.size() <= mostReadWhole ? Extent::whole : Extent::touched;
+}
+
+// What a change is about to meet.
+struct Prepared {
+    std::unique_ptr<Snapshot> before, after;
+    Target target;   // of the rows after the change
+    Actual hardware; // before it, as far as the change can reach
+    std::set<int> ids;
+};
+
+// Sends the announcements in order up to the first that is refused; gives the
+// number of those that were sent.
+size_t announceAll(const ChangeSet &changes, int &answer, const Progress &told = {})
+{
+    size_t sent = 0;
+    for (const RowChange &change : changes.rows) {
+        if (change.isAnnounced()) {
+            const Announcement announcement = announcementOf(change);
+            answer = ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, announcement.event,
+                         announcement.oldValues);
+        }
+        ++sent;
+        if (told)
+            told(sent, changes.rows.size());
+        if (answer < 0)
+            break;
+    }
+    return sent;
+}
+
+void putRowsBack(Database &database, const ChangeSet &changes)
+{
+    ChangeSet back = reversed(changes);
+    Transaction transaction(database, Access::write);
+    writeRows(database, back);
+    transaction.commit();
+}
+
+// The rows go back, the service is told, and what the attempt left is cleared.
+void takeBack(GatewayView &gateway, Prepared &prepared, size_t sent, bool verify, Verdict &verdict)
+{
+    try {
+        putRowsBack(gateway.database(), verdict.changes);
+    } catch (const Failure &failure) {
+        verdict.outcome = Outcome::differs;
+        verdict.note = std::string(failure.what()) + "; the rows are left as they are";
+        return;
+    }
+    verdict.rowsBack = true;
+    int ignored = 0;
+    ChangeSet told = reversed(verdict.changes, sent);
+    std::erase_if(told.rows, [](const RowChange &change) { return change.vlanId() == 0; });
+    for (const RowChange &change : told.rows) {
+        ChangeSet single;
+        single.rows.push_back(change);
+        static_cast<void>(announceAll(single, ignored)); // what it came to is looked at
+    }
+    verdict.outcome = Outcome::refused;
+    if (!verify)
+        return;
+    const Target target = targetOfStart(gateway, *prepared.before);
+    // What differed before, or lies where this change cannot have reached, is not
+    // of its making.
+    const std::vector<Difference> old = counting(differences(target, prepared.hardware));
+    const auto isNamed = [&](const Difference &difference) {
+        return prepared.ids.contains(difference.vlanId) ||
+               (difference.kind == DifferenceKind::defaultTag &&
+                std::none_of(old.begin(), old.end(),
+                             [&](const Difference &one) { return one.sameAs(difference); }));
+    };
+    Settled settled = settle(gateway, *prepared.before, target, prepared.ids, extentOf(target),
+                             true, {}, isNamed);
+    std::erase_if(settled.left, [&](const Difference &difference) {
+        return std::any_of(old.begin(), old.end(),
+                           [&](const Difference &one) { return one.sameAs(difference); }) ||
+               (difference.kind == DifferenceKind::chipEntry &&
+                !prepared.ids.contains(difference.vlanId));
+    });
+    conclude(verdict, std::move(settled), Outcome::refused);
+}
+
+bool takesAway(const ChangeSet &changes)
+{
+    return std::any_of(
+        changes.rows.begin(), changes.rows.end(),
+        [](const RowChange &change) { return !change.after; });
+}
+
+bool wasNeverSent(const Failure &failure)
+{
+    return dynamic_cast<const Unanswered *>(&failure) == nullptr;
+}
+
+// What the service was not told of waits for its next start, and so does whatever
+// else cannot be mended meanwhile.
+void verifyChange(GatewayView &gateway, const History &history, Prepared &prepared,
+                  Verdict &verdict)
+{
+    std::vector<Difference> waiting;
+    if (isPartlyUnheard(verdict.changes))
+        waiting =
+            pendingSettings(gateway, history, *prepared.before, *prepared.after, verdict.changes);
+    Settled settled = settle(gateway, *prepared.after, prepared.target, prepared.ids,
+                             extentOf(prepared.target), true);
+    for (Difference &difference : settled.left)
+        if (!waiting.empty())
+            difference.remedy = Remedy::restart;
+    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    conclude(verdict, std::move(settled), Outcome::applied);
+}
+
+// With nothing to change nothing is sent; whether all is as the rows say is looked
+// at all the same.
+void verifyAsItIs(GatewayView &gateway, const History &history, const ChangeOptions &options,
+                  Prepared &prepared, Verdict &verdict)
+{
+    if (!options.verify || options.offline)
+        return;
+    prepared.after = std::make_unique<Snapshot>(gateway.database());
+    prepared.target = targetOfStart(gateway, *prepared.after);
+    Settled settled = settle(gateway, *prepared.after, prepared.target, {}, Extent::whole, false);
+    const std::vector<Difference> waiting =
+        pendingSettings(gateway, history, *prepared.after, *prepared.after, verdict.changes);
+    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    conclude(verdict, std::move(settled), Outcome::applied);
+}
+
+void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &wish,
+                     const ChangeOptions &options, const Journal &journal, Prepared &prepared,
+                     Verdict &verdict)
+{
+    Database &database = gateway.database();
+    Transaction transaction(database, Access::write);
+    ChangeSet &changes = verdict.changes;
+    changes = planOf(database, wish);
+    if (changes.empty())
+        return;
+    markStillHeld(history, changes);
+    prepared.before = std::make_unique<Snapshot>(database);
+    writeRows(database, changes);
+    if (!options.force)
+        refuseErrors(gateway, *prepared.before, database, changes);
+    for (const int id : changes.vlanIds())
+        prepared.ids.insert(id);
+    if (options.verify && !options.offline) {
+        prepared.after = std::make_unique<Snapshot>(database);
+        auto running = gateway.rehearseStart(*prepared.after);
+        Target rows; // only which VLANs there are
+        rows.vlanIds = vlanIdsIn(prepared.before->database());
+        prepared.hardware = gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
+        prepared.target = targetOf(running->finish(), vlanIdsIn(prepared.after->database()));
+        if (!options.force)
+            refuseStop(gateway, *prepared.before, prepared.target, changes);
+    }
+    if (!options.offline)
+        journal.begin(changes);
+    try {
+        if (options.onTrial != 0)
+            beginTrial(gateway.databasePath(), gateway.siteFile(), changes, options.onTrial);
+        transaction.commit();
+        verdict.committed = millisecondsNow(CLOCK_REALTIME);
+    } catch (const Failure &) {
+        if (options.onTrial != 0)
+            endTrial(gateway.databasePath());
+        if (!options.offline)
+            journal.end();
+        throw;
+    }
+}
+
+void announceAndVerify(GatewayView &gateway, const History &history, const ChangeOptions &options,
+                       Prepared &prepared, Verdict &verdict)
+{
+    RequestLog log;
+    size_t sent = 0;
+    try {
+        sent = announceAll(verdict.changes, verdict.answer, options.told);
+        verdict.asked = std::any_of(verdict.changes.rows.begin(), verdict.changes.rows.end(),
+                                    [](const RowChange &change) { return change.isAnnounced(); });
+        if (verdict.answer < 0) {
+            verdict.reasons = reasonsIn(log.take());
+            takeBack(gateway, prepared, sent, options.verify, verdict);
+            if (servedFile(gateway.databasePath()).serving == Serving::untold)
+                addNote(verdict, "not known: whether the service serves this database");
+        } else if (options.verify) {
+            verifyChange(gateway, history, prepared, verdict);
+            if (verdict.outcome == Outcome::differs)
+                verdict.reasons = reasonsIn(log.take());
+        }
+        if (verdict.outcome != Outcome::applied && !log.available())
+            addNote(verdict, "reasons are not available: no log daemon hears the service");
+    } catch (const Failure &failure) {
+        verdict.outcome = Outcome::unanswered;
+        verdict.note = failure.what();
+        verdict.open = verdict.asked || !wasNeverSent(failure);
+        if (verdict.asked)
+            return;
+        // The next start writes what the rows say and clears nothing: what was added
+        // or changed stays in them, what was to go comes back.
+        const bool stays = !wasNeverSent(failure) && !takesAway(verdict.changes);
+        if (!stays)
+            putRowsBack(gateway.database(), verdict.changes);
+        verdict.rowsBack = !stays;
+        verdict.note +=
+            stays ? "; the rows stay as written, and the service's next start applies them"
+                  : "; the rows are as they were";
+    }
+}
+
+void remember(History &history, const ChangeOptions &options, Verdict &verdict)
+{
+    try {
+        static_cast<void>(history.add(verdict.committed,
+                                      options.offline ? "written" : outcomeText(verdict.outcome),
+                                      verdict.changes, verdict.verified));
+    } catch (const Failure &failure) {
+        addNote(verdict, std::string("not in the history: ") + failure.what());
+    }
+}
+
+} // namespace
+
+Verdict carryOut(GatewayView &gateway, History &history, const Wish &wish,
+                 const ChangeOptions &options)
+{
+    if (!options.offline)
+        refuseAnotherFile(gateway.databasePath());
+    Prepared prepared;
+    const Journal journal(gateway.databasePath());
+    Verdict verdict;
+    writeAndPrepare(gateway, history, wish, options, journal, prepared, verdict);
+    if (verdict.changes.empty()) {
+        verifyAsItIs(gateway, history, options, prepared, verdict);
+        return verdict;
+    }
+    if (!options.offline)
+        announceAndVerify(gateway, history, options, prepared, verdict);
+    // Whether it was carried out is for the next swctl to find out.
+    if (!options.offline && !verdict.open)
+        journal.end();
+    if (options.onTrial != 0 && verdict.rowsBack)
+        endTrial(gateway.databasePath());
+    else if (options.onTrial != 0)
+        verdict.deadline = time(nullptr) + options.onTrial;
+    remember(history, options, verdict);
+    return verdict;
+}
+
+} // namespace swctl

@@ -1,0 +1,168 @@
+// Compares a change on a running service with a start.
+#include "client/change/pending.h"
+
+#include "client/base/failure.h"
+#include "client/rows/check_rows.h"
+#include "client/service/service_life.h"
+#include "swmgr/swmgr_client.h"
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <utility>
+
+namespace swctl {
+namespace {
+
+template <class Part>
+bool isSame(const Part &a, const Part &b)
+{
+    return memcmp(&a, &b, sizeof(a)) == 0;
+}
+
+// An entry of the VLAN table without the index at which it stands: that depends on
+// the order in which VLANs came, and nothing looks at it.
+std::vector<std::string> vlanEntriesOf(const engine::State &state)
+{
+    std::vector<std::string> entries;
+    for (const engine::VlanEntry &entry : state.vlans)
+        if (entry.present != 0)
+            entries.emplace_back(reinterpret_cast<const char *>(&entry), sizeof(entry));
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+bool isSameEngine(const engine::State &a, const engine::State &b)
+{
+    return a.rateLimiter == b.rateLimiter && a.queueCode == b.queueCode &&
+           isSame(a.ports, b.ports) && isSame(a.registers, b.registers) &&
+           vlanEntriesOf(a) == vlanEntriesOf(b);
+}
+
+bool isSamePort(const chip::Port &a, const chip::Port &b)
+{
+    return a.forwardMap == b.forwardMap && a.trustMode == b.trustMode &&
+           a.schedMode == b.schedMode && a.weights == b.weights && a.rateLimit == b.rateLimit;
+}
+
+// The default tag of a port that takes no untagged frames has no effect.
+bool isSameChip(const Rehearsal &a, const Rehearsal &b)
+{
+    const chip::Model &one = a.state().chip;
+    const chip::Model &other = b.state().chip;
+    const Target target = targetOf(b, {});
+    for (size_t port = 0; port < target.takesUntagged.size(); ++port)
+        if (!isSamePort(one.ports[port], other.ports[port]) ||
+            (target.takesUntagged[port] && one.ports[port].pvid != other.ports[port].pvid))
+            return false;
+    return one.vlanMode == other.vlanMode && one.qos == other.qos &&
+           one.pauseFrames == other.pauseFrames && a.chip().vlans == b.chip().vlans;
+}
+
+std::string rowName(const RowChange &change)
+{
+    return nameOf(change.table, change.after ? *change.after : *change.before);
+}
+
+// A row that somebody else has changed since is left as it is.
+void putBack(Database &database, const RowChange &change)
+{
+    ChangeSet single;
+    single.rows.push_back(change);
+    single = reversed(single);
+    try {
+        writeRows(database, single);
+    } catch (const Failure &) {
+        return;
+    }
+}
+
+std::vector<Difference> otherwiseIn(Database &loaded, Database &now,
+                                    const std::vector<RowChange> &unheard)
+{
+    std::vector<Difference> waiting;
+    std::set<std::pair<std::string, int64_t>> seen;
+    for (const RowChange &change : unheard) {
+        const std::optional<Row> had = loaded.rowById(change.table, change.rowId());
+        const std::optional<Row> has = now.rowById(change.table, change.rowId());
+        if (!seen.emplace(change.table, change.rowId()).second ||
+            (had.has_value() == has.has_value() && (!had || had->sameAs(*has))))
+            continue;
+        Difference difference;
+        difference.kind = DifferenceKind::setting;
+        difference.wanted = has ? "as its row says" : "gone";
+        difference.found = rowName(change) + ": as before until the service starts again";
+        difference.remedy = Remedy::restart;
+        waiting.push_back(std::move(difference));
+    }
+    return waiting;
+}
+
+} // namespace
+
+void addRequests(Script &script, const ChangeSet &changes)
+{
+    for (const RowChange &change : changes.rows) {
+        if (!change.isAnnounced())
+            continue;
+        const Announcement announcement = announcementOf(change);
+        script.request(SWMGR_MSG_DB_EVENT, announcement.event, announcement.oldValues);
+    }
+}
+
+void markStillHeld(const History &history, ChangeSet &changes)
+{
+    const auto isNew = [](const RowChange &change) {
+        return change.vlanId() == 0 && change.operation() == SWMGR_DB_INSERT;
+    };
+    if (std::none_of(changes.rows.begin(), changes.rows.end(), isNew))
+        return;
+    std::set<std::string> gone;
+    const auto take = [&gone](const std::vector<RowChange> &rows) {
+        for (const RowChange &change : rows)
+            if (!change.after)
+                gone.insert(rowName(change));
+    };
+    if (const std::optional<int64_t> start = serviceStart())
+        take(history.unheardSince(*start));
+    take(changes.rows);
+    for (RowChange &change : changes.rows)
+        if (isNew(change) && gone.contains(rowName(change)))
+            change.told = false;
+}
+
+bool isPartlyUnheard(const ChangeSet &changes)
+{
+    return std::any_of(
+        changes.rows.begin(), changes.rows.end(),
+        [](const RowChange &change) { return !change.isAnnounced(); });
+}
+
+std::vector<Difference> pendingSettings(const GatewayView &gateway, const History &history,
+                                        Snapshot &before, Snapshot &after, const ChangeSet &changes)
+{
+    const std::optional<int64_t> start = serviceStart();
+    std::vector<RowChange> unheard;
+    if (start)
+        unheard = history.unheardSince(*start);
+    Snapshot loaded(before.database());
+    for (const RowChange &change : unheard)
+        putBack(loaded.database(), change);
+    for (const RowChange &change : changes.rows)
+        if (!change.isAnnounced())
+            unheard.push_back(change);
+    std::vector<Difference> waiting = otherwiseIn(loaded.database(), after.database(), unheard);
+    if (waiting.empty())
+        return waiting;
+    Script script = gateway.startScript(loaded);
+    script.image(after.image());
+    addRequests(script, changes);
+    const Rehearsal changed = rehearse(script);
+    const Rehearsal started = gateway.rehearseStart(after)->finish();
+    if (isSameEngine(changed.state().engine, started.state().engine) &&
+        isSameChip(changed, started))
+        waiting.clear();
+    return waiting;
+}
+
+} // namespace swctl

@@ -1,0 +1,88 @@
+#include "client/change/repair.h"
+
+#include "client/base/number.h"
+#include "client/change/pending.h"
+#include "client/rehearse/event_text.h"
+#include "client/rows/check_rows.h"
+#include "client/service/served_file.h"
+
+#include <algorithm>
+
+namespace swctl {
+namespace {
+
+// What is otherwise than after a fresh start and has no effect on a VLAN's frames.
+void noteIdle(const Site &site, const Target &target, const Actual &actual, Verdict &verdict)
+{
+    for (const Difference &difference : differences(target, actual))
+        if (!difference.counts)
+            verdict.idle.push_back(difference);
+    if (!target.pausesSet)
+        return;
+    const Part<PauseRegisters> pauses = readPauseRegisters(site);
+    if (!pauses.held)
+        verdict.idleUnread = "the engine's registers for pause frames: " + pauses.reason;
+    else
+        for (const Difference &difference : pauseDifferences(target.pauses, *pauses.held))
+            verdict.idle.push_back(difference);
+}
+
+// Where a start would stop, and what it would not come to.
+void noteStop(const Target &target, Database &database, Verdict &verdict)
+{
+    if (target.stopped) {
+        verdict.note = verdict.startStops = stoppedText(*target.stopped);
+        const size_t rows = database.rows(vlanTableName).size();
+        const size_t reached =
+            target.stopped->table == vlanTableName ? static_cast<size_t>(target.stopped->row) : 0;
+        verdict.unreached = rows - std::min(rows, reached);
+    } else if (target.loadStatus < 0) {
+        verdict.note = verdict.startStops =
+            database.rows(switchTableName).empty()
+                ? "there is no switch in the database: a start has nothing to apply"
+                : "a start of the service would take every row and then fail to apply them";
+    }
+}
+
+// What `repair` and `compare` share; `mend` says which it is.
+Verdict lookOver(GatewayView &gateway, const History &history, bool allVlans, bool mend,
+                 const Progress &progress)
+{
+    Snapshot snapshot(gateway.database());
+    const Target target = targetOfStart(gateway, snapshot);
+    std::set<int> ids;
+    for (int id = lowestVlan; allVlans && id <= highestVlan; ++id)
+        ids.insert(id);
+    Verdict verdict;
+    verdict.changes.what = "gateway";
+    verdict.changes.verb = "compared";
+    Settled settled =
+        settle(gateway, snapshot, target, ids, GatewayView::Extent::whole, mend, progress);
+    std::vector<Difference> waiting =
+        pendingSettings(gateway, history, snapshot, snapshot, ChangeSet());
+    for (Difference &difference : settled.left)
+        if (!waiting.empty() && mend)
+            difference.remedy = Remedy::restart;
+    settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    noteStop(target, snapshot.database(), verdict);
+    noteIdle(gateway.site(), target, settled.actual, verdict);
+    conclude(verdict, std::move(settled), Outcome::applied);
+    return verdict;
+}
+
+} // namespace
+
+Verdict compare(GatewayView &gateway, const History &history, bool allVlans,
+                const Progress &progress)
+{
+    return lookOver(gateway, history, allVlans, /*mend=*/false, progress);
+}
+
+Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
+               const Progress &progress)
+{
+    refuseAnotherFile(gateway.databasePath());
+    return lookOver(gateway, history, allVlans, /*mend=*/true, progress);
+}
+
+} // namespace swctl

@@ -1,0 +1,46 @@
+// Checks the rows of a configuration against a table of rules, each with an id,
+// a reason and a remedy. What the service would do with the rows as a whole is
+// not judged here: that comes from a rehearsal of a start, where one is given.
+#pragma once
+
+#include "client/check/rule.h"
+#include "client/rows/database.h"
+
+#include <cstdint>
+#include <optional>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace swctl {
+
+class Rehearsal;
+
+struct Finding {
+    const Rule *rule; // never null
+    Severity severity;
+    std::string table;
+    int64_t rowId;       // 0: the table as a whole
+    std::string name;    // of the row, as "VLAN 30" or "port 3 of BCM"
+    std::string subject; // what in the row, as a column, a port or a mapping; may be empty
+    std::string message; // outcome, then reason
+
+    [[nodiscard]] bool sameAs(const Finding &other) const; // at the same row, about the same thing
+};
+
+struct CheckContext {
+    std::optional<std::set<std::string>> interfaces; // that exist; none: not looked up
+    std::optional<bool> bridgesFilter{};             // this kernel's do it by VLAN; none: not known
+    const Rehearsal *start = nullptr; // of a start from this very database; null: not rehearsed
+};
+
+// All findings, by rule and then in the order of the rows. Reads the tables one
+// after the other: a transaction around the call makes them fit together.
+std::vector<Finding> checkConfiguration(Database &database, const CheckContext &context);
+
+// The findings of that severity or worse after a change that were not there
+// before it. A start that comes further than before is not worse.
+std::vector<Finding> newFindings(const std::vector<Finding> &before,
+                                 const std::vector<Finding> &after, Severity least);
+
+} // namespace swctl

@@ -1,0 +1,402 @@
+// The rules, the columns, and what SQL can say of both. Adding a rule: a row
+// here, its condition among the guards where SQL can express it, and the place
+// in check.cpp that finds it.
+#include "client/check/check_rules.h"
+
+#include <algorithm>
+#include <limits>
+
+namespace swctl {
+namespace {
+
+constexpr auto error = Severity::error;
+constexpr auto warning = Severity::warning;
+
+// In the order in which findings are shown: what stops a start, then the tables
+// from the switches to the VLANs.
+constexpr Rule rules[] = {
+    {"start-stops", error, "a start of the service stops at this row",
+     "The service does not go on after a row that it cannot apply, so all later rows and tables "
+     "are missing in the switches.",
+     "Correct the row by the reason shown, or delete it, then restart the service."},
+    {"table-missing", error, "a table is not there",
+     "The service reads the tables one after the other and stops at the first that is missing.",
+     "Create it with schema.sql, which leaves existing tables alone."},
+    {"column-missing", error, "a column is not there",
+     "The service finds columns by their exact names, and one that is missing counts as 0 or "
+     "empty in every row.",
+     "Add it with ALTER TABLE as schema.sql declares it; upper and lower case matter."},
+    {"text-too-long", error, "a text is longer than its field",
+     "The service refuses a row whose text does not fit, and a start ends there.",
+     "Shorten the text."},
+    {"interface-bad-name", error, "an interface name has a character that none may have",
+     "The names of a VLAN's interface and of a bridge's port become part of command lines; one "
+     "with any other character than letters, digits and _ . : @ - reaches none, and a start ends "
+     "at its row.",
+     "Give the name of the interface as 'ip link' shows it."},
+    {"number-text", warning, "a number is not written as one",
+     "The service reads the digits at the start, takes 0 where there are none, and bends what "
+     "does not fit 32 bits to the nearest number that does.",
+     "Write the number that is meant, with decimal digits alone."},
+    {"value-range", error, "a number is outside its range",
+     "A value that switches do not know is refused or ignored, so what is in force is not what "
+     "the row says; a PVID beyond 4094 even stops every VLAN of the chip.",
+     "Give a value of the range shown."},
+    {"switch-unknown-name", error, "no backend drives a switch of this name",
+     "The name selects the backend, so a switch with another name cannot be set up, and a start "
+     "ends there.",
+     "Name the switch BCM (the chip), PSE (the engine) or BRIDGE (of Linux), in capitals."},
+    {"switch-duplicate", error, "two rows describe one switch",
+     "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
+    {"switch-device-missing", error, "the chip has no device node",
+     "Every request to the chip goes through its node; without one it cannot be opened, and a "
+     "start ends there.",
+     "Name it: 'swctl switch add BCM --device PATH', or set switchDevice in its row."},
+    {"bridge-kernel", error, "the kernel's bridges keep no VLANs apart",
+     "Membership, tags and the VLAN of untagged frames are kept by the kernel's VLAN filtering; "
+     "a bridge without it forwards every frame to every port, and a start ends at its row.",
+     "Use a kernel with CONFIG_BRIDGE_VLAN_FILTERING."},
+    {"bridge-port-interface", error, "a port of the bridge is no interface of its own",
+     "A port of a bridge is the interface that its row names; one that is not there, or that two "
+     "rows name, cannot join, and a start ends at its row.",
+     "Name the port's own interface, as 'swctl port set BRIDGE 1 --interface lan1'."},
+    {"same-level", warning, "two switches are on one level",
+     "The first row of the highest level is the top of the hierarchy, so the order of rows "
+     "decides which switch gets requests for VLANs and bandwidth.",
+     "Give the engine a higher level than the chip."},
+    {"vlan-mode-differs", warning, "the chip gets another VLAN mode than its row says",
+     "The top switch hands its own vlanEnable down at the end of a start, after the chip's own.",
+     "Give both switches the same vlanEnable."},
+    {"port-without-switch", error, "the switch of a port is not there",
+     "The service cannot make a port of an unknown switch, and a start ends there.",
+     "Correct switchName, or add the switch."},
+    {"port-duplicate", error, "two rows describe one port",
+     "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
+    {"port-number-range", error, "the switch does not have this port",
+     "The chip has the ports 0 to 4 and refuses any other, after which no VLAN can be added or "
+     "changed; the engine has 0 to 7 and its tools refuse any other.",
+     "Correct the number, or delete the row."},
+    {"port-beyond-count", warning, "the port lies beyond the switch's number of ports",
+     "numPorts and the rows of the ports contradict each other; the service uses the rows.",
+     "Correct numPorts, or delete the row of the port."},
+    {"mapping-own-switch", error, "a port is mapped onto its own switch",
+     "Commands would go round for ever, so the service refuses the row, and a start ends there.",
+     "Map the port onto a port of the switch below."},
+    {"mapping-nowhere", error, "a port is mapped onto a port that no row describes",
+     "The service refuses a row that leads nowhere, and a start ends there.",
+     "Write SWITCH:PORT with commas between, and add the rows of those ports first."},
+    {"mapping-later-row", error, "a port is mapped onto a port of a later row",
+     "Rows are applied in the table's order and the lower port is not there yet, so a start ends "
+     "at this row.",
+     "Delete the row of the upper port and add it again, so that it comes last."},
+    {"mapping-level", warning, "a port is mapped onto a switch that is not below its own",
+     "Commands go down along the mappings, while the levels say which switch is the top.",
+     "Give the upper switch the higher level."},
+    {"vlan-id-range", error, "a VLAN id is outside 1 to 4094",
+     "Ids reach the chip as 16 bits, so another id is refused, or overwrites the VLAN that has "
+     "the same lower bits.",
+     "Give an id from 1 to 4094."},
+    {"vlan-duplicate", error, "two rows describe one VLAN",
+     "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
+    {"interface-missing", error, "a VLAN has no interface",
+     "There is nothing to make the sub-interface on, and the engine cannot look up the hardware "
+     "address that it needs.",
+     "Name the interface that carries it: 'swctl vlan set ID --interface NAME'."},
+    {"interface-name-long", error, "the name of the sub-interface is longer than 15 characters",
+     "Linux accepts no longer names, so the sub-interface is not made; the service goes on "
+     "without it.",
+     "Use an interface with a shorter name."},
+    {"interface-unknown", error, "the interface of a VLAN does not exist",
+     "The sub-interface cannot be made, and where the engine carries the VLAN the service stops "
+     "for want of a hardware address.",
+     "Correct the name, or create the interface first."},
+    {"list-text", error, "an entry of a port list is no plain number",
+     "The service reads the digits at the start of an entry and takes port 0 where there are "
+     "none: 1-3 means port 1, x means port 0.",
+     "Write plain numbers with commas between, such as 1,2,3."},
+    {"port-missing", error, "a port list names a port that the chip does not have",
+     "The chip has the ports 0 to 4: it refuses a VLAN with one from 5 to 15, and a higher one "
+     "is cut off on the way.",
+     "Take the port out of the list."},
+    {"port-without-row", warning, "a port list names a port that no row describes",
+     "The chip's table gets the port, but its default tag is not set.",
+     "Add the port: 'swctl port add BCM PORT'."},
+    {"untag-without-membership", error, "a port sends a VLAN untagged that it is no member of",
+     "Untagged frames from that port would get a VLAN that the port is not in, and are lost.",
+     "Add the port to fwdMap, or take it out of untagMap."},
+    {"untag-twice", error, "a port sends two VLANs untagged",
+     "Untagged frames from that port belong to the last of these VLANs; the others can be left "
+     "by that port but not entered.",
+     "Leave the port untagged in one VLAN."},
+    {"shifted-ports", warning, "engine and chip carry a VLAN at different ports",
+     "Number n of a list is port n to the chip, while the engine takes it for its port that is "
+     "mapped onto port n+1 of the chip.",
+     "Put both n and n-1 into the list for a port n of the chip that the engine shall reach, or "
+     "leave it where the difference is meant."},
+};
+
+constexpr int64_t maxInt = std::numeric_limits<int32_t>::max();
+constexpr int64_t noGap = ColumnRule::noGap;
+
+constexpr ColumnRule textColumn(const char *table, const char *column, int64_t most,
+                                Kind kind = Kind::text, bool needed = false)
+{
+    return {table, column, kind, needed, error, 0, most, noGap, ""};
+}
+
+constexpr ColumnRule numberColumn(const char *table, const char *column, Severity severity,
+                                  int64_t least, int64_t most, const char *values,
+                                  int64_t gap = noGap, bool needed = false)
+{
+    return {table, column, Kind::number, needed, severity, least, most, gap, values};
+}
+
+// Ids and port numbers have rules of their own. What the service only keeps
+// cannot do more harm than to mislead.
+constexpr int64_t minInt = std::numeric_limits<int32_t>::min();
+constexpr const char *weights = "1 and more";
+constexpr ColumnRule columns[] = {
+    textColumn("swGlobalCfg", "switchName", 63, Kind::text, true),
+    textColumn("swGlobalCfg", "switchDevice", 127),
+    numberColumn("swGlobalCfg", "numPorts", warning, 0, 32, "0 to 32"),
+    numberColumn("swGlobalCfg", "vlanEnable", error, 0, 1, "0 and 1"),
+    numberColumn("swGlobalCfg", "qosEnable", error, 0, 1, "0 and 1"),
+    numberColumn("swGlobalCfg", "pauseFrameEnable", warning, 0, 1, "0 and 1"),
+    numberColumn("swGlobalCfg", "igmpSnoopingEnable", warning, 0, 1, "0 and 1"),
+    numberColumn("swGlobalCfg", "mldSnoopingEnable", warning, 0, 1, "0 and 1"),
+    numberColumn("swGlobalCfg", "switchLevel", warning, 0, maxInt, "0 and more"),
+
+    textColumn("swPortConfig", "switchName", 63, Kind::text, true),
+    numberColumn("swPortConfig", "portNumber", error, minInt, maxInt, "", noGap, true),
+    numberColumn("swPortConfig", "PVID", error, 0, highestVlan, "0 to 4094"),
+    numberColumn("swPortConfig", "portType", warning, minInt, maxInt, ""),
+    numberColumn("swPortConfig", "mirroring", warning, minInt, maxInt, ""),
+    numberColumn("swPortConfig", "trustMode", error, 0, 4, "0 to 4"),
+    textColumn("swPortConfig", "interfaceName", 63, Kind::interface),
+    textColumn("swPortConfig", "phyDevice", 63),
+    numberColumn("swPortConfig", "rateLimit", warning, 0, 1300480, "0 to 1300480"),
+    numberColumn("swPortConfig", "schedMode", warning, 0, 3, "0, 1 and 3", 2),
+    numberColumn("swPortConfig", "numQueues", warning, 1, 4, "1, 2 and 4", 3),
+    numberColumn("swPortConfig", "queue1Weight", warning, 1, maxInt, weights),
+    numberColumn("swPortConfig", "queue2Weight", warning, 1, maxInt, weights),
+    numberColumn("swPortConfig", "queue3Weight", warning, 1, maxInt, weights),
+    numberColumn("swPortConfig", "queue4Weight", warning, 1, maxInt, weights),
+
+    numberColumn("vlanEncapIf", "vlanId", error, minInt, maxInt, "", noGap, true),
+    textColumn("vlanEncapIf", "interfaceName", 63, Kind::interface, true),
+    textColumn("vlanEncapIf", "LogicalIfName", 63),
+    textColumn("vlanEncapIf", "fwdMap", 511, Kind::list, true),
+    textColumn("vlanEncapIf", "untagMap", 511, Kind::list),
+    textColumn("vlanEncapIf", "ingressMap", 511),
+    textColumn("vlanEncapIf", "egressMap", 511),
+    numberColumn("vlanEncapIf", "inSwitchOnly", warning, minInt, maxInt, ""),
+};
+
+// A condition under which a row that was just written breaks a rule. In it,
+// #column is the number that the service reads in the row, @column its port list
+// as ",1,2,"; both may name the row `o` of a query as well.
+struct Guard {
+    const char *rule;
+    const char *table;
+    const char *condition;
+};
+
+// The entries of NEW.phyDevice that name a port of the rows, by their length.
+#define MAPPED_LENGTH(rows)                                                                        \
+    "(SELECT ifnull(sum(length(m.t) - length(replace(m.t, ',' || p.e || ',', ''))), 0) FROM\n"     \
+    "      (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig" rows ") p,\n"  \
+    "      (SELECT ',' || replace(NEW.phyDevice, ',', ',,') || ',' AS t) m)"
+#define MAPPING_LENGTH "length(',' || replace(NEW.phyDevice, ',', ',,') || ',')"
+#define CHIP_PORTS     "(SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n"
+
+constexpr Guard guards[] = {
+    {"switch-unknown-name", "swGlobalCfg",
+     "ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE', 'BRIDGE')"},
+    {"switch-duplicate", "swGlobalCfg",
+     "EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid\n"
+     "      AND o.switchName = NEW.switchName)"},
+    {"switch-device-missing", "swGlobalCfg",
+     "NEW.switchName = 'BCM' AND ifnull(NEW.switchDevice, '') = ''"},
+
+    {"port-without-switch", "swPortConfig",
+     "NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = NEW.switchName)"},
+    {"port-duplicate", "swPortConfig",
+     "EXISTS (SELECT 1 FROM swPortConfig o WHERE o.rowid <> NEW.rowid\n"
+     "      AND o.switchName = NEW.switchName AND #o.portNumber = #portNumber)"},
+    {"port-number-range", "swPortConfig",
+     "NEW.switchName = 'BCM' AND #portNumber NOT BETWEEN 0 AND 4\n"
+     "      OR NEW.switchName = 'PSE' AND #portNumber NOT BETWEEN 0 AND 7\n"
+     "      OR NEW.switchName = 'BRIDGE' AND #portNumber NOT BETWEEN 0 AND 31"},
+    {"bridge-port-interface", "swPortConfig",
+     "NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15\n"
+     "      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE\n"
+     "      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND\n"
+     "      o.interfaceName = NEW.interfaceName))"},
+    {"mapping-own-switch", "swPortConfig",
+     "instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0"},
+    {"mapping-nowhere", "swPortConfig",
+     "NEW.phyDevice <> '' AND " MAPPING_LENGTH " <>\n      " MAPPED_LENGTH("")},
+    {"mapping-later-row", "swPortConfig",
+     "NEW.phyDevice <> '' AND " MAPPING_LENGTH
+     " <>\n      " MAPPED_LENGTH(" WHERE rowid < NEW.rowid")},
+
+    {"vlan-id-range", "vlanEncapIf", "#vlanId NOT BETWEEN 1 AND 4094"},
+    {"vlan-duplicate", "vlanEncapIf",
+     "EXISTS (SELECT 1 FROM vlanEncapIf o WHERE o.rowid <> NEW.rowid\n"
+     "      AND #o.vlanId = #vlanId)"},
+    {"interface-missing", "vlanEncapIf",
+     "ifnull(NEW.interfaceName, '') = '' AND #inSwitchOnly = 0"},
+    {"interface-name-long", "vlanEncapIf",
+     "NEW.interfaceName <> '' AND length(NEW.interfaceName || '.' || #vlanId) > 15"},
+    {"port-missing", "vlanEncapIf",
+     "(@fwdMap GLOB '*[5-9]*' OR @fwdMap GLOB '*[0-9][0-9]*'\n"
+     "      OR @untagMap GLOB '*[5-9]*' OR @untagMap GLOB '*[0-9][0-9]*')\n"
+     "      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')\n"
+     "      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'))"},
+    {"untag-without-membership", "vlanEncapIf",
+     "EXISTS (SELECT 1 FROM " CHIP_PORTS "\n"
+     "      WHERE instr(@untagMap, n.e) AND NOT instr(@fwdMap, n.e)\n"
+     "      AND NOT (@fwdMap GLOB '*[0-9]*' AND n.e =\n"
+     "         CASE WHEN NEW.interfaceName = 'eth0' AND #inSwitchOnly = 0 THEN ',4,' ELSE ',0,' "
+     "END))"},
+    {"untag-twice", "vlanEncapIf",
+     "EXISTS (SELECT 1 FROM " CHIP_PORTS ", vlanEncapIf o\n"
+     "      WHERE instr(@untagMap, n.e) AND o.rowid <> NEW.rowid\n"
+     "      AND instr(@o.untagMap, n.e))"},
+};
+
+bool isNameCharacter(char c)
+{
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.';
+}
+
+// A condition with # and @ written out.
+std::string expanded(std::string_view condition)
+{
+    std::string sql;
+    while (!condition.empty()) {
+        const char mark = condition.front();
+        condition.remove_prefix(1);
+        const bool named = !condition.empty() && isNameCharacter(condition.front());
+        if ((mark != '#' && mark != '@') || !named) {
+            sql += mark;
+            continue;
+        }
+        const auto end = std::find_if_not(condition.begin(), condition.end(), isNameCharacter);
+        std::string column(condition.begin(), end);
+        condition.remove_prefix(column.size());
+        if (column.find('.') == std::string::npos)
+            column.insert(0, "NEW.");
+        if (mark == '#')
+            sql.append("CAST(CAST(ifnull(").append(column).append(", 0) AS TEXT) AS INTEGER)");
+        else
+            sql.append("replace(',' || ifnull(").append(column).append(", '') || ',', ', ', ',')");
+    }
+    return sql;
+}
+
+// One statement of a trigger: refuses where the condition holds.
+std::string refusal(const std::string &rule, const std::string &fault, const std::string &condition)
+{
+    return "    SELECT RAISE(ABORT, '" + rule + ": " + fault + "')\n    WHERE " +
+           expanded(condition) + ";\n";
+}
+
+std::string listRefusal(const std::string &column)
+{
+    const std::string list = "@" + column;
+    return refusal("list-text", column + " holds numbers with commas between",
+                   list + " GLOB '*[^0-9,]*' OR " + list + " GLOB '*,0[0-9]*'\n" +
+                       "      OR instr(',' || NEW." + column + " || ',', ', ,')");
+}
+
+std::string columnRefusals(const ColumnRule &column)
+{
+    const std::string name = column.column;
+    const std::string place = std::string(column.table) + "." + name;
+    std::string sql;
+    if (column.kind == Kind::number) {
+        if (column.severity == error && *column.values != '\0')
+            sql += refusal("value-range", place + " takes " + column.values,
+                           "#" + name + " NOT BETWEEN " + std::to_string(column.least) + " AND " +
+                               std::to_string(column.most));
+        return sql;
+    }
+    const std::string most = std::to_string(column.most);
+    sql += refusal("text-too-long", place + " holds at most " + most + " bytes",
+                   "length(CAST(NEW." + name + " AS BLOB)) > " + most);
+    if (column.kind == Kind::interface)
+        sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
+                       (std::string_view(column.table) == "swPortConfig"
+                            ? "NEW.switchName = 'BRIDGE' AND NEW."
+                            : "NEW.") +
+                           name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
+    if (column.kind == Kind::list)
+        sql += listRefusal(name);
+    return sql;
+}
+
+std::string refusalsOf(const std::string &table)
+{
+    std::string sql;
+    for (const ColumnRule &column : columns)
+        if (column.table == table)
+            sql += columnRefusals(column);
+    for (const Guard &guard : guards)
+        if (guard.table == table)
+            sql += refusal(guard.rule, ruleById(guard.rule)->fault, guard.condition);
+    return sql;
+}
+
+constexpr const char *head =
+    "-- Triggers that refuse what 'swctl check' calls an error in a row, as far as SQL\n"
+    "-- can tell: a guard against writers that do not check. Optional; each message\n"
+    "-- begins with the rule, which 'swctl check --explain RULE' explains.\n"
+    "--\n"
+    "-- Only the row that is written is looked at. What other rows lose when a port or\n"
+    "-- a switch is deleted or renamed is found by 'swctl check'.\n"
+    "--\n"
+    "-- Made by 'swctl check --triggers'. Taken out again by DROP TRIGGER.\n";
+
+} // namespace
+
+const char *severityName(Severity severity)
+{
+    return severity == Severity::error ? "error" : "warning";
+}
+
+std::span<const Rule> checkRules()
+{
+    return rules;
+}
+
+const Rule *ruleById(std::string_view id)
+{
+    for (const Rule &rule : rules)
+        if (rule.id == id)
+            return &rule;
+    return nullptr;
+}
+
+std::span<const ColumnRule> columnRules()
+{
+    return columns;
+}
+
+std::string constraintTriggers()
+{
+    std::string sql = head;
+    sql += "BEGIN;\n";
+    for (const std::string table : {"swGlobalCfg", "swPortConfig", "vlanEncapIf"}) {
+        const std::string refusals = refusalsOf(table);
+        for (const std::string event : {"INSERT", "UPDATE"}) {
+            const std::string name = table + (event == "INSERT" ? "_inserted" : "_updated");
+            sql.append("\nDROP TRIGGER IF EXISTS ").append(name).append(";\nCREATE TRIGGER ");
+            sql.append(name).append(" AFTER ").append(event).append(" ON ").append(table);
+            sql.append("\nBEGIN\n").append(refusals).append("END;\n");
+        }
+    }
+    return sql + "\nCOMMIT;\n";
+}
+
+} // namespace swctl

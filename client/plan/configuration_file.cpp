@@ -1,0 +1,238 @@
+#include "client/plan/configuration_file.h"
+
+#include "client/base/failure.h"
+#include "client/base/number.h"
+#include "client/base/text.h"
+#include "client/rows/check_rows.h"
+#include "client/rows/row_json.h"
+
+#include <algorithm>
+#include <map>
+
+namespace swctl {
+namespace {
+
+constexpr size_t longestReason = 300; // bytes
+
+struct Section {
+    const char *name;
+    const char *table;
+    const char *owner;  // column that tells rows apart together with the next; null: none
+    const char *number; // column that tells rows apart
+    bool isText;        // the latter, otherwise a number
+};
+constexpr Section sections[] = {
+    {"switches", switchTableName, nullptr, "switchName", true},
+    {"ports", portTableName, "switchName", "portNumber", false},
+    {"vlans", vlanTableName, nullptr, "vlanId", false},
+};
+constexpr size_t portSection = 1;
+constexpr size_t vlanSection = 2;
+
+// What tells a row from the others, as the service reads it.
+std::string keyOf(const Section &section, const Row &row)
+{
+    const std::string number = row.text(section.number);
+    return (section.owner != nullptr ? row.text(section.owner) + ":" : std::string()) +
+           (section.isText ? number : std::to_string(toInt(number)));
+}
+
+Json rowJson(const Row &row)
+{
+    Json object = Json::object();
+    for (const Row::Cell &cell : asNewRow(row).cells)
+        object[cell.column] = toJson(cell.value);
+    return object;
+}
+
+[[noreturn]] void refuseFile(const std::string &name, const std::string &why)
+{
+    throw Failure(exitUsage, printable(name) + ": " + printable(why));
+}
+
+[[noreturn]] void refuseValue(const std::string &name, const std::string &where,
+                              const std::string &column)
+{
+    refuseFile(name, where + ": '" + column + "' is neither text, number nor null");
+}
+
+using WantedRows = FileWish::Rows;
+
+std::vector<Assignment> wantedRow(const std::string &name, const Section &section, size_t at,
+                                  const Json &json)
+{
+    const std::string where = std::string(section.name) + ", entry " + std::to_string(at + 1);
+    if (!json.is_object())
+        refuseFile(name, where + ": it is no object");
+    std::vector<Assignment> values;
+    for (const auto &[column, value] : json.items()) {
+        if (value.is_array() || value.is_boolean())
+            refuseValue(name, where, column);
+        values.push_back({column, valueOf(value)});
+    }
+    for (const char *column : {section.owner, section.number})
+        if (column != nullptr && !json.contains(column))
+            refuseFile(name, where + ": '" + column + "' is missing");
+    return values;
+}
+
+// Changes of one table.
+struct Changes {
+    std::vector<RowChange> gone, updated, added;
+};
+
+Row rowOf(const std::vector<Assignment> &values, Row row)
+{
+    for (const Assignment &value : values)
+        row.set(value);
+    return row;
+}
+
+void checkColumns(const Section &section, const TableRows &table, const WantedRows &wanted,
+                  const std::string &name)
+{
+    for (const std::vector<Assignment> &row : wanted)
+        for (const Assignment &value : row)
+            if (!table.columns.contains(value.column))
+                refuseFile(name, std::string(section.name) + ": " + section.table +
+                                     " has no column '" + value.column + "'");
+}
+
+// A number in a column of texts is stored as a text, and so on.
+bool isSame(const Row &a, const Row &b)
+{
+    return std::equal(
+        a.cells.begin(), a.cells.end(), b.cells.begin(), b.cells.end(),
+        [](const Row::Cell &one, const Row::Cell &other) {
+            return one.value == other.value || (!one.text.empty() && one.text == other.text);
+        });
+}
+
+bool namesAny(const Row &row, const std::vector<RowChange> &added)
+{
+    const std::vector<std::string> mapping = entriesOf(row.text("phyDevice"));
+    return std::any_of(added.begin(), added.end(), [&](const RowChange &change) {
+        const std::string key = keyOf(sections[portSection], *change.after);
+        return std::any_of(mapping.begin(), mapping.end(),
+                           [&](const std::string &entry) { return entryAsRead(entry) == key; });
+    });
+}
+
+// Whether the row has to become a new one: an update would leave something of it
+// behind, or it would stand before a port that it is mapped onto.
+bool needsNewRow(const Section &section, const Row &before, const Row &after,
+                 const std::vector<RowChange> &added)
+{
+    if (&section == &sections[vlanSection])
+        return before.text("interfaceName") != after.text("interfaceName") ||
+               before.text("inSwitchOnly") != after.text("inSwitchOnly");
+    return &section == &sections[portSection] && namesAny(after, added);
+}
+
+Changes changesOf(const Section &section, const TableRows &table, const WantedRows &wanted)
+{
+    Changes changes;
+    std::multimap<std::string, const Row *> unused;
+    for (const Row &row : table.rows)
+        unused.emplace(keyOf(section, row), &row);
+    for (const std::vector<Assignment> &values : wanted) {
+        const Row fresh = rowOf(values, Row());
+        const auto found = unused.find(keyOf(section, fresh));
+        if (found == unused.end()) {
+            changes.added.push_back({section.table, std::nullopt, fresh});
+            continue;
+        }
+        const Row &before = *found->second;
+        Row after = rowOf(values, before);
+        unused.erase(found);
+        if (needsNewRow(section, before, after, changes.added)) {
+            changes.gone.push_back({section.table, before, std::nullopt});
+            changes.added.push_back({section.table, std::nullopt, asNewRow(std::move(after))});
+            // A port that the service has already is none that it can add.
+            changes.added.back().told = &section == &sections[vlanSection];
+        } else if (!isSame(after, before)) {
+            changes.updated.push_back({section.table, before, std::move(after)});
+        }
+    }
+    for (const auto &[key, row] : unused)
+        changes.gone.push_back({section.table, *row, std::nullopt});
+    return changes;
+}
+
+void take(std::vector<RowChange> &from, ChangeSet &to)
+{
+    for (RowChange &change : from) {
+        if (!change.isAnnounced() && to.consequences.empty())
+            to.consequences.emplace_back(
+                "changes of switches and ports take effect when the service starts again");
+        to.rows.push_back(std::move(change));
+    }
+}
+
+} // namespace
+
+Json configurationJson(Database &database)
+{
+    const Transaction transaction(database, Access::read);
+    Json json = Json::object();
+    for (const Section &section : sections) {
+        Json list = Json::array();
+        for (const Row &row : database.rows(section.table))
+            list.push_back(rowJson(row));
+        json[section.name] = std::move(list);
+    }
+    return json;
+}
+
+FileWish fileWishOf(const std::string &text, const std::string &name)
+{
+    Json json;
+    try {
+        json = Json::parse(text);
+    } catch (const Json::exception &error) {
+        std::string_view what = error.what();
+        what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
+        refuseFile(name, std::string(what.substr(0, longestReason)));
+    }
+    if (!json.is_object())
+        refuseFile(name, "it is no object with switches, ports and vlans");
+    FileWish wish{name, {}};
+    for (const auto &[member, list] : json.items()) {
+        const auto section =
+            std::find_if(std::begin(sections), std::end(sections),
+                         [&name = member](const Section &one) { return name == one.name; });
+        if (member == "$schema")
+            continue;
+        if (section == std::end(sections) || !list.is_array())
+            refuseFile(name, "'" + member + "' is no list of switches, ports or vlans");
+        WantedRows rows;
+        for (const Json &row : list)
+            rows.push_back(wantedRow(name, *section, rows.size(), row));
+        wish.lists[static_cast<size_t>(section - std::begin(sections))] = std::move(rows);
+    }
+    return wish;
+}
+
+ChangeSet planFile(Database &database, const FileWish &wish)
+{
+    const Configuration now = readConfiguration(database);
+    const TableRows *const tables[] = {&now.switchTable, &now.portTable, &now.vlanTable};
+    std::vector<Changes> changes(std::size(sections));
+    for (size_t at = 0; at < std::size(sections); ++at) {
+        if (!wish.lists[at])
+            continue;
+        checkColumns(sections[at], *tables[at], *wish.lists[at], wish.name);
+        changes[at] = changesOf(sections[at], *tables[at], *wish.lists[at]);
+    }
+    // What others stand on comes first and goes last.
+    ChangeSet all{"configuration", "applied", {}, {}};
+    for (size_t at = std::size(sections); at-- > 0;)
+        take(changes[at].gone, all);
+    for (Changes &one : changes) {
+        take(one.updated, all);
+        take(one.added, all);
+    }
+    return all;
+}
+
+} // namespace swctl

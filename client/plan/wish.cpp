@@ -1,0 +1,68 @@
+#include "client/plan/wish.h"
+
+#include "client/base/failure.h"
+
+namespace swctl {
+namespace {
+
+ChangeSet plan(Database &database, const RowWish &wish)
+{
+    return planRow(database, wish);
+}
+
+ChangeSet plan(Database &database, const BatchWish &wish)
+{
+    ChangeSet all{wish.name, "done", {}, {}};
+    database.run("SAVEPOINT plans");
+    for (const RowWish &row : wish.rows) {
+        ChangeSet part = planRow(database, row);
+        writeRows(database, part);
+        append(all, std::move(part));
+    }
+    // What is written is for those who carry the changes out to write.
+    database.run("ROLLBACK TO plans");
+    database.run("RELEASE plans");
+    return all;
+}
+
+ChangeSet plan(Database &database, const FileWish &wish)
+{
+    return planFile(database, wish);
+}
+
+ChangeSet undone(const ChangeSet &changes, int number, std::string verb)
+{
+    ChangeSet back = reversed(changes);
+    back.what = changes.what;
+    back.verb = std::move(verb);
+    back.undoes = number;
+    return back;
+}
+
+ChangeSet plan(Database &database, const UndoWish &wish)
+{
+    const std::string number = std::to_string(wish.number);
+    if (!rowsAreAfter(database, wish.changes))
+        throw Failure(exitRefused, "refused: change " + number +
+                                       " cannot be undone: its rows were changed again "
+                                       "since; nothing was changed");
+    return undone(wish.changes, wish.number, "as before change " + number);
+}
+
+ChangeSet plan(Database &database, const TakeBackWish &wish)
+{
+    // It was written down before it was committed, and may never have been.
+    if (rowsAreBefore(database, wish.changes))
+        return {};
+    return undone(wish.changes, wish.number,
+                  "taken back, as nobody confirmed that it was " + wish.changes.verb);
+}
+
+} // namespace
+
+ChangeSet planOf(Database &database, const Wish &wish)
+{
+    return std::visit([&](const auto &one) { return plan(database, one); }, wish);
+}
+
+} // namespace swctl

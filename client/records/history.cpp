@@ -1,0 +1,133 @@
+// One line of JSON for each change.
+#include "client/records/history.h"
+
+#include "client/base/file.h"
+#include "client/base/json.h"
+#include "client/rows/row_json.h"
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include <cstdlib>
+
+namespace swctl {
+namespace {
+
+constexpr size_t mostHistory = 64 * 1024 * 1024; // bytes that are read
+constexpr size_t fullHistory = 1024 * 1024;      // bytes at which the older half goes
+
+// Who asked, also where the right to do it was lent.
+std::string userName()
+{
+    const char *lent = getenv("SUDO_USER");
+    if (lent != nullptr && getuid() == 0)
+        return lent;
+    const passwd *entry = getpwuid(getuid());
+    return entry != nullptr ? entry->pw_name : std::to_string(getuid());
+}
+
+std::vector<std::string_view> linesOf(std::string_view text)
+{
+    std::vector<std::string_view> lines;
+    while (!text.empty()) {
+        const size_t end = text.find('\n');
+        if (end == std::string_view::npos)
+            break; // was being written when the power went
+        lines.push_back(text.substr(0, end));
+        text.remove_prefix(end + 1);
+    }
+    return lines;
+}
+
+std::optional<HistoryEntry> entryOf(std::string_view line)
+{
+    try {
+        const Json json = Json::parse(line);
+        std::optional<ChangeSet> changes = changeSetOf(json.at("change"));
+        if (!changes)
+            return std::nullopt;
+        changes->undoes = json.at("undoes");
+        return HistoryEntry{json.at("number"),  json.at("time"),     json.at("who"),
+                            json.at("outcome"), std::move(*changes), json.value("verified", false)};
+    } catch (const Json::exception &) {
+        return std::nullopt;
+    }
+}
+
+std::string lineOf(const HistoryEntry &entry)
+{
+    return storedText({{"number", entry.number},
+                       {"time", entry.time},
+                       {"who", entry.who},
+                       {"outcome", entry.outcome},
+                       {"undoes", entry.changes.undoes},
+                       {"verified", entry.verified},
+                       {"change", toJson(entry.changes)}}) +
+           "\n";
+}
+
+} // namespace
+
+History::History(const std::string &databasePath) : path(databasePath + ".history") {}
+
+const std::string &History::contents() const
+{
+    if (!text)
+        text = fileContents(path, mostHistory).value_or(std::string());
+    return *text;
+}
+
+std::vector<HistoryEntry> History::entries() const
+{
+    std::vector<HistoryEntry> all;
+    for (const std::string_view line : linesOf(contents()))
+        if (std::optional<HistoryEntry> entry = entryOf(line))
+            all.push_back(std::move(*entry));
+    return all;
+}
+
+std::vector<RowChange> History::unheardSince(int64_t start) const
+{
+    std::vector<RowChange> rows;
+    std::vector<HistoryEntry> all = entries();
+    for (auto entry = all.rbegin(); entry != all.rend() && entry->time >= start; ++entry) {
+        if (entry->outcome == "refused")
+            continue;
+        for (auto row = entry->changes.rows.rbegin(); row != entry->changes.rows.rend(); ++row)
+            if (row->vlanId() == 0 && (!row->isAnnounced() || entry->outcome == "written"))
+                rows.push_back(std::move(*row));
+    }
+    return rows;
+}
+
+int History::add(int64_t committed, const std::string &outcome, const ChangeSet &changes,
+                 bool verified)
+{
+    const std::string old = contents();
+    const std::vector<std::string_view> lines = linesOf(old);
+    HistoryEntry entry{1, committed, userName(), outcome, changes, verified};
+    for (size_t i = lines.size(); i-- > 0;)
+        if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
+            entry.number = last->number + 1;
+            break;
+        }
+    const std::string line = lineOf(entry);
+    const bool whole = old.empty() || old.back() == '\n';
+    if (whole && old.size() < fullHistory) {
+        appendToFile(path, line);
+        text = old + line;
+        return entry.number;
+    }
+    size_t first = lines.size();
+    for (size_t size = 0; first > 0 && size + lines[first - 1].size() < fullHistory / 2;)
+        size += lines[--first].size() + 1;
+    std::string kept;
+    for (size_t i = first; i < lines.size(); ++i)
+        kept.append(lines[i]).append("\n");
+    kept += line;
+    replaceFile(path, kept);
+    text = std::move(kept);
+    return entry.number;
+}
+
+} // namespace swctl

@@ -1,0 +1,54 @@
+#include "client/service/last_load.h"
+
+#include "client/base/failure.h"
+#include "client/service/log.h"
+#include "client/service/request_log.h"
+#include "common/clock.h"
+#include "common/load_line.h"
+#include "common/log_rank.h"
+
+namespace swctl {
+namespace {
+
+constexpr int64_t startSlack =
+    10; // ms, a tick of the kernel, by which it may date a start too late
+
+} // namespace
+
+std::string LastLoad::text() const
+{
+    if (!unknown.empty())
+        return "not known: " + unknown;
+    if (!stopped)
+        return "went through; nothing in the log says otherwise";
+    return "stopped at " + timeText(time);
+}
+
+LastLoad lastLoadSince(int64_t start)
+{
+    LastLoad load;
+    const int64_t begin = (start - startSlack) * nanosecondsPerMillisecond;
+    try {
+        std::vector<LogLine> errors;
+        const Hearing heard = failedTools([&](const LogLine &line) {
+            ToolLine tool;
+            if (line.time < begin || toolLineRead(line.text.data(), line.text.size(), tool))
+                return;
+            errors.push_back(line);
+            if (!isLoadFailure(line.text))
+                return;
+            load.stopped = true;
+            load.time = line.time;
+            load.reasons = reasonsIn(errors);
+        });
+        if (!load.stopped && heard.since > start * nanosecondsPerMillisecond)
+            load.unknown = "the log daemon began to listen later";
+        else if (!load.stopped && heard.lost != 0)
+            load.unknown = "the log daemon lost records";
+    } catch (const Failure &) {
+        load.unknown = "no log daemon is running that could tell";
+    }
+    return load;
+}
+
+} // namespace swctl

@@ -1,0 +1,124 @@
+#include "client/service/service.h"
+
+#include "client/base/failure.h"
+#include "client/base/text.h"
+#include "client/base/wire.h"
+#include "platform/relay.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+
+namespace swctl {
+namespace {
+
+constexpr int relayWaitMode = 1; // relayIoctl waits for the answer
+
+std::string whyNot(int module, int result)
+{
+    const char *name = module == LOGGING_RELAY_MODULE_ID ? "log daemon" : "switch manager";
+    const char *directory = getenv("RELAY_DIR");
+    const char *advice = result == -ENOENT || result == -ECONNREFUSED ? "is it running?"
+                         : result == -EACCES     ? "this user may not talk to it"
+                         : result == -ETIMEDOUT  ? "it does not answer"
+                         : result == -ECONNRESET ? "it ended before it answered"
+                                                 : "try again";
+    return "the " + std::string(name) + " cannot be reached (relay module " +
+           std::to_string(module) + (directory != nullptr ? " in " + printable(directory) : "") +
+           ": " + strerror(-result) + "); " + advice;
+}
+
+} // namespace
+
+void useRelayDirectory(const std::string &directory)
+{
+    if (!directory.empty())
+        setenv("RELAY_DIR", directory.c_str(), /*overwrite=*/1);
+}
+
+void limitAnswers(int seconds)
+{
+    setenv("RELAY_TIMEOUT", std::to_string(std::max(seconds, 1)).c_str(), /*overwrite=*/1);
+}
+
+int exchange(int module, int requestType, std::string_view data, std::string &buffer)
+{
+    std::string sent(data); // relayIoctl takes a writable buffer
+    auto length = static_cast<uint32_t>(buffer.size());
+    errno = 0;
+    const int result =
+        relayIoctl(/*ctx=*/nullptr, module, requestType, sent.empty() ? nullptr : sent.data(),
+                   static_cast<int>(sent.size()), buffer.empty() ? nullptr : buffer.data(),
+                   buffer.empty() ? nullptr : &length, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
+    // relayIoctl gives the handler's result with errno 0, or the reason why there
+    // is none with errno set.
+    if (result < 0 && errno != 0) {
+        const std::string reason = whyNot(module, result);
+        if (result == -ECONNRESET || result == -ETIMEDOUT)
+            throw Unanswered(reason);
+        throw Failure(exitUnreachable, reason);
+    }
+    buffer.resize(std::min<size_t>(length, buffer.size()));
+    return result;
+}
+
+int ask(int module, int requestType, std::string_view data, std::string_view buffer)
+{
+    std::string reply(buffer);
+    return exchange(module, requestType, data, reply);
+}
+
+void askNothing(int rowId)
+{
+    SwMgrDbEvent event{};
+    fillField(event.tableName, markerTable);
+    event.rowId = rowId;
+    event.opCode = SWMGR_DB_DELETE;
+    static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, bytesOf(event)));
+}
+
+bool serviceAnswers()
+{
+    try {
+        askNothing(/*rowId=*/0);
+        return true;
+    } catch (const Failure &) {
+        return false;
+    }
+}
+
+std::string switchRequest(const std::string &switchName, std::string_view payload)
+{
+    SwMgrSwitchCmdRequest request{};
+    fillField(request.switchName, switchName);
+    memcpy(request.payload, payload.data(), payload.size());
+    return std::string(bytesOf(request));
+}
+
+int askSwitch(const std::string &switchName, int command, std::string_view payload)
+{
+    return ask(SWMGR_RELAY_MODULE_ID, command, switchRequest(switchName, payload));
+}
+
+std::string statusInWords(int status)
+{
+    struct Meaning {
+        int status;
+        const char *words;
+    };
+    static constexpr Meaning meanings[] = {
+        {SWMGR_STATUS_OK, "done"},
+        {SWMGR_STATUS_FAILED, "failed"},
+        {SWMGR_STATUS_INVALID, "refused as invalid"},
+        {SWMGR_STATUS_NO_MEMORY, "the service is out of memory"},
+        {SWMGR_STATUS_UNSUPPORTED, "this interface event is not supported"},
+    };
+    for (const Meaning &meaning : meanings)
+        if (meaning.status == status)
+            return std::to_string(status) + " (" + meaning.words + ")";
+    // Other negative answers come from the hardware as errno values.
+    return std::to_string(status) + " (" + printable(strerror(-status)) + ")";
+}
+
+} // namespace swctl

@@ -1,0 +1,117 @@
+// The network as the database has it and as a fresh start from it would have it:
+// the rows, and beside them what the rehearsed service leaves in chip and engine.
+#pragma once
+
+#include "client/devices/gateway_view.h"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace swctl {
+
+struct PortConfig {
+    struct Mapping {
+        std::string switchName;
+        int32_t port; // port of that switch
+    };
+
+    int32_t number = 0;
+    std::string interfaceName;   // empty: none
+    std::vector<Mapping> mapped; // in the order of the row
+};
+
+// What carries a switch out, by what the start did for its row.
+enum class Backend {
+    none, // it did not come that far, or there is no such backend
+    chip,
+    engine,
+    bridge
+};
+
+struct SwitchConfig {
+    std::string name;
+    std::string device; // empty: none
+    Backend carriedBy = Backend::none;
+    int32_t level = 0; // the highest is the top-level switch
+    bool vlanEnabled = false;
+    bool qosEnabled = false;
+    std::vector<PortConfig> ports; // in the order of the rows
+};
+
+// What a start makes of a row.
+enum class Fate {
+    applied,
+    stopsHere,
+    missing // the start stopped before it
+};
+
+struct VlanConfig {
+    int32_t id = 0;
+    std::string interfaceName; // Linux interface
+    std::string logicalName;
+    bool switchOnly = false;
+    Fate fate = Fate::missing;
+};
+
+// Where a start ends early, and what is missing then.
+struct Stop {
+    std::string table;                // empty: at no row
+    int row = 0;                      // in the table's own order, from 1; 0: at none
+    std::string name;                 // of the row, as "VLAN 30"
+    int status = 0;                   // of the service
+    std::vector<std::string> reasons; // lines of its log
+    std::vector<std::string> missing; // switches and ports, as "port 3 of BCM"
+    std::vector<int32_t> vlans;       // that are not applied
+};
+
+// How one port takes part in one VLAN.
+struct Cell {
+    bool member = false;
+    bool untagged = false; // of a member: sent without tag
+    bool cpu = false;      // the port through which the VLAN reaches the host
+};
+
+struct PortColumn {
+    size_t owner; // index of the switch
+    int32_t port;
+    std::optional<int32_t> pvid; // none for a port that has no default tag
+};
+
+struct Network {
+    std::vector<SwitchConfig> switches;   // highest level first
+    std::vector<VlanConfig> vlans;        // in the order of the rows
+    std::vector<PortColumn> columns;      // switch by switch
+    std::vector<std::vector<Cell>> lines; // one per VLAN, one cell per column
+    std::optional<Stop> stop;
+    std::vector<std::string> notes; // errors in the rows
+    size_t warnings = 0;            // about the rows
+};
+
+// Where the start from this database ended early; none when it took every row.
+std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
+
+Network networkOf(GatewayView &gateway);
+
+// The same of a start that was rehearsed already, without notes about the rows.
+Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start);
+
+// The name of the switch that owns a column.
+inline const std::string &ownerName(const Network &network, const PortColumn &column)
+{
+    return network.switches[column.owner].name;
+}
+
+// Whether a column is the first one of its switch.
+bool beginsSwitch(const Network &network, size_t column);
+
+// The engine's ports that take part in a VLAN, bit n for port n.
+struct EngineVlan {
+    uint32_t members = 0;
+    uint32_t tagged = 0;
+    uint32_t cpu = 0; // ports that lead to the host's address
+};
+EngineVlan engineVlan(const engine::State &state, int32_t vlanId);
+
+} // namespace swctl

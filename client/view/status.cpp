@@ -1,0 +1,82 @@
+#include "client/view/status.h"
+
+#include "client/change/repair.h"
+#include "client/records/journal.h"
+#include "client/service/service.h"
+#include "client/service/service_life.h"
+#include "common/log_rank.h"
+
+#include <algorithm>
+
+namespace swctl {
+namespace {
+
+// What became of a sub-interface is read from the kernel itself.
+bool isOfKernel(const LogLine &line)
+{
+    return line.text.starts_with("cmd (vconfig ") || line.text.starts_with("cmd (ifconfig ") ||
+           line.text.starts_with("cmd (/sbin/vconfig ");
+}
+
+void takeFailures(Status &status)
+{
+    try {
+        static_cast<void>(failedTools([&](const LogLine &line) {
+            ToolLine tool;
+            if (toolLineRead(line.text.data(), line.text.size(), tool))
+                status.failures.push_back(line);
+        }));
+    } catch (const Failure &) {
+        status.failuresUnknown = "no log daemon is running that could tell";
+    }
+}
+
+} // namespace
+
+Status statusOf(GatewayView &gateway)
+{
+    Status status;
+    status.verdict = compare(gateway, History(gateway.databasePath()), /*allVlans=*/false, {});
+    status.vlans = gateway.database().rows("vlanEncapIf").size();
+    for (const Difference &difference : status.verdict.left)
+        if (difference.vlanId != 0 && difference.inRows)
+            status.different.insert(difference.vlanId);
+    if (serviceAnswers())
+        status.start = serviceStart();
+    else
+        status.unreachable = "it does not answer; is it running?";
+    if (status.start)
+        status.load = lastLoadSince(*status.start);
+    else
+        status.load.unknown = "since when the service is up is not known";
+    if (const std::optional<ChangeSet> changes = Journal(gateway.databasePath()).unfinished())
+        status.unfinished = changes->what + " " + changes->verb;
+    status.trial = trialOf(gateway.databasePath());
+    takeFailures(status);
+    return status;
+}
+
+std::optional<size_t> Status::applied() const
+{
+    if (!verdict.unread.empty())
+        return std::nullopt;
+    return vlans - std::min(vlans, different.size() + verdict.unreached);
+}
+
+ExitStatus Status::exitStatus() const
+{
+    if (!unreachable.empty())
+        return exitUnreachable;
+    const bool fine = verdict.outcome == Outcome::applied && unfinished.empty() &&
+                      std::all_of(failures.begin(), failures.end(), isOfKernel) &&
+                      verdict.startStops.empty();
+    return fine ? exitDone : exitDiffers;
+}
+
+const char *Status::health() const
+{
+    const ExitStatus exit = exitStatus();
+    return exit == exitDone ? "healthy" : exit == exitDiffers ? "not healthy" : "not reachable";
+}
+
+} // namespace swctl

@@ -1,0 +1,165 @@
+#include "client/view/watch.h"
+
+#include "client/base/number.h"
+#include "client/base/time_text.h"
+#include "client/rows/check_rows.h"
+#include "client/service/service_life.h"
+
+#include <algorithm>
+
+namespace swctl {
+namespace {
+
+constexpr const char *tables[] = {switchTableName, portTableName, vlanTableName};
+
+// Every column that holds something.
+std::string valuesOf(const Row &row)
+{
+    std::string text;
+    for (const Row::Cell &cell : row.cells)
+        if (!cell.text.empty() && cell.column != "id")
+            text += (text.empty() ? "" : ", ") + cell.column + " " + cell.text;
+    return text;
+}
+
+std::string subjectOf(const std::string &table, const Row &row)
+{
+    const std::string number = "row " + std::to_string(row.rowId);
+    return table == vlanTableName ? number : nameOf(table, row) + " (" + number + ")";
+}
+
+std::vector<std::string> partsOf(const std::string &text)
+{
+    constexpr const char *gap = ", ";
+    std::vector<std::string> parts;
+    size_t begin = 0;
+    for (size_t end = 0; (end = text.find(gap, begin)) != std::string::npos; begin = end + 2)
+        parts.push_back(text.substr(begin, end - begin));
+    parts.push_back(text.substr(begin));
+    return parts;
+}
+
+// The parts of a text that another one does not have.
+std::string partsBesides(const std::string &text, const std::string &other)
+{
+    const std::vector<std::string> known = partsOf(other);
+    std::string left;
+    for (const std::string &part : partsOf(text))
+        if (std::find(known.begin(), known.end(), part) == known.end())
+            left += (left.empty() ? "" : ", ") + part;
+    return left.empty() ? "-" : left;
+}
+
+} // namespace
+
+std::string SceneChange::text() const
+{
+    const std::string what = (vlanId != 0 ? "VLAN " + std::to_string(vlanId) + " " : "") + subject;
+    if (was.empty())
+        return "+ " + what + ": " + is;
+    if (is.empty())
+        return "- " + what + ": " + was;
+    return "! " + what + ": " + partsBesides(was, is) + " -> " + partsBesides(is, was);
+}
+
+std::vector<SceneChange> changesBetween(const Scene &before, const Scene &after)
+{
+    std::map<std::pair<int, std::string>, SceneChange> changes;
+    for (const auto &[key, is] : after) {
+        const auto found = before.find(key);
+        const std::string was = found != before.end() ? found->second : "";
+        if (was != is)
+            changes[key] = {key.first, key.second, was, is};
+    }
+    for (const auto &[key, was] : before)
+        if (!after.contains(key))
+            changes[key] = {key.first, key.second, was, ""};
+    std::vector<SceneChange> all;
+    all.reserve(changes.size());
+    for (const auto &[key, change] : changes)
+        all.push_back(change);
+    return all;
+}
+
+Watcher::Watcher(GatewayView &onlyLookedAt) : gateway(onlyLookedAt) {}
+
+bool Watcher::databaseMoved()
+{
+    Statement statement(gateway.database(), "SELECT 1, data_version FROM pragma_data_version");
+    std::string now;
+    if (statement.step())
+        now = statement.row().text("data_version");
+    return std::exchange(version, now) != now;
+}
+
+Scene Watcher::observe(bool table)
+{
+    Scene scene;
+    addService(scene);
+    addRows(scene);
+    addKernel(scene);
+    addChip(scene, table);
+    return scene;
+}
+
+void Watcher::addRows(Scene &scene)
+{
+    for (const char *table : tables)
+        for (const Row &row : gateway.database().rows(table)) {
+            const bool isVlan = std::string_view(table) == vlanTableName;
+            const int id = isVlan ? toInt(row.text("vlanId")) : 0;
+            scene[{id, subjectOf(table, row)}] = valuesOf(row);
+            if (isVlan)
+                ids.insert(id);
+        }
+}
+
+void Watcher::addKernel(Scene &scene)
+{
+    const Part<Kernel> kernel = readKernel(gateway.site());
+    if (!kernel.held) {
+        scene[{0, "kernel"}] = "not read: " + kernel.reason;
+        return;
+    }
+    for (const auto &[name, sub] : kernel.held->interfaces) {
+        scene[{sub.vlanId, name}] = stateText(sub);
+        ids.insert(sub.vlanId);
+    }
+}
+
+void Watcher::addChip(Scene &scene, bool table)
+{
+    const std::string device = chipDevice(gateway.database());
+    if (device.empty())
+        return;
+    const Part<Chip> ports = readChipPorts(gateway.site(), device);
+    if (!ports.held) {
+        scene[{0, "chip"}] = "not read: " + ports.reason;
+        entries.clear();
+        return;
+    }
+    for (size_t port = 0; port < ports.held->ports.size(); ++port) {
+        const ChipPort &held = ports.held->ports[port];
+        const std::string name = "chip port " + std::to_string(port);
+        scene[{0, name + " link"}] = held.linkUp ? "up" : "down";
+        scene[{0, name + " default tag"}] = std::to_string(held.pvid);
+    }
+    if (table || entries.empty()) {
+        const Part<Chip> chip = readChip(gateway.site(), device, ids);
+        entries.clear();
+        if (chip.held)
+            for (const auto &[id, vlan] : chip.held->vlans)
+                entries[{id, "chip"}] = membersText(vlan);
+    }
+    scene.insert(entries.begin(), entries.end());
+}
+
+void Watcher::addService(Scene &scene)
+{
+    // Who serves the socket is asked of the kernel: a request would be logged each time.
+    const std::optional<int64_t> start = serviceStart();
+    const std::string text = start ? "up since " + dateText(*start / 1000) : "not reachable";
+    scene[{0, "service"}] = text;
+}
+
+} // namespace swctl
