@@ -124,8 +124,9 @@ void anyRequest(Words &words)
                   std::string(static_cast<size_t>(words.number()), 'r')));
 }
 
-// message HEADER TYPE LENGTH REPLY REPLY-LENGTH: a call of the handler without
-// data; no header, no reply buffer or no length of it where a word is "none"
+// message HEADER TYPE LENGTH DATA REPLY REPLY-LENGTH: a call of the handler with none,
+// zeros or the event of a row that was deleted; no header, no reply buffer or no length
+// of it where a word is "none"
 void message(Words &words)
 {
     RelayMsgHdr header{1, 20, 3, 4, 1};
@@ -133,7 +134,8 @@ void message(Words &words)
     header.request = kind == "request" ? 9 : 0;
     const auto type = static_cast<int>(words.number());
     const auto length = static_cast<int>(words.number());
-    const bool hasData = words.next() == "data";
+    const std::string kindOfData = words.next();
+    const bool hasData = kindOfData == "data" || kindOfData == "deletion";
     char reply[64] = "not to be read";
     const bool hasReply = words.next() != "none";
     const bool hasLength = !words.end();
@@ -141,6 +143,10 @@ void message(Words &words)
     std::vector<char> data(1364);
     const uint32_t code = 22;
     memcpy(data.data() + 132, &code, sizeof(code)); // of an interface event
+    if (kindOfData == "deletion") {
+        strcpy(data.data(), "swGlobalCfg");
+        data[offsetof(SwMgrDbEvent, opCode)] = SWMGR_DB_DELETE;
+    }
     noted(platform::handler()(nullptr, kind == "none" ? nullptr : &header, type,
                               hasData ? data.data() : nullptr, length, hasReply ? reply : nullptr,
                               hasLength ? &replyLength : nullptr));
