@@ -577,6 +577,14 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
               sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
     EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
 
+    // What an object says is put right by its own command, not by another VLAN's.
+    filled(*other, 20, 0x1, 0x0);
+    filled(*one, 10, 0x3, 0x1);
+    EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_UPDATE, one));
+    EXPECT_EQ("cmd bridge vlan add dev lan1 vid 10 pvid untagged\n"
+              "cmd bridge vlan add dev lan1 vid 20\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, nullptr));
+
     // The port that is there under another number has to join as that.
     lan->number = 5;
     filled(*one, 10, 0x21, 0x0);
@@ -586,6 +594,10 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
               "cmd ip link set dev lan1 up\ncmd bridge vlan add dev lan1 vid 10\n= 0",
               sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
     EXPECT_EQ("", platform::answerAsUsual());
+
+    EXPECT_EQ(0, switchConfigFuncUnRegister(as(sw)));
+    EXPECT_EQ(nullptr, sw->config);
+    EXPECT_EQ(nullptr, sw->transfer);
 }
 
 // The field is longer than a name that a mapping can hold.
