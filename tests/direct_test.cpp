@@ -13,6 +13,7 @@
 #include "backends/pse/pse.h"
 #include "base/state.h"
 #include "config/vlan_config.h"
+#include "service/dispatch.h"
 #include "switch/port.h"
 #include "switch/port_mapping.h"
 #include "switch/registry.h"
@@ -493,6 +494,19 @@ TEST(Direct, aHierarchyOfAProgramsOwnIsServed)
               "ioctl DEFAULT_TAG_SET 020014000000\nioctl NON8021Q_FRAMES_SET 020000000000\n"
               "ioctl VLAN_CLEAR 1400000000\nioctl VLAN_ENTRY_SET 14001600040000\n",
               happened);
+
+    // A sender's record receives the VLAN's index, and is left alone otherwise.
+    SwMgrVlanRequest request{};
+    memset(&request, 'x', sizeof(request));
+    request.vlan = cfg;
+    SwMgrVlanRequest expected = request;
+    expected.vlan.vlanIndex = switchNextVlanIndexGet();
+    request.vlan.vlanIndex = -1;
+    RelayMsgHdr header{1, 20, 3, 4, 1};
+    EXPECT_EQ(0, swMgrIoctlHandler(nullptr, &header, SW_CMD_VLAN_ADD, &request, sizeof(request),
+                                   nullptr, nullptr));
+    EXPECT_EQ(0, memcmp(&expected, &request, sizeof(request)));
+    platform::forget();
 
     // The same VLAN under another id from now on: what the engine does goes on to the chip.
     auto *ofEngine = static_cast<OwnVlan *>(engine->vlanList.first);
