@@ -13,6 +13,7 @@
 #include "backends/pse/pse.h"
 #include "base/state.h"
 #include "config/vlan_config.h"
+#include "service/dispatch.h"
 #include "switch/port.h"
 #include "switch/port_mapping.h"
 #include "switch/registry.h"
@@ -494,6 +495,19 @@ TEST(Direct, aHierarchyOfAProgramsOwnIsServed)
               "ioctl VLAN_CLEAR 1400000000\nioctl VLAN_ENTRY_SET 14001600040000\n",
               happened);
 
+    // A sender's record receives the VLAN's index, and is left alone otherwise.
+    SwMgrVlanRequest request{};
+    memset(&request, 'x', sizeof(request));
+    request.vlan = cfg;
+    SwMgrVlanRequest expected = request;
+    expected.vlan.vlanIndex = switchNextVlanIndexGet();
+    request.vlan.vlanIndex = -1;
+    RelayMsgHdr header{1, 20, 3, 4, 1};
+    EXPECT_EQ(0, swMgrIoctlHandler(nullptr, &header, SW_CMD_VLAN_ADD, &request, sizeof(request),
+                                   nullptr, nullptr));
+    EXPECT_EQ(0, memcmp(&expected, &request, sizeof(request)));
+    platform::forget();
+
     // The same VLAN under another id from now on: what the engine does goes on to the chip.
     auto *ofEngine = static_cast<OwnVlan *>(engine->vlanList.first);
     ofEngine->id = 21;
@@ -577,6 +591,14 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
               sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
     EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_SET, other));
 
+    // What an object says is put right by its own command, not by another VLAN's.
+    filled(*other, 20, 0x1, 0x0);
+    filled(*one, 10, 0x3, 0x1);
+    EXPECT_EQ("= 0", sent(SW_CMD_VLAN_MEMBERSHIP_UPDATE, one));
+    EXPECT_EQ("cmd bridge vlan add dev lan1 vid 10 pvid untagged\n"
+              "cmd bridge vlan add dev lan1 vid 20\n= 0",
+              sent(SW_CMD_VLAN_MEMBERSHIP_SET, nullptr));
+
     // The port that is there under another number has to join as that.
     lan->number = 5;
     filled(*one, 10, 0x21, 0x0);
@@ -586,6 +608,10 @@ TEST(Direct, aBridgeOfAProgramsOwnIsServed)
               "cmd ip link set dev lan1 up\ncmd bridge vlan add dev lan1 vid 10\n= 0",
               sent(SW_CMD_VLAN_MEMBERSHIP_SET, one));
     EXPECT_EQ("", platform::answerAsUsual());
+
+    EXPECT_EQ(0, switchConfigFuncUnRegister(as(sw)));
+    EXPECT_EQ(nullptr, sw->config);
+    EXPECT_EQ(nullptr, sw->transfer);
 }
 
 // The field is longer than a name that a mapping can hold.

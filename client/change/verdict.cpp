@@ -45,8 +45,6 @@ void conclude(Verdict &verdict, Settled settled, Outcome otherwise)
     verdict.left = std::move(settled.left);
     for (const auto &[name, sub] : settled.actual.foreign)
         verdict.foreign.push_back(name);
-    for (const auto &[name, sub] : settled.actual.foreign)
-        verdict.foreign.push_back(name);
     readUnread(verdict, settled.actual);
     noteEngine(verdict, settled.actual);
     verdict.outcome = verdict.left.empty() && verdict.unread.empty() ? otherwise : Outcome::differs;

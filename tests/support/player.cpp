@@ -124,9 +124,9 @@ void anyRequest(Words &words)
                   std::string(static_cast<size_t>(words.number()), 'r')));
 }
 
-// message HEADER TYPE LENGTH data|- REPLY [REPLY-LENGTH]: a call of the handler; no
-// header or no reply buffer where a word is "none", else one with a bandwidth of 1000
-// at 50 percent, as the messaging pads it
+// message HEADER TYPE LENGTH DATA REPLY [REPLY-LENGTH]: a call of the handler with none,
+// zeros or the event of a row that was deleted; no header or no reply buffer if a word is
+// "none", else one with a bandwidth of 1000 at 50 percent, padded as the messaging does
 void message(Words &words)
 {
     RelayMsgHdr header{1, 20, 3, 4, 1};
@@ -134,7 +134,8 @@ void message(Words &words)
     header.request = kind == "request" ? 9 : 0;
     const auto type = static_cast<int>(words.number());
     const auto length = static_cast<int>(words.number());
-    const bool hasData = words.next() == "data";
+    const std::string kindOfData = words.next();
+    const bool hasData = kindOfData == "data" || kindOfData == "deletion";
     std::vector<char> reply(RELAY_REPLY_SIZE);
     const SwMgrIfBandwidth bandwidthGiven = [] {
         SwMgrIfBandwidth given{};
@@ -149,6 +150,10 @@ void message(Words &words)
     std::vector<char> data(1364);
     const uint32_t code = 22;
     memcpy(data.data() + 132, &code, sizeof(code)); // of an interface event
+    if (kindOfData == "deletion") {
+        strcpy(data.data(), "swGlobalCfg");
+        data[offsetof(SwMgrDbEvent, opCode)] = SWMGR_DB_DELETE;
+    }
     noted(platform::handler()(
         nullptr, kind == "none" ? nullptr : &header, type, hasData ? data.data() : nullptr, length,
         hasReply ? reply.data() : nullptr, hasLength ? &replyLength : nullptr));
