@@ -6,6 +6,7 @@
 #include "client/change/journal.h"
 #include "client/change/judge.h"
 #include "client/change/pending.h"
+#include "client/rows/columns.h"
 #include "client/service/service.h"
 
 #include <algorithm>
@@ -76,7 +77,6 @@ std::optional<Verdict> recoverUnfinished(const ChangeOptions &options)
 
 Verdict repair(const ChangeOptions &options, bool allVlans, bool dryRun, const Progress &progress)
 {
-    constexpr int highestVlan = 4094;
     GatewayView gateway(options.databasePath, options.siteFile);
     Database database(options.databasePath, Access::read);
     Snapshot snapshot(database);

@@ -2,6 +2,7 @@
 #include "client/devices/gateway_view.h"
 
 #include "client/base/number.h"
+#include "client/rows/columns.h"
 
 #include <unistd.h>
 
@@ -9,7 +10,6 @@ namespace swctl {
 namespace {
 
 constexpr int lowestVlan = 1; // ids that an entry of the chip can have
-constexpr int highestVlan = 4094;
 
 // Of the rows' devices those that are there; a name that no device has when none
 // is, since an empty list would stand for all.

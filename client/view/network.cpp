@@ -7,6 +7,7 @@
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/rows/check_rows.h"
+#include "client/rows/columns.h"
 #include "client/service/service.h"
 
 #include <algorithm>
@@ -16,7 +17,6 @@ namespace swctl {
 namespace {
 
 constexpr int32_t mapPorts = 16; // ports in an entry of the chip's VLAN table
-constexpr int32_t highestVlan = 4094;
 
 bool hasBit(uint32_t mask, int32_t bit)
 {
