@@ -53,16 +53,16 @@ CREATE TRIGGER swPortConfig_inserted AFTER INSERT ON swPortConfig
 BEGIN
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.switchName holds at most 63 bytes')
     WHERE length(CAST(NEW.switchName AS BLOB)) > 63;
-    SELECT RAISE(ABORT, 'value-range: swPortConfig.PVID takes 0 to 4094')
-    WHERE CAST(CAST(ifnull(NEW.PVID, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4094;
-    SELECT RAISE(ABORT, 'value-range: swPortConfig.trustMode takes 0 to 4')
-    WHERE CAST(CAST(ifnull(NEW.trustMode, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4;
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.interfaceName holds at most 63 bytes')
     WHERE length(CAST(NEW.interfaceName AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'interface-bad-name: swPortConfig.interfaceName takes letters, digits and _ . : @ -')
     WHERE NEW.switchName = 'BRIDGE' AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.phyDevice holds at most 63 bytes')
     WHERE length(CAST(NEW.phyDevice AS BLOB)) > 63;
+    SELECT RAISE(ABORT, 'value-range: swPortConfig.PVID takes 0 to 4094')
+    WHERE CAST(CAST(ifnull(NEW.PVID, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4094;
+    SELECT RAISE(ABORT, 'value-range: swPortConfig.trustMode takes 0 to 4')
+    WHERE CAST(CAST(ifnull(NEW.trustMode, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4;
     SELECT RAISE(ABORT, 'port-without-switch: the switch of a port is not there')
     WHERE NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = NEW.switchName);
     SELECT RAISE(ABORT, 'port-duplicate: two rows describe one port')
@@ -96,16 +96,16 @@ CREATE TRIGGER swPortConfig_updated AFTER UPDATE ON swPortConfig
 BEGIN
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.switchName holds at most 63 bytes')
     WHERE length(CAST(NEW.switchName AS BLOB)) > 63;
-    SELECT RAISE(ABORT, 'value-range: swPortConfig.PVID takes 0 to 4094')
-    WHERE CAST(CAST(ifnull(NEW.PVID, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4094;
-    SELECT RAISE(ABORT, 'value-range: swPortConfig.trustMode takes 0 to 4')
-    WHERE CAST(CAST(ifnull(NEW.trustMode, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4;
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.interfaceName holds at most 63 bytes')
     WHERE length(CAST(NEW.interfaceName AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'interface-bad-name: swPortConfig.interfaceName takes letters, digits and _ . : @ -')
     WHERE NEW.switchName = 'BRIDGE' AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.phyDevice holds at most 63 bytes')
     WHERE length(CAST(NEW.phyDevice AS BLOB)) > 63;
+    SELECT RAISE(ABORT, 'value-range: swPortConfig.PVID takes 0 to 4094')
+    WHERE CAST(CAST(ifnull(NEW.PVID, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4094;
+    SELECT RAISE(ABORT, 'value-range: swPortConfig.trustMode takes 0 to 4')
+    WHERE CAST(CAST(ifnull(NEW.trustMode, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4;
     SELECT RAISE(ABORT, 'port-without-switch: the switch of a port is not there')
     WHERE NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = NEW.switchName);
     SELECT RAISE(ABORT, 'port-duplicate: two rows describe one port')

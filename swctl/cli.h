@@ -2,6 +2,8 @@
 // help and examples. The manual page and the completion are made from it too.
 #pragma once
 
+#include "client/rows/columns.h"
+
 #include <CLI/CLI.hpp>
 #include <cstdint>
 #include <functional>
@@ -11,7 +13,6 @@
 namespace swctl {
 
 constexpr const char *defaultDatabase = "/etc/swmgr/config.db";
-constexpr int64_t mostRate = 1300480; // kbit/s, 127 of the coarsest steps of the engine's limiter
 
 // Options that hold for every command.
 struct Globals {

@@ -3,6 +3,7 @@
 #include "client/base/failure.h"
 #include "client/check/check.h"
 #include "client/rehearse/rehearsal.h"
+#include "client/rows/columns.h"
 
 #include <fstream>
 #include <gtest/gtest.h>
@@ -137,7 +138,20 @@ TEST(Check, aFaultyRowIsFoundByItsRuleAndRefusedByTheTriggers)
     }
     for (const Rule &rule : checkRules())
         EXPECT_PRED_FORMAT2(testing::IsSubstring, rule.id, all);
-    EXPECT_EQ(constraintTriggers(), fileText("constraints.sql"));
+}
+
+// With DOCUMENTS_WRITE set they are written anew instead.
+TEST(Check, theFilesMadeFromColumnsAndRulesAreUpToDate)
+{
+    const std::pair<const char *, std::string> files[] = {
+        {"schema.sql", databaseSchema()},
+        {"constraints.sql", constraintTriggers()},
+        {"configuration.schema.json", configurationSchema()}};
+    for (const auto &[name, text] : files)
+        if (getenv("DOCUMENTS_WRITE") != nullptr)
+            std::ofstream(std::string(DATA "/") + name) << text;
+        else
+            EXPECT_EQ(text, fileText(name)) << "DOCUMENTS_WRITE=1 check_test writes it";
 }
 
 TEST(Check, aChangeAnswersForWhatItMakesWorseAlone)

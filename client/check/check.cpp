@@ -5,6 +5,7 @@
 #include "client/check/check_rules.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/check_rows.h"
+#include "client/rows/columns.h"
 
 #include <algorithm>
 #include <array>
@@ -16,7 +17,6 @@ namespace swctl {
 namespace {
 
 constexpr uint32_t chipMask = (1u << chipPorts) - 1;
-constexpr int portListBits = 32;
 constexpr size_t longestInterfaceName = 15;
 
 class Checker {
@@ -38,10 +38,10 @@ private:
 
     void checkStart();
     void checkTable(const TableRows &table);
-    void checkValue(const TableRows &table, const Row &row, const ColumnRule &column);
-    void checkText(const TableRows &table, const Row &row, const ColumnRule &column,
+    void checkValue(const TableRows &table, const Row &row, const Column &column);
+    void checkText(const TableRows &table, const Row &row, const Column &column,
                    const std::string &text);
-    void checkNumber(const TableRows &table, const Row &row, const ColumnRule &column,
+    void checkNumber(const TableRows &table, const Row &row, const Column &column,
                      const std::string &text);
     void checkSwitches();
     void checkVlanMode();
@@ -93,49 +93,48 @@ void Checker::checkTable(const TableRows &table)
         addTable("table-missing", table.name, "", "there is no such table", Severity::error);
         return;
     }
-    for (const ColumnRule &column : columnRules()) {
-        if (std::string_view(column.table) != table.name)
-            continue;
-        if (!table.columns.contains(column.column))
-            addTable("column-missing", table.name, column.column,
-                     std::string("there is no column ") + column.column + "; it counts as " +
-                         (column.kind == Kind::number ? "0" : "empty") + " in every row",
+    for (const Column &column : columnsOf(table.name)) {
+        if (!table.columns.contains(column.name))
+            addTable("column-missing", table.name, column.name,
+                     std::string("there is no column ") + column.name + "; it counts as " +
+                         (column.isNumber() ? "0" : "empty") + " in every row",
                      column.needed ? Severity::error : Severity::warning);
         for (const Row &row : table.rows)
             checkValue(table, row, column);
     }
 }
 
-void Checker::checkValue(const TableRows &table, const Row &row, const ColumnRule &column)
+void Checker::checkValue(const TableRows &table, const Row &row, const Column &column)
 {
-    const std::string *text = row.find(column.column);
+    const std::string *text = row.find(column.name);
     if (text == nullptr)
         return;
-    if (column.kind == Kind::number)
+    if (column.isNumber())
         checkNumber(table, row, column, *text);
     else
         checkText(table, row, column, *text);
 }
 
-void Checker::checkText(const TableRows &table, const Row &row, const ColumnRule &column,
+void Checker::checkText(const TableRows &table, const Row &row, const Column &column,
                         const std::string &text)
 {
     if (text.size() > static_cast<size_t>(column.most))
-        add("text-too-long", table, row, column.column,
-            std::string(column.column) + " has " + std::to_string(text.size()) +
-                " bytes; at most " + std::to_string(column.most) + " fit",
+        add("text-too-long", table, row, column.name,
+            std::string(column.name) + " has " + std::to_string(text.size()) + " bytes; at most " +
+                std::to_string(column.most) + " fit",
             Severity::error);
     constexpr const char *allowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                     "0123456789_.:@-";
     // Of ports only those of a bridge reach a command line by their name.
-    const bool reachesLine = &table != &all.portTable || row.text("switchName") == "BRIDGE";
-    if (column.kind == Kind::interface && reachesLine &&
-        text.find_first_not_of(allowed) != std::string::npos)
-        add("interface-bad-name", table, row, column.column,
+    const bool reachesLine =
+        column.holds == Holds::interface ||
+        (column.holds == Holds::portInterface && row.text("switchName") == "BRIDGE");
+    if (reachesLine && text.find_first_not_of(allowed) != std::string::npos)
+        add("interface-bad-name", table, row, column.name,
             "'" + printable(text) + "' is no interface name", Severity::error);
 }
 
-void Checker::checkNumber(const TableRows &table, const Row &row, const ColumnRule &column,
+void Checker::checkNumber(const TableRows &table, const Row &row, const Column &column,
                           const std::string &text)
 {
     char *end = nullptr;
@@ -143,15 +142,16 @@ void Checker::checkNumber(const TableRows &table, const Row &row, const ColumnRu
     const long long whole = strtoll(text.c_str(), &end, 10);
     const int32_t value = toInt(text);
     if (end == text.c_str() || *end != '\0' || errno != 0 || whole != value)
-        add("number-text", table, row, column.column,
-            std::string(column.column) + " '" + printable(text) + "' is read as " +
+        add("number-text", table, row, column.name,
+            std::string(column.name) + " '" + printable(text) + "' is read as " +
                 std::to_string(value),
             Severity::warning);
-    if (!column.accepts(value))
-        add("value-range", table, row, column.column,
-            std::string(column.column) + " is " + std::to_string(value) + "; it takes " +
-                column.values,
-            column.severity);
+    const bool refused = column.outside == Outside::refused;
+    if ((refused || column.outside == Outside::misleading) && !column.accepts(value))
+        add("value-range", table, row, column.name,
+            std::string(column.name) + " is " + std::to_string(value) + "; it takes " +
+                column.values(),
+            refused ? Severity::error : Severity::warning);
 }
 
 // --- a start, as it was rehearsed ------------------------------------------

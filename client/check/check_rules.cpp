@@ -1,10 +1,11 @@
-// The rules, the columns, and what SQL can say of both. Adding a rule: a row
+// The rules, and what SQL can say of them and of the columns. Adding a rule: a row
 // here, its condition among the guards where SQL can express it, and the place
 // in check.cpp that finds it.
 #include "client/check/check_rules.h"
 
+#include "client/rows/columns.h"
+
 #include <algorithm>
-#include <limits>
 
 namespace swctl {
 namespace {
@@ -135,63 +136,6 @@ constexpr Rule rules[] = {
      "leave it where the difference is meant."},
 };
 
-constexpr int64_t maxInt = std::numeric_limits<int32_t>::max();
-constexpr int64_t noGap = ColumnRule::noGap;
-
-constexpr ColumnRule textColumn(const char *table, const char *column, int64_t most,
-                                Kind kind = Kind::text, bool needed = false)
-{
-    return {table, column, kind, needed, error, 0, most, noGap, ""};
-}
-
-constexpr ColumnRule numberColumn(const char *table, const char *column, Severity severity,
-                                  int64_t least, int64_t most, const char *values,
-                                  int64_t gap = noGap, bool needed = false)
-{
-    return {table, column, Kind::number, needed, severity, least, most, gap, values};
-}
-
-// Ids and port numbers have rules of their own. What the service only keeps
-// cannot do more harm than to mislead.
-constexpr int64_t minInt = std::numeric_limits<int32_t>::min();
-constexpr const char *weights = "1 and more";
-constexpr ColumnRule columns[] = {
-    textColumn("swGlobalCfg", "switchName", 63, Kind::text, true),
-    textColumn("swGlobalCfg", "switchDevice", 127),
-    numberColumn("swGlobalCfg", "numPorts", warning, 0, 32, "0 to 32"),
-    numberColumn("swGlobalCfg", "vlanEnable", error, 0, 1, "0 and 1"),
-    numberColumn("swGlobalCfg", "qosEnable", error, 0, 1, "0 and 1"),
-    numberColumn("swGlobalCfg", "pauseFrameEnable", warning, 0, 1, "0 and 1"),
-    numberColumn("swGlobalCfg", "igmpSnoopingEnable", warning, 0, 1, "0 and 1"),
-    numberColumn("swGlobalCfg", "mldSnoopingEnable", warning, 0, 1, "0 and 1"),
-    numberColumn("swGlobalCfg", "switchLevel", warning, 0, maxInt, "0 and more"),
-
-    textColumn("swPortConfig", "switchName", 63, Kind::text, true),
-    numberColumn("swPortConfig", "portNumber", error, minInt, maxInt, "", noGap, true),
-    numberColumn("swPortConfig", "PVID", error, 0, highestVlan, "0 to 4094"),
-    numberColumn("swPortConfig", "portType", warning, minInt, maxInt, ""),
-    numberColumn("swPortConfig", "mirroring", warning, minInt, maxInt, ""),
-    numberColumn("swPortConfig", "trustMode", error, 0, 4, "0 to 4"),
-    textColumn("swPortConfig", "interfaceName", 63, Kind::interface),
-    textColumn("swPortConfig", "phyDevice", 63),
-    numberColumn("swPortConfig", "rateLimit", warning, 0, 1300480, "0 to 1300480"),
-    numberColumn("swPortConfig", "schedMode", warning, 0, 3, "0, 1 and 3", 2),
-    numberColumn("swPortConfig", "numQueues", warning, 1, 4, "1, 2 and 4", 3),
-    numberColumn("swPortConfig", "queue1Weight", warning, 1, maxInt, weights),
-    numberColumn("swPortConfig", "queue2Weight", warning, 1, maxInt, weights),
-    numberColumn("swPortConfig", "queue3Weight", warning, 1, maxInt, weights),
-    numberColumn("swPortConfig", "queue4Weight", warning, 1, maxInt, weights),
-
-    numberColumn("vlanEncapIf", "vlanId", error, minInt, maxInt, "", noGap, true),
-    textColumn("vlanEncapIf", "interfaceName", 63, Kind::interface, true),
-    textColumn("vlanEncapIf", "LogicalIfName", 63),
-    textColumn("vlanEncapIf", "fwdMap", 511, Kind::list, true),
-    textColumn("vlanEncapIf", "untagMap", 511, Kind::list),
-    textColumn("vlanEncapIf", "ingressMap", 511),
-    textColumn("vlanEncapIf", "egressMap", 511),
-    numberColumn("vlanEncapIf", "inSwitchOnly", warning, minInt, maxInt, ""),
-};
-
 // A condition under which a row that was just written breaks a rule. In it,
 // #column is the number that the service reads in the row, @column its port list
 // as ",1,2,"; both may name the row `o` of a query as well.
@@ -310,28 +254,27 @@ std::string listRefusal(const std::string &column)
                        "      OR instr(',' || NEW." + column + " || ',', ', ,')");
 }
 
-std::string columnRefusals(const ColumnRule &column)
+std::string columnRefusals(const Column &column)
 {
-    const std::string name = column.column;
+    const std::string name = column.name;
     const std::string place = std::string(column.table) + "." + name;
-    std::string sql;
-    if (column.kind == Kind::number) {
-        if (column.severity == error && *column.values != '\0')
-            sql += refusal("value-range", place + " takes " + column.values,
-                           "#" + name + " NOT BETWEEN " + std::to_string(column.least) + " AND " +
-                               std::to_string(column.most));
-        return sql;
+    if (column.isNumber()) {
+        if (column.outside != Outside::refused)
+            return {};
+        return refusal("value-range", place + " takes " + column.values(),
+                       "#" + name + " NOT BETWEEN " + std::to_string(column.least) + " AND " +
+                           std::to_string(column.most));
     }
     const std::string most = std::to_string(column.most);
-    sql += refusal("text-too-long", place + " holds at most " + most + " bytes",
-                   "length(CAST(NEW." + name + " AS BLOB)) > " + most);
-    if (column.kind == Kind::interface)
+    std::string sql = refusal("text-too-long", place + " holds at most " + most + " bytes",
+                              "length(CAST(NEW." + name + " AS BLOB)) > " + most);
+    if (column.holds == Holds::interface)
         sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
-                       (std::string_view(column.table) == "swPortConfig"
-                            ? "NEW.switchName = 'BRIDGE' AND NEW."
-                            : "NEW.") +
-                           name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
-    if (column.kind == Kind::list)
+                       "NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
+    if (column.holds == Holds::portInterface)
+        sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
+                       "NEW.switchName = 'BRIDGE' AND NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
+    if (column.holds == Holds::portList)
         sql += listRefusal(name);
     return sql;
 }
@@ -339,9 +282,8 @@ std::string columnRefusals(const ColumnRule &column)
 std::string refusalsOf(const std::string &table)
 {
     std::string sql;
-    for (const ColumnRule &column : columns)
-        if (column.table == table)
-            sql += columnRefusals(column);
+    for (const Column &column : columnsOf(table))
+        sql += columnRefusals(column);
     for (const Guard &guard : guards)
         if (guard.table == table)
             sql += refusal(guard.rule, ruleById(guard.rule)->fault, guard.condition);
@@ -378,16 +320,12 @@ const Rule *ruleById(std::string_view id)
     return nullptr;
 }
 
-std::span<const ColumnRule> columnRules()
-{
-    return columns;
-}
-
 std::string constraintTriggers()
 {
     std::string sql = head;
     sql += "BEGIN;\n";
-    for (const std::string table : {"swGlobalCfg", "swPortConfig", "vlanEncapIf"}) {
+    for (const Table &each : configurationTables()) {
+        const std::string table = each.name;
         const std::string refusals = refusalsOf(table);
         for (const std::string event : {"INSERT", "UPDATE"}) {
             const std::string name = table + (event == "INSERT" ? "_inserted" : "_updated");

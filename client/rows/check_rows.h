@@ -3,6 +3,7 @@
 // empty, numbers by their leading digits, lists by their entries between commas.
 #pragma once
 
+#include "client/rows/columns.h"
 #include "client/rows/database.h"
 
 #include <algorithm>
@@ -13,10 +14,6 @@
 #include <vector>
 
 namespace swctl {
-
-constexpr const char *switchTableName = "swGlobalCfg";
-constexpr const char *portTableName = "swPortConfig";
-constexpr const char *vlanTableName = "vlanEncapIf";
 
 struct TableRows {
     const char *name;

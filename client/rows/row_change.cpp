@@ -3,6 +3,7 @@
 #include "client/base/failure.h"
 #include "client/base/number.h"
 #include "client/base/wire.h"
+#include "client/rows/columns.h"
 #include "swmgr/swmgr_client.h"
 
 #include <algorithm>
@@ -10,8 +11,6 @@
 
 namespace swctl {
 namespace {
-
-constexpr const char *vlanTableName = "vlanEncapIf";
 
 // The event can only name rows whose id fits 32 bits.
 void checkRowId(int64_t rowId)

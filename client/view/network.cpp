@@ -8,6 +8,7 @@
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/rows/check_rows.h"
+#include "client/rows/columns.h"
 #include "client/service/service.h"
 
 #include <algorithm>
