@@ -2,8 +2,8 @@
 #pragma once
 
 #include "client/change/carry_out.h"
-#include "client/records/journal.h"
 #include "client/change/recover.h"
+#include "client/records/journal.h"
 #include "swctl/cli.h"
 
 namespace swctl {
