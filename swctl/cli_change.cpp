@@ -27,34 +27,34 @@ void refuseDuringTrial(const std::optional<Trial> &trial)
                           "--take-back' ends it now");
 }
 
-int show(const Program &program, const ChangeFlags &flags, GatewayView &gateway, const Wish &wish)
+int show(const Call &call, GatewayView &gateway, const Wish &wish)
 {
-    const Preview seen = preview(gateway, wish, {flags.offline, flags.force});
-    if (program.globals.json)
+    const Preview seen = preview(gateway, wish, {call.flag("--offline"), call.flag("--force")});
+    if (call.globals.json)
         printJson(previewJson(seen));
     else
-        printPreview(seen, flags.verbose);
+        printPreview(seen, call.flag("--verbose"));
     return seen.reasons.empty() ? exitDone : exitRefused;
 }
 
 } // namespace
 
-void addChangeFlags(CLI::App &command, ChangeFlags &flags)
+constexpr std::array<OptionRow, 6> changeFlags = {{
+    {"--dry-run", nullptr, "Only show what would become different; write and send nothing"},
+    {"-v,--verbose", nullptr, "With --dry-run: the commands and requests in their order, too"},
+    {"--confirm", "SECONDS",
+     "Take it back after so many seconds unless 'swctl confirm' comes first",
+     decimal<1, longestTrial>},
+    {"--offline", nullptr, "Only write the row; do not tell the service"},
+    {"--no-verify", nullptr, "Do not look at the hardware afterwards, which is faster"},
+    {"--force", nullptr, "Do it although a rule or a start of the service is against it"},
+}};
+
+void refuseChangeFlags(const Call &call)
 {
-    command.add_flag("--dry-run", flags.dryRun,
-                     "Only show what would become different; write and send nothing");
-    command.add_flag("-v,--verbose", flags.verbose,
-                     "With --dry-run: the commands and requests in their order, too");
-    command
-        .add_option("--confirm", flags.confirm,
-                    "Take it back after so many seconds unless 'swctl confirm' comes first")
-        ->type_name("SECONDS")
-        ->transform(decimal(1, longestTrial));
-    command.add_flag("--offline", flags.offline, "Only write the row; do not tell the service");
-    command.add_flag("--no-verify", flags.noVerify,
-                     "Do not look at the hardware afterwards, which is faster");
-    command.add_flag("--force", flags.force,
-                     "Do it although a rule or a start of the service is against it");
+    for (const OptionRow &flag : changeFlags)
+        if (call.has(namesOf(flag).back().c_str()))
+            throw Failure(exitUsage, "this option belongs to 'swctl batch' itself");
 }
 
 GatewayView openGateway(const Globals &globals, Access access)
@@ -92,35 +92,36 @@ Progress progressOn(const char *what)
     };
 }
 
-GatewayView gatewayFor(const Program &program, const ChangeFlags &flags)
+GatewayView gatewayFor(const Call &call)
 {
-    return openGateway(program.globals, flags.dryRun ? Access::read : Access::write);
+    return openGateway(call.globals, call.flag("--dry-run") ? Access::read : Access::write);
 }
 
-int change(const Program &program, const ChangeFlags &flags, const Wish &wish)
+int change(const Call &call, const Wish &wish)
 {
-    return change(program, flags, gatewayFor(program, flags), wish);
+    return change(call, gatewayFor(call), wish);
 }
 
-int change(const Program &program, const ChangeFlags &flags, GatewayView gateway, const Wish &wish)
+int change(const Call &call, GatewayView gateway, const Wish &wish)
 {
-    if (!flags.confirm.empty() && (flags.dryRun || flags.offline))
+    if (call.has("--confirm") && (call.flag("--dry-run") || call.flag("--offline")))
         throw Failure(exitUsage, "--confirm does not go with --dry-run or --offline");
-    if (flags.dryRun)
-        return show(program, flags, gateway, wish);
+    if (call.flag("--dry-run"))
+        return show(call, gateway, wish);
     ChangeOptions options;
-    options.offline = flags.offline;
-    options.verify = !flags.noVerify;
-    options.force = flags.force;
-    options.onTrial = flags.confirm.empty() ? 0 : std::stoi(flags.confirm);
+    options.offline = call.flag("--offline");
+    options.verify = !call.flag("--no-verify");
+    options.force = call.flag("--force");
+    options.onTrial = call.integer("--confirm");
     options.told = progressOn("changes announced");
-    const ChangeLock lock = lockChanges(program.globals);
+    const Globals &globals = call.globals;
+    const ChangeLock lock = lockChanges(globals);
     const InterruptionTold interruption;
-    History history(program.globals.database);
-    refuseDuringTrial(options.offline ? trialOf(program.globals.database)
+    History history(globals.database);
+    refuseDuringTrial(options.offline ? trialOf(globals.database)
                                       : recoverFirst(gateway, history).waiting);
     const Verdict verdict = carryOut(gateway, history, wish, options);
-    if (program.globals.json)
+    if (globals.json)
         printJson(verdictJson(verdict));
     else
         printVerdict(verdict, options.offline);

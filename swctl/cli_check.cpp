@@ -6,7 +6,7 @@
 #include "client/devices/bridge.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/snapshot.h"
-#include "swctl/cli.h"
+#include "swctl/commands.h"
 
 #include <algorithm>
 #include <memory>
@@ -21,14 +21,6 @@ constexpr size_t mostShown = 20; // findings of one rule in the text
 // What `check` ends with; a database that cannot be used ends with exitUsage, 2.
 constexpr int exitWarnings = 1;
 constexpr int exitErrors = 2;
-
-struct CheckArguments {
-    std::string file;       // empty: the configuration database
-    std::string interfaces; // that exist, or "local"; empty: not looked up
-    std::string rule;       // to explain
-    bool rules = false;     // list them
-    bool triggers = false;  // print them as triggers
-};
 
 struct Report {
     std::vector<Finding> findings;
@@ -87,13 +79,13 @@ Interfaces interfacesFor(Database &database, const CheckContext &context)
     return interfaces;
 }
 
-Report check(Database &source, const CheckArguments &arguments)
+Report check(Database &source, const std::string &interfaceList)
 {
     source.run("PRAGMA schema_version"); // a file that is no database is named here
     Snapshot snapshot(source);
     CheckContext context;
-    context.interfaces = givenInterfaces(arguments.interfaces);
-    if (arguments.interfaces == "local")
+    context.interfaces = givenInterfaces(interfaceList);
+    if (interfaceList == "local")
         context.bridgesFilter = bridgesFilter();
     Report report;
     std::optional<Rehearsal> start;
@@ -167,15 +159,15 @@ void printReport(const Report &report)
         printf("'swctl check --explain RULE' says why a rule matters.\n");
 }
 
-int runCheck(const Globals &globals, const CheckArguments &arguments)
+int checkRows(const Call &call)
 {
-    const std::string &file = arguments.file.empty() ? globals.database : arguments.file;
+    const std::string &file = call.text(call.has("FILE") ? "FILE" : "--database");
     Database database(file, Access::read);
-    const Report report = check(database, arguments);
+    const Report report = check(database, call.text("--interfaces"));
     if (!report.notRehearsed.empty())
         fprintf(stderr, "swctl: whether a start stops was not checked: %s\n",
                 report.notRehearsed.c_str());
-    if (globals.json)
+    if (call.globals.json)
         printReportJson(report);
     else
         printReport(report);
@@ -222,48 +214,42 @@ int explain(const Globals &globals, const std::string &id)
     return exitDone;
 }
 
-int run(const Globals &globals, const CheckArguments &arguments)
+int runCheck(const Call &call)
 {
-    const bool only[] = {!arguments.rule.empty(), arguments.rules, arguments.triggers};
+    const bool only[] = {call.has("--explain"), call.flag("--rules"), call.flag("--triggers")};
     if (std::count(std::begin(only), std::end(only), true) > 1)
         throw Failure(exitUsage, "--explain, --rules and --triggers cannot be combined");
-    if (!arguments.rule.empty())
-        return explain(globals, arguments.rule);
-    if (arguments.rules)
-        return listRules(globals);
-    if (!arguments.triggers)
-        return runCheck(globals, arguments);
+    if (call.has("--explain"))
+        return explain(call.globals, call.text("--explain"));
+    if (call.flag("--rules"))
+        return listRules(call.globals);
+    if (!call.flag("--triggers"))
+        return checkRows(call);
     printf("%s", constraintTriggers().c_str());
     return exitDone;
 }
 
+constexpr OptionRow options[] = {
+    {"FILE", "FILE", "Database to check instead of the configured one"},
+    {"--interfaces", "LIST",
+     "Network interfaces that exist where the service runs, or 'local' for those of this "
+     "machine; without it, whether they exist is not checked"},
+    {"--explain", "RULE", "Only say why a rule matters"},
+    {"--rules", nullptr, "Only list all rules"},
+    {"--triggers", nullptr,
+     "Only print the rules as triggers for the database, as constraints.sql holds them"},
+};
+
 } // namespace
 
-void addCheckCommand(Program &program)
-{
-    const auto arguments = std::make_shared<CheckArguments>();
-    CLI::App *command = addCommand(
-        program, program.app, "check",
-        "Check the rows of a configuration and rehearse a start of the service from it. Exit "
-        "status: 0 nothing found, 1 warnings, 2 errors, or a database that cannot be used",
-        "  swctl check\n  swctl check new.db --interfaces eth0,eth1\n"
-        "  swctl check --explain untag-twice",
-        [&program, arguments] { return run(program.globals, *arguments); });
-    if (!program.mayRun("check"))
-        return;
-    command->add_option("FILE", arguments->file, "Database to check instead of the configured one")
-        ->type_name("FILE");
-    command
-        ->add_option("--interfaces", arguments->interfaces,
-                     "Network interfaces that exist where the service runs, or 'local' for those "
-                     "of this machine; without it, whether they exist is not checked")
-        ->type_name("LIST");
-    command->add_option("--explain", arguments->rule, "Only say why a rule matters")
-        ->type_name("RULE");
-    command->add_flag("--rules", arguments->rules, "Only list all rules");
-    command->add_flag("--triggers", arguments->triggers,
-                      "Only print the rules as triggers for the database, as constraints.sql "
-                      "holds them");
-}
+constexpr CommandRow commands::check = {
+    nullptr,
+    "check",
+    "Check the rows of a configuration and rehearse a start of the service from it. Exit "
+    "status: 0 nothing found, 1 warnings, 2 errors, or a database that cannot be used",
+    "  swctl check\n  swctl check new.db --interfaces eth0,eth1\n"
+    "  swctl check --explain untag-twice",
+    runCheck,
+    {options}};
 
 } // namespace swctl

@@ -5,49 +5,46 @@
 #include "client/change/repair.h"
 #include "client/rehearse/event_text.h"
 #include "swctl/cli_change.h"
+#include "swctl/commands.h"
 #include "swctl/interruption.h"
 #include "swctl/report.h"
-
-#include <memory>
 
 namespace swctl {
 namespace {
 
-struct CompareArguments {
-    bool all = false;    // every VLAN id of the chip
-    bool dryRun = false; // of repair
-    bool verbose = false;
-};
-
-int runDiff(const Globals &globals, const CompareArguments &arguments)
+int runDiff(const Call &call)
 {
+    const Globals &globals = call.globals;
     GatewayView gateway = openGateway(globals, Access::read);
     const Verdict verdict =
-        compare(gateway, History(globals.database), arguments.all, progressOn("VLANs read"));
+        compare(gateway, History(globals.database), call.flag("--all"), progressOn("VLANs read"));
     if (globals.json)
         printJson(verdictJson(verdict));
     else
-        printDifferences(verdict, arguments.verbose);
+        printDifferences(verdict, call.flag("--verbose"));
     return outcomeStatus(verdict.outcome);
 }
 
-Verdict repairOrLook(const Globals &globals, const CompareArguments &arguments)
+Verdict repairOrLook(const Call &call)
 {
-    const bool recovers = !arguments.dryRun && isUnfinished(globals.database);
+    const Globals &globals = call.globals;
+    const bool dryRun = call.flag("--dry-run");
+    const bool recovers = !dryRun && isUnfinished(globals.database);
     GatewayView gateway = openGateway(globals, recovers ? Access::write : Access::read);
     History history(globals.database);
     if (recovers)
         static_cast<void>(recoverFirst(gateway, history));
     const Progress progress = progressOn("VLANs read");
-    return arguments.dryRun ? compare(gateway, history, arguments.all, progress)
-                            : repair(gateway, history, arguments.all, progress);
+    return dryRun ? compare(gateway, history, call.flag("--all"), progress)
+                  : repair(gateway, history, call.flag("--all"), progress);
 }
 
-int runRepair(const Globals &globals, const CompareArguments &arguments)
+int runRepair(const Call &call)
 {
+    const Globals &globals = call.globals;
     const ChangeLock lock = lockChanges(globals);
     const InterruptionTold interruption;
-    const Verdict verdict = repairOrLook(globals, arguments);
+    const Verdict verdict = repairOrLook(call);
     if (globals.json)
         printJson(verdictJson(verdict));
     else
@@ -55,8 +52,9 @@ int runRepair(const Globals &globals, const CompareArguments &arguments)
     return outcomeStatus(verdict.outcome);
 }
 
-int runRecover(const Globals &globals)
+int runRecover(const Call &call)
 {
+    const Globals &globals = call.globals;
     const ChangeLock lock = lockChanges(globals);
     const InterruptionTold interruption;
     std::optional<Verdict> verdict;
@@ -74,8 +72,9 @@ int runRecover(const Globals &globals)
     return verdict ? outcomeStatus(verdict->outcome) : exitDone;
 }
 
-int runRehearse(const Globals &globals)
+int runRehearse(const Call &call)
 {
+    const Globals &globals = call.globals;
     GatewayView gateway = openGateway(globals, Access::read);
     Snapshot snapshot(gateway.database());
     const Rehearsal rehearsal = gateway.rehearseStart(snapshot)->finish();
@@ -100,48 +99,44 @@ int runRehearse(const Globals &globals)
     return rehearsal.loadStatus() < 0 ? exitDiffers : exitDone;
 }
 
-void addAllFlag(CLI::App *command, CompareArguments &arguments)
-{
-    command->add_flag("--all", arguments.all,
-                      "Read every entry of the chip, not only those that the database or a "
-                      "sub-interface names");
-}
+constexpr OptionRow allFlag = {"--all", nullptr,
+                               "Read every entry of the chip, not only those that the "
+                               "database or a sub-interface names"};
+constexpr OptionRow diffOptions[] = {
+    allFlag,
+    {"-v,--verbose", nullptr, "Show what differs without an effect as well, which counts as equal"},
+};
+constexpr OptionRow repairOptions[] = {
+    allFlag,
+    {"--dry-run", nullptr, "Only say what differs"},
+};
 
 } // namespace
 
-void addCompareCommands(Program &program)
-{
-    const auto arguments = std::make_shared<CompareArguments>();
-    const Globals &globals = program.globals;
-    CLI::App *diff = addCommand(
-        program, program.app, "diff",
-        "Hold what a start from the database would give against what chip, engine and "
-        "kernel hold",
-        "  swctl diff\n  swctl diff --all --json",
-        [&globals, arguments] { return runDiff(globals, *arguments); });
-    CLI::App *mend = addCommand(
-        program, program.app, "repair",
-        "Bring chip, engine and kernel to what the database says, through "
-        "the service",
-        "  swctl repair --dry-run\n  swctl repair",
-        [&globals, arguments] { return runRepair(globals, *arguments); });
-    addCommand(
-        program, program.app, "recover",
-        "Finish or take back a change that was broken off; unit and init script run it",
-        "  swctl recover", [&globals] { return runRecover(globals); });
-    addCommand(program, program.app, "rehearse",
-               "Show everything that a start from the database would do, without doing it",
-               "  swctl rehearse\n  swctl rehearse --json",
-               [&globals] { return runRehearse(globals); });
-    if (program.mayRun("diff")) {
-        addAllFlag(diff, *arguments);
-        diff->add_flag("-v,--verbose", arguments->verbose,
-                       "Show what differs without an effect as well, which counts as equal");
-    }
-    if (!program.mayRun("repair"))
-        return;
-    addAllFlag(mend, *arguments);
-    mend->add_flag("--dry-run", arguments->dryRun, "Only say what differs");
-}
+constexpr CommandRow commands::diff = {
+    nullptr,
+    "diff",
+    "Hold what a start from the database would give against what chip, engine and kernel hold",
+    "  swctl diff\n  swctl diff --all --json",
+    runDiff,
+    {diffOptions}};
+
+constexpr CommandRow commands::repair = {
+    nullptr,
+    "repair",
+    "Bring chip, engine and kernel to what the database says, through the service",
+    "  swctl repair --dry-run\n  swctl repair",
+    runRepair,
+    {repairOptions}};
+
+constexpr CommandRow commands::recover = {
+    nullptr, "recover",
+    "Finish or take back a change that was broken off; unit and init script run it",
+    "  swctl recover", runRecover};
+
+constexpr CommandRow commands::rehearse = {
+    nullptr, "rehearse",
+    "Show everything that a start from the database would do, without doing it",
+    "  swctl rehearse\n  swctl rehearse --json", runRehearse};
 
 } // namespace swctl

@@ -5,21 +5,13 @@
 #include "client/check/check_rules.h"
 #include "client/view/explain.h"
 #include "swctl/cli_change.h"
+#include "swctl/commands.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
 #include "swctl/validate.h"
 
-#include <memory>
-
 namespace swctl {
 namespace {
-
-struct Question {
-    std::string vlan;
-    std::string word; // "port"
-    std::string port; // "3" or "PSE:3"
-    std::string name; // of an interface
-};
 
 constexpr const char *everyPort = "all";
 
@@ -88,20 +80,18 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
 }
 
 // Ports before they are known to be there, as "3" or "PSE:3".
-CLI::Validator portText()
+std::string portText(const std::string &text)
 {
-    return {[](std::string &text) {
-                const std::string word = portWord(text);
-                const bool good = !text.starts_with(':') &&
-                                  (word == everyPort ||
-                                   (!word.empty() && word.size() <= 2 &&
-                                    word.find_first_not_of("0123456789") == std::string::npos));
-                return good ? std::string()
-                            : "'" + printable(text) +
-                                  "' is no port; 3 is the chip's, PSE:3 one of switch PSE, "
-                                  "PSE:all are all that its rows have";
-            },
-            ""};
+    const std::string word = portWord(text);
+    const bool good =
+        !text.starts_with(':') &&
+        (word == everyPort || (!word.empty() && word.size() <= 2 &&
+                               word.find_first_not_of("0123456789") == std::string::npos));
+    if (!good)
+        throw Failure(exitUsage, "'" + printable(text) +
+                                     "' is no port; 3 is the chip's, PSE:3 one of switch PSE, "
+                                     "PSE:all are all that its rows have");
+    return text;
 }
 
 void printLine(const std::string &head, const std::string &text)
@@ -212,10 +202,11 @@ Json portJson(const PortExplanation &all)
     return json;
 }
 
-int runExplainVlan(const Globals &globals, const Question &question)
+int runExplainVlan(const Call &call)
 {
-    const int vlanId = std::stoi(question.vlan);
-    const std::string word = portWord(question.port);
+    const Globals &globals = call.globals;
+    const int vlanId = call.integer("ID");
+    const std::string word = portWord(call.text("PORT"));
     std::set<int> numbers;
     for (int port = 0; port < bridgePorts; ++port)
         if (word == everyPort || port == std::stoi(word))
@@ -224,7 +215,7 @@ int runExplainVlan(const Globals &globals, const Question &question)
     const Inspection inspection = inspect(gateway, {vlanId}, numbers);
     bool asWanted = true;
     Json json = Json::array();
-    for (const PortName &port : portsOf(inspection, question.port)) {
+    for (const PortName &port : portsOf(inspection, call.text("PORT"))) {
         const PortExplanation all = explainPort(inspection, port, vlanId);
         asWanted = asWanted && all.asWanted();
         json.push_back(portJson(all));
@@ -263,16 +254,18 @@ void printInterface(const InterfaceExplanation &all)
     printWhy(all);
 }
 
-int runExplainInterface(const Globals &globals, const Question &question)
+int runExplainInterface(const Call &call)
 {
+    const Globals &globals = call.globals;
+    const std::string &name = call.text("NAME");
     GatewayView gateway = openGateway(globals, Access::read);
     Database &database = gateway.database();
     const Inspection inspection = inspect(gateway, vlanIdsIn(database));
     const InterfaceExplanation all =
-        explainInterface(inspection, database.rows("swPortConfig"), question.name);
+        explainInterface(inspection, database.rows("swPortConfig"), name);
     if (!all.exists && all.subs.empty() && all.ports.empty())
-        throw Failure(exitUsage, "there is no interface '" + printable(question.name) +
-                                     "', and no row names it");
+        throw Failure(exitUsage,
+                      "there is no interface '" + printable(name) + "', and no row names it");
     if (globals.json) {
         Json subs = Json::array();
         for (const SubInterfaceState &sub : all.subs)
@@ -295,45 +288,57 @@ int runExplainInterface(const Globals &globals, const Question &question)
     return all.asWanted() ? exitDone : exitDiffers;
 }
 
+std::string thePortWord(const std::string &text)
+{
+    if (text != "port")
+        throw Failure(exitUsage, "'" + printable(text) + "' is not the word 'port'");
+    return text;
+}
+
+constexpr OptionRow vlanArguments[] = {
+    {.name = "ID",
+     .type = "ID",
+     .help = "802.1Q VLAN id, 1 to 4094",
+     .check = decimal<1, 4094>,
+     .required = true},
+    {.name = "port",
+     .type = "port",
+     .help = "The word 'port'",
+     .check = thePortWord,
+     .required = true},
+    {.name = "PORT",
+     .type = "PORT",
+     .help = "Port of the chip, SWITCH:PORT, or 'all'",
+     .check = portText,
+     .required = true},
+};
+constexpr OptionRow interfaceArguments[] = {
+    {.name = "NAME",
+     .type = "INTERFACE",
+     .help = "Interface, as eth0 or eth0.20",
+     .required = true},
+};
+
 } // namespace
 
-void addExplainCommand(Program &program)
-{
-    CLI::App *group =
-        addGroup(program.app, "explain", "Why a port or an interface does what it does");
-    if (!program.mayRun("explain"))
-        return;
-    const auto question = std::make_shared<Question>();
-    const Globals &globals = program.globals;
-    CLI::App *vlan = addCommand(
-        program, *group, "vlan",
-        "Say what becomes of a VLAN's frames at a port: what the row says, what the chip or the "
-        "bridge holds, where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 "
-        "different",
-        "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json\n"
-        "  swctl explain vlan 20 port BRIDGE:all",
-        [&globals, question] { return runExplainVlan(globals, *question); });
-    vlan->add_option("ID", question->vlan, "802.1Q VLAN id, 1 to 4094")
-        ->type_name("ID")
-        ->required()
-        ->transform(decimal(1, 4094));
-    vlan->add_option("port", question->word, "The word 'port'")
-        ->type_name("port")
-        ->required()
-        ->check(CLI::IsMember({"port"}));
-    vlan->add_option("PORT", question->port, "Port of the chip, SWITCH:PORT, or 'all'")
-        ->type_name("PORT")
-        ->required()
-        ->check(portText());
-    CLI::App *interface = addCommand(
-        program, *group, "interface",
-        "Say how an interface or a VLAN's sub-interface stands, what reaches it, and why; status "
-        "0 as wanted, 4 different",
-        "  swctl explain interface eth0\n  swctl explain interface eth0.20",
-        [&globals, question] { return runExplainInterface(globals, *question); });
-    interface->add_option("NAME", question->name, "Interface, as eth0 or eth0.20")
-        ->type_name("INTERFACE")
-        ->required();
-}
+constexpr CommandRow commands::explainVlan = {
+    "explain",
+    "vlan",
+    "Say what becomes of a VLAN's frames at a port: what the row says, what the chip or the "
+    "bridge holds, where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 "
+    "different",
+    "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json\n"
+    "  swctl explain vlan 20 port BRIDGE:all",
+    runExplainVlan,
+    {vlanArguments}};
+
+constexpr CommandRow commands::explainInterface = {
+    "explain",
+    "interface",
+    "Say how an interface or a VLAN's sub-interface stands, what reaches it, and why; status "
+    "0 as wanted, 4 different",
+    "  swctl explain interface eth0\n  swctl explain interface eth0.20",
+    runExplainInterface,
+    {interfaceArguments}};
 
 } // namespace swctl

@@ -4,6 +4,9 @@
 #include "client/base/text.h"
 #include "client/plan/configuration_file.h"
 #include "swctl/cli_change.h"
+#include "swctl/cli_configuration.h"
+#include "swctl/commands.h"
+#include "swctl/parser.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -16,11 +19,6 @@ namespace {
 
 constexpr size_t mostInput = 64 * 1024 * 1024; // bytes
 constexpr const char *inputName = "standard input";
-
-struct FileArguments {
-    std::string file = "-"; // standard input or output
-    ChangeFlags flags;
-};
 
 // Everything up to the end; of a pipe as well.
 std::string contentsOf(FILE *stream, const std::string &name)
@@ -45,9 +43,10 @@ std::string contentsOf(const std::string &path)
     return contentsOf(file.get(), path);
 }
 
-int runExport(const Globals &globals, const std::string &file)
+int runExport(const Call &call)
 {
-    Database database(globals.database, Access::read);
+    const std::string &file = call.text("FILE");
+    Database database(call.globals.database, Access::read);
     const std::string text = configurationJson(database).dump(2, ' ', /*ensure_ascii=*/true,
                                                               Json::error_handler_t::replace) +
                              "\n";
@@ -58,12 +57,12 @@ int runExport(const Globals &globals, const std::string &file)
     return exitDone;
 }
 
-int runApply(const Program &program, const FileArguments &arguments)
+int runApply(const Call &call)
 {
-    const bool isInput = arguments.file == "-";
-    const std::string name = isInput ? inputName : arguments.file;
+    const bool isInput = call.text("FILE") == "-";
+    const std::string name = isInput ? inputName : call.text("FILE");
     const std::string text = isInput ? contentsOf(stdin, name) : contentsOf(name);
-    return change(program, arguments.flags, fileWishOf(text, name));
+    return change(call, fileWishOf(text, name));
 }
 
 // The words of a line: blanks part them, quotes keep them together.
@@ -94,34 +93,25 @@ std::vector<std::string> wordsOf(const std::string &line)
     return words;
 }
 
-// One line as a command line of its own, whose wish goes into `wishes`.
-void takeLine(const Globals &globals, std::vector<std::string> words, std::vector<RowWish> &wishes)
+// What a line asks for, as a command line of its own.
+RowWish wishOf(std::vector<std::string> words)
 {
     if (words.front() == "swctl")
         words.erase(words.begin());
-    if (words.size() < 2 || words[0] == "batch")
-        throw Failure(exitUsage, "it is no command that changes the configuration");
-    const bool isChange = words[1] == "add" || words[1] == "set" || words[1] == "delete";
-    const size_t before = wishes.size();
-    Program line;
-    line.words = words;
-    line.globals = globals;
-    line.batch = &wishes;
-    line.app.require_subcommand(1);
-    addConfigurationCommands(line);
-    try {
-        std::reverse(words.begin(), words.end()); // as the parser takes them
-        line.app.parse(words);
-    } catch (const CLI::ParseError &error) {
-        throw Failure(exitUsage, printable(error.what()));
+    const auto isAsked = [&](const CommandRow *row) {
+        return words.size() > 1 && words[0] == row->group && words[1] == row->name;
+    };
+    if (std::any_of(changeTable.commands.begin(), changeTable.commands.end(), isAsked)) {
+        const Parsed line = parse(changeTable, words);
+        if (line.asked == Asked::command) {
+            refuseChangeFlags(line.call);
+            return rowWishOf(line.call);
+        }
     }
-    if (isChange)
-        static_cast<void>(line.run());
-    if (wishes.size() == before)
-        throw Failure(exitUsage, "it is no command that changes the configuration");
+    throw Failure(exitUsage, "it is no command that changes the configuration");
 }
 
-int runBatch(const Program &program, const FileArguments &arguments)
+int runBatch(const Call &call)
 {
     std::vector<RowWish> wishes;
     const std::string text = contentsOf(stdin, inputName);
@@ -132,7 +122,7 @@ int runBatch(const Program &program, const FileArguments &arguments)
         try {
             const std::vector<std::string> words = wordsOf(text.substr(start, end - start));
             if (!words.empty())
-                takeLine(program.globals, words, wishes);
+                wishes.push_back(wishOf(words));
         } catch (const Failure &failure) {
             throw Failure(failure.status, "standard input, line " + std::to_string(number) + ": " +
                                               failure.what() + "; nothing was changed");
@@ -141,42 +131,49 @@ int runBatch(const Program &program, const FileArguments &arguments)
     }
     const std::string what =
         std::to_string(wishes.size()) + (wishes.size() == 1 ? " command" : " commands");
-    return change(program, arguments.flags, BatchWish{what, std::move(wishes)});
+    return change(call, BatchWish{what, std::move(wishes)});
 }
+
+constexpr OptionRow outputFile[] = {
+    {.name = "FILE",
+     .type = "TEXT",
+     .help = "File to write, - for standard output",
+     .initial = "-"},
+};
+constexpr OptionRow inputFile[] = {
+    {.name = "FILE",
+     .type = "TEXT",
+     .help = "File to read, - for standard input",
+     .required = true},
+};
 
 } // namespace
 
-void addFileCommands(Program &program)
-{
-    const auto arguments = std::make_shared<FileArguments>();
-    CLI::App *exported = addCommand(
-        program, program.app, "export",
-        "Write the whole configuration as JSON, made to be kept and reviewed",
-        "  swctl export\n  swctl export gateway.json",
-        [&program, arguments] { return runExport(program.globals, arguments->file); });
-    CLI::App *applied = addCommand(
-        program, program.app, "apply",
-        "Make the configuration what a file says, with the smallest change of rows; all of it "
-        "or nothing",
-        "  swctl apply gateway.json --dry-run\n  swctl apply gateway.json --confirm 120\n"
-        "  swctl export | ssh other swctl apply -",
-        [&program, arguments] { return runApply(program, *arguments); });
-    CLI::App *batch = addCommand(
-        program, program.app, "batch",
-        "Carry out the commands on standard input, one a line (vlan, port and switch with add, "
-        "set and delete), together: all of them or none",
-        "  printf 'vlan add 30 --interface eth0 --ports 1\\nvlan delete 20\\n' | swctl batch",
-        [&program, arguments] { return runBatch(program, *arguments); });
-    if (program.mayRun("export"))
-        exported->add_option("FILE", arguments->file, "File to write, - for standard output")
-            ->capture_default_str();
-    if (program.mayRun("apply")) {
-        applied->add_option("FILE", arguments->file, "File to read, - for standard input")
-            ->required();
-        addChangeFlags(*applied, arguments->flags);
-    }
-    if (program.mayRun("batch"))
-        addChangeFlags(*batch, arguments->flags);
-}
+constexpr CommandRow commands::exportFile = {
+    nullptr,
+    "export",
+    "Write the whole configuration as JSON, made to be kept and reviewed",
+    "  swctl export\n  swctl export gateway.json",
+    runExport,
+    {outputFile}};
+
+constexpr CommandRow commands::apply = {
+    nullptr,
+    "apply",
+    "Make the configuration what a file says, with the smallest change of rows; all of it "
+    "or nothing",
+    "  swctl apply gateway.json --dry-run\n  swctl apply gateway.json --confirm 120\n"
+    "  swctl export | ssh other swctl apply -",
+    runApply,
+    {inputFile, changeFlags}};
+
+constexpr CommandRow commands::batch = {
+    nullptr,
+    "batch",
+    "Carry out the commands on standard input, one a line (vlan, port and switch with add, "
+    "set and delete), together: all of them or none",
+    "  printf 'vlan add 30 --interface eth0 --ports 1\\nvlan delete 20\\n' | swctl batch",
+    runBatch,
+    {changeFlags}};
 
 } // namespace swctl

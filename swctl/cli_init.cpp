@@ -6,8 +6,9 @@
 #include "client/check/check.h"
 #include "client/rows/database.h"
 #include "common/descriptor.h"
-#include "swctl/cli.h"
+#include "swctl/commands.h"
 #include "swctl/database_sql.h"
+#include "swctl/validate.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -15,7 +16,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 namespace swctl {
 namespace {
@@ -31,11 +31,6 @@ constexpr Template templates[] = {
     {"gateway", gatewaySql, "an engine with 4 ports over a chip with 5"},
     {"chip", chipSql, "a chip with 5 ports"},
     {"bridge", bridgeSql, "a bridge of Linux with 5 ports"},
-};
-
-struct InitArguments {
-    std::string pattern = "none"; // name of a template
-    bool constraints = false;     // with the triggers that guard the rows
 };
 
 const Template &templateNamed(const std::string &name)
@@ -114,13 +109,15 @@ private:
     Descriptor file;
 };
 
-int runInit(const Globals &globals, const InitArguments &arguments)
+int runInit(const Call &call)
 {
-    const Template &chosen = templateNamed(arguments.pattern);
+    const Globals &globals = call.globals;
+    const Template &chosen = templateNamed(call.text("--template"));
+    const bool constraints = call.flag("--constraints");
     Database database = Database::inMemory();
     database.run(schemaSql);
     database.run(chosen.sql);
-    if (arguments.constraints)
+    if (constraints)
         database.run(constraintTriggers().c_str());
     refuseRemains(globals.database);
     {
@@ -134,36 +131,37 @@ int runInit(const Globals &globals, const InitArguments &arguments)
         printJson({{"outcome", "applied"},
                    {"what", globals.database},
                    {"template", chosen.name},
-                   {"constraints", arguments.constraints}});
+                   {"constraints", constraints}});
     else
         printf("applied: %s made, with %s%s\n", shown(globals.database).c_str(), chosen.meaning,
-               arguments.constraints ? " and constraints" : "");
+               constraints ? " and constraints" : "");
     return exitDone;
 }
 
+std::string templateName(const std::string &text)
+{
+    std::vector<std::string> names;
+    for (const Template &one : templates)
+        names.emplace_back(one.name);
+    return wordAmong(text, names);
+}
+
+constexpr OptionRow options[] = {
+    {"--template", "none|gateway|chip|bridge",
+     "Rows to begin with: none, an engine over a chip, a chip alone, or a bridge of Linux",
+     templateName, "none"},
+    {"--constraints", nullptr, "Add triggers that refuse wrong rows of any writer"},
+};
+
 } // namespace
 
-void addInitCommand(Program &program)
-{
-    const auto arguments = std::make_shared<InitArguments>();
-    const Globals &globals = program.globals;
-    CLI::App *command = addCommand(
-        program, program.app, "init",
-        "Make a new configuration database where there is none, with switches and ports but "
-        "without VLANs",
-        "  swctl init --template gateway\n  swctl init --database new.db --constraints",
-        [&globals, arguments] { return runInit(globals, *arguments); });
-    if (!program.mayRun("init"))
-        return;
-    command
-        ->add_option(
-            "--template", arguments->pattern,
-            "Rows to begin with: none, an engine over a chip, a chip alone, or a bridge of Linux")
-        ->type_name("none|gateway|chip|bridge")
-        ->check(CLI::IsMember({"none", "gateway", "chip", "bridge"}).description(""))
-        ->capture_default_str();
-    command->add_flag("--constraints", arguments->constraints,
-                      "Add triggers that refuse wrong rows of any writer");
-}
+constexpr CommandRow commands::init = {
+    nullptr,
+    "init",
+    "Make a new configuration database where there is none, with switches and ports but "
+    "without VLANs",
+    "  swctl init --template gateway\n  swctl init --database new.db --constraints",
+    runInit,
+    {options}};
 
 } // namespace swctl

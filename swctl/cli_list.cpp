@@ -4,38 +4,34 @@
 #include "client/base/number.h"
 #include "client/base/text.h"
 #include "client/rows/database.h"
-#include "swctl/validate.h"
+#include "swctl/cli_configuration.h"
+#include "swctl/commands.h"
+#include "swctl/configuration_columns.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace swctl {
 namespace {
 
-void printRows(const TableCommands &table, const std::vector<Row> &rows)
+void printRows(const TableRow &table, const std::vector<Row> &rows)
 {
     std::vector<std::string> header;
-    for (const ListColumn &column : table.list)
-        header.emplace_back(column.heading);
+    for (const Column &column : table.columns)
+        if (*column.heading != '\0')
+            header.emplace_back(column.heading);
     TextTable text(std::move(header));
     for (const Row &row : rows) {
         std::vector<std::string> line;
-        for (const ListColumn &column : table.list) {
-            const std::string value = shown(row.text(column.column));
+        for (const Column &column : table.columns) {
+            if (*column.heading == '\0')
+                continue;
+            const std::string value = shown(row.text(column.name));
             line.push_back(value.empty() ? "-" : value);
         }
         text.add(std::move(line));
     }
     text.print(stdout);
 }
-
-// Which VLANs a list shows; what is empty lets every row through.
-struct VlanFilter {
-    std::string ids; // ranges
-    std::string interfaceName;
-    std::string port;     // member
-    std::string untagged; // port that sends the VLAN untagged
-};
 
 bool lists(const Row &row, const char *column, const std::string &port)
 {
@@ -44,28 +40,48 @@ bool lists(const Row &row, const char *column, const std::string &port)
                        [&](const std::string &entry) { return toInt(entry) == toInt(port); });
 }
 
-bool matches(const VlanFilter &filter, const Row &row)
+// Whether the list shows this VLAN.
+bool matches(const Call &call, const Row &row)
 {
-    if (!filter.ids.empty() && !inRanges(filter.ids, toInt(row.text("vlanId"))))
+    if (call.has("--id") && !inRanges(call.text("--id"), toInt(row.text("vlanId"))))
         return false;
-    if (!filter.interfaceName.empty() && row.text("interfaceName") != filter.interfaceName)
+    if (call.has("--interface") && row.text("interfaceName") != call.text("--interface"))
         return false;
-    if (!filter.port.empty() && !lists(row, "fwdMap", filter.port))
+    if (call.has("--port") && !lists(row, "fwdMap", call.text("--port")))
         return false;
-    return filter.untagged.empty() || lists(row, "untagMap", filter.untagged);
+    return !call.has("--untagged-on") || lists(row, "untagMap", call.text("--untagged-on"));
 }
 
-int runList(const Program &program, const TableCommands &table, const VlanFilter &filter)
+int listRows(const Call &call, bool (*isShown)(const Call &, const Row &))
 {
-    Database database(program.globals.database, Access::read);
+    const TableRow &table = tableOf(call.command());
+    Database database(call.globals.database, Access::read);
     std::vector<Row> rows = database.rows(table.table);
-    std::erase_if(rows, [&filter](const Row &row) { return !matches(filter, row); });
-    if (program.globals.json)
+    std::erase_if(rows, [&](const Row &row) { return !isShown(call, row); });
+    if (call.globals.json)
         printJson(rowsJson(rows));
     else
         printRows(table, rows);
     return exitDone;
 }
+
+int runVlanList(const Call &call)
+{
+    return listRows(call, matches);
+}
+
+int runList(const Call &call)
+{
+    return listRows(
+        call, [](const Call &, const Row &) { return true; });
+}
+
+constexpr OptionRow filters[] = {
+    {"--id", "RANGES", "Only these ids, e.g. 10,100-199", idRanges},
+    {"--interface", "NAME", "Only VLANs on this Linux interface", interfaceName},
+    {"--port", "N", "Only VLANs whose row names this member port", decimal<0, 31>},
+    {"--untagged-on", "N", "Only VLANs whose row has this port untagged", decimal<0, 31>},
+};
 
 } // namespace
 
@@ -86,36 +102,19 @@ Json rowsJson(const std::vector<Row> &rows)
     return json;
 }
 
-void addListCommand(Program &program, CLI::App &group, const TableCommands &table,
-                    const std::string &description, const std::string &examples)
-{
-    addCommand(
-        program, group, "list", description, examples,
-        [&program, &table] { return runList(program, table, VlanFilter()); });
-}
+constexpr CommandRow commands::vlanList = {
+    "vlan",
+    "list",
+    "List the VLANs",
+    "  swctl vlan list\n  swctl vlan list --id 10,100-199 --json\n"
+    "  swctl vlan list --interface eth0 --untagged-on 3",
+    runVlanList,
+    {filters}};
 
-void addVlanListCommand(Program &program, CLI::App &group)
-{
-    const auto filter = std::make_shared<VlanFilter>();
-    CLI::App *command =
-        addCommand(program, group, "list", "List the VLANs",
-                   "  swctl vlan list\n  swctl vlan list --id 10,100-199 --json\n"
-                   "  swctl vlan list --interface eth0 --untagged-on 3",
-                   [&program, filter] { return runList(program, vlanTable, *filter); });
-    command->add_option("--id", filter->ids, "Only these ids, e.g. 10,100-199")
-        ->type_name("RANGES")
-        ->transform(idRanges());
-    command->add_option("--interface", filter->interfaceName, "Only VLANs on this Linux interface")
-        ->type_name("NAME")
-        ->transform(interfaceName());
-    command->add_option("--port", filter->port, "Only VLANs whose row names this member port")
-        ->type_name("N")
-        ->transform(decimal(0, 31));
-    command
-        ->add_option("--untagged-on", filter->untagged,
-                     "Only VLANs whose row has this port untagged")
-        ->type_name("N")
-        ->transform(decimal(0, 31));
-}
+constexpr CommandRow commands::portList = {"port", "list", "List the ports", "  swctl port list",
+                                           runList};
+
+constexpr CommandRow commands::switchList = {"switch", "list", "List the switches",
+                                             "  swctl switch list", runList};
 
 } // namespace swctl

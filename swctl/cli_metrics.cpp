@@ -3,7 +3,7 @@
 #include "client/base/text.h"
 #include "client/view/metrics.h"
 #include "common/descriptor.h"
-#include "swctl/cli_change.h"
+#include "swctl/commands.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -11,7 +11,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 namespace swctl {
 namespace {
@@ -44,8 +43,9 @@ void replaceFile(const std::string &path, const std::string &text)
     throw Failure(exitUsage, "cannot write " + printable(path) + ": " + strerror(reason));
 }
 
-int runMetrics(const Globals &globals, const std::string &output)
+int runMetrics(const Call &call)
 {
+    const Globals &globals = call.globals;
     if (globals.json)
         throw Failure(exitUsage, "metrics have a format of their own; 'swctl status --json' "
                                  "tells the state as JSON");
@@ -53,31 +53,27 @@ int runMetrics(const Globals &globals, const std::string &output)
     const std::string text = metricsText(facts);
     if (!facts.status)
         fprintf(stderr, "swctl: not all could be read: %s\n", printable(facts.reason).c_str());
-    if (output.empty())
+    if (!call.has("--output"))
         fputs(text.c_str(), stdout);
     else
-        replaceFile(output, text);
+        replaceFile(call.text("--output"), text);
     return exitDone;
 }
 
+constexpr OptionRow options[] = {
+    {"--output", "FILE", "Replace this file, which everybody may read, instead of printing"},
+};
+
 } // namespace
 
-void addMetricsCommand(Program &program)
-{
-    const auto output = std::make_shared<std::string>();
-    CLI::App *command = addCommand(
-        program, program.app, "metrics",
-        "Print state and counters for a monitoring system, as the text file collector of the "
-        "node exporter reads them; status 0 whatever the state is. What is not known is left "
-        "out",
-        "  swctl metrics | promtool check metrics\n"
-        "  swctl metrics --output /var/lib/prometheus/node-exporter/swmgr.prom",
-        [&program, output] { return runMetrics(program.globals, *output); });
-    if (program.mayRun("metrics"))
-        command
-            ->add_option("--output", *output,
-                         "Replace this file, which everybody may read, instead of printing")
-            ->type_name("FILE");
-}
+constexpr CommandRow commands::metrics = {
+    nullptr,
+    "metrics",
+    "Print state and counters for a monitoring system, as the text file collector of the "
+    "node exporter reads them; status 0 whatever the state is. What is not known is left out",
+    "  swctl metrics | promtool check metrics\n"
+    "  swctl metrics --output /var/lib/prometheus/node-exporter/swmgr.prom",
+    runMetrics,
+    {options}};
 
 } // namespace swctl

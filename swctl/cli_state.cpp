@@ -2,15 +2,16 @@
 #include "client/base/failure.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
+#include "client/base/time_text.h"
 #include "client/devices/gateway_view.h"
 #include "client/devices/readback.h"
 #include "client/view/status.h"
 #include "swctl/cli_change.h"
+#include "swctl/commands.h"
 #include "swctl/report.h"
 #include "swctl/validate.h"
 
 #include <algorithm>
-#include <memory>
 #include <sstream>
 
 namespace swctl {
@@ -113,11 +114,11 @@ void printStatus(const Status &status)
         printField("failure", timeText(status.failures[i].time) + "  " + status.failures[i].text);
 }
 
-int runStatus(const Globals &globals)
+int runStatus(const Call &call)
 {
-    GatewayView gateway = openGateway(globals, Access::read);
+    GatewayView gateway = openGateway(call.globals, Access::read);
     const Status status = statusOf(gateway);
-    if (globals.json)
+    if (call.globals.json)
         printJson(statusJson(status));
     else
         printStatus(status);
@@ -152,9 +153,9 @@ void printPort(int number, const ChipPort &port)
         printf("  %s\n", bytes.substr(at, line).c_str());
 }
 
-int runPortStats(const Globals &globals, const std::string &wanted)
+int runPortStats(const Call &call)
 {
-    GatewayView gateway = openGateway(globals, Access::read);
+    GatewayView gateway = openGateway(call.globals, Access::read);
     const std::string device = chipDevice(gateway.database());
     if (device.empty())
         throw Failure(exitUsage, "no switch in the database is a chip");
@@ -164,9 +165,9 @@ int runPortStats(const Globals &globals, const std::string &wanted)
     Json ports = Json::array();
     for (int number = 0; number < chipPortCount; ++number) {
         const ChipPort &port = chip.held->ports[static_cast<size_t>(number)];
-        if (!wanted.empty() && wanted != std::to_string(number))
+        if (call.has("PORT") && call.integer("PORT") != number)
             continue;
-        if (!globals.json)
+        if (!call.globals.json)
             printPort(number, port);
         ports.push_back({{"port", number},
                          {"link", port.linkUp},
@@ -176,33 +177,30 @@ int runPortStats(const Globals &globals, const std::string &wanted)
                          {"forwardMap", port.forwardMap},
                          {"statistics", hexText(port)}});
     }
-    if (globals.json)
+    if (call.globals.json)
         printJson(ports);
     return exitDone;
 }
 
+constexpr OptionRow statsOptions[] = {
+    {"PORT", "TEXT", "Port of the chip, 0 to 4; all unless given", decimal<0, chipPortCount - 1>},
+};
+
 } // namespace
 
-void addStateCommands(Program &program)
-{
-    addCommand(
-        program, program.app, "status",
-        "Tell whether all is well: the service, rows against hardware, unfinished changes, "
-        "tools that failed; status 0 healthy, 4 not, 3 not reachable",
-        "  swctl status\n  swctl status --json", [&program] { return runStatus(program.globals); });
-}
+constexpr CommandRow commands::status = {
+    nullptr, "status",
+    "Tell whether all is well: the service, rows against hardware, unfinished changes, "
+    "tools that failed; status 0 healthy, 4 not, 3 not reachable",
+    "  swctl status\n  swctl status --json", runStatus};
 
-void addPortStats(Program &program, CLI::App &group)
-{
-    const auto wanted = std::make_shared<std::string>();
-    CLI::App *command = addCommand(
-        program, group, "stats",
-        "Show link, default tag, port-based forwarding and the statistics bytes of the chip's "
-        "ports, as its driver gives them",
-        "  swctl port stats\n  swctl port stats 3 --json",
-        [&program, wanted] { return runPortStats(program.globals, *wanted); });
-    command->add_option("PORT", *wanted, "Port of the chip, 0 to 4; all unless given")
-        ->transform(decimal(0, chipPortCount - 1));
-}
+constexpr CommandRow commands::portStats = {
+    "port",
+    "stats",
+    "Show link, default tag, port-based forwarding and the statistics bytes of the chip's "
+    "ports, as its driver gives them",
+    "  swctl port stats\n  swctl port stats 3 --json",
+    runPortStats,
+    {statsOptions}};
 
 } // namespace swctl

@@ -7,23 +7,15 @@
 #include "client/service/log.h"
 #include "client/service/served_file.h"
 #include "swctl/cli_change.h"
+#include "swctl/commands.h"
 #include "swctl/interruption.h"
 #include "swctl/report.h"
 #include "swctl/validate.h"
 
 #include <ctime>
-#include <memory>
 
 namespace swctl {
 namespace {
-
-struct TrialArguments {
-    bool takeBack = false;
-    int watch = 0;            // s; the process that takes it back
-    std::string lines = "20"; // entries of the history
-    std::string number;       // entry to take back; empty: the last
-    ChangeFlags flags;
-};
 
 int takeBack(const Globals &globals, const Trial &trial)
 {
@@ -38,16 +30,17 @@ int takeBack(const Globals &globals, const Trial &trial)
     return outcomeStatus(verdict.outcome);
 }
 
-int runConfirm(const Globals &globals, const TrialArguments &arguments)
+int runConfirm(const Call &call)
 {
-    if (arguments.watch != 0)
-        return watchTrial(globals.database, globals.site, arguments.watch);
+    const Globals &globals = call.globals;
+    if (call.has("--watch"))
+        return watchTrial(globals.database, globals.site, call.integer("--watch"));
     const ChangeLock lock = lockChanges(globals);
     const std::optional<Trial> trial = trialOf(globals.database);
     if (!trial)
         throw Failure(exitRefused, "refused: no change waits for its confirmation");
     refuseAnotherFile(globals.database);
-    if (arguments.takeBack)
+    if (call.flag("--take-back"))
         return takeBack(globals, *trial);
     if (!trial->watched && trial->deadline < time(nullptr)) {
         static_cast<void>(takeBack(globals, *trial));
@@ -62,13 +55,14 @@ int runConfirm(const Globals &globals, const TrialArguments &arguments)
     return exitDone;
 }
 
-int runHistory(const Globals &globals, const TrialArguments &arguments)
+int runHistory(const Call &call)
 {
+    const Globals &globals = call.globals;
     { // Of a database that can be used.
         const Database database(globals.database, Access::read);
     }
     std::vector<HistoryEntry> entries = History(globals.database).entries();
-    const size_t keep = std::stoul(arguments.lines);
+    const auto keep = static_cast<size_t>(call.number("--lines"));
     if (entries.size() > keep)
         entries.erase(entries.begin(), entries.end() - static_cast<ptrdiff_t>(keep));
     if (globals.json) {
@@ -125,48 +119,47 @@ HistoryEntry entryToUndo(const std::string &databasePath, int number)
                               : std::string("the history has no change that could be undone"));
 }
 
-int runUndo(const Program &program, const TrialArguments &arguments)
+int runUndo(const Call &call)
 {
-    const int wanted = arguments.number.empty() ? 0 : std::stoi(arguments.number);
-    GatewayView gateway = gatewayFor(program, arguments.flags);
-    const HistoryEntry entry = entryToUndo(program.globals.database, wanted);
-    return change(program, arguments.flags, std::move(gateway),
-                  UndoWish{entry.number, entry.changes});
+    GatewayView gateway = gatewayFor(call);
+    const HistoryEntry entry = entryToUndo(call.globals.database, call.integer("N"));
+    return change(call, std::move(gateway), UndoWish{entry.number, entry.changes});
 }
+
+// --watch is how the process starts itself that takes the change back.
+constexpr OptionRow confirmOptions[] = {
+    {"--take-back", nullptr, "Take it back now"},
+    {"--watch", "SECONDS", nullptr, decimal<0, maxInt>},
+};
+constexpr OptionRow historyOptions[] = {
+    {"--lines", "N", "Newest entries to show, 1 to 100000", decimal<1, 100000>, "20"},
+};
+constexpr OptionRow undoArguments[] = {
+    {"N", "TEXT", "Number of the change, as 'history' shows it", decimal<1, maxInt>},
+};
 
 } // namespace
 
-void addTrialCommands(Program &program)
-{
-    const auto arguments = std::make_shared<TrialArguments>();
-    CLI::App *confirm = addCommand(
-        program, program.app, "confirm",
-        "Keep a change that was made with --confirm, which is taken back otherwise",
-        "  swctl apply gateway.json --confirm 120\n  swctl confirm\n"
-        "  swctl confirm --take-back",
-        [&program, arguments] { return runConfirm(program.globals, *arguments); });
-    CLI::App *history = addCommand(
-        program, program.app, "history", "Show who changed what, when, and what came of it",
-        "  swctl history\n  swctl history --lines 100 --json",
-        [&program, arguments] { return runHistory(program.globals, *arguments); });
-    CLI::App *undo =
-        addCommand(program, program.app, "undo", "Take a change back, the last one unless told",
-                   "  swctl undo\n  swctl undo 17 --dry-run",
-                   [&program, arguments] { return runUndo(program, *arguments); });
-    if (program.mayRun("confirm")) {
-        confirm->add_flag("--take-back", arguments->takeBack, "Take it back now");
-        confirm->add_option("--watch", arguments->watch)->group("");
-    }
-    if (program.mayRun("history"))
-        history->add_option("--lines", arguments->lines, "Newest entries to show, 1 to 100000")
-            ->type_name("N")
-            ->capture_default_str()
-            ->transform(decimal(1, 100000));
-    if (program.mayRun("undo")) {
-        undo->add_option("N", arguments->number, "Number of the change, as 'history' shows it")
-            ->transform(decimal(1, std::numeric_limits<int32_t>::max()));
-        addChangeFlags(*undo, arguments->flags);
-    }
-}
+constexpr CommandRow commands::confirm = {
+    nullptr,
+    "confirm",
+    "Keep a change that was made with --confirm, which is taken back otherwise",
+    "  swctl apply gateway.json --confirm 120\n  swctl confirm\n  swctl confirm --take-back",
+    runConfirm,
+    {confirmOptions}};
+
+constexpr CommandRow commands::history = {nullptr,
+                                          "history",
+                                          "Show who changed what, when, and what came of it",
+                                          "  swctl history\n  swctl history --lines 100 --json",
+                                          runHistory,
+                                          {historyOptions}};
+
+constexpr CommandRow commands::undo = {nullptr,
+                                       "undo",
+                                       "Take a change back, the last one unless told",
+                                       "  swctl undo\n  swctl undo 17 --dry-run",
+                                       runUndo,
+                                       {undoArguments, changeFlags}};
 
 } // namespace swctl

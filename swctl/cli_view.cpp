@@ -6,13 +6,13 @@
 #include "client/service/service.h"
 #include "common/log_rank.h"
 #include "swctl/cli_change.h"
+#include "swctl/commands.h"
 #include "swctl/show.h"
 #include "swctl/validate.h"
 
 #include <cerrno>
 #include <cstring>
 #include <deque>
-#include <memory>
 #include <thread>
 
 namespace swctl {
@@ -29,43 +29,26 @@ void writeFile(const std::string &path, const std::string &text)
         throw Failure(exitUsage, "cannot write " + printable(path) + ": " + strerror(errno));
 }
 
-int runShow(const Globals &globals, const std::string &svgFile)
+int runShow(const Call &call)
 {
-    GatewayView gateway = openGateway(globals, Access::read);
+    GatewayView gateway = openGateway(call.globals, Access::read);
     const Network network = networkOf(gateway);
-    if (!svgFile.empty())
-        writeFile(svgFile, showSvg(network));
-    else if (globals.json)
+    if (call.has("--svg"))
+        writeFile(call.text("--svg"), showSvg(network));
+    else if (call.globals.json)
         printJson(showJson(network));
     else
         showText(stdout, network, colourWanted(stdout), terminalColumns(stdout));
     return exitDone;
 }
 
-void addShow(Program &program)
-{
-    const auto svgFile = std::make_shared<std::string>();
-    CLI::App *command = addCommand(
-        program, program.app, "show",
-        "Show what a start of the service from the database would give: the switches with their "
-        "port mappings, which port takes part in which VLAN, and where the start would stop",
-        "  swctl show\n  swctl show --svg network.svg\n  swctl show --json",
-        [&program, svgFile] { return runShow(program.globals, *svgFile); });
-    if (!program.mayRun("show"))
-        return;
-    command->add_option("--svg", *svgFile, "Draw it as a picture into this file")
-        ->type_name("FILE");
-}
+constexpr OptionRow showOptions[] = {
+    {"--svg", "FILE", "Draw it as a picture into this file"},
+};
 
 // --- log -------------------------------------------------------------------
 
 constexpr auto followInterval = std::chrono::milliseconds(200);
-
-struct LogArguments {
-    std::string level;        // least urgent rank to show; empty: all but tools
-    std::string lines = "20"; // older records to show first
-    bool noFollow = false;    // end after the older records
-};
 
 // Escape sequence, empty: none.
 const char *colourOf(int32_t rank)
@@ -96,12 +79,12 @@ const char *rankName(int32_t rank)
     return name != nullptr ? name : "other";
 }
 
-std::string checkLevel(std::string &name)
+std::string levelName(const std::string &name)
 {
     int32_t rank = 0;
-    if (logRankByName(name.c_str(), rank))
-        return {};
-    return "'" + printable(name) + "' is not one of " + logRankList;
+    if (!logRankByName(name.c_str(), rank))
+        throw Failure(exitUsage, "'" + printable(name) + "' is not one of " + logRankList);
+    return name;
 }
 
 void printJsonLine(const LogLine &line)
@@ -130,17 +113,18 @@ void printLine(const LogLine &line, bool json, bool colour)
     fflush(stdout);
 }
 
-int runLog(const Globals &globals, const LogArguments &arguments)
+int runLog(const Call &call)
 {
+    const bool json = call.globals.json;
     const bool colour = colourWanted(stdout);
     int32_t most = LOG_RANK_DEBUG;
-    const bool named = logRankByName(arguments.level.c_str(), most); // checked before
+    const bool named = logRankByName(call.text("--level").c_str(), most); // checked before
     // Unless a level is named, tools that did their work are noise.
     const auto shown = [most, named](const LogLine &line) {
         return rankOf(line) <= most && (named || rankOf(line) != LOG_RANK_TOOL);
     };
     LogFollower follower(most); // no rank is below its record's level
-    const size_t keep = std::stoul(arguments.lines);
+    const auto keep = static_cast<size_t>(call.number("--lines"));
     std::deque<LogLine> older;
     follower.read([&](const LogLine &line) {
         if (!shown(line))
@@ -150,12 +134,12 @@ int runLog(const Globals &globals, const LogArguments &arguments)
             older.pop_front();
     });
     for (const LogLine &line : older)
-        printLine(line, globals.json, colour);
-    while (!arguments.noFollow && ferror(stdout) == 0) {
+        printLine(line, json, colour);
+    while (!call.flag("--no-follow") && ferror(stdout) == 0) {
         std::this_thread::sleep_for(followInterval);
         const uint64_t lost = follower.read([&](const LogLine &line) {
             if (shown(line))
-                printLine(line, globals.json, colour);
+                printLine(line, json, colour);
         });
         if (lost != 0)
             fprintf(stderr, "swctl: %llu records came faster than they were read\n",
@@ -164,35 +148,32 @@ int runLog(const Globals &globals, const LogArguments &arguments)
     return exitDone;
 }
 
-void addLog(Program &program)
-{
-    const auto arguments = std::make_shared<LogArguments>();
-    CLI::App *command =
-        addCommand(program, program.app, "log", "Follow the log of the service until interrupted",
-                   "  swctl log --level error\n  swctl log --no-follow --lines 100 --json",
-                   [&program, arguments] { return runLog(program.globals, *arguments); });
-    if (!program.mayRun("log"))
-        return;
-    command
-        ->add_option(
-            "--level", arguments->level,
-            "Show this and what is more urgent: error, warning, info, notice, tool, debug; all but tool unless given")
-        ->type_name("LEVEL")
-        ->capture_default_str()
-        ->check(CLI::Validator(&checkLevel, ""));
-    command->add_option("--lines", arguments->lines, "Older records to show first, 0 to 512")
-        ->type_name("N")
-        ->capture_default_str()
-        ->transform(decimal(0, 512));
-    command->add_flag("--no-follow", arguments->noFollow, "End after the older records");
-}
+constexpr OptionRow logOptions[] = {
+    {"--level", "LEVEL",
+     "Show this and what is more urgent: error, warning, info, notice, tool, debug; all but tool "
+     "unless given",
+     levelName},
+    {"--lines", "N", "Older records to show first, 0 to 512", decimal<0, 512>, "20"},
+    {"--no-follow", nullptr, "End after the older records"},
+};
 
 } // namespace
 
-void addViewCommands(Program &program)
-{
-    addShow(program);
-    addLog(program);
-}
+constexpr CommandRow commands::show = {
+    nullptr,
+    "show",
+    "Show what a start of the service from the database would give: the switches with their "
+    "port mappings, which port takes part in which VLAN, and where the start would stop",
+    "  swctl show\n  swctl show --svg network.svg\n  swctl show --json",
+    runShow,
+    {showOptions}};
+
+constexpr CommandRow commands::log = {
+    nullptr,
+    "log",
+    "Follow the log of the service until interrupted",
+    "  swctl log --level error\n  swctl log --no-follow --lines 100 --json",
+    runLog,
+    {logOptions}};
 
 } // namespace swctl

@@ -7,12 +7,12 @@
 #include "client/view/inspection.h"
 #include "swctl/cli_change.h"
 #include "swctl/cli_list.h"
+#include "swctl/commands.h"
+#include "swctl/configuration_columns.h"
 #include "swctl/report.h"
 #include "swctl/show.h"
-#include "swctl/validate.h"
 
 #include <algorithm>
-#include <memory>
 
 namespace swctl {
 namespace {
@@ -197,10 +197,10 @@ Json viewJson(const VlanView &view)
         {"differences", differencesJson(view.differences)}};
 }
 
-int runVlanShow(const Globals &globals, const std::string &id)
+int runVlanShow(const Call &call)
 {
-    const VlanView view = viewOf(globals, std::stoi(id));
-    if (globals.json)
+    const VlanView view = viewOf(call.globals, call.integer("ID"));
+    if (call.globals.json)
         printJson(viewJson(view));
     else
         printView(view);
@@ -209,20 +209,13 @@ int runVlanShow(const Globals &globals, const std::string &id)
 
 } // namespace
 
-void addVlanShowCommand(Program &program, CLI::App &group)
-{
-    const auto id = std::make_shared<std::string>();
-    const Globals &globals = program.globals;
-    CLI::App *command = addCommand(
-        program, group, "show",
-        "Show one VLAN: its row, what a fresh start would make of it, what chip and kernel hold "
-        "now, and what the log says of the engine's tools",
-        "  swctl vlan show 20\n  swctl vlan show 20 --json",
-        [&globals, id] { return runVlanShow(globals, *id); });
-    command->add_option("ID", *id, "802.1Q VLAN id, 1 to 4094")
-        ->type_name("ID")
-        ->required()
-        ->transform(decimal(1, 4094));
-}
+constexpr CommandRow commands::vlanShow = {
+    "vlan",
+    "show",
+    "Show one VLAN: its row, what a fresh start would make of it, what chip and kernel hold "
+    "now, and what the log says of the engine's tools",
+    "  swctl vlan show 20\n  swctl vlan show 20 --json",
+    runVlanShow,
+    {keyOf(vlanOptions)}};
 
 } // namespace swctl

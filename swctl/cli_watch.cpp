@@ -6,13 +6,12 @@
 #include "client/service/request_log.h"
 #include "client/view/watch.h"
 #include "common/clock.h"
-#include "swctl/cli.h"
+#include "swctl/commands.h"
 #include "swctl/validate.h"
 #include "swmgr/swmgr_client.h"
 
 #include <csignal>
 #include <ctime>
-#include <memory>
 #include <unistd.h>
 
 namespace swctl {
@@ -82,8 +81,9 @@ void printReason(const std::string &reason, bool json)
         printf("%s  service: %s\n", timeText(now).c_str(), shown(reason).c_str());
 }
 
-int runWatch(const Globals &globals, const std::string &interval)
+int runWatch(const Call &call)
 {
+    const Globals &globals = call.globals;
     const Interruptions interruptions;
     GatewayView gateway(Database(globals.database, Access::read), globals.site);
     Watcher watcher(gateway);
@@ -94,7 +94,7 @@ int runWatch(const Globals &globals, const std::string &interval)
     Scene before = watcher.observe(/*table=*/true);
     if (isatty(STDERR_FILENO) == 1)
         fprintf(stderr, "swctl: watching %zu things; Ctrl-C ends it\n", before.size());
-    for (int looks = 1; ferror(stdout) == 0 && !interruptions.within(std::stoi(interval));
+    for (int looks = 1; ferror(stdout) == 0 && !interruptions.within(call.integer("--interval"));
          ++looks) {
         const bool moved = watcher.databaseMoved();
         const bool heard = hasSpoken(follower, reasons);
@@ -109,23 +109,19 @@ int runWatch(const Globals &globals, const std::string &interval)
     return exitDone;
 }
 
+constexpr OptionRow options[] = {
+    {"--interval", "SECONDS", "Seconds between two looks, 1 to 3600", decimal<1, 3600>, "2"},
+};
+
 } // namespace
 
-void addWatchCommand(Program &program)
-{
-    const auto interval = std::make_shared<std::string>("2");
-    CLI::App *command = addCommand(
-        program, program.app, "watch",
-        "Print a line for each change of rows, chip, sub-interfaces, links and service, and for "
-        "each failure in the log, until interrupted",
-        "  swctl watch\n  swctl watch --interval 10 --json",
-        [&program, interval] { return runWatch(program.globals, *interval); });
-    if (!program.mayRun("watch"))
-        return;
-    command->add_option("--interval", *interval, "Seconds between two looks, 1 to 3600")
-        ->type_name("SECONDS")
-        ->capture_default_str()
-        ->transform(decimal(1, 3600));
-}
+constexpr CommandRow commands::watch = {
+    nullptr,
+    "watch",
+    "Print a line for each change of rows, chip, sub-interfaces, links and service, and for "
+    "each failure in the log, until interrupted",
+    "  swctl watch\n  swctl watch --interval 10 --json",
+    runWatch,
+    {options}};
 
 } // namespace swctl

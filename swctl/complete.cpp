@@ -2,7 +2,7 @@
 
 #include "client/devices/site.h"
 #include "client/rows/database.h"
-#include "swctl/cli.h"
+#include "swctl/globals.h"
 
 #include <set>
 

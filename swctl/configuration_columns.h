@@ -1,30 +1,85 @@
-// The tables of the configuration database as options and as lists: which
-// column each option sets, and which columns a list shows.
+// The columns of the configuration tables as options of the command line.
 #pragma once
 
-#include "swctl/row_options.h"
+#include "client/rows/columns.h"
+#include "swctl/command.h"
+#include "swctl/validate.h"
 
+#include <array>
 #include <span>
+#include <utility>
 
 namespace swctl {
 
-struct ListColumn {
-    const char *heading;
-    const char *column; // column of the table whose text is shown
+// One table with everything that the commands of its group need.
+struct TableRow {
+    const char *group; // of its commands
+    const char *table; // name in the database
+    const char *noun;  // what a row is called, e.g. "VLAN"
+    std::span<const Column> columns;
 };
 
-// One table with everything that the commands of its area need.
-struct TableCommands {
-    const char *table;                       // name in the database
-    const char *noun;                        // what a row is called, e.g. "VLAN"
-    std::span<const char *const> identity;   // columns that tell rows apart
-    std::span<const ColumnOption> arguments; // identity, required
-    std::span<const ColumnOption> options;   // the rest
-    std::span<const ListColumn> list;        // what a list shows
-};
+// The normal form of a text for a column, or a Failure that says what it takes.
+template <const Column &column>
+std::string valueFor(const std::string &text)
+{
+    switch (column.holds) {
+    case Holds::number:
+        return column.gap == Column::noGap ? numberWithin(text, column.least, column.most)
+                                           : numberAmong(text, column);
+    case Holds::flag:
+        return onOff(text);
+    case Holds::switchName:
+        return switchNameText(text);
+    case Holds::interface:
+        return interfaceName(text);
+    case Holds::portList:
+        return portList(text);
+    case Holds::mapping:
+        return portMapping(text);
+    default:
+        return textOf(text, static_cast<size_t>(column.most));
+    }
+}
 
-extern const TableCommands vlanTable;
-extern const TableCommands portTable;
-extern const TableCommands switchTable;
+// The options of columns, those of the columns that tell rows apart first.
+template <const auto &columns, size_t... places>
+constexpr auto optionsOf(std::index_sequence<places...>)
+{
+    return std::array{OptionRow{.name = columns[places].option,
+                                .type = columns[places].valueName,
+                                .help = columns[places].help,
+                                .check = valueFor<columns[places]>,
+                                .required = columns[places].isIdentity()}...};
+}
+template <const auto &columns>
+constexpr auto optionsOf()
+{
+    return optionsOf<columns>(std::make_index_sequence<std::size(columns)>());
+}
+
+// Those that tell rows apart, and the rest.
+template <size_t size>
+constexpr OptionList keyOf(const std::array<OptionRow, size> &options)
+{
+    size_t count = 0;
+    while (options[count].isArgument())
+        ++count;
+    return OptionList(options).first(count);
+}
+template <size_t size>
+constexpr OptionList valuesOf(const std::array<OptionRow, size> &options)
+{
+    return OptionList(options).subspan(keyOf(options).size());
+}
+
+inline constexpr auto vlanOptions = optionsOf<column_rows::vlanColumns>();
+inline constexpr auto portOptions = optionsOf<column_rows::portColumns>();
+inline constexpr auto switchOptions = optionsOf<column_rows::switchColumns>();
+
+inline constexpr TableRow vlanTable = {"vlan", vlanTableName, "VLAN", column_rows::vlanColumns};
+inline constexpr TableRow portTable = {"port", portTableName, "port", column_rows::portColumns};
+inline constexpr TableRow switchTable = {"switch", switchTableName, "switch",
+                                         column_rows::switchColumns};
 
 } // namespace swctl

@@ -5,10 +5,11 @@
 #include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/service/service.h"
-#include "swctl/cli.h"
+#include "swctl/commands.h"
 #include "swctl/complete.h"
+#include "swctl/manual.h"
+#include "swctl/parser.h"
 #include "swctl/usage.h"
-#include "swctl/validate.h"
 
 #include <cerrno>
 #include <cstdio>
@@ -18,91 +19,56 @@ namespace {
 
 using namespace swctl;
 
-constexpr const char *introduction =
-    "Changes and shows the configuration of the Ethernet switches of this gateway.";
-constexpr const char *exitStatuses =
-    "Exit status:\n"
-    "  0  done\n"
-    "  1  refused; nothing is different from before\n"
-    "  2  wrong arguments, a database that cannot be used, or output that\n"
-    "     cannot be written\n"
-    "  3  unanswered: the service cannot be reached, or did not answer\n"
-    "  4  differs: rows and hardware do not agree; 'swctl repair' mends\n"
-    "     it, or says what only a restart can\n";
-
-void addGlobalOptions(Program &program)
+int print(const std::string &text)
 {
-    CLI::App &app = program.app;
-    app.set_help_flag("-h,--help", "Show this help and end");
-    app.set_version_flag("--version", "swctl " SWMGR_VERSION, "Show the version and end");
-    app.add_option("--database", program.globals.database, "Configuration database")
-        ->envname("SWMGR_DATABASE")
-        ->type_name("FILE")
-        ->capture_default_str();
-    app.add_option("--relay-dir", program.globals.relayDirectory,
-                   "Directory of the service's sockets")
-        ->envname("RELAY_DIR")
-        ->type_name("DIR");
-    app.add_option("--site", program.globals.site,
-                   "File that says where devices and interfaces are, for a simulated gateway")
-        ->envname("SWMGR_SITE")
-        ->type_name("FILE");
-    // The default is the other swctl's; the service has its relay's own limit, since a
-    // start with thousands of VLANs answers late.
-    app.add_option_function<std::string>(
-           "--wait",
-           [&program](const std::string &seconds) {
-               program.globals.wait = std::stoi(seconds);
-               limitAnswers(program.globals.wait);
-           },
-           "Seconds to wait for another swctl (10 unless given) and for each answer of the "
-           "service (180 unless given), 0 to 3600; 0 does not wait for the other swctl, and a "
-           "second for an answer")
-        ->type_name("SECONDS")
-        ->transform(decimal(0, 3600));
-    app.add_flag("--json", program.globals.json, "Print JSON");
-}
-
-int generate(const CLI::App &app, const std::string &kind)
-{
-    const std::string text = kind == "man" ? manualPage(app) : bashCompletion(app);
     return fputs(text.c_str(), stdout) >= 0 ? exitDone : exitUsage;
 }
 
-int parseAndRun(Program &program, int argc, char **argv)
+int run(const Call &call)
 {
-    CLI::App &app = program.app;
-    std::string generated;
-    std::string completed;
-    app.add_option("--complete", completed)->group("");
-    app.add_option("--generate", generated)->check(CLI::IsMember({"man", "bash"}))->group("");
     try {
-        app.parse(argc, argv);
-    } catch (const CLI::ParseError &error) {
-        if (error.get_exit_code() == static_cast<int>(CLI::ExitCodes::Success))
-            return app.exit(error); // help or version
-        if (!completed.empty()) {
-            printCompletions(program.globals, completed);
-            return exitDone;
-        }
-        if (!generated.empty())
-            return generate(app, generated);
-        const std::optional<std::string> unknown = unknownWord(app, program.words);
-        fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
-                unknown ? unknown->c_str() : printable(error.what()).c_str());
-        return exitUsage;
-    }
-    useRelayDirectory(program.globals.relayDirectory);
-    try {
-        return program.run();
+        return call.command().run(call);
     } catch (const Failure &failure) {
-        if (program.globals.json)
+        if (call.globals.json)
             printJson({{"outcome", failure.status == exitRefused       ? "refused"
                                    : failure.status == exitUnreachable ? "unanswered"
                                                                        : "unusable"},
                        {"reason", failure.what()}});
         throw;
     }
+}
+
+// What needs no command.
+int runAlone(const Call &call)
+{
+    if (call.flag("--version"))
+        return print("swctl " SWMGR_VERSION "\n");
+    if (call.has("--generate"))
+        return print(call.text("--generate") == "man" ? manualPage(commandTable)
+                                                      : bashCompletion(commandTable));
+    printCompletions(call.globals, call.text("--complete"));
+    return exitDone;
+}
+
+int parseAndRun(const std::vector<std::string> &words)
+{
+    Parsed parsed;
+    try {
+        parsed = parse(commandTable, words);
+        if (parsed.asked == Asked::help)
+            return print(helpText(commandTable, parsed.place));
+        parsed.call.globals = globalsOf(parsed.call);
+        if (parsed.asked == Asked::option)
+            return runAlone(parsed.call);
+    } catch (const Failure &failure) {
+        fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
+                failure.what());
+        return failure.status;
+    }
+    useRelayDirectory(parsed.call.globals.relayDirectory);
+    if (parsed.call.has("--wait"))
+        limitAnswers(parsed.call.globals.wait);
+    return run(parsed.call);
 }
 
 // What was to be shown and could not be is a failure, whatever else was done.
@@ -121,31 +87,7 @@ int written(int status)
 int main(int argc, char **argv)
 {
     try {
-        Program program;
-        program.words.assign(argv + 1, argv + argc);
-        program.everything = program.mayRun("--generate");
-        program.app.name("swctl");
-        program.app.description(introduction);
-        program.app.footer(exitStatuses);
-        program.app.fallthrough();
-        program.app.require_subcommand(1);
-        program.app.formatter(std::make_shared<HelpFormatter>());
-        program.app.get_formatter()->column_width(32);
-        addGlobalOptions(program);
-        addConfigurationCommands(program);
-        addSwitchCommands(program);
-        addRequestCommands(program);
-        addViewCommands(program);
-        addFileCommands(program);
-        addInitCommand(program);
-        addTrialCommands(program);
-        addCompareCommands(program);
-        addStateCommands(program);
-        addMetricsCommand(program);
-        addCheckCommand(program);
-        addExplainCommand(program);
-        addWatchCommand(program);
-        return written(parseAndRun(program, argc, argv));
+        return written(parseAndRun({argv + 1, argv + argc}));
     } catch (const Failure &failure) {
         printLines(stderr, std::string("swctl: ") + failure.what());
         return failure.status;

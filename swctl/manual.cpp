@@ -1,17 +1,13 @@
-// The manual page and the bash completion, made from the application's own
-// commands and options, so that neither can say anything else.
+#include "swctl/manual.h"
+
 #include "client/check/check.h"
 #include "common/log_rank.h"
-#include "swctl/cli.h"
 
 #include <algorithm>
-#include <functional>
 #include <set>
 
 namespace swctl {
 namespace {
-
-using AppPtr = const CLI::App *;
 
 // Text as troff takes it: backslashes, hyphens and leading dots mean something.
 std::string troff(const std::string &text)
@@ -29,78 +25,61 @@ std::string troff(const std::string &text)
     return out;
 }
 
-bool takesValue(const CLI::Option &option)
+std::vector<const OptionRow *> shownOptions(const CommandTable &table, const Place &place)
 {
-    return option.get_expected_max() > 0 && !option.get_type_name().empty();
-}
-
-std::vector<const CLI::Option *> shownOptions(AppPtr app)
-{
-    std::vector<const CLI::Option *> options;
-    for (const CLI::Option *option : app->get_options())
-        if (!option->get_group().empty())
-            options.push_back(option);
+    std::vector<const OptionRow *> options = optionsAt(table, place);
+    std::erase_if(options, [](const OptionRow *option) { return option->isHidden(); });
     return options;
 }
 
-std::string fullName(AppPtr app)
+// The name of an option that a completion offers: "--verbose" of "-v,--verbose".
+std::string longName(const OptionRow &option)
 {
-    return app->get_parent() == nullptr ? app->get_name()
-                                        : fullName(app->get_parent()) + " " + app->get_name();
+    return namesOf(option).back();
 }
 
-void forEachCommand(AppPtr app, const std::function<void(AppPtr)> &visit)
+void describeOptions(std::string &page, const CommandTable &table, const Place &place)
 {
-    for (AppPtr command : app->get_subcommands({})) {
-        visit(command);
-        forEachCommand(command, visit);
-    }
-}
-
-void describeOptions(std::string &page, AppPtr app)
-{
-    for (const CLI::Option *option : shownOptions(app)) {
-        const bool argument = option->get_positional();
+    for (const OptionRow *option : shownOptions(table, place)) {
         page += ".TP\n";
-        page += argument ? "\\fI" + troff(option->get_name()) + "\\fR"
-                         : "\\fB" + troff(option->get_name(false, true)) + "\\fR";
-        if (!argument && takesValue(*option))
-            page += " \\fI" + troff(option->get_type_name()) + "\\fR";
-        page += "\n" + troff(option->get_description()) + ".";
-        if (!option->get_default_str().empty())
-            page += " Default: " + troff(option->get_default_str()) + ".";
-        if (!option->get_envname().empty())
-            page += " Environment: " + troff(option->get_envname()) + ".";
+        page += (option->isArgument() ? "\\fI" : "\\fB") + troff(option->name) + "\\fR";
+        if (!option->isArgument() && option->takesValue())
+            page += " \\fI" + troff(option->type) + "\\fR";
+        page += "\n" + troff(option->help) + ".";
+        if (option->initial != nullptr)
+            page += " Default: " + troff(option->initial) + ".";
+        if (option->environment != nullptr)
+            page += " Environment: " + troff(option->environment) + ".";
         page += "\n";
     }
 }
 
-void describeCommand(std::string &page, AppPtr command)
+void describePlace(std::string &page, const CommandTable &table, const Place &place)
 {
-    const bool group = !command->get_subcommands({}).empty();
-    page += ".SS " + troff(fullName(command)) + "\n" + troff(command->get_description()) + ".\n";
-    if (group)
+    page += ".SS swctl " + troff(place.path()) + "\n" + troff(descriptionOf(table, place)) + ".\n";
+    if (place.command == nullptr)
         return;
-    describeOptions(page, command);
-    if (!command->get_footer().empty())
-        page += ".PP\n.nf\n" + troff(command->get_footer()) + "\n.fi\n";
+    describeOptions(page, table, place);
+    page += ".PP\n.nf\nExamples:\n" + troff(place.command->examples) + "\n.fi\n";
 }
 
-// The words that may follow a command: its own commands and options, and the
-// options of the commands around it, which are taken there as well.
-std::string wordsAfter(AppPtr app)
+// The words that may follow a place: its own commands and options, and the options that
+// hold for every command.
+std::string wordsAfter(const CommandTable &table, const Place &place)
 {
     std::string words;
-    for (AppPtr command : app->get_subcommands({}))
-        words += command->get_name() + " ";
-    for (AppPtr level = app; level != nullptr; level = level->get_parent())
-        for (const CLI::Option *option : shownOptions(level)) {
-            const bool repeated = level != app && option->get_name(false, true) == "-h,--help";
-            for (const std::string &name : option->get_lnames())
-                if (!repeated)
-                    words += "--" + name + " ";
-        }
-    words.pop_back();
+    const auto add = [&words](const std::string &word) {
+        (words += words.empty() ? "" : " ") += word;
+    };
+    for (const Place &next : placesAfter(table, place))
+        add(next.name());
+    for (const OptionRow *option : shownOptions(table, place))
+        if (!option->isArgument())
+            add(longName(*option));
+    if (!place.path().empty())
+        for (const OptionRow *option : shownOptions(table, {}))
+            if (option != &helpOption)
+                add(longName(*option));
     return words;
 }
 
@@ -134,22 +113,22 @@ constexpr ValueKind namedKinds[] = {
     {"port", nullptr, "port"},
 };
 
-const ValueKind *kindOf(AppPtr command, const CLI::Option &option)
+const ValueKind *kindOf(const Place &place, const OptionRow &option)
 {
     static constexpr ValueKind switchNames = {"NAME", "switches", nullptr};
-    const std::string name =
-        option.get_positional() ? option.get_name() : option.get_name(false, true);
+    const std::string name = option.name;
+    const std::string command = place.name();
     // What is about to be made has no number or name yet.
-    const bool made = command->get_name() == "add" || command->get_name() == "vlan-add";
-    if ((made && option.get_positional() && name != "SWITCH") || name == "--id")
-        return option.get_type_name() == "RANGES" ? &valueKinds[1] : nullptr;
-    if (option.get_positional() && name == "NAME" && command->get_parent()->get_name() == "switch")
+    const bool made = command == "add" || command == "vlan-add";
+    if ((made && option.isArgument() && name != "SWITCH") || name == "--id")
+        return option.type == std::string("RANGES") ? &valueKinds[1] : nullptr;
+    if (name == "NAME" && place.group != nullptr && place.group->name == std::string("switch"))
         return &switchNames;
     for (const ValueKind &kind : namedKinds)
         if (name == kind.type)
             return &kind;
     for (const ValueKind &kind : valueKinds)
-        if (option.get_type_name() == kind.type)
+        if (option.type == std::string(kind.type))
             return &kind;
     return nullptr;
 }
@@ -161,10 +140,10 @@ std::string offeringWords(std::string words, char separator)
 }
 
 // The action that offers what may stand as a value; empty when anything may.
-std::string valuesOf(AppPtr command, const CLI::Option &option)
+std::string valuesOf(const Place &place, const OptionRow &option)
 {
-    const std::string type = option.get_type_name();
-    const ValueKind *kind = kindOf(command, option);
+    const std::string type = option.type;
+    const ValueKind *kind = kindOf(place, option);
     if (kind != nullptr && kind->kind != nullptr)
         return std::string("_swctl_listed ") + kind->kind + " \"$1\" \"$current\"; return";
     if (kind != nullptr && kind->words != nullptr)
@@ -186,55 +165,56 @@ std::string valuesOf(AppPtr command, const CLI::Option &option)
            " -- \"$current\"); return";
 }
 
-std::string pathOf(const CLI::App &app, AppPtr command)
+std::string commandCases(const CommandTable &table)
 {
-    return fullName(command).substr(app.get_name().size() + 1);
-}
-
-std::string commandCases(const CLI::App &app)
-{
-    std::string cases = "    '') words='" + wordsAfter(&app) + "' ;;\n";
-    forEachCommand(&app, [&](AppPtr command) {
-        cases += "    '" + pathOf(app, command) + "') words='" + wordsAfter(command) + "' ;;\n";
-    });
+    std::string cases = "    '') words='" + wordsAfter(table, {}) + "' ;;\n";
+    for (const Place &place : allPlaces(table))
+        cases += "    '" + place.path() + "') words='" + wordsAfter(table, place) + "' ;;\n";
     return cases;
 }
 
-std::string groupPattern(const CLI::App &app)
+std::string placePattern(const CommandTable &table)
 {
     std::string pattern;
-    forEachCommand(&app, [&](AppPtr command) {
-        pattern += (pattern.empty() ? "'" : "|'") + pathOf(app, command) + "'";
-    });
+    for (const Place &place : allPlaces(table))
+        pattern += (pattern.empty() ? "'" : "|'") + place.path() + "'";
     return pattern;
 }
 
+std::vector<const OptionRow *> optionsWithValue(const CommandTable &table, const Place &place)
+{
+    std::vector<const OptionRow *> options = shownOptions(table, place);
+    std::erase_if(options, [](const OptionRow *option) {
+        return option->isArgument() || !option->takesValue();
+    });
+    return options;
+}
+
 // One case for each option with a value: the command and the option before it.
-std::string valueCases(AppPtr level, const std::string &pattern)
+std::string valueCases(const CommandTable &table, const Place &place, const std::string &pattern)
 {
     std::string cases;
-    for (const CLI::Option *option : shownOptions(level))
-        for (const std::string &name : option->get_lnames()) {
-            const std::string values = takesValue(*option) ? valuesOf(level, *option) : "";
-            if (takesValue(*option))
-                (((cases += "    ") += pattern) += " --") +=
-                    name + "') " + (values.empty() ? "return" : values) + " ;;\n";
-        }
+    for (const OptionRow *option : optionsWithValue(table, place)) {
+        const std::string values = valuesOf(place, *option);
+        cases += "    " + pattern + " " + longName(*option) + "') " +
+                 (values.empty() ? "return" : values) + " ;;\n";
+    }
     return cases;
 }
 
 // One case for each argument that has values to offer: the command and how many
 // arguments stand before it.
-std::string argumentCases(const std::string &path, AppPtr command)
+std::string argumentCases(const CommandTable &table, const Place &place)
 {
     std::string cases;
     int before = 0;
-    for (const CLI::Option *option : shownOptions(command)) {
-        if (!option->get_positional())
+    for (const OptionRow *option : shownOptions(table, place)) {
+        if (!option->isArgument())
             continue;
-        const std::string values = valuesOf(command, *option);
+        const std::string values = valuesOf(place, *option);
         if (!values.empty())
-            cases += "        '" + path + " " + std::to_string(before) + "') " + values + " ;;\n";
+            cases += "        '" + place.path() + " " + std::to_string(before) + "') " + values +
+                     " ;;\n";
         ++before;
     }
     return cases;
@@ -245,23 +225,20 @@ struct Cases {
     std::string takers; // the options with a value, as a pattern
 };
 
-Cases allCases(const CLI::App &app)
+Cases allCases(const CommandTable &table)
 {
-    Cases cases{valueCases(&app, "*'"), "", ""};
+    Cases cases{valueCases(table, {}, "*'"), "", ""};
     std::set<std::string> takers;
-    const auto take = [&](AppPtr level) {
-        for (const CLI::Option *option : shownOptions(level))
-            for (const std::string &name : option->get_lnames())
-                if (takesValue(*option))
-                    takers.insert("--" + name);
+    const auto take = [&](const Place &place) {
+        for (const OptionRow *option : optionsWithValue(table, place))
+            takers.insert(longName(*option));
     };
-    take(&app);
-    forEachCommand(&app, [&](AppPtr command) {
-        const std::string path = pathOf(app, command);
-        cases.values += valueCases(command, "'" + path);
-        cases.arguments += argumentCases(path, command);
-        take(command);
-    });
+    take({});
+    for (const Place &place : allPlaces(table)) {
+        cases.values += valueCases(table, place, "'" + place.path());
+        cases.arguments += argumentCases(table, place);
+        take(place);
+    }
     for (const std::string &taker : takers)
         cases.takers += (cases.takers.empty() ? "" : "|") + taker;
     return cases;
@@ -269,28 +246,28 @@ Cases allCases(const CLI::App &app)
 
 } // namespace
 
-std::string manualPage(const CLI::App &app)
+std::string manualPage(const CommandTable &table)
 {
     std::string page = ".TH SWCTL 1 \"\" \"swctl " SWMGR_VERSION "\" \"User Commands\"\n";
     page += ".SH NAME\nswctl \\- command\\-line client of the switch manager\n";
     page += ".SH SYNOPSIS\n.B swctl\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n";
-    page += ".SH DESCRIPTION\n" + troff(app.get_description()) +
+    page += ".SH DESCRIPTION\n" + troff(table.description) +
             "\nA change is written to the database, and the service is told of it. When the "
             "service\nrefuses it or cannot be reached, the row is put back as it was.\n";
     page += ".SH OPTIONS\nThese may stand anywhere on the command line.\n";
-    describeOptions(page, &app);
+    describeOptions(page, table, {});
     page += ".SH COMMANDS\n";
-    forEachCommand(&app, [&](AppPtr command) { describeCommand(page, command); });
-    const std::string footer = app.get_footer();
-    page += ".SH EXIT STATUS\n.nf\n" + troff(footer.substr(footer.find('\n') + 1)) + ".fi\n";
+    for (const Place &place : allPlaces(table))
+        describePlace(page, table, place);
+    page += ".SH EXIT STATUS\n.nf\n" + troff(table.exitStatuses) + ".fi\n";
     page += ".SH ENVIRONMENT\n.TP\n.B NO_COLOR\nWhen set, no colour is used on a terminal.\n";
     page += ".SH SEE ALSO\n.BR swmgrd (8)\n";
     return page;
 }
 
-std::string bashCompletion(const CLI::App &app)
+std::string bashCompletion(const CommandTable &table)
 {
-    const Cases cases = allCases(app);
+    const Cases cases = allCases(table);
     return "# Completion of swctl for bash, generated from its commands.\n"
            "\n"
            "# What the database names, read line by line: nothing of it is expanded.\n"
@@ -323,7 +300,7 @@ std::string bashCompletion(const CLI::App &app)
            "        next=${path:+$path }$word\n"
            "        case $next in\n"
            "        " +
-           groupPattern(app) +
+           placePattern(table) +
            ") path=$next count=0 ;;\n"
            "        *) count=$((count + 1)) ;;\n"
            "        esac\n"
@@ -337,7 +314,7 @@ std::string bashCompletion(const CLI::App &app)
            "        esac\n"
            "    fi\n"
            "    case $path in\n" +
-           commandCases(app) +
+           commandCases(table) +
            "    esac\n"
            "    mapfile -t COMPREPLY < <(compgen -W \"$words\" -- \"$current\")\n"
            "}\n"

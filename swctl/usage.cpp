@@ -4,12 +4,13 @@
 
 #include <algorithm>
 #include <numeric>
-#include <sstream>
+#include <utility>
 
 namespace swctl {
 namespace {
 
 constexpr size_t columns = 80;
+constexpr size_t textColumn = 32; // where what an option or command is for begins
 
 // Where the text of a line begins that has its name or option before it, else
 // where the line itself begins: continued lines stand below.
@@ -34,6 +35,62 @@ std::string wrapped(const std::string &line)
         rest = indent + rest.substr(blank + 1);
     }
     return out + rest;
+}
+
+std::string wrappedLines(const std::string &text)
+{
+    std::string out;
+    for (size_t start = 0; start < text.size();) {
+        const size_t end = std::min(text.find('\n', start), text.size());
+        out += wrapped(text.substr(start, end - start)) + '\n';
+        start = end + 1;
+    }
+    return out;
+}
+
+std::string helpLine(const std::string &head, const char *text)
+{
+    std::string line = "  " + head;
+    if (line.size() >= textColumn)
+        line += '\n' + std::string(textColumn, ' ');
+    else
+        line.resize(textColumn, ' ');
+    return line + text + '\n';
+}
+
+std::string optionLine(const OptionRow &option)
+{
+    std::string head = option.name;
+    if (option.takesValue())
+        (head += ' ') += option.type;
+    if (option.initial != nullptr)
+        (head += '=') += option.initial;
+    if (option.required)
+        head += " REQUIRED";
+    if (option.environment != nullptr)
+        ((head += " (Env:") += option.environment) += ')';
+    return helpLine(head, option.help);
+}
+
+std::string usageLine(const Place &place, const std::vector<const OptionRow *> &options)
+{
+    std::string line = "Usage: swctl ";
+    if (const std::string path = place.path(); !path.empty())
+        line += path + ' ';
+    line += "[OPTIONS]";
+    for (const OptionRow *option : options)
+        if (option->isArgument())
+            line += option->required ? std::string(" ") + option->name
+                                     : std::string(" [") + option->name + ']';
+    if (place.command == nullptr)
+        line += " SUBCOMMAND";
+    return line + '\n';
+}
+
+// Headed lines, of which there may be none.
+std::string section(const char *heading, const std::string &lines)
+{
+    return lines.empty() ? lines : std::string("\n") + heading + ":\n" + lines;
 }
 
 // Insertions, removals and replacements between two words.
@@ -62,79 +119,91 @@ std::string suggestion(const std::string &word, const std::vector<std::string> &
     return "; did you mean '" + *nearest + "'?";
 }
 
-// An option of the command or of one around it.
-const CLI::Option *optionOf(const CLI::App *command, const std::string &name)
+// The options that are known at a place: its own and those of the places before it.
+std::vector<const OptionRow *> optionsKnownAt(const CommandTable &table, const Place &place)
 {
-    for (; command != nullptr; command = command->get_parent())
-        for (const CLI::Option *option : command->get_options())
-            if (option->check_name(name))
+    std::vector<const OptionRow *> options = optionsAt(table, place);
+    if (!place.path().empty())
+        for (const OptionRow *option : optionsAt(table, {}))
+            if (option != &helpOption)
+                options.push_back(option);
+    return options;
+}
+
+const OptionRow *optionOf(const std::vector<const OptionRow *> &options, const std::string &name)
+{
+    for (const OptionRow *option : options)
+        for (const std::string &known : namesOf(*option))
+            if (known == name)
                 return option;
     return nullptr;
 }
 
-std::vector<std::string> optionNames(const CLI::App *command)
+std::vector<std::string> longNames(const std::vector<const OptionRow *> &options)
 {
     std::vector<std::string> names;
-    for (; command != nullptr; command = command->get_parent())
-        for (const CLI::Option *option : command->get_options())
-            if (!option->get_positional() && !option->get_group().empty())
-                for (const std::string &name : option->get_lnames())
-                    names.push_back("--" + name);
+    for (const OptionRow *option : options)
+        if (!option->isArgument() && !option->isHidden())
+            names.push_back(namesOf(*option).back());
     return names;
 }
 
-const CLI::App *commandOf(const CLI::App *group, const std::string &name)
-{
-    for (const CLI::App *command : group->get_subcommands({}))
-        if (command->get_name() == name)
-            return command;
-    return nullptr;
-}
-
-std::vector<std::string> commandNames(const CLI::App *group)
+std::vector<std::string> namesOf(const std::vector<Place> &places)
 {
     std::vector<std::string> names;
-    for (const CLI::App *command : group->get_subcommands({}))
-        names.push_back(command->get_name());
+    names.reserve(places.size());
+    for (const Place &place : places)
+        names.emplace_back(place.name());
     return names;
 }
 
 } // namespace
 
-std::string HelpFormatter::make_help(const CLI::App *app, std::string name,
-                                     CLI::AppFormatMode mode) const
+std::string helpText(const CommandTable &table, const Place &place)
 {
-    std::istringstream lines(CLI::Formatter::make_help(app, std::move(name), mode));
-    std::string help;
-    for (std::string line; std::getline(lines, line);)
-        help += wrapped(line) + '\n';
-    return help;
+    const std::vector<const OptionRow *> options = optionsAt(table, place);
+    std::string arguments, named, commands;
+    for (const OptionRow *option : options)
+        if (!option->isHidden())
+            (option->isArgument() ? arguments : named) += optionLine(*option);
+    for (const Place &next : placesAfter(table, place))
+        commands += helpLine(next.name(), descriptionOf(table, next));
+    const std::string ending =
+        place.command != nullptr ? section("Examples", std::string(place.command->examples) + '\n')
+                                 : section("Exit status", table.exitStatuses);
+    return wrappedLines(std::string(descriptionOf(table, place)) + '\n' +
+                        usageLine(place, options) + section("Positionals", arguments) +
+                        section("Options", named) + section("Subcommands", commands) + ending);
 }
 
-std::optional<std::string> unknownWord(const CLI::App &app, const std::vector<std::string> &words)
+std::optional<std::string> unknownWord(const CommandTable &table,
+                                       const std::vector<std::string> &words)
 {
-    const CLI::App *command = &app;
+    Place place;
     for (size_t i = 0; i < words.size(); ++i) {
         const std::string &word = words[i];
         if (word == "--")
             return std::nullopt;
         if (word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9')) {
             const std::string name = word.substr(0, word.find('='));
-            const CLI::Option *option = optionOf(command, name);
+            const std::vector<const OptionRow *> known = optionsKnownAt(table, place);
+            const OptionRow *option = optionOf(known, name);
             if (option == nullptr)
                 return "there is no option '" + printable(name) + "'" +
-                       suggestion(name, optionNames(command));
-            if (option->get_expected_max() > 0 && name.size() == word.size())
+                       suggestion(name, longNames(known));
+            if (option->takesValue() && name.size() == word.size())
                 ++i; // its value
             continue;
         }
-        if (command->get_subcommands({}).empty())
+        if (place.command != nullptr)
             continue;
-        const CLI::App *next = commandOf(command, word);
-        if (next == nullptr)
+        const std::vector<Place> places = placesAfter(table, place);
+        const auto next = std::find_if(places.begin(), places.end(),
+                                       [&](const Place &one) { return word == one.name(); });
+        if (next == places.end())
             return "there is no command '" + printable(word) + "'" +
-                   suggestion(word, commandNames(command));
-        command = next;
+                   suggestion(word, namesOf(places));
+        place = *next;
     }
     return std::nullopt;
 }

@@ -1,5 +1,6 @@
 #include "swctl/validate.h"
 
+#include "client/base/failure.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
 
@@ -73,38 +74,36 @@ bool parsePorts(const std::string &text, uint32_t &mask)
                        [&](const std::string &entry) { return addPorts(entry, mask); });
 }
 
-} // namespace
-
-CLI::Validator decimal(int64_t least, int64_t most)
+[[noreturn]] void reject(const std::string &why)
 {
-    const std::string range = std::to_string(least) + " to " + std::to_string(most);
-    const auto check = [least, most, range](std::string &text) -> std::string {
-        const bool negative = !text.empty() && text[0] == '-';
-        const std::string digits = text.substr(negative ? 1 : 0);
-        if (!allDigits(digits) || digits.size() > 18)
-            return "'" + printable(text) + "' is not a number from " + range;
-        const long long value = strtoll(text.c_str(), nullptr, 10);
-        if (value < least || value > most)
-            return text + " is not within " + range;
-        text = std::to_string(value);
-        return {};
-    };
-    return CLI::Validator(check, "");
+    throw Failure(exitUsage, why);
 }
 
-CLI::Validator idRanges()
+} // namespace
+
+std::string numberWithin(const std::string &text, int64_t least, int64_t most)
 {
-    const auto check = [](std::string &text) -> std::string {
-        const std::vector<std::string> entries = split(text, ',');
-        const bool good = std::all_of(entries.begin(), entries.end(), [](const std::string &entry) {
-            const auto [first, last] = idRange(entry);
-            return first >= 1 && first <= last && last <= 4094;
-        });
-        return good ? ""
-                    : "'" + printable(text) +
-                          "' is no list of VLAN ids; write numbers from 1 to 4094 such as 10,20-29";
-    };
-    return CLI::Validator(check, "");
+    const std::string range = std::to_string(least) + " to " + std::to_string(most);
+    const std::string digits = text.substr(text.starts_with('-') ? 1 : 0);
+    if (!allDigits(digits) || digits.size() > 18)
+        reject("'" + printable(text) + "' is not a number from " + range);
+    const long long value = strtoll(text.c_str(), nullptr, 10);
+    if (value < least || value > most)
+        reject(text + " is not within " + range);
+    return std::to_string(value);
+}
+
+std::string idRanges(const std::string &text)
+{
+    const std::vector<std::string> entries = split(text, ',');
+    const bool good = std::all_of(entries.begin(), entries.end(), [](const std::string &entry) {
+        const auto [first, last] = idRange(entry);
+        return first >= 1 && first <= last && last <= 4094;
+    });
+    if (!good)
+        reject("'" + printable(text) +
+               "' is no list of VLAN ids; write numbers from 1 to 4094 such as 10,20-29");
+    return text;
 }
 
 bool inRanges(const std::string &ranges, int number)
@@ -116,115 +115,96 @@ bool inRanges(const std::string &ranges, int number)
     });
 }
 
-CLI::Validator oneOf(std::initializer_list<int> values)
+std::string wordAmong(const std::string &text, const std::vector<std::string> &words)
 {
-    std::vector<std::string> accepted;
-    std::string names;
-    for (const int value : values) {
-        accepted.push_back(std::to_string(value));
-        names += (names.empty() ? "" : ", ") + accepted.back();
+    if (std::find(words.begin(), words.end(), text) != words.end())
+        return text;
+    std::string list;
+    for (const std::string &word : words)
+        list += (list.empty() ? "" : ", ") + word;
+    reject("'" + printable(text) + "' is not one of " + list);
+}
+
+std::string switchNameText(const std::string &text)
+{
+    if (text.empty() || text.size() > switchNameCapacity)
+        reject("a switch name has 1 to " + std::to_string(switchNameCapacity) + " characters");
+    if (printable(text) != text || text.find_first_of(":,") != std::string::npos)
+        reject("'" + printable(text) + "' is no switch name");
+    return text;
+}
+
+std::string numberAmong(const std::string &text, const Column &column)
+{
+    std::vector<std::string> numbers;
+    for (int64_t value = column.least; value <= column.most; ++value)
+        if (column.accepts(value))
+            numbers.push_back(std::to_string(value));
+    return wordAmong(text, numbers);
+}
+
+std::string portList(const std::string &text)
+{
+    uint32_t mask = 0;
+    if (!parsePorts(text, mask))
+        reject("'" + printable(text) +
+               "' is no list of ports; write numbers from 0 to 31 such as 1,2 or 0-3");
+    return listOf(mask);
+}
+
+std::string textOf(const std::string &text, size_t most)
+{
+    if (text.size() > most)
+        reject(std::to_string(text.size()) + " characters are too long; at most " +
+               std::to_string(most) + " fit");
+    if (printable(text) != text)
+        reject("'" + printable(text) + "' is not printable text");
+    return text;
+}
+
+std::string interfaceName(const std::string &text)
+{
+    if (text.size() > interfaceNameCapacity)
+        reject("an interface name has at most " + std::to_string(interfaceNameCapacity) +
+               " characters");
+    static constexpr const char *allowed =
+        "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.:@-";
+    if (text.find_first_not_of(allowed) != std::string::npos)
+        reject("'" + printable(text) +
+               "' is no interface name; letters, digits and _ . : @ - are allowed");
+    return text;
+}
+
+std::string portMapping(const std::string &text)
+{
+    if (text.size() > mappingCapacity)
+        reject("a mapping has at most " + std::to_string(mappingCapacity) + " characters");
+    if (text.empty())
+        return text;
+    for (const std::string &entry : split(text, ',')) {
+        const size_t colon = entry.find(':');
+        if (colon == std::string::npos || colon == 0 || colon > switchNameCapacity ||
+            portNumber(entry.substr(colon + 1)) > maxPort || printable(entry) != entry)
+            reject("'" + printable(entry) + "' is no mapping; write SWITCH:PORT, e.g. BCM:3");
     }
-    const auto check = [accepted, names](std::string &text) -> std::string {
-        if (std::find(accepted.begin(), accepted.end(), text) != accepted.end())
-            return {};
-        return "'" + printable(text) + "' is not one of " + names;
-    };
-    return CLI::Validator(check, "");
+    return text;
 }
 
-CLI::Validator switchNameText()
+std::string hexBytes(const std::string &text)
 {
-    const auto check = [](std::string &text) -> std::string {
-        if (text.empty() || text.size() > switchNameCapacity)
-            return "a switch name has 1 to " + std::to_string(switchNameCapacity) + " characters";
-        if (printable(text) != text || text.find_first_of(":,") != std::string::npos)
-            return "'" + printable(text) + "' is no switch name";
-        return {};
-    };
-    return CLI::Validator(check, "");
+    std::string digits = text;
+    std::erase_if(digits, [](char c) { return c == ' ' || c == ':'; });
+    if (digits.size() % 2 != 0 ||
+        digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
+        reject("'" + printable(digits) + "' is not pairs of hexadecimal digits");
+    return digits;
 }
 
-CLI::Validator portList()
+std::string onOff(const std::string &text)
 {
-    const auto check = [](std::string &text) -> std::string {
-        uint32_t mask = 0;
-        if (!parsePorts(text, mask))
-            return "'" + printable(text) +
-                   "' is no list of ports; write numbers from 0 to 31 such as 1,2 or 0-3";
-        text = listOf(mask);
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator textUpTo(size_t characters)
-{
-    const auto check = [characters](std::string &text) -> std::string {
-        if (text.size() > characters)
-            return std::to_string(text.size()) + " characters are too long; at most " +
-                   std::to_string(characters) + " fit";
-        return printable(text) == text ? "" : "'" + printable(text) + "' is not printable text";
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator interfaceName()
-{
-    const auto check = [](std::string &text) -> std::string {
-        if (text.size() > interfaceNameCapacity)
-            return "an interface name has at most " + std::to_string(interfaceNameCapacity) +
-                   " characters";
-        static constexpr const char *allowed =
-            "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.:@-";
-        if (text.find_first_not_of(allowed) != std::string::npos)
-            return "'" + printable(text) +
-                   "' is no interface name; letters, digits and _ . : @ - are allowed";
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator portMapping()
-{
-    const auto check = [](std::string &text) -> std::string {
-        if (text.size() > mappingCapacity)
-            return "a mapping has at most " + std::to_string(mappingCapacity) + " characters";
-        if (text.empty())
-            return {};
-        for (const std::string &entry : split(text, ',')) {
-            const size_t colon = entry.find(':');
-            if (colon == std::string::npos || colon == 0 || colon > switchNameCapacity ||
-                portNumber(entry.substr(colon + 1)) > maxPort || printable(entry) != entry)
-                return "'" + printable(entry) + "' is no mapping; write SWITCH:PORT, e.g. BCM:3";
-        }
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator hexBytes()
-{
-    const auto check = [](std::string &text) -> std::string {
-        text.erase(
-            std::remove_if(text.begin(), text.end(), [](char c) { return c == ' ' || c == ':'; }),
-            text.end());
-        if (text.size() % 2 != 0 ||
-            text.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
-            return "'" + printable(text) + "' is not pairs of hexadecimal digits";
-        return {};
-    };
-    return CLI::Validator(check, "");
-}
-
-CLI::Validator onOff()
-{
-    const auto check = [](std::string &text) -> std::string {
-        if (text != "on" && text != "off")
-            return "'" + printable(text) + "' is neither on nor off";
-        text = text == "on" ? "1" : "0";
-        return {};
-    };
-    return CLI::Validator(check, "");
+    if (text != "on" && text != "off")
+        reject("'" + printable(text) + "' is neither on nor off");
+    return text == "on" ? "1" : "0";
 }
 
 std::string bytesFromHex(const std::string &digits)

@@ -1,4 +1,4 @@
-#include "swctl/cli.h"
+#include "swctl/cli_answer.h"
 
 #include "client/base/failure.h"
 #include "client/base/json.h"
@@ -8,31 +8,8 @@
 #include "client/service/service.h"
 
 #include <algorithm>
-#include <utility>
 
 namespace swctl {
-
-bool Program::mayRun(const std::string &command) const
-{
-    return everything || std::find(words.begin(), words.end(), command) != words.end();
-}
-
-CLI::App *addCommand(Program &program, CLI::App &parent, const std::string &name,
-                     const std::string &description, const std::string &examples,
-                     std::function<int()> action)
-{
-    CLI::App *command = parent.add_subcommand(name, description);
-    command->footer("Examples:\n" + examples);
-    command->callback([&program, action = std::move(action)] { program.run = action; });
-    return command;
-}
-
-CLI::App *addGroup(CLI::App &parent, const std::string &name, const std::string &description)
-{
-    CLI::App *group = parent.add_subcommand(name, description);
-    group->require_subcommand(1);
-    return group;
-}
 
 int reportAnswer(const Globals &globals, const std::string &what, int status)
 {

@@ -1,0 +1,30 @@
+// Every command of swctl. To add one: its row beside what it does, a line here, and its
+// place in the table.
+#pragma once
+
+#include "swctl/call.h"
+
+namespace swctl {
+
+extern const CommandTable commandTable;
+extern const CommandTable changeTable; // what a batch takes: changes of single rows
+
+Globals globalsOf(const Call &call); // of a call from the table of all commands
+
+namespace commands {
+
+extern const CommandRow vlanAdd, vlanSet, vlanDelete, vlanList, vlanShow;
+extern const CommandRow portAdd, portSet, portDelete, portList, portStats;
+extern const CommandRow switchAdd, switchSet, switchDelete, switchList;
+extern const CommandRow rateLimit, queues, qos, pauseFrames, vlanMode, snooping;
+extern const CommandRow requestVlanAdd, requestVlanDelete, bandwidth, event, command;
+extern const CommandRow show, log;
+extern const CommandRow exportFile, apply, batch, init;
+extern const CommandRow confirm, history, undo;
+extern const CommandRow diff, repair, recover, rehearse;
+extern const CommandRow status, metrics, check;
+extern const CommandRow explainVlan, explainInterface, watch;
+
+} // namespace commands
+
+} // namespace swctl
