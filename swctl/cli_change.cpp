@@ -40,14 +40,14 @@ int show(const Call &call, GatewayView &gateway, const Wish &wish)
 } // namespace
 
 constexpr std::array<OptionRow, 6> changeFlags = {{
-    {"--dry-run", nullptr, "Only show what would become different; write and send nothing"},
-    {"-v,--verbose", nullptr, "With --dry-run: the commands and requests in their order, too"},
+    {"--dry-run", nullptr, "Only show what would change; write and send nothing"},
+    {"-v,--verbose", nullptr, "With --dry-run: also list the commands and requests in order"},
     {"--confirm", "SECONDS",
-     "Take it back after so many seconds unless 'swctl confirm' comes first",
+     "Revert the change after this many seconds unless 'swctl confirm' comes first",
      decimal<1, longestTrial>},
-    {"--offline", nullptr, "Only write the row; do not tell the service"},
-    {"--no-verify", nullptr, "Do not look at the hardware afterwards, which is faster"},
-    {"--force", nullptr, "Do it although a rule or a start of the service is against it"},
+    {"--offline", nullptr, "Only write the row; do not notify the service"},
+    {"--no-verify", nullptr, "Do not read the hardware back afterwards (faster)"},
+    {"--force", nullptr, "Do it even if a check or a startup of the service would refuse it"},
 }};
 
 void refuseChangeFlags(const Call &call)

@@ -234,7 +234,7 @@ constexpr OptionRow options[] = {
     {"--interfaces", "LIST",
      "Network interfaces that exist where the service runs, or 'local' for those of this "
      "machine; without it, whether they exist is not checked"},
-    {"--explain", "RULE", "Only say why a rule matters"},
+    {"--explain", "RULE", "Only explain why a rule matters"},
     {"--rules", nullptr, "Only list all rules"},
     {"--triggers", nullptr,
      "Only print the rules as triggers for the database, as constraints.sql holds them"},
@@ -245,7 +245,7 @@ constexpr OptionRow options[] = {
 constexpr CommandRow commands::check = {
     nullptr,
     "check",
-    "Check the rows of a configuration and rehearse a start of the service from it. Exit "
+    "Check the rows of a configuration and rehearse a startup of the service from it. Exit "
     "status: 0 nothing found, 1 warnings, 2 errors, or a database that cannot be used",
     "  swctl check\n  swctl check new.db --interfaces eth0,eth1\n"
     "  swctl check --explain untag-twice",

@@ -104,11 +104,11 @@ constexpr OptionRow allFlag = {"--all", nullptr,
                                "database or a sub-interface names"};
 constexpr OptionRow diffOptions[] = {
     allFlag,
-    {"-v,--verbose", nullptr, "Show what differs without an effect as well, which counts as equal"},
+    {"-v,--verbose", nullptr, "Also show differences without effect, which count as equal"},
 };
 constexpr OptionRow repairOptions[] = {
     allFlag,
-    {"--dry-run", nullptr, "Only say what differs"},
+    {"--dry-run", nullptr, "Only show what differs"},
 };
 
 } // namespace
@@ -116,7 +116,7 @@ constexpr OptionRow repairOptions[] = {
 constexpr CommandRow commands::diff = {
     nullptr,
     "diff",
-    "Hold what a start from the database would give against what chip, engine and kernel hold",
+    "Compare what a startup from the database would give with what chip, engine and kernel hold",
     "  swctl diff\n  swctl diff --all --json",
     runDiff,
     {diffOptions}};
@@ -124,19 +124,19 @@ constexpr CommandRow commands::diff = {
 constexpr CommandRow commands::repair = {
     nullptr,
     "repair",
-    "Bring chip, engine and kernel to what the database says, through the service",
+    "Make chip, engine and kernel match the database, through the service",
     "  swctl repair --dry-run\n  swctl repair",
     runRepair,
     {repairOptions}};
 
 constexpr CommandRow commands::recover = {
     nullptr, "recover",
-    "Finish or take back a change that was broken off; unit and init script run it",
+    "Finish or revert a change that was interrupted; the unit and the init script run it",
     "  swctl recover", runRecover};
 
 constexpr CommandRow commands::rehearse = {
     nullptr, "rehearse",
-    "Show everything that a start from the database would do, without doing it",
+    "Show everything that a startup from the database would do, without doing it",
     "  swctl rehearse\n  swctl rehearse --json", runRehearse};
 
 } // namespace swctl

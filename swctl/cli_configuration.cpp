@@ -47,10 +47,10 @@ int runChange(const Call &call)
     return change(call, rowWishOf(call));
 }
 
-constexpr OptionRow rowIdOption = {"--rowid", "N", "Row to take when several match",
+constexpr OptionRow rowIdOption = {"--rowid", "N", "Row to use if several match",
                                    decimal<minInt, maxInt>};
 constexpr OptionRow noMoveOption = {"--no-move", nullptr,
-                                    "Refuse when a port would leave another VLAN's untagged ones"};
+                                    "Refuse if a port would stop being untagged in another VLAN"};
 
 constexpr OptionRow addVlanOptions[] = {noMoveOption};
 constexpr OptionRow setVlanOptions[] = {
@@ -110,7 +110,7 @@ constexpr CommandRow commands::vlanAdd = {
 constexpr CommandRow commands::vlanSet = {
     "vlan",
     "set",
-    "Change a VLAN; what is not named stays as it is",
+    "Change a VLAN; values that are not given stay as they are",
     "  swctl vlan set 10 --ports 0,1,3\n"
     "  swctl vlan set 10 --untagged \"\" --logical lan10\n"
     "  swctl vlan set 10 --id 11 --confirm 60",
@@ -134,7 +134,7 @@ constexpr CommandRow commands::portAdd = {
 constexpr CommandRow commands::portSet = {
     "port",
     "set",
-    "Change a port; it takes effect when the service starts again",
+    "Change a port; takes effect when the service starts again",
     "  swctl port set PSE 1 --trust-mode 2\n  swctl port set BCM 3 --pvid 5 --dry-run",
     runChange,
     {keyOf(portOptions), whichRow, valuesOf(portOptions), changeFlags}};
@@ -142,7 +142,7 @@ constexpr CommandRow commands::portSet = {
 constexpr CommandRow commands::portDelete = {
     "port",
     "delete",
-    "Delete a port; the service drops it when it starts again",
+    "Delete a port; takes effect when the service starts again",
     "  swctl port delete BCM 4",
     runChange,
     {keyOf(portOptions), whichRow, changeFlags}};
@@ -155,7 +155,7 @@ constexpr CommandRow commands::switchAdd = {
 constexpr CommandRow commands::switchSet = {
     "switch",
     "set",
-    "Change a switch; it takes effect when the service starts again",
+    "Change a switch; takes effect when the service starts again",
     "  swctl switch set PSE --qos on",
     runChange,
     {keyOf(switchOptions), whichRow, valuesOf(switchOptions), changeFlags}};
@@ -163,7 +163,7 @@ constexpr CommandRow commands::switchSet = {
 constexpr CommandRow commands::switchDelete = {
     "switch",
     "delete",
-    "Delete a switch; the service drops it when it starts again",
+    "Delete a switch; takes effect when the service starts again",
     "  swctl switch delete BCM",
     runChange,
     {keyOf(switchOptions), whichRow, changeFlags}};

@@ -324,7 +324,7 @@ constexpr OptionRow interfaceArguments[] = {
 constexpr CommandRow commands::explainVlan = {
     "explain",
     "vlan",
-    "Say what becomes of a VLAN's frames at a port: what the row says, what the chip or the "
+    "Explain what happens to a VLAN's frames at a port: what the row says, what the chip or the "
     "bridge holds, where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 "
     "different",
     "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json\n"
@@ -335,7 +335,8 @@ constexpr CommandRow commands::explainVlan = {
 constexpr CommandRow commands::explainInterface = {
     "explain",
     "interface",
-    "Say how an interface or a VLAN's sub-interface stands, what reaches it, and why; status "
+    "Explain the state of an interface or of a VLAN's sub-interface, what reaches it, and why; "
+    "status "
     "0 as wanted, 4 different",
     "  swctl explain interface eth0\n  swctl explain interface eth0.20",
     runExplainInterface,

@@ -152,7 +152,7 @@ constexpr OptionRow inputFile[] = {
 constexpr CommandRow commands::exportFile = {
     nullptr,
     "export",
-    "Write the whole configuration as JSON, made to be kept and reviewed",
+    "Write the whole configuration as JSON, to be kept and reviewed",
     "  swctl export\n  swctl export gateway.json",
     runExport,
     {outputFile}};
@@ -160,8 +160,7 @@ constexpr CommandRow commands::exportFile = {
 constexpr CommandRow commands::apply = {
     nullptr,
     "apply",
-    "Make the configuration what a file says, with the smallest change of rows; all of it "
-    "or nothing",
+    "Make the configuration match a file, with the smallest change of rows; all or nothing",
     "  swctl apply gateway.json --dry-run\n  swctl apply gateway.json --confirm 120\n"
     "  swctl export | ssh other swctl apply -",
     runApply,
@@ -170,8 +169,8 @@ constexpr CommandRow commands::apply = {
 constexpr CommandRow commands::batch = {
     nullptr,
     "batch",
-    "Carry out the commands on standard input, one a line (vlan, port and switch with add, "
-    "set and delete), together: all of them or none",
+    "Carry out the commands on standard input, one per line (vlan, port and switch with add, set "
+    "and delete), together: all or none",
     "  printf 'vlan add 30 --interface eth0 --ports 1\\nvlan delete 20\\n' | swctl batch",
     runBatch,
     {changeFlags}};

@@ -148,9 +148,9 @@ std::string templateName(const std::string &text)
 
 constexpr OptionRow options[] = {
     {"--template", "none|gateway|chip|bridge",
-     "Rows to begin with: none, an engine over a chip, a chip alone, or a bridge of Linux",
-     templateName, "none"},
-    {"--constraints", nullptr, "Add triggers that refuse wrong rows of any writer"},
+     "Initial rows: none, an engine over a chip, a chip alone, or a Linux bridge", templateName,
+     "none"},
+    {"--constraints", nullptr, "Add triggers that refuse invalid rows from any writer"},
 };
 
 } // namespace
@@ -158,8 +158,7 @@ constexpr OptionRow options[] = {
 constexpr CommandRow commands::init = {
     nullptr,
     "init",
-    "Make a new configuration database where there is none, with switches and ports but "
-    "without VLANs",
+    "Create a new configuration database, with switches and ports but without VLANs",
     "  swctl init --template gateway\n  swctl init --database new.db --constraints",
     runInit,
     {options}};

@@ -281,7 +281,7 @@ constexpr OptionRow commandOptions[] = {
 constexpr CommandRow commands::requestVlanAdd = {
     "request",
     "vlan-add",
-    "Add a VLAN until the next start",
+    "Add a VLAN until the service's next startup",
     "  swctl request vlan-add 30 --interface eth0 --ports 1,2",
     runVlanAdd,
     {vlanOptions, nameOption}};
@@ -289,7 +289,7 @@ constexpr CommandRow commands::requestVlanAdd = {
 constexpr CommandRow commands::requestVlanDelete = {
     "request",
     "vlan-delete",
-    "Delete a VLAN until the next start",
+    "Delete a VLAN until the service's next startup",
     "  swctl request vlan-delete 30 --interface eth0",
     runVlanDelete,
     {vlanOptions, nameOption}};
@@ -297,8 +297,8 @@ constexpr CommandRow commands::requestVlanDelete = {
 constexpr CommandRow commands::bandwidth = {
     nullptr,
     "bandwidth",
-    "Report the bandwidth of an interface, which limits the upstream port to a share of it; "
-    "a total of 0 removes the limit",
+    "Report an interface's bandwidth, which limits the upstream port to a share of it; a total "
+    "of 0 removes the limit",
     "  swctl bandwidth eth1 100000 50\n  swctl bandwidth eth1 0 0 --event 25",
     runBandwidth,
     {bandwidthOptions}};
@@ -306,7 +306,7 @@ constexpr CommandRow commands::bandwidth = {
 constexpr CommandRow commands::event = {
     nullptr,
     "event",
-    "Send a database event as it stands, for testing",
+    "Send a raw database event, for testing",
     "  swctl event vlanEncapIf 4 insert\n"
     "  swctl event vlanEncapIf 4 delete --old vlanId=10 --old interfaceName=eth0\n"
     "  swctl event swGlobalCfg 1 77 --length 79",
@@ -316,7 +316,7 @@ constexpr CommandRow commands::event = {
 constexpr CommandRow commands::command = {
     nullptr,
     "command",
-    "Send a request with a switch name and a payload as it stands, for testing. The service "
+    "Send a raw request with a switch name and a payload, for testing. The service "
     "declares every payload as 1300 bytes, so the codes 34, 35, 41 and 51 (the trust mode) "
     "are always refused; a trust mode is set by the row of its port",
     "  swctl command 47 --switch PSE --payload 01000000\n  swctl command 50 --length 12",

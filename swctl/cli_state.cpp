@@ -190,8 +190,8 @@ constexpr OptionRow statsOptions[] = {
 
 constexpr CommandRow commands::status = {
     nullptr, "status",
-    "Tell whether all is well: the service, rows against hardware, unfinished changes, "
-    "tools that failed; status 0 healthy, 4 not, 3 not reachable",
+    "Show whether all is well: the service, rows compared with hardware, unfinished changes, "
+    "tools that failed; status 0 healthy, 4 not, 3 unreachable",
     "  swctl status\n  swctl status --json", runStatus};
 
 constexpr CommandRow commands::portStats = {

@@ -146,9 +146,9 @@ std::string portOrAll(const std::string &text)
 }
 
 constexpr OptionRow switchOptions[] = {
-    {"--switch", "NAME", "Switch to command; the top-level switch hands the command on",
+    {"--switch", "NAME", "Switch that gets the command; the top-level switch passes it on",
      switchNameText, "PSE"},
-    {"--force", nullptr, "Send it although a rehearsal says that nothing would act on it"},
+    {"--force", nullptr, "Send it even if a rehearsal shows that nothing would act on it"},
 };
 constexpr OptionRow rateLimitOptions[] = {
     {.name = "--port",
@@ -173,8 +173,9 @@ constexpr OptionRow queueOptions[] = {
      oneOf<SW_SCHED_MODE_CODE_1, SW_SCHED_MODE_CODE_0, SW_SCHED_MODE_CODE_2>, "0"},
     {.name = "--weights",
      .type = "W,...",
-     .help = "Weights of queues 1 to 4, rounded down to a power of two by the engine; one that "
-             "is missing is 1",
+     .help =
+         "Weights of queues 1 to 4, rounded down to a power of two by the engine; a missing one "
+         "counts as 1",
      .check = decimal<1, maxInt>,
      .listOf = weightedQueues},
 };

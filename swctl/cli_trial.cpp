@@ -128,7 +128,7 @@ int runUndo(const Call &call)
 
 // --watch is how the process starts itself that takes the change back.
 constexpr OptionRow confirmOptions[] = {
-    {"--take-back", nullptr, "Take it back now"},
+    {"--take-back", nullptr, "Revert it now"},
     {"--watch", "SECONDS", nullptr, decimal<0, maxInt>},
 };
 constexpr OptionRow historyOptions[] = {
@@ -143,21 +143,21 @@ constexpr OptionRow undoArguments[] = {
 constexpr CommandRow commands::confirm = {
     nullptr,
     "confirm",
-    "Keep a change that was made with --confirm, which is taken back otherwise",
+    "Keep a change made with --confirm, which is reverted otherwise",
     "  swctl apply gateway.json --confirm 120\n  swctl confirm\n  swctl confirm --take-back",
     runConfirm,
     {confirmOptions}};
 
 constexpr CommandRow commands::history = {nullptr,
                                           "history",
-                                          "Show who changed what, when, and what came of it",
+                                          "Show who changed what, when, and with what outcome",
                                           "  swctl history\n  swctl history --lines 100 --json",
                                           runHistory,
                                           {historyOptions}};
 
 constexpr CommandRow commands::undo = {nullptr,
                                        "undo",
-                                       "Take a change back, the last one unless told",
+                                       "Revert a change, the last one unless a number is given",
                                        "  swctl undo\n  swctl undo 17 --dry-run",
                                        runUndo,
                                        {undoArguments, changeFlags}};

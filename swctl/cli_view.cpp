@@ -43,7 +43,7 @@ int runShow(const Call &call)
 }
 
 constexpr OptionRow showOptions[] = {
-    {"--svg", "FILE", "Draw it as a picture into this file"},
+    {"--svg", "FILE", "Draw it as a picture in this file"},
 };
 
 // --- log -------------------------------------------------------------------
@@ -150,8 +150,8 @@ int runLog(const Call &call)
 
 constexpr OptionRow logOptions[] = {
     {"--level", "LEVEL",
-     "Show this and what is more urgent: error, warning, info, notice, tool, debug; all but tool "
-     "unless given",
+     "Show this level and more urgent ones: error, warning, info, notice, tool, debug; without "
+     "it all but tool",
      levelName},
     {"--lines", "N", "Older records to show first, 0 to 512", decimal<0, 512>, "20"},
     {"--no-follow", nullptr, "End after the older records"},
@@ -162,8 +162,8 @@ constexpr OptionRow logOptions[] = {
 constexpr CommandRow commands::show = {
     nullptr,
     "show",
-    "Show what a start of the service from the database would give: the switches with their "
-    "port mappings, which port takes part in which VLAN, and where the start would stop",
+    "Show what a startup of the service from the database would give: the switches with their "
+    "port mappings, which port is in which VLAN, and where the startup would stop",
     "  swctl show\n  swctl show --svg network.svg\n  swctl show --json",
     runShow,
     {showOptions}};

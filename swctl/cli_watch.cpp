@@ -110,7 +110,7 @@ int runWatch(const Call &call)
 }
 
 constexpr OptionRow options[] = {
-    {"--interval", "SECONDS", "Seconds between two looks, 1 to 3600", decimal<1, 3600>, "2"},
+    {"--interval", "SECONDS", "Seconds between two polls, 1 to 3600", decimal<1, 3600>, "2"},
 };
 
 } // namespace

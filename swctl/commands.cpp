@@ -42,9 +42,10 @@ constexpr GroupRow groups[] = {
     {"vlan", "VLANs in the configuration"},
     {"port", "Ports in the configuration"},
     {"switch", "Switches in the configuration"},
-    {"request", "VLAN requests that leave the database alone; the service answers them with done "
-                "whatever becomes of them, so chip and kernel are looked at"},
-    {"explain", "Why a port or an interface does what it does"},
+    {"request",
+     "VLAN requests that leave the database alone; the service reports success whatever happens, "
+     "so chip and kernel are read back"},
+    {"explain", "Why a port or an interface behaves as it does"},
 };
 
 // In the order of help and manual page.
@@ -105,7 +106,7 @@ constexpr const char *description =
     "Changes and shows the configuration of the Ethernet switches of this gateway.";
 constexpr const char *exitStatuses =
     "  0  done\n"
-    "  1  refused; nothing is different from before\n"
+    "  1  refused; nothing has changed\n"
     "  2  wrong arguments, a database that cannot be used, or output that\n"
     "     cannot be written\n"
     "  3  unanswered: the service cannot be reached, or did not answer\n"

@@ -252,9 +252,10 @@ std::string manualPage(const CommandTable &table)
     page += ".SH NAME\nswctl \\- command\\-line client of the switch manager\n";
     page += ".SH SYNOPSIS\n.B swctl\n[\\fIOPTION\\fR...] \\fICOMMAND\\fR [\\fIARGUMENT\\fR...]\n";
     page += ".SH DESCRIPTION\n" + troff(table.description) +
-            "\nA change is written to the database, and the service is told of it. When the "
-            "service\nrefuses it or cannot be reached, the row is put back as it was.\n";
-    page += ".SH OPTIONS\nThese may stand anywhere on the command line.\n";
+            "\nA change is written to the database, announced to the service and verified by "
+            "reading\nchip and kernel. If the service refuses it, the rows are restored; if it "
+            "cannot be reached,\nadded and changed rows stay, and its next startup applies them.\n";
+    page += ".SH OPTIONS\nThese may appear anywhere on the command line.\n";
     describeOptions(page, table, {});
     page += ".SH COMMANDS\n";
     for (const Place &place : allPlaces(table))

@@ -165,7 +165,7 @@ Json previewJson(const Preview &seen)
 void printPreview(const Preview &seen, bool verbose)
 {
     if (seen.changes.empty())
-        tell(stdout, "would change nothing: every row is so already");
+        tell(stdout, "would change nothing: all rows already match");
     else
         tell(stdout, std::string("would ") + (seen.reasons.empty() ? "apply: " : "refuse: ") +
                          seen.changes.what + " " + seen.changes.verb + rowsText(seen.changes));
@@ -183,7 +183,7 @@ void printVerdict(const Verdict &verdict, bool offline)
     const std::string done =
         verdict.changes.what + " " + verdict.changes.verb + rowsText(verdict.changes);
     if (verdict.changes.empty() && verdict.outcome == Outcome::applied) {
-        tell(stdout, std::string("unchanged: every row is so already") +
+        tell(stdout, std::string("unchanged: all rows already match") +
                          (verdict.verified ? ", and nothing differs" : "; not verified"));
         return;
     }

@@ -36,7 +36,7 @@ constexpr Rule rules[] = {
      "at its row.",
      "Give the name of the interface as 'ip link' shows it."},
     {"number-text", warning, "a number is not written as one",
-     "The service reads the digits at the start, takes 0 where there are none, and bends what "
+     "The service reads the digits at the start, takes 0 where there are none, and clamps what "
      "does not fit 32 bits to the nearest number that does.",
      "Write the number that is meant, with decimal digits alone."},
     {"value-range", error, "a number is outside its range",

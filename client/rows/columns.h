@@ -65,7 +65,10 @@ struct Column {
 
     static constexpr int64_t noGap = -1;
 
-    [[nodiscard]] constexpr bool isNumber() const { return holds == Holds::number || holds == Holds::flag; }
+    [[nodiscard]] constexpr bool isNumber() const
+    {
+        return holds == Holds::number || holds == Holds::flag;
+    }
     [[nodiscard]] constexpr bool isIdentity() const { return option[0] != '-'; }
     [[nodiscard]] constexpr bool accepts(int64_t value) const
     {
@@ -127,7 +130,7 @@ inline constexpr Column portColumns[] = {
     {portTableName, "portType", number, 0, maxInt, noGap, passed, false, "0",
      "--type", "N", "", "Kind of port", "kept, not used"},
     {portTableName, "PVID", number, 0, highestVlan, noGap, refused, false, "1",
-     "--pvid", "ID", "PVID", "VLAN id while none is untagged here",
+     "--pvid", "ID", "PVID", "VLAN id used while no VLAN is untagged on the port",
      "unless a VLAN is untagged on the port"},
     {portTableName, "mirroring", number, 0, maxInt, noGap, passed, false, "0",
      "--mirroring", "N", "", "Port mirroring", "kept, not used"},
@@ -152,7 +155,7 @@ inline constexpr Column vlanColumns[] = {
     {vlanTableName, "vlanId", number, 1, highestVlan, noGap, ruled, true, "",
      "ID", "ID", "VLAN", "802.1Q VLAN id, 1 to 4094", "802.1Q VLAN id"},
     {vlanTableName, "interfaceName", Holds::interface, 0, 63, noGap, passed, true, "",
-     "--interface", "NAME", "INTERFACE", "Linux interface that carries it",
+     "--interface", "NAME", "INTERFACE", "Linux interface that carries the VLAN",
      "Linux interface of the sub-interface"},
     {vlanTableName, "LogicalIfName", text, 0, 63, noGap, passed, false, "",
      "--logical", "NAME", "LOGICAL", "Logical interface name", "logical interface name"},
