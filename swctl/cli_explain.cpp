@@ -21,13 +21,6 @@ std::string portWord(const std::string &text)
     return text.substr(text.rfind(':') + 1); // npos + 1 is 0
 }
 
-int highestPort(Backend backend)
-{
-    return backend == Backend::chip     ? chipPortCount - 1
-           : backend == Backend::engine ? enginePorts - 1
-                                        : bridgePorts - 1;
-}
-
 // The ports that are asked for. Their switch: by its name, else the chip, else the engine.
 std::vector<PortName> portsOf(const Inspection &inspection, const std::string &text)
 {
@@ -53,7 +46,7 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
             exitDiffers,
             "a fresh start does not bring up switch '" + printable(found->name) + "'" +
                 (inspection.network.stop ? ": " + stopText(*inspection.network.stop) : ""));
-    const int highest = highestPort(port.backend);
+    const int highest = deviceOf(port.backend).ports - 1;
     std::set<int> rows;
     for (const PortConfig &row : found->ports)
         if (row.number >= 0 && row.number <= highest)
@@ -208,7 +201,7 @@ int runExplainVlan(const Call &call)
     const int vlanId = call.integer("ID");
     const std::string word = portWord(call.text("PORT"));
     std::set<int> numbers;
-    for (int port = 0; port < bridgePorts; ++port)
+    for (int port = 0; port < portListBits; ++port)
         if (word == everyPort || port == std::stoi(word))
             numbers.insert(port);
     GatewayView gateway = openGateway(globals, Access::read);

@@ -3,6 +3,7 @@
 #include "client/base/number.h"
 #include "client/base/text.h"
 #include "client/check/check_rules.h"
+#include "client/devices/devices.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/check_rows.h"
 #include "client/rows/columns.h"
@@ -18,6 +19,12 @@ namespace {
 
 constexpr uint32_t chipMask = (1u << chipPorts) - 1;
 constexpr size_t longestInterfaceName = 15;
+
+// What a mapping onto a port of the chip begins with.
+std::string chipPrefix()
+{
+    return std::string(deviceOf(Backend::chip).name) + ":";
+}
 
 class Checker {
 public:
@@ -128,7 +135,7 @@ void Checker::checkText(const TableRows &table, const Row &row, const Column &co
     // Of ports only those of a bridge reach a command line by their name.
     const bool reachesLine =
         column.holds == Holds::interface ||
-        (column.holds == Holds::portInterface && row.text("switchName") == "BRIDGE");
+        (column.holds == Holds::portInterface && isDevice(row.text("switchName"), Backend::bridge));
     if (reachesLine && text.find_first_not_of(allowed) != std::string::npos)
         add("interface-bad-name", table, row, column.name,
             "'" + printable(text) + "' is no interface name", Severity::error);
@@ -194,12 +201,14 @@ void Checker::checkSwitches()
 {
     for (size_t i = 0; i < all.switches.size(); ++i) {
         const SwitchRow &sw = all.switches[i];
-        if (sw.name != "BCM" && sw.name != "PSE" && sw.name != "BRIDGE")
+        const Device *device = deviceOf(sw.name);
+        if (device == nullptr)
             add("switch-unknown-name", all.switchTable, i, "",
                 "no backend drives a switch named '" + printable(sw.name) + "'");
-        if (sw.name == "BCM" && all.switchTable.rows[i].text("switchDevice").empty())
+        if (device != nullptr && device->hasNode &&
+            all.switchTable.rows[i].text("switchDevice").empty())
             add("switch-device-missing", all.switchTable, i, "", "its row names no device node");
-        if (sw.name == "BRIDGE" && !context.bridgesFilter.value_or(true))
+        if (isDevice(sw.name, Backend::bridge) && !context.bridgesFilter.value_or(true))
             add("bridge-kernel", all.switchTable, i, "",
                 "the kernel of this machine has no VLAN filtering in bridges");
         for (size_t j = 0; j < i; ++j) {
@@ -222,15 +231,16 @@ void Checker::checkVlanMode()
     for (const SwitchRow &sw : all.switches)
         if (top == nullptr || sw.level > top->level)
             top = &sw;
-    if (top == nullptr || top->name != "PSE")
+    if (top == nullptr || !isDevice(top->name, Backend::engine))
         return;
     const bool handsDown = std::any_of(all.ports.begin(), all.ports.end(), [](const PortRow &port) {
-        return port.owner == "PSE" &&
+        return isDevice(port.owner, Backend::engine) &&
                std::any_of(port.mapping.begin(), port.mapping.end(),
-                           [](const auto &entry) { return entry.starts_with("BCM:"); });
+                           [](const auto &entry) { return entry.starts_with(chipPrefix()); });
     });
     for (size_t i = 0; i < all.switches.size() && handsDown; ++i)
-        if (all.switches[i].name == "BCM" && all.switches[i].vlanEnable != top->vlanEnable)
+        if (isDevice(all.switches[i].name, Backend::chip) &&
+            all.switches[i].vlanEnable != top->vlanEnable)
             add("vlan-mode-differs", all.switchTable, i, "",
                 "vlanEnable is " + std::to_string(all.switches[i].vlanEnable) +
                     "; the chip ends up with " + std::to_string(top->vlanEnable) + " of switch " +
@@ -258,24 +268,23 @@ void Checker::checkPorts()
 void Checker::checkPortNumber(size_t row)
 {
     const PortRow &port = all.ports[row];
-    const bool chip = port.owner == "BCM";
-    const int count = chip ? chipPorts : enginePorts;
-    if (port.owner == "BRIDGE")
-        checkBridgePort(row);
-    if (!chip && port.owner != "PSE")
+    const Device *device = deviceOf(port.owner);
+    if (device == nullptr)
         return;
-    if (port.number < 0 || port.number >= count) {
+    if (port.number < 0 || port.number >= device->ports)
         add("port-number-range", all.portTable, row, "",
-            std::string(chip ? "the chip" : "the engine") + " has the ports 0 to " +
-                std::to_string(count - 1) +
-                (chip ? "; no VLAN can be added or changed with this row" : ""));
+            std::string(device->words) + " has the ports 0 to " +
+                std::to_string(device->ports - 1) + device->beyondPorts);
+    if (device->portsAreInterfaces) {
+        checkBridgePort(row);
         return;
     }
-    // The engine's ports are counted from 1 as often as from 0.
-    const int first = chip ? 0 : 1;
+    if (port.number < 0 || port.number >= device->ports)
+        return;
     for (size_t i = 0; i < all.switches.size(); ++i) {
         const int32_t stated = numberOf(all.switchTable.rows[i], "numPorts");
-        if (all.switches[i].name == port.owner && stated > 0 && port.number >= stated + first)
+        if (all.switches[i].name == port.owner && stated > 0 &&
+            port.number >= stated + device->firstPort)
             add("port-beyond-count", all.portTable, row, "",
                 "the switch's row says that it has " + std::to_string(stated) + " ports");
     }
@@ -285,15 +294,14 @@ void Checker::checkPortNumber(size_t row)
 void Checker::checkBridgePort(size_t row)
 {
     const std::string name = all.portTable.rows[row].text("interfaceName");
-    if (all.ports[row].number < 0 || all.ports[row].number >= bridgePorts)
-        add("port-number-range", all.portTable, row, "", "a bridge has the ports 0 to 31");
     if (name.empty() || name.size() > longestInterfaceName || name.front() == '-') {
         add("bridge-port-interface", all.portTable, row, "",
             "'" + printable(name) + "' is no interface that could join the bridge");
         return;
     }
     for (size_t i = 0; i < row; ++i)
-        if (all.ports[i].owner == "BRIDGE" && all.portTable.rows[i].text("interfaceName") == name)
+        if (isDevice(all.ports[i].owner, Backend::bridge) &&
+            all.portTable.rows[i].text("interfaceName") == name)
             add("bridge-port-interface", all.portTable, row, "",
                 printable(name) + " is the interface of an earlier row too");
     if (context.interfaces && !context.interfaces->contains(name))
@@ -306,7 +314,8 @@ void Checker::checkBridgeList(size_t row)
 {
     uint32_t rows = 0;
     for (const PortRow &port : all.ports)
-        if (port.owner == "BRIDGE" && port.number >= 0 && port.number < bridgePorts)
+        if (isDevice(port.owner, Backend::bridge) && port.number >= 0 &&
+            port.number < deviceOf(Backend::bridge).ports)
             rows |= 1u << port.number;
     const VlanRow &vlan = all.vlans[row];
     for (int port = 0; port < portListBits; ++port) {
@@ -373,14 +382,16 @@ void Checker::checkVlans()
     uint32_t chipRows = 0; // chip ports that have a row
     uint32_t reached = 0;  // chip ports that the engine's ports are mapped onto
     for (const PortRow &port : all.ports) {
-        if (port.owner == "BCM" && port.number >= 0 && port.number < chipPorts)
+        if (isDevice(port.owner, Backend::chip) && port.number >= 0 && port.number < chipPorts)
             chipRows |= 1u << port.number;
         for (const std::string &entry : port.mapping)
-            for (int chip = 0; chip < chipPorts && port.owner == "PSE"; ++chip)
-                if (entryAsRead(entry) == "BCM:" + std::to_string(chip))
+            for (int chip = 0; chip < chipPorts && isDevice(port.owner, Backend::engine); ++chip)
+                if (entryAsRead(entry) == chipPrefix() + std::to_string(chip))
                     reached |= 1u << chip;
     }
-    if (!all.hasSwitch("BCM"))
+    const bool hasChip = all.hasSwitch(deviceOf(Backend::chip).name);
+    const bool hasBridge = all.hasSwitch(deviceOf(Backend::bridge).name);
+    if (!hasChip)
         chipRows = chipMask; // that there is no chip is said of the switches
     std::set<int32_t> seen;
     std::array<const VlanRow *, chipPorts> untaggedIn{};
@@ -394,9 +405,9 @@ void Checker::checkVlans()
             add("vlan-duplicate", all.vlanTable, i, "",
                 "an earlier row describes the VLAN as well");
         checkInterface(i);
-        if (all.hasSwitch("BRIDGE"))
+        if (hasBridge)
             checkBridgeList(i);
-        if (!all.hasSwitch("BCM") && all.hasSwitch("BRIDGE"))
+        if (!hasChip && hasBridge)
             continue;
         checkList(i, "fwdMap", vlan.members, chipRows);
         checkList(i, "untagMap", vlan.untagged, chipRows);
@@ -428,7 +439,7 @@ void Checker::checkInterface(size_t row)
 bool Checker::isBridge(const std::string &interface) const
 {
     for (size_t i = 0; i < all.switches.size(); ++i)
-        if (all.switches[i].name == "BRIDGE" &&
+        if (isDevice(all.switches[i].name, Backend::bridge) &&
             all.switchTable.rows[i].text("switchDevice") == interface)
             return true;
     return false;
@@ -464,7 +475,7 @@ void Checker::checkUntagged(size_t row, std::array<const VlanRow *, chipPorts> &
     uint32_t members = vlan.members.mask;
     // The chip adds the port towards the processor to a VLAN that has members.
     if (members != 0)
-        members |= vlan.interfaceName == "eth0" && !vlan.inSwitchOnly ? 1u << 4 : 1u;
+        members |= chipHostPorts(vlan.interfaceName, vlan.inSwitchOnly);
     for (int port = 0; port < chipPorts; ++port) {
         if ((vlan.untagged.mask >> port & 1) == 0)
             continue;

@@ -3,6 +3,7 @@
 // in check.cpp that finds it.
 #include "client/check/check_rules.h"
 
+#include "client/devices/devices.h"
 #include "client/rows/columns.h"
 
 #include <algorithm>
@@ -143,7 +144,35 @@ struct Guard {
     const char *rule;
     const char *table;
     const char *condition;
+    std::string (*made)() = nullptr; // instead, from the table of devices
 };
+
+// A list of the devices' names, or of what is said of each.
+std::string ofDevices(const char *between, std::string (*text)(const Device &device))
+{
+    std::string all;
+    for (const Device &device : devices())
+        all += (all.empty() ? "" : between) + text(device);
+    return all;
+}
+
+std::string nameUnknown()
+{
+    return "ifnull(NEW.switchName, '') NOT IN (" +
+           ofDevices(
+               ", ", [](const Device &device) { return "'" + std::string(device.name) + "'"; }) +
+           ")";
+}
+
+std::string portBeyond()
+{
+    return ofDevices(
+        "\n      OR ",
+        [](const Device &device) {
+            return "NEW.switchName = '" + std::string(device.name) +
+                   "' AND #portNumber NOT BETWEEN 0 AND " + std::to_string(device.ports - 1);
+        });
+}
 
 // The entries of NEW.phyDevice that name a port of the rows, by their length.
 #define MAPPED_LENGTH(rows)                                                                        \
@@ -154,8 +183,7 @@ struct Guard {
 #define CHIP_PORTS     "(SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n"
 
 constexpr Guard guards[] = {
-    {"switch-unknown-name", "swGlobalCfg",
-     "ifnull(NEW.switchName, '') NOT IN ('BCM', 'PSE', 'BRIDGE')"},
+    {"switch-unknown-name", "swGlobalCfg", nullptr, nameUnknown},
     {"switch-duplicate", "swGlobalCfg",
      "EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid\n"
      "      AND o.switchName = NEW.switchName)"},
@@ -167,10 +195,7 @@ constexpr Guard guards[] = {
     {"port-duplicate", "swPortConfig",
      "EXISTS (SELECT 1 FROM swPortConfig o WHERE o.rowid <> NEW.rowid\n"
      "      AND o.switchName = NEW.switchName AND #o.portNumber = #portNumber)"},
-    {"port-number-range", "swPortConfig",
-     "NEW.switchName = 'BCM' AND #portNumber NOT BETWEEN 0 AND 4\n"
-     "      OR NEW.switchName = 'PSE' AND #portNumber NOT BETWEEN 0 AND 7\n"
-     "      OR NEW.switchName = 'BRIDGE' AND #portNumber NOT BETWEEN 0 AND 31"},
+    {"port-number-range", "swPortConfig", nullptr, portBeyond},
     {"bridge-port-interface", "swPortConfig",
      "NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15\n"
      "      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE\n"
@@ -286,7 +311,8 @@ std::string refusalsOf(const std::string &table)
         sql += columnRefusals(column);
     for (const Guard &guard : guards)
         if (guard.table == table)
-            sql += refusal(guard.rule, ruleById(guard.rule)->fault, guard.condition);
+            sql += refusal(guard.rule, ruleById(guard.rule)->fault,
+                           guard.made != nullptr ? guard.made() : guard.condition);
     return sql;
 }
 

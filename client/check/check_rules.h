@@ -7,8 +7,6 @@
 namespace swctl {
 
 constexpr int chipPorts = 5;            // ports 0 to 4
-constexpr int enginePorts = 8;          // ports 0 to 7
-constexpr int bridgePorts = 32;         // ports 0 to 31
 constexpr size_t subInterfaceName = 15; // characters of a network interface's name
 
 } // namespace swctl

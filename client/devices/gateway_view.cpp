@@ -1,6 +1,7 @@
 #include "client/devices/gateway_view.h"
 
 #include "client/base/number.h"
+#include "client/devices/devices.h"
 #include "client/devices/own_links.h"
 
 #include <unistd.h>
@@ -30,7 +31,7 @@ std::set<std::string> bridgePorts(Database &database)
 {
     std::set<std::string> names;
     for (const Row &row : database.rows("swPortConfig"))
-        if (row.text("switchName") == "BRIDGE")
+        if (isDevice(row.text("switchName"), Backend::bridge))
             names.insert(row.text("interfaceName"));
     return names;
 }
@@ -110,7 +111,7 @@ std::set<int> vlanIdsIn(Database &database)
 std::string chipDevice(Database &database)
 {
     for (const Row &row : database.rows("swGlobalCfg"))
-        if (row.text("switchName") == "BCM")
+        if (isDevice(row.text("switchName"), Backend::chip))
             return row.text("switchDevice");
     return {};
 }

@@ -60,7 +60,7 @@ Inspection inspect(GatewayView &gateway, const std::set<int> &vlanIds, const std
     inspection.vlanRows = snapshot.database().rows("vlanEncapIf");
     inspection.start.emplace(gateway.rehearseStart(snapshot)->finish());
     inspection.findings = findingsIn(gateway, snapshot, *inspection.start);
-    inspection.network = networkOf(gateway, snapshot, *inspection.start);
+    inspection.network = networkOf(snapshot, *inspection.start);
     inspection.target = targetOf(*inspection.start, vlanIdsIn(snapshot.database()));
     std::set<int> ids = vlanIds;
     Part<Chip> chipPorts;

@@ -17,8 +17,6 @@
 namespace swctl {
 namespace {
 
-constexpr int32_t mapPorts = 16; // ports in an entry of the chip's VLAN table
-
 bool hasBit(uint32_t mask, int32_t bit)
 {
     return (mask & portBit(bit)) != 0;
@@ -34,23 +32,10 @@ std::vector<int> rowStatuses(const Rehearsal &start, const char *table)
     return statuses;
 }
 
-// By the row's place in its table: the chip's driver is opened for a chip, the kernel is
-// asked about a bridge, and an engine is driven by tools alone.
-std::vector<Backend> backendsOf(const Rehearsal &start)
+Backend backendOf(const std::string &name)
 {
-    std::vector<Backend> backends;
-    Backend opened = Backend::engine;
-    for (const Event &event : start.events()) {
-        if (event.kind == rehearsal::Kind::opened)
-            opened = event.data.starts_with("/sys/") ? Backend::bridge : Backend::chip;
-        if (event.kind != rehearsal::Kind::row)
-            continue;
-        if (event.data != "swGlobalCfg")
-            break;
-        backends.push_back(event.number < 0 ? Backend::none : opened);
-        opened = Backend::engine;
-    }
-    return backends;
+    const Device *device = deviceOf(name);
+    return device != nullptr ? device->backend : Backend::none;
 }
 
 std::vector<PortConfig::Mapping> mappingsOf(const std::string &text)
@@ -66,7 +51,7 @@ std::vector<PortConfig::Mapping> mappingsOf(const std::string &text)
 
 void readSwitches(Database &database, const Rehearsal &start, Network &network)
 {
-    const std::vector<Backend> backends = backendsOf(start);
+    const std::vector<int> statuses = rowStatuses(start, switchTableName);
     for (const Row &row : database.rows("swGlobalCfg")) {
         SwitchConfig sw;
         sw.name = row.text("switchName");
@@ -74,8 +59,9 @@ void readSwitches(Database &database, const Rehearsal &start, Network &network)
         sw.level = toInt(row.text("switchLevel"));
         sw.vlanEnabled = toInt(row.text("vlanEnable")) != 0;
         sw.qosEnabled = toInt(row.text("qosEnable")) != 0;
-        if (network.switches.size() < backends.size())
-            sw.carriedBy = backends[network.switches.size()];
+        const size_t at = network.switches.size();
+        if (at < statuses.size() && statuses[at] >= 0)
+            sw.carriedBy = backendOf(sw.name);
         network.switches.push_back(std::move(sw));
     }
     for (const Row &row : database.rows("swPortConfig"))
@@ -104,94 +90,13 @@ void readVlans(Database &database, const Rehearsal &start, Network &network)
 
 // --- who takes part in what --------------------------------------------------
 
-// What decides which port of the chip leads a VLAN to the host.
-using Route = std::pair<std::string, bool>; // Linux interface, switch only
-
-// The chip's port to the host by route. It shows as the one member that the row
-// does not name; where a row names it too, the service is asked what it adds to
-// a VLAN with another member.
-class HostPorts {
-public:
-    HostPorts(const GatewayView &gateway, Snapshot &snapshot, const Network &network,
-              const Chip &chip)
-    {
-        learn(snapshot.database(), network, chip);
-        std::vector<Route> unknown;
-        for (const VlanConfig &vlan : network.vlans) {
-            const Route route = routeOf(vlan);
-            const auto entry = chip.vlans.find(vlan.id);
-            if (entry != chip.vlans.end() && entry->second.fwdMap != 0 && !ports.contains(route) &&
-                std::find(unknown.begin(), unknown.end(), route) == unknown.end())
-                unknown.push_back(route);
-        }
-        if (!unknown.empty())
-            probe(gateway, snapshot, unknown);
-    }
-
-    [[nodiscard]] bool leadsToHost(const VlanConfig &vlan, int32_t port) const
-    {
-        const auto found = ports.find(routeOf(vlan));
-        return found != ports.end() && found->second == port;
-    }
-
-private:
-    static Route routeOf(const VlanConfig &vlan) { return {vlan.interfaceName, vlan.switchOnly}; }
-
-    void note(const Route &route, uint32_t added)
-    {
-        for (int32_t port = 0; port < mapPorts; ++port)
-            if (added == 1u << port)
-                ports[route] = port;
-    }
-
-    void learn(Database &database, const Network &network, const Chip &chip)
-    {
-        const std::vector<Row> rows = database.rows("vlanEncapIf");
-        for (size_t at = 0; at < rows.size(); ++at) {
-            const auto entry = chip.vlans.find(network.vlans[at].id);
-            if (entry == chip.vlans.end() || network.vlans[at].fate == Fate::missing)
-                continue;
-            const uint32_t named = maskOf(rows[at].text("fwdMap"));
-            note(routeOf(network.vlans[at]), entry->second.fwdMap & ~named);
-        }
-    }
-
-    // With VLANs that no row has, added in a rehearsal of its own.
-    void probe(const GatewayView &gateway, Snapshot &snapshot, const std::vector<Route> &routes)
-    {
-        constexpr uint32_t member = 1u << 1; // any port
-        std::set<int> taken = vlanIdsIn(snapshot.database());
-        std::map<int, Route> asked;
-        Script script = gateway.startScript(snapshot);
-        for (int id = highestVlan; id > 0 && asked.size() < routes.size(); --id) {
-            if (taken.contains(id))
-                continue;
-            const Route &route = routes[asked.size()];
-            asked[id] = route;
-            SwMgrVlanRequest request{};
-            request.vlan.vlanId = id;
-            fillField(request.vlan.interfaceName, route.first);
-            request.vlan.inSwitchOnly = route.second ? 1 : 0;
-            request.vlan.fwdMap = member;
-            script.request(SW_CMD_VLAN_ADD, bytesOf(request));
-        }
-        const Chip chip = rehearse(script).chip();
-        for (const auto &[id, route] : asked)
-            if (const auto entry = chip.vlans.find(id); entry != chip.vlans.end()) {
-                const uint32_t map = entry->second.fwdMap;
-                note(route, map != member ? map & ~member : map);
-            }
-    }
-
-    std::map<Route, int32_t> ports;
-};
-
-Cell chipCell(const Chip &chip, const HostPorts &hostPorts, const VlanConfig &vlan, int32_t port)
+Cell chipCell(const Chip &chip, const VlanConfig &vlan, int32_t port)
 {
     const auto entry = chip.vlans.find(vlan.id);
     if (entry == chip.vlans.end() || !hasBit(entry->second.fwdMap, port))
         return {};
-    return {true, hasBit(entry->second.untagMap, port), hostPorts.leadsToHost(vlan, port)};
+    return {true, hasBit(entry->second.untagMap, port),
+            hasBit(chipHostPorts(vlan.interfaceName, vlan.switchOnly), port)};
 }
 
 Cell engineCell(const EngineVlan &vlan, int32_t port)
@@ -228,8 +133,7 @@ std::set<int32_t> portsOf(const SwitchConfig &sw, uint32_t members)
     return ports;
 }
 
-void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start,
-               Network &network)
+void drawLines(const Rehearsal &start, Network &network)
 {
     const Chip chip = start.chip();
     const Bridge bridge = bridgeOf(start.events());
@@ -261,13 +165,11 @@ void drawLines(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &
             network.columns.push_back(column);
         }
     }
-    const HostPorts hostPorts(gateway, snapshot, network, chip);
     for (const VlanConfig &vlan : network.vlans) {
         std::vector<Cell> &line = network.lines.emplace_back();
         for (const PortColumn &column : network.columns) {
             const SwitchConfig &sw = network.switches[column.owner];
-            line.push_back(sw.carriedBy == Backend::chip
-                               ? chipCell(chip, hostPorts, vlan, column.port)
+            line.push_back(sw.carriedBy == Backend::chip ? chipCell(chip, vlan, column.port)
                            : sw.carriedBy == Backend::bridge
                                ? bridgeCell(bridge, vlan, interfaceOf(sw, column.port))
                                : engineCell(engineVlans[vlan.id], column.port));
@@ -329,13 +231,13 @@ bool beginsSwitch(const Network &network, size_t column)
     return column == 0 || network.columns[column].owner != network.columns[column - 1].owner;
 }
 
-Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start)
+Network networkOf(Snapshot &snapshot, const Rehearsal &start)
 {
     Network network;
     readSwitches(snapshot.database(), start, network);
     readVlans(snapshot.database(), start, network);
     network.stop = stopOf(snapshot.database(), start);
-    drawLines(gateway, snapshot, start, network);
+    drawLines(start, network);
     return network;
 }
 
@@ -344,7 +246,7 @@ Network networkOf(GatewayView &gateway)
     Snapshot snapshot(gateway.database());
     const auto running = gateway.rehearseStart(snapshot);
     const std::vector<Finding> findings = checkConfiguration(snapshot.database(), {});
-    Network network = networkOf(gateway, snapshot, running->finish());
+    Network network = networkOf(snapshot, running->finish());
     for (const Finding &finding : findings)
         if (finding.severity == Severity::error)
             network.notes.push_back(finding.name + ": " + finding.message);

@@ -2,6 +2,7 @@
 // the rows, and beside them what the rehearsed service leaves in chip and engine.
 #pragma once
 
+#include "client/devices/devices.h"
 #include "client/devices/gateway_view.h"
 
 #include <cstdint>
@@ -22,19 +23,11 @@ struct PortConfig {
     std::vector<Mapping> mapped; // in the order of the row
 };
 
-// What carries a switch out, by what the start did for its row.
-enum class Backend {
-    none, // it did not come that far, or there is no such backend
-    chip,
-    engine,
-    bridge
-};
-
 struct SwitchConfig {
     std::string name;
-    std::string device; // empty: none
-    Backend carriedBy = Backend::none;
-    int32_t level = 0; // the highest is the top-level switch
+    std::string device;                // empty: none
+    Backend carriedBy = Backend::none; // none where the start did not come that far
+    int32_t level = 0;                 // the highest is the top-level switch
     bool vlanEnabled = false;
     bool qosEnabled = false;
     std::vector<PortConfig> ports; // in the order of the rows
@@ -95,7 +88,7 @@ std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
 Network networkOf(GatewayView &gateway);
 
 // The same of a start that was rehearsed already, without notes about the rows.
-Network networkOf(const GatewayView &gateway, Snapshot &snapshot, const Rehearsal &start);
+Network networkOf(Snapshot &snapshot, const Rehearsal &start);
 
 // The name of the switch that owns a column.
 inline const std::string &ownerName(const Network &network, const PortColumn &column)
