@@ -1,11 +1,11 @@
 #include "swctl/cli_answer.h"
 
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/change/verdict.h"
 #include "client/service/request_log.h"
 #include "client/service/service.h"
+#include "common/json.h"
 
 #include <algorithm>
 

@@ -1,17 +1,16 @@
 // The command that checks a configuration.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/devices/bridge.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/snapshot.h"
+#include "common/json.h"
 #include "swctl/commands.h"
 
 #include <algorithm>
 #include <memory>
 #include <net/if.h>
-#include <sstream>
 
 namespace swctl {
 namespace {
@@ -56,11 +55,8 @@ std::optional<std::set<std::string>> givenInterfaces(const std::string &list)
         return std::nullopt;
     if (list == "local")
         return localInterfaces();
-    std::set<std::string> names;
-    std::istringstream rest(list);
-    for (std::string name; std::getline(rest, name, ',');)
-        names.insert(name);
-    return names;
+    const std::vector<std::string> names = entriesOf(list);
+    return std::set<std::string>(names.begin(), names.end());
 }
 
 // Where nothing is known of the interfaces, those that rows name are taken to

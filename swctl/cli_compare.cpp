@@ -1,9 +1,9 @@
 // The commands that hold the database against the hardware: diff, repair, recover,
 // rehearse.
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/change/repair.h"
 #include "client/rehearse/event_text.h"
+#include "common/json.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
 #include "swctl/interruption.h"

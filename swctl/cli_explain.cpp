@@ -1,9 +1,9 @@
 // explain: what becomes of a VLAN's frames at a port, and how an interface stands.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/check/check_rules.h"
 #include "client/view/explain.h"
+#include "common/json.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
 #include "swctl/report.h"
@@ -213,13 +213,13 @@ int runExplainVlan(const Call &call)
         asWanted = asWanted && all.asWanted();
         json.push_back(portJson(all));
         if (!globals.json) {
-            if (json.size() > 1)
+            if (json.values().size() > 1)
                 putchar('\n');
             printPortExplanation(all);
         }
     }
     if (globals.json)
-        printJson(word == everyPort ? json : json.front());
+        printJson(word == everyPort ? json : json.values().front());
     return asWanted ? exitDone : exitDiffers;
 }
 

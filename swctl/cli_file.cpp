@@ -47,9 +47,7 @@ int runExport(const Call &call)
 {
     const std::string &file = call.text("FILE");
     Database database(call.globals.database, Access::read);
-    const std::string text = configurationJson(database).dump(2, ' ', /*ensure_ascii=*/true,
-                                                              Json::error_handler_t::replace) +
-                             "\n";
+    const std::string text = configurationJson(database).lines();
     if (file == "-")
         fputs(text.c_str(), stdout);
     else

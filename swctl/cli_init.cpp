@@ -1,11 +1,11 @@
 // The command that makes a configuration database.
 #include "client/base/failure.h"
 #include "client/base/file.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
 #include "client/rows/database.h"
 #include "common/descriptor.h"
+#include "common/json.h"
 #include "swctl/commands.h"
 #include "swctl/database_sql.h"
 #include "swctl/validate.h"

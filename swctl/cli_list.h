@@ -1,8 +1,8 @@
 // Rows of the database as JSON.
 #pragma once
 
-#include "client/base/json.h"
 #include "client/rows/database.h"
+#include "common/json.h"
 
 namespace swctl {
 

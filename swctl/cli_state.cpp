@@ -12,7 +12,6 @@
 #include "swctl/validate.h"
 
 #include <algorithm>
-#include <sstream>
 
 namespace swctl {
 namespace {
@@ -56,10 +55,14 @@ Json statusJson(const Status &status)
 // Each line of the text beside or below the name.
 void printField(const char *name, const std::string &text)
 {
-    std::istringstream lines(text);
-    for (std::string line; std::getline(lines, line); name = "")
+    std::vector<std::string> lines = partsOf(text, '\n');
+    if (lines.back().empty()) // after the last line end
+        lines.pop_back();
+    for (const std::string &line : lines) {
         printWrapped(stdout, padded(name, nameColumns) + shown(line), outputColumns, /*indent=*/0,
                      nameColumns);
+        name = "";
+    }
 }
 
 void printService(const Status &status)

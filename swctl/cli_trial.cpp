@@ -1,11 +1,11 @@
 // The commands about changes that were made: confirm, history, undo.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/base/time_text.h"
 #include "client/records/history.h"
 #include "client/service/log.h"
 #include "client/service/served_file.h"
+#include "common/json.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
 #include "swctl/interruption.h"

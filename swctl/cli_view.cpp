@@ -1,9 +1,9 @@
 // The commands that only look: show and log.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/service/log.h"
 #include "client/service/service.h"
+#include "common/json.h"
 #include "common/log_rank.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
@@ -13,7 +13,7 @@
 #include <cerrno>
 #include <cstring>
 #include <deque>
-#include <thread>
+#include <unistd.h>
 
 namespace swctl {
 namespace {
@@ -48,7 +48,7 @@ constexpr OptionRow showOptions[] = {
 
 // --- log -------------------------------------------------------------------
 
-constexpr auto followInterval = std::chrono::milliseconds(200);
+constexpr useconds_t followInterval = 200000; // us
 
 // Escape sequence, empty: none.
 const char *colourOf(int32_t rank)
@@ -136,7 +136,7 @@ int runLog(const Call &call)
     for (const LogLine &line : older)
         printLine(line, json, colour);
     while (!call.flag("--no-follow") && ferror(stdout) == 0) {
-        std::this_thread::sleep_for(followInterval);
+        usleep(followInterval);
         const uint64_t lost = follower.read([&](const LogLine &line) {
             if (shown(line))
                 printLine(line, json, colour);

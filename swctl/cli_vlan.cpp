@@ -1,10 +1,10 @@
 // One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/number.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/view/inspection.h"
+#include "common/json.h"
 #include "swctl/cli_change.h"
 #include "swctl/cli_list.h"
 #include "swctl/commands.h"

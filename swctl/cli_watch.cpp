@@ -1,11 +1,11 @@
 // watch: one line for each thing that changes, until it is interrupted.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/service/log.h"
 #include "client/service/request_log.h"
 #include "client/view/watch.h"
 #include "common/clock.h"
+#include "common/json.h"
 #include "swctl/commands.h"
 #include "swctl/validate.h"
 #include "swmgr/swmgr_client.h"

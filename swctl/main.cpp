@@ -2,9 +2,9 @@
 // configuration database and tells the service, sends requests, shows what is
 // configured and follows the log.
 #include "client/base/failure.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/service/service.h"
+#include "common/json.h"
 #include "swctl/commands.h"
 #include "swctl/complete.h"
 #include "swctl/manual.h"
@@ -13,7 +13,16 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <exception>
+
+// The runtime's own handler prints what was thrown, with 50 kB of code that reads mangled
+// names; here main has caught it.
+namespace __cxxabiv1 {
+extern constinit std::terminate_handler __terminate_handler;
+constinit std::terminate_handler __terminate_handler = abort;
+} // namespace __cxxabiv1
 
 namespace {
 

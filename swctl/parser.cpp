@@ -7,6 +7,8 @@
 #include "client/base/text.h"
 #include "swctl/usage.h"
 
+// Nothing here checks a path.
+#define CLI11_HAS_FILESYSTEM 0
 #include <CLI/CLI.hpp>
 #include <algorithm>
 

@@ -1,9 +1,9 @@
 // What became of a change, in words and as JSON.
 #pragma once
 
-#include "client/base/json.h"
 #include "client/change/preview.h"
 #include "client/change/verdict.h"
+#include "common/json.h"
 
 namespace swctl {
 

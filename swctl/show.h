@@ -1,8 +1,8 @@
 // The network as a picture: text for a terminal, JSON, or an SVG file.
 #pragma once
 
-#include "client/base/json.h"
 #include "client/view/network.h"
+#include "common/json.h"
 
 #include <cstdio>
 #include <string>

@@ -21,18 +21,6 @@ bool allDigits(std::string_view text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// Parts of `text` between separators, empty ones included.
-std::vector<std::string> split(const std::string &text, char separator)
-{
-    std::vector<std::string> parts(1);
-    for (const char c : text)
-        if (c == separator)
-            parts.emplace_back();
-        else
-            parts.back() += c;
-    return parts;
-}
-
 // A port number, or more than maxPort when the text is none.
 unsigned portNumber(const std::string &text)
 {
@@ -69,7 +57,7 @@ bool parsePorts(const std::string &text, uint32_t &mask)
 {
     if (text.empty())
         return true;
-    const std::vector<std::string> entries = split(text, ',');
+    const std::vector<std::string> entries = partsOf(text, ',');
     return std::all_of(entries.begin(), entries.end(),
                        [&](const std::string &entry) { return addPorts(entry, mask); });
 }
@@ -95,7 +83,7 @@ std::string numberWithin(const std::string &text, int64_t least, int64_t most)
 
 std::string idRanges(const std::string &text)
 {
-    const std::vector<std::string> entries = split(text, ',');
+    const std::vector<std::string> entries = partsOf(text, ',');
     const bool good = std::all_of(entries.begin(), entries.end(), [](const std::string &entry) {
         const auto [first, last] = idRange(entry);
         return first >= 1 && first <= last && last <= 4094;
@@ -108,7 +96,7 @@ std::string idRanges(const std::string &text)
 
 bool inRanges(const std::string &ranges, int number)
 {
-    const std::vector<std::string> entries = split(ranges, ',');
+    const std::vector<std::string> entries = partsOf(ranges, ',');
     return std::any_of(entries.begin(), entries.end(), [number](const std::string &entry) {
         const auto [first, last] = idRange(entry);
         return number >= first && number <= last;
@@ -181,7 +169,7 @@ std::string portMapping(const std::string &text)
         reject("a mapping has at most " + std::to_string(mappingCapacity) + " characters");
     if (text.empty())
         return text;
-    for (const std::string &entry : split(text, ',')) {
+    for (const std::string &entry : partsOf(text, ',')) {
         const size_t colon = entry.find(':');
         if (colon == std::string::npos || colon == 0 || colon > switchNameCapacity ||
             portNumber(entry.substr(colon + 1)) > maxPort || printable(entry) != entry)

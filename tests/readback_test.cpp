@@ -30,7 +30,8 @@ std::string put(const std::string &name, const std::string &bytes)
 TEST_F(Readback, ofASiteOfAnotherKindIsRefusedAndNoneIsTakenFromTheCurrentFolder)
 {
     for (const auto &[text, reason] : std::initializer_list<std::array<std::string, 2>>{
-             {std::string(100000, '['), "parse error"},
+             {std::string(100000, '['), "nested more than 100 levels"},
+             {R"({"devices":)", "parse error"},
              {R"({"devices":["/dev/x"]})", "'devices' needs an object"},
              {R"({"interfaces":{"eth0":"02:00:00:00:00:10:11"}})", "no hardware address"}})
         try {

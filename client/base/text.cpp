@@ -139,6 +139,29 @@ std::vector<std::string> entriesOf(const std::string &text)
     return entries;
 }
 
+std::vector<std::string> partsOf(std::string_view text, char separator)
+{
+    std::vector<std::string> parts;
+    for (size_t start = 0; start <= text.size();) {
+        const size_t end = std::min(text.find(separator, start), text.size());
+        parts.emplace_back(text.substr(start, end - start));
+        start = end + 1;
+    }
+    return parts;
+}
+
+std::vector<std::string> wordsOf(std::string_view line)
+{
+    constexpr const char *blanks = " \t\n\v\f\r";
+    std::vector<std::string> words;
+    for (size_t start = 0; (start = line.find_first_not_of(blanks, start)) != line.npos;) {
+        const size_t end = std::min(line.find_first_of(blanks, start), line.size());
+        words.emplace_back(line.substr(start, end - start));
+        start = end;
+    }
+    return words;
+}
+
 bool colourWanted(FILE *stream)
 {
     const char *refused = getenv("NO_COLOR");

@@ -37,6 +37,12 @@ std::string padded(std::string_view text, int width);
 // The parts of a column's list between commas; a run of commas separates once.
 std::vector<std::string> entriesOf(const std::string &text);
 
+// The parts of a text between separators, empty ones included.
+std::vector<std::string> partsOf(std::string_view text, char separator);
+
+// The words of a line, parted by blanks.
+std::vector<std::string> wordsOf(std::string_view line);
+
 // Whether escape sequences for colour are wanted on this stream: a terminal
 // whose user did not set NO_COLOR.
 bool colourWanted(FILE *stream);

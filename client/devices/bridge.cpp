@@ -1,31 +1,23 @@
 #include "client/devices/bridge.h"
 
-#include "client/base/json.h"
 #include "client/base/number.h"
 #include "client/base/program.h"
 #include "client/base/text.h"
 #include "client/rehearse/rehearsal.h"
+#include "common/json.h"
 
+#include <dirent.h>
 #include <sys/utsname.h>
+#include <unistd.h>
 
 #include <algorithm>
-#include <filesystem>
-#include <sstream>
+#include <memory>
 #include <vector>
 
 namespace swctl {
 namespace {
 
 using Words = std::vector<std::string>;
-
-Words wordsOf(std::string_view line)
-{
-    std::istringstream rest{std::string(line)};
-    Words words;
-    for (std::string word; rest >> word;)
-        words.push_back(word);
-    return words;
-}
 
 bool begins(const Words &words, std::initializer_list<const char *> wanted)
 {
@@ -80,14 +72,39 @@ void takeLine(const Words &words, Bridge &bridge)
     }
 }
 
-Tagging taggingOf(const Json &flags)
+// The value of a member; null where there is none.
+const Json &memberOf(const Json &json, const char *name)
 {
-    bool in = false;
-    bool out = false;
-    for (const Json &flag : flags) {
-        in = in || flag == "PVID";
-        out = out || flag == "Egress Untagged";
-    }
+    static const Json none;
+    const Json *value = json.isObject() ? json.find(name) : nullptr;
+    return value != nullptr ? *value : none;
+}
+
+std::string textOf(const Json &json, const char *name)
+{
+    const Json &value = memberOf(json, name);
+    return value.isText() ? value.text() : std::string();
+}
+
+int numberOf(const Json &json, const char *name, int otherwise)
+{
+    const Json &value = memberOf(json, name);
+    return value.isInteger() ? static_cast<int>(value.integer()) : otherwise;
+}
+
+// Whether a list among the members has this text.
+bool lists(const Json &json, const char *name, std::string_view text)
+{
+    const Json &list = memberOf(json, name);
+    return list.isArray() &&
+           std::any_of(list.values().begin(), list.values().end(),
+                       [&](const Json &value) { return value.isText() && value.text() == text; });
+}
+
+Tagging taggingOf(const Json &range)
+{
+    const bool in = lists(range, "flags", "PVID");
+    const bool out = lists(range, "flags", "Egress Untagged");
     return in && out ? Tagging::untagged
            : in      ? Tagging::untaggedIn
            : out     ? Tagging::untaggedOut
@@ -103,41 +120,44 @@ Part<Json> listOf(const std::vector<std::string> &words)
         line += (line.empty() ? "'" : " ") + word;
     line += "'";
     const std::optional<std::string> output = outputOf(words);
-    if (output)
-        part.held = Json::parse(*output, nullptr, /*allow_exceptions=*/false);
-    if (!output)
+    if (!output) {
         part.reason = line + " fails; is iproute2 there?";
-    else if (!part.held->is_array())
+        return part;
+    }
+    Json printed = Json::parseOrNull(*output);
+    if (printed.isArray())
+        part.held = std::move(printed);
+    else
         part.reason = line + " prints no JSON";
-    if (!part.reason.empty())
-        part.held.reset();
     return part;
 }
 
 std::optional<bool> settingOf(const Json &link, const char *name)
 {
-    const Json info = link.value("linkinfo", Json::object());
-    if (info.value("info_kind", "") != "bridge")
+    const Json &info = memberOf(link, "linkinfo");
+    if (textOf(info, "info_kind") != "bridge")
         return std::nullopt;
-    const Json data = info.value("info_data", Json::object());
-    const auto found = data.find(name);
-    return found != data.end() && found->is_number() ? std::optional(*found != 0) : std::nullopt;
+    const Json &value = memberOf(memberOf(info, "info_data"), name);
+    return value.isInteger() ? std::optional(value.integer() != 0) : std::nullopt;
 }
 
 void takeLinks(const Json &all, const std::set<std::string> &ports, Bridge &bridge)
 {
-    for (const Json &link : all) {
-        const std::string name = link.value("ifname", "");
+    for (const Json &link : all.values()) {
+        const std::string name = textOf(link, "ifname");
         if (name == bridge.name) {
             bridge.filtering = settingOf(link, "vlan_filtering");
             bridge.snooping = settingOf(link, "mcast_snooping");
         }
-        const std::string master = link.value("master", "");
-        const Json flags = link.value("flags", Json::array());
+        const std::string master = textOf(link, "master");
         if (name == bridge.name || master == bridge.name || ports.contains(name))
-            bridge.links[name] = {master,
-                                  std::find(flags.begin(), flags.end(), "UP") != flags.end()};
+            bridge.links[name] = {master, lists(link, "flags", "UP")};
     }
+}
+
+bool isThere(const std::string &path)
+{
+    return access(path.c_str(), F_OK) == 0;
 }
 
 // The kernel's configuration has this line; none: it has no such file.
@@ -148,7 +168,7 @@ std::optional<bool> configured(const std::string &wanted)
     for (const std::string &file :
          {std::string("/proc/config.gz"), std::string("/boot/config-") + system.release})
         if (const std::optional<std::string> text =
-                std::filesystem::exists(file) ? outputOf({"zcat", "-f", file}) : std::nullopt)
+                isThere(file) ? outputOf({"zcat", "-f", file}) : std::nullopt)
             return ("\n" + *text).find("\n" + wanted + "\n") != std::string::npos;
     return std::nullopt;
 }
@@ -176,17 +196,18 @@ Part<Bridge> readBridge(const std::string &name, const std::set<std::string> &po
     Bridge bridge;
     bridge.name = name;
     takeLinks(*links.held, ports, bridge);
-    for (const Json &link : *vlans.held) {
-        const std::string interface = link.value("ifname", "");
+    for (const Json &link : vlans.held->values()) {
+        const std::string interface = textOf(link, "ifname");
         const auto found = bridge.links.find(interface);
         if (found == bridge.links.end() || (interface != name && found->second.master != name))
             continue;
         auto &held = interface == name || ports.contains(interface) ? bridge.vlans : bridge.foreign;
-        for (const Json &vlan : link.value("vlans", Json::array())) {
-            const int first = vlan.value("vlan", 0);
-            const int last = vlan.value("vlanEnd", first);
+        const Json &ranges = memberOf(link, "vlans");
+        for (const Json &range : ranges.isArray() ? ranges.values() : std::vector<Json>()) {
+            const int first = numberOf(range, "vlan", 0);
+            const int last = numberOf(range, "vlanEnd", first);
             for (int id = first; id <= last; ++id)
-                held[id][interface] = taggingOf(vlan.value("flags", Json::array()));
+                held[id][interface] = taggingOf(range);
         }
     }
     part.held = std::move(bridge);
@@ -195,10 +216,11 @@ Part<Bridge> readBridge(const std::string &name, const std::set<std::string> &po
 
 std::optional<bool> bridgesFilter()
 {
-    std::error_code ignored;
-    for (const auto &entry : std::filesystem::directory_iterator("/sys/class/net", ignored))
-        if (std::filesystem::exists(entry.path() / "bridge", ignored))
-            return std::filesystem::exists(entry.path() / "bridge/vlan_filtering", ignored);
+    const std::string all = "/sys/class/net/";
+    const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(all.c_str()), closedir);
+    while (const dirent *entry = folder != nullptr ? readdir(folder.get()) : nullptr)
+        if (isThere(all + entry->d_name + "/bridge"))
+            return isThere(all + entry->d_name + "/bridge/vlan_filtering");
     return configured("CONFIG_BRIDGE_VLAN_FILTERING=y");
 }
 

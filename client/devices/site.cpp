@@ -2,8 +2,8 @@
 
 #include "client/base/failure.h"
 #include "client/base/file.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
+#include "common/json.h"
 
 #include <ifaddrs.h>
 #include <net/if.h>
@@ -21,7 +21,6 @@ namespace swctl {
 namespace {
 
 // Not the one that keeps the order of members: that looks at all for each.
-using SiteJson = nlohmann::json;
 
 constexpr size_t mostSite = 1024 * 1024; // bytes
 constexpr size_t mostDevices = 64;
@@ -59,27 +58,26 @@ HardwareAddress addressOf(const std::string &text)
     return address;
 }
 
-std::string textOf(const std::string &name, const SiteJson &value)
+std::string textOf(const std::string &name, const Json &value)
 {
-    const auto *text = value.get_ptr<const std::string *>();
-    if (text == nullptr || text->empty() || text->size() > longestPath ||
-        text->find('\0') != std::string::npos)
+    const std::string text = value.isText() ? value.text() : std::string();
+    if (text.empty() || text.size() > longestPath || text.find('\0') != std::string::npos)
         refuse("'" + name + "' needs a text of 1 to " + std::to_string(longestPath) +
                " characters");
-    return *text;
+    return text;
 }
 
 // The members of the object `value`, no more than `most`.
 template <class Take>
-void eachMember(const std::string &name, const SiteJson &value, size_t most, const Take &take)
+void eachMember(const std::string &name, const Json &value, size_t most, const Take &take)
 {
-    if (!value.is_object() || value.size() > most)
+    if (!value.isObject() || value.members().size() > most)
         refuse("'" + name + "' needs an object of at most " + std::to_string(most) + " members");
-    for (const auto &[member, of] : value.items())
+    for (const auto &[member, of] : value.members())
         take(member, of);
 }
 
-void takeInterface(const std::string &name, const SiteJson &address, Interfaces &interfaces)
+void takeInterface(const std::string &name, const Json &address, Interfaces &interfaces)
 {
     if (name.empty() || name.size() >= IFNAMSIZ ||
         name.find_first_of(" \t\n/") != std::string::npos)
@@ -87,21 +85,19 @@ void takeInterface(const std::string &name, const SiteJson &address, Interfaces 
     interfaces[name] = addressOf(textOf(name, address));
 }
 
-Site siteOf(const SiteJson &json, const std::string &folder)
+Site siteOf(const Json &json, const std::string &folder)
 {
     Site site;
-    eachMember("site", json, /*most=*/4, [&](const std::string &name, const SiteJson &value) {
+    eachMember("site", json, /*most=*/4, [&](const std::string &name, const Json &value) {
         if (name == "devices")
-            eachMember(name, value, mostDevices,
-                       [&](const std::string &device, const SiteJson &path) {
-                           site.devices[device] = placed(folder, textOf(device, path));
-                       });
+            eachMember(name, value, mostDevices, [&](const std::string &device, const Json &path) {
+                site.devices[device] = placed(folder, textOf(device, path));
+            });
         else if (name == "interfaces")
-            eachMember(
-                name, value, mostInterfaces,
-                [&all = site.interfaces.emplace()](const std::string &one, const SiteJson &at) {
-                    takeInterface(one, at, all);
-                });
+            eachMember(name, value, mostInterfaces,
+                       [&all = site.interfaces.emplace()](const std::string &one, const Json &at) {
+                           takeInterface(one, at, all);
+                       });
         else if (name == "engineState")
             site.engineState = placed(folder, textOf(name, value));
         else if (name == "uptime")
@@ -118,7 +114,7 @@ Site readSite(const std::string &path)
     if (!text)
         throw Failure(exitUsage, "site " + printable(path) + ": there is no such file");
     try {
-        return siteOf(SiteJson::parse(*text), folderOf(path));
+        return siteOf(Json::parse(*text), folderOf(path));
     } catch (const std::exception &error) {
         std::string_view what = error.what();
         if (what.starts_with('[')) // the parser's begin with "[...] "

@@ -62,16 +62,16 @@ std::vector<Assignment> wantedRow(const std::string &name, const Section &sectio
                                   const Json &json)
 {
     const std::string where = std::string(section.name) + ", entry " + std::to_string(at + 1);
-    if (!json.is_object())
+    if (!json.isObject())
         refuseFile(name, where + ": it is no object");
     std::vector<Assignment> values;
-    for (const auto &[column, value] : json.items()) {
-        if (value.is_array() || value.is_boolean())
+    for (const auto &[column, value] : json.members()) {
+        if (value.isArray() || value.isBoolean())
             refuseValue(name, where, column);
         values.push_back({column, valueOf(value)});
     }
     for (const char *column : {section.owner, section.number})
-        if (column != nullptr && !json.contains(column))
+        if (column != nullptr && json.find(column) == nullptr)
             refuseFile(name, where + ": '" + column + "' is missing");
     return values;
 }
@@ -189,24 +189,24 @@ FileWish fileWishOf(const std::string &text, const std::string &name)
     Json json;
     try {
         json = Json::parse(text);
-    } catch (const Json::exception &error) {
+    } catch (const JsonError &error) {
         std::string_view what = error.what();
         what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
         refuseFile(name, std::string(what.substr(0, longestReason)));
     }
-    if (!json.is_object())
+    if (!json.isObject())
         refuseFile(name, "it is no object with switches, ports and vlans");
     FileWish wish{name, {}};
-    for (const auto &[member, list] : json.items()) {
+    for (const auto &[member, list] : json.members()) {
         const auto section =
             std::find_if(std::begin(sections), std::end(sections),
                          [&name = member](const Section &one) { return name == one.name; });
         if (member == "$schema")
             continue;
-        if (section == std::end(sections) || !list.is_array())
+        if (section == std::end(sections) || !list.isArray())
             refuseFile(name, "'" + member + "' is no list of switches, ports or vlans");
         WantedRows rows;
-        for (const Json &row : list)
+        for (const Json &row : list.values())
             rows.push_back(wantedRow(name, *section, rows.size(), row));
         wish.lists[static_cast<size_t>(section - std::begin(sections))] = std::move(rows);
     }

@@ -2,8 +2,8 @@
 // of the rows, made to be kept, compared and reviewed.
 #pragma once
 
-#include "client/base/json.h"
 #include "client/rows/row_change.h"
+#include "common/json.h"
 
 #include <array>
 #include <optional>

@@ -2,8 +2,8 @@
 #include "client/records/history.h"
 
 #include "client/base/file.h"
-#include "client/base/json.h"
 #include "client/rows/row_json.h"
+#include "common/json.h"
 
 #include <pwd.h>
 #include <unistd.h>
@@ -46,24 +46,29 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
         std::optional<ChangeSet> changes = changeSetOf(json.at("change"));
         if (!changes)
             return std::nullopt;
-        changes->undoes = json.at("undoes");
-        return HistoryEntry{json.at("number"),  json.at("time"),     json.at("who"),
-                            json.at("outcome"), std::move(*changes), json.value("verified", false)};
-    } catch (const Json::exception &) {
+        changes->undoes = static_cast<int>(json.at("undoes").integer());
+        const Json *verified = json.find("verified");
+        return HistoryEntry{static_cast<int>(json.at("number").integer()),
+                            json.at("time").integer(),
+                            json.at("who").text(),
+                            json.at("outcome").text(),
+                            std::move(*changes),
+                            verified != nullptr && verified->truth()};
+    } catch (const JsonError &) {
         return std::nullopt;
     }
 }
 
 std::string lineOf(const HistoryEntry &entry)
 {
-    return storedText({{"number", entry.number},
+    const Json json = {{"number", entry.number},
                        {"time", entry.time},
                        {"who", entry.who},
                        {"outcome", entry.outcome},
                        {"undoes", entry.changes.undoes},
                        {"verified", entry.verified},
-                       {"change", toJson(entry.changes)}}) +
-           "\n";
+                       {"change", toJson(entry.changes)}};
+    return json.oneLine() + "\n";
 }
 
 } // namespace

@@ -63,7 +63,7 @@ std::optional<ChangeSet> Journal::unfinished() const
     const std::optional<std::string> contents = fileContents(path, mostJournal);
     if (!contents)
         return std::nullopt;
-    const Json json = Json::parse(*contents, /*cb=*/nullptr, /*allow_exceptions=*/false);
+    const Json json = Json::parseOrNull(*contents);
     std::optional<ChangeSet> changes = changeSetOf(json);
     if (!changes)
         throw Failure(exitUsage, printable(path) + " is damaged: compare the configuration with "
@@ -73,7 +73,7 @@ std::optional<ChangeSet> Journal::unfinished() const
 
 void Journal::begin(const ChangeSet &changes) const
 {
-    replaceFile(path, storedText(toJson(changes)));
+    replaceFile(path, toJson(changes).oneLine());
 }
 
 void Journal::end() const

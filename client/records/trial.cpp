@@ -4,11 +4,11 @@
 
 #include "client/base/failure.h"
 #include "client/base/file.h"
-#include "client/base/json.h"
 #include "client/base/text.h"
 #include "client/rows/row_json.h"
 #include "common/clock.h"
 #include "common/descriptor.h"
+#include "common/json.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -86,8 +86,8 @@ std::optional<Trial> trialOf(const std::string &databasePath)
         const Json json = Json::parse(*contents);
         std::optional<ChangeSet> changes = changeSetOf(json.at("change"));
         if (changes)
-            return Trial{std::move(*changes), json.at("deadline"), isWatched(path)};
-    } catch (const Json::exception &) {
+            return Trial{std::move(*changes), json.at("deadline").integer(), isWatched(path)};
+    } catch (const JsonError &) {
         // Said below.
     }
     throw Failure(exitUsage, printable(path) + " is damaged: compare the configuration with "
@@ -103,8 +103,8 @@ void beginTrial(const std::string &databasePath, const std::string &siteFile,
                 const ChangeSet &changes, int seconds)
 {
     const std::string path = trialPath(databasePath);
-    replaceFile(path,
-                storedText({{"deadline", time(nullptr) + seconds}, {"change", toJson(changes)}}));
+    const Json json = {{"deadline", time(nullptr) + seconds}, {"change", toJson(changes)}};
+    replaceFile(path, json.oneLine());
     const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
     // Who only looks whether it is watched holds the lock for a moment, too.
     if (!file.valid() || flock(file.get(), LOCK_EX) != 0)

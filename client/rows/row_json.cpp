@@ -24,16 +24,6 @@ std::string bytesOfHex(const std::string &text)
     return bytes;
 }
 
-bool isUtf8(const std::string &text)
-{
-    try {
-        static_cast<void>(Json(text).dump());
-        return true;
-    } catch (const Json::exception &) {
-        return false;
-    }
-}
-
 Json toJson(const std::optional<Row> &row)
 {
     if (!row)
@@ -47,13 +37,13 @@ Json toJson(const std::optional<Row> &row)
 
 std::optional<Row> rowOf(const Json &json)
 {
-    if (json.is_null())
+    if (json.isNull())
         return std::nullopt;
     Row row;
-    row.rowId = json.at("rowid").get<int64_t>();
-    for (const Json &cell : json.at("cells"))
-        row.cells.push_back({cell.at("column").get<std::string>(), valueOf(cell.at("value")),
-                             cell.at("as").get<std::string>()});
+    row.rowId = json.at("rowid").integer();
+    for (const Json &cell : json.at("cells").values())
+        row.cells.push_back(
+            {cell.at("column").text(), valueOf(cell.at("value")), cell.at("as").text()});
     return row;
 }
 
@@ -74,16 +64,18 @@ Json toJson(const Value &value)
 
 Value valueOf(const Json &json)
 {
-    if (json.is_number_integer())
-        return json.get<int64_t>();
-    if (json.is_number())
-        return json.get<double>();
-    if (json.is_string())
-        return json.get<std::string>();
-    if (json.is_object() && json.contains("text"))
-        return bytesOfHex(json["text"].get<std::string>());
-    if (json.is_object() && json.contains("hex"))
-        return Blob{bytesOfHex(json["hex"].get<std::string>())};
+    if (json.isInteger())
+        return json.integer();
+    if (json.isReal())
+        return json.real();
+    if (json.isText())
+        return json.text();
+    if (!json.isObject())
+        return {};
+    if (const Json *text = json.find("text"))
+        return bytesOfHex(text->text());
+    if (const Json *hex = json.find("hex"))
+        return Blob{bytesOfHex(hex->text())};
     return {};
 }
 
@@ -102,20 +94,17 @@ std::optional<ChangeSet> changeSetOf(const Json &json)
 {
     try {
         ChangeSet changes;
-        changes.what = json.at("what").get<std::string>();
-        changes.verb = json.at("verb").get<std::string>();
-        for (const Json &row : json.at("rows"))
-            changes.rows.push_back({row.at("table").get<std::string>(), rowOf(row.at("before")),
-                                    rowOf(row.at("after")), row.value("told", true)});
+        changes.what = json.at("what").text();
+        changes.verb = json.at("verb").text();
+        for (const Json &row : json.at("rows").values()) {
+            const Json *told = row.find("told");
+            changes.rows.push_back({row.at("table").text(), rowOf(row.at("before")),
+                                    rowOf(row.at("after")), told == nullptr || told->truth()});
+        }
         return changes;
     } catch (const std::exception &) {
         return std::nullopt;
     }
-}
-
-std::string storedText(const Json &json)
-{
-    return json.dump(-1, ' ', /*ensure_ascii=*/true, Json::error_handler_t::replace);
 }
 
 } // namespace swctl

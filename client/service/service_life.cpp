@@ -1,5 +1,6 @@
 #include "client/service/service_life.h"
 
+#include "client/base/text.h"
 #include "common/clock.h"
 #include "common/descriptor.h"
 #include "common/served_file.h"
@@ -12,8 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <fstream>
-#include <sstream>
+#include <memory>
 #include <string>
 
 namespace swctl {
@@ -37,19 +37,30 @@ std::optional<ServingProcess> servingProcess()
     return ServingProcess{peer.pid, peer.uid};
 }
 
+namespace {
+
+// What the kernel tells of a process; empty where there is none.
+std::string statusOf(pid_t pid)
+{
+    char line[1024] = ""; // holds every field
+    const std::unique_ptr<FILE, int (*)(FILE *)> file(
+        pid > 0 ? fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "re") : nullptr,
+        fclose);
+    return file != nullptr && fgets(line, sizeof(line), file.get()) != nullptr ? line : "";
+}
+
+} // namespace
+
 std::optional<int64_t> serviceStart()
 {
-    constexpr int startField = 20; // among those behind the name, which may hold blanks
-    const pid_t pid = servingProcess().value_or(ServingProcess()).id;
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    std::string line;
-    if (pid <= 0 || !std::getline(file, line) || line.rfind(')') == std::string::npos)
+    constexpr size_t startField = 19; // among those behind the name, which may hold blanks
+    const std::string line = statusOf(servingProcess().value_or(ServingProcess()).id);
+    const std::vector<std::string> fields =
+        wordsOf(line.substr(std::min(line.rfind(')'), line.size() - 1) + 1));
+    if (fields.size() <= startField)
         return std::nullopt;
-    std::istringstream fields(line.substr(line.rfind(')') + 1));
-    std::string field;
-    for (int i = 0; i < startField; ++i)
-        fields >> field;
-    const int64_t sinceBoot = strtoll(field.c_str(), nullptr, 10) * 1000 / sysconf(_SC_CLK_TCK);
+    const int64_t sinceBoot =
+        strtoll(fields[startField].c_str(), nullptr, 10) * 1000 / sysconf(_SC_CLK_TCK);
     // The kernel tells it in whole ticks, rounded down.
     const int64_t tick = 1000 / sysconf(_SC_CLK_TCK);
     return millisecondsNow(CLOCK_REALTIME) - millisecondsNow(CLOCK_BOOTTIME) + sinceBoot + tick;

@@ -1,13 +1,11 @@
 // The chip's state for programs.
 #include "devices/chip/chip_text.h"
 
-#include <nlohmann/json.hpp>
+#include "common/json.h"
 
 namespace chip {
 
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 Json portJson(size_t number, const Port &port)
 {
@@ -42,7 +40,7 @@ std::string stateJson(const Model &model)
         if (const Vlan &vlan = model.vlans[id]; vlan.present)
             json["vlans"].push_back(
                 {{"vlan", id}, {"fwdMap", vlan.fwdMap}, {"untagMap", vlan.untagMap}});
-    return json.dump() + "\n";
+    return json.oneLine() + "\n";
 }
 
 } // namespace chip
