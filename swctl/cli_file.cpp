@@ -64,7 +64,7 @@ int runApply(const Call &call)
 }
 
 // The words of a line: blanks part them, quotes keep them together.
-std::vector<std::string> wordsOf(const std::string &line)
+std::vector<std::string> quotedWordsOf(const std::string &line)
 {
     std::vector<std::string> words;
     bool inWord = false;
@@ -118,7 +118,7 @@ int runBatch(const Call &call)
         const size_t end = std::min(text.find('\n', start), text.size());
         ++number;
         try {
-            const std::vector<std::string> words = wordsOf(text.substr(start, end - start));
+            const std::vector<std::string> words = quotedWordsOf(text.substr(start, end - start));
             if (!words.empty())
                 wishes.push_back(wishOf(words));
         } catch (const Failure &failure) {
