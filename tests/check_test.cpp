@@ -2,6 +2,7 @@
 // judged by the service itself, and that the triggers agree.
 #include "client/base/failure.h"
 #include "client/check/check.h"
+#include "client/devices/devices.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/columns.h"
 
@@ -138,6 +139,32 @@ TEST(Check, aFaultyRowIsFoundByItsRuleAndRefusedByTheTriggers)
     }
     for (const Rule &rule : checkRules())
         EXPECT_PRED_FORMAT2(testing::IsSubstring, rule.id, all);
+}
+
+// The rule is the client's own; the service has to agree.
+TEST(Check, thePortToTheHostIsTheOneThatTheServiceAdds)
+{
+    constexpr struct {
+        const char *interface;
+        bool inSwitchOnly;
+    } routes[] = {{"eth0", false}, {"eth0", true}, {"eth1", false}, {"eth1", true}, {"lan", false}};
+    Database database = soundDatabase();
+    database.run("DELETE FROM vlanEncapIf");
+    int id = 0;
+    for (const auto &[interface, inSwitchOnly] : routes)
+        database.run(("INSERT INTO vlanEncapIf (vlanId, interfaceName, inSwitchOnly, fwdMap)"
+                      " VALUES (" +
+                      std::to_string(++id) + ", '" + interface + "', " +
+                      (inSwitchOnly ? "1" : "0") + ", '2')")
+                         .c_str());
+    const Interfaces interfaces = {{"eth0", {2}}, {"eth1", {2}}, {"lan", {2}}};
+    const Chip chip = rehearse(Script(interfaces).image(database.serialised()).start()).chip();
+    id = 0;
+    for (const auto &[interface, inSwitchOnly] : routes) {
+        SCOPED_TRACE(std::string(interface) + (inSwitchOnly ? ", switch only" : ""));
+        ASSERT_TRUE(chip.vlans.contains(++id));
+        EXPECT_EQ(chip.vlans.at(id).fwdMap, 1u << 2 | chipHostPorts(interface, inSwitchOnly));
+    }
 }
 
 // With DOCUMENTS_WRITE set they are written anew instead.

@@ -17,7 +17,7 @@
 namespace swctl {
 namespace {
 
-constexpr uint32_t chipMask = (1u << chipPorts) - 1;
+constexpr uint32_t chipMask = (1u << chipPortCount) - 1;
 constexpr size_t longestInterfaceName = 15;
 
 // What a mapping onto a port of the chip begins with.
@@ -63,7 +63,7 @@ private:
     void checkBridgePort(size_t row);
     void checkBridgeList(size_t row);
     [[nodiscard]] bool isBridge(const std::string &interface) const; // that the service makes
-    void checkUntagged(size_t row, std::array<const VlanRow *, chipPorts> &untaggedIn);
+    void checkUntagged(size_t row, std::array<const VlanRow *, chipPortCount> &untaggedIn);
     void checkShift(size_t row, uint32_t reached);
 
     const Configuration &all;
@@ -382,10 +382,11 @@ void Checker::checkVlans()
     uint32_t chipRows = 0; // chip ports that have a row
     uint32_t reached = 0;  // chip ports that the engine's ports are mapped onto
     for (const PortRow &port : all.ports) {
-        if (isDevice(port.owner, Backend::chip) && port.number >= 0 && port.number < chipPorts)
+        if (isDevice(port.owner, Backend::chip) && port.number >= 0 && port.number < chipPortCount)
             chipRows |= 1u << port.number;
         for (const std::string &entry : port.mapping)
-            for (int chip = 0; chip < chipPorts && isDevice(port.owner, Backend::engine); ++chip)
+            for (int chip = 0; chip < chipPortCount && isDevice(port.owner, Backend::engine);
+                 ++chip)
                 if (entryAsRead(entry) == chipPrefix() + std::to_string(chip))
                     reached |= 1u << chip;
     }
@@ -394,7 +395,7 @@ void Checker::checkVlans()
     if (!hasChip)
         chipRows = chipMask; // that there is no chip is said of the switches
     std::set<int32_t> seen;
-    std::array<const VlanRow *, chipPorts> untaggedIn{};
+    std::array<const VlanRow *, chipPortCount> untaggedIn{};
     for (size_t i = 0; i < all.vlans.size(); ++i) {
         const VlanRow &vlan = all.vlans[i];
         if (vlan.id < 1 || vlan.id > highestVlan)
@@ -454,29 +455,29 @@ void Checker::checkList(size_t row, const char *column, const PortList &list, ui
         if (!entry.plain)
             add("list-text", all.vlanTable, row, subject,
                 "'" + printable(entry.text) + "' in " + column + " is read as port " + number);
-        if (entry.number >= 0 && entry.number < chipPorts)
+        if (entry.number >= 0 && entry.number < chipPortCount)
             continue;
         const char *fate = "; it is left out";
-        if (entry.number >= chipPorts && entry.number < 16)
+        if (entry.number >= chipPortCount && entry.number < 16)
             fate = "; the chip refuses the VLAN";
         add("port-missing", all.vlanTable, row, subject,
             "port " + number + " in " + column + " is none of the chip" + fate);
     }
-    for (int port = 0; port < chipPorts; ++port)
+    for (int port = 0; port < chipPortCount; ++port)
         if ((withoutRow >> port & 1) != 0)
             add("port-without-row", all.vlanTable, row,
                 std::string(column) + " " + std::to_string(port),
                 "port " + std::to_string(port) + " in " + column + " has no row");
 }
 
-void Checker::checkUntagged(size_t row, std::array<const VlanRow *, chipPorts> &untaggedIn)
+void Checker::checkUntagged(size_t row, std::array<const VlanRow *, chipPortCount> &untaggedIn)
 {
     const VlanRow &vlan = all.vlans[row];
     uint32_t members = vlan.members.mask;
     // The chip adds the port towards the processor to a VLAN that has members.
     if (members != 0)
         members |= chipHostPorts(vlan.interfaceName, vlan.inSwitchOnly);
-    for (int port = 0; port < chipPorts; ++port) {
+    for (int port = 0; port < chipPortCount; ++port) {
         if ((vlan.untagged.mask >> port & 1) == 0)
             continue;
         const std::string number = std::to_string(port);

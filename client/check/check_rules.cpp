@@ -139,7 +139,8 @@ constexpr Rule rules[] = {
 
 // A condition under which a row that was just written breaks a rule. In it,
 // #column is the number that the service reads in the row, @column its port list
-// as ",1,2,"; both may name the row `o` of a query as well.
+// as ",1,2,"; both may name the row `o` of a query as well. $chip and $bridge are the
+// names of these devices, $hostPort the entry ",4," of the chip's port to the host.
 struct Guard {
     const char *rule;
     const char *table;
@@ -188,7 +189,7 @@ constexpr Guard guards[] = {
      "EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid\n"
      "      AND o.switchName = NEW.switchName)"},
     {"switch-device-missing", "swGlobalCfg",
-     "NEW.switchName = 'BCM' AND ifnull(NEW.switchDevice, '') = ''"},
+     "NEW.switchName = $chip AND ifnull(NEW.switchDevice, '') = ''"},
 
     {"port-without-switch", "swPortConfig",
      "NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = NEW.switchName)"},
@@ -197,9 +198,9 @@ constexpr Guard guards[] = {
      "      AND o.switchName = NEW.switchName AND #o.portNumber = #portNumber)"},
     {"port-number-range", "swPortConfig", nullptr, portBeyond},
     {"bridge-port-interface", "swPortConfig",
-     "NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15\n"
+     "NEW.switchName = $bridge AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15\n"
      "      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE\n"
-     "      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND\n"
+     "      o.rowid <> NEW.rowid AND o.switchName = $bridge AND\n"
      "      o.interfaceName = NEW.interfaceName))"},
     {"mapping-own-switch", "swPortConfig",
      "instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0"},
@@ -220,14 +221,13 @@ constexpr Guard guards[] = {
     {"port-missing", "vlanEncapIf",
      "(@fwdMap GLOB '*[5-9]*' OR @fwdMap GLOB '*[0-9][0-9]*'\n"
      "      OR @untagMap GLOB '*[5-9]*' OR @untagMap GLOB '*[0-9][0-9]*')\n"
-     "      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')\n"
-     "      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'))"},
+     "      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = $chip)\n"
+     "      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = $bridge))"},
     {"untag-without-membership", "vlanEncapIf",
      "EXISTS (SELECT 1 FROM " CHIP_PORTS "\n"
      "      WHERE instr(@untagMap, n.e) AND NOT instr(@fwdMap, n.e)\n"
      "      AND NOT (@fwdMap GLOB '*[0-9]*' AND n.e =\n"
-     "         CASE WHEN NEW.interfaceName = 'eth0' AND #inSwitchOnly = 0 THEN ',4,' ELSE ',0,' "
-     "END))"},
+     "         $hostPort))"},
     {"untag-twice", "vlanEncapIf",
      "EXISTS (SELECT 1 FROM " CHIP_PORTS ", vlanEncapIf o\n"
      "      WHERE instr(@untagMap, n.e) AND o.rowid <> NEW.rowid\n"
@@ -239,7 +239,25 @@ bool isNameCharacter(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.';
 }
 
-// A condition with # and @ written out.
+std::string quotedName(Backend backend)
+{
+    return "'" + std::string(deviceOf(backend).name) + "'";
+}
+
+// What a $word of a condition stands for.
+std::string wordMeant(std::string_view word)
+{
+    const auto entry = [](int port) { return "'," + std::to_string(port) + ",'"; };
+    if (word == "chip")
+        return quotedName(Backend::chip);
+    if (word == "bridge")
+        return quotedName(Backend::bridge);
+    return "CASE WHEN NEW.interfaceName = '" + std::string(chipLanInterface) +
+           "' AND #inSwitchOnly = 0 THEN " + entry(chipLanHostPort) + " ELSE " +
+           entry(chipHostPort) + " END";
+}
+
+// A condition with #, @ and $ written out.
 std::string expanded(std::string_view condition)
 {
     std::string sql;
@@ -247,13 +265,17 @@ std::string expanded(std::string_view condition)
         const char mark = condition.front();
         condition.remove_prefix(1);
         const bool named = !condition.empty() && isNameCharacter(condition.front());
-        if ((mark != '#' && mark != '@') || !named) {
+        if ((mark != '#' && mark != '@' && mark != '$') || !named) {
             sql += mark;
             continue;
         }
         const auto end = std::find_if_not(condition.begin(), condition.end(), isNameCharacter);
         std::string column(condition.begin(), end);
         condition.remove_prefix(column.size());
+        if (mark == '$') {
+            sql += expanded(wordMeant(column));
+            continue;
+        }
         if (column.find('.') == std::string::npos)
             column.insert(0, "NEW.");
         if (mark == '#')
@@ -298,7 +320,7 @@ std::string columnRefusals(const Column &column)
                        "NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
     if (column.holds == Holds::portInterface)
         sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
-                       "NEW.switchName = 'BRIDGE' AND NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
+                       "NEW.switchName = $bridge AND NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
     if (column.holds == Holds::portList)
         sql += listRefusal(name);
     return sql;

@@ -1,4 +1,4 @@
-// What rules and checks share: the limits of the devices.
+// What rules and checks share.
 #pragma once
 
 #include "client/base/number.h"
@@ -6,7 +6,6 @@
 
 namespace swctl {
 
-constexpr int chipPorts = 5;            // ports 0 to 4
 constexpr size_t subInterfaceName = 15; // characters of a network interface's name
 
 } // namespace swctl

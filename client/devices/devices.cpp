@@ -1,5 +1,8 @@
 #include "client/devices/devices.h"
 
+#include "client/base/port_mask.h"
+#include "client/rehearse/hardware_state.h"
+
 #include <stdexcept>
 
 namespace swctl {
@@ -7,8 +10,9 @@ namespace {
 
 // A row for each device; the order is that of messages that list them.
 constexpr Device table[] = {
-    {"BCM", Backend::chip, "the chip", 5, 0, "; no VLAN can be added or changed with this row",
-     /*hasNode=*/true, /*portsAreInterfaces=*/false, chipHostPorts},
+    {"BCM", Backend::chip, "the chip", chipPortCount, 0,
+     "; no VLAN can be added or changed with this row", /*hasNode=*/true,
+     /*portsAreInterfaces=*/false, chipHostPorts},
     {"PSE", Backend::engine, "the engine", 8, 1, "", /*hasNode=*/false,
      /*portsAreInterfaces=*/false, nullptr},
     {"BRIDGE", Backend::bridge, "a bridge", 32, 0, "", /*hasNode=*/false,
@@ -38,10 +42,9 @@ const Device &deviceOf(Backend backend)
     throw std::logic_error("no device carries this backend out");
 }
 
-// The chip's port 4 is the LAN interface's, port 0 that of all others.
 uint32_t chipHostPorts(std::string_view interface, bool inSwitchOnly)
 {
-    return interface == "eth0" && !inSwitchOnly ? 1u << 4 : 1u;
+    return portBit(interface == chipLanInterface && !inSwitchOnly ? chipLanHostPort : chipHostPort);
 }
 
 } // namespace swctl

@@ -37,6 +37,11 @@ inline bool isDevice(std::string_view switchName, Backend backend)
     return deviceOf(backend).name == switchName;
 }
 
+// The chip's port to the host: of VLANs of the LAN's interface, and of all others.
+constexpr const char *chipLanInterface = "eth0";
+constexpr int chipLanHostPort = 4;
+constexpr int chipHostPort = 0;
+
 // In a VLAN's port list each number is one of the chip, unless there is none.
 uint32_t chipHostPorts(std::string_view interface, bool inSwitchOnly);
 
