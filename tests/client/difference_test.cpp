@@ -1,0 +1,489 @@
+// What a fresh start would give against what is there: every kind of difference, in words,
+// with what mends it; and what of a gateway is read for it.
+#include "gateway.h"
+
+#include "client/base/failure.h"
+#include "client/plan/plans.h"
+#include "client/records/history.h"
+#include "client/records/journal.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <sys/stat.h>
+
+using namespace std::string_literals;
+
+namespace swctl::test {
+namespace {
+
+// VLAN 10 on ports 0 and 1, the latter untagged; a sub-interface; a bridge of one port.
+Target soundTarget()
+{
+    Target target;
+    target.chipRun = true;
+    target.chip.vlans[10] = {0x03, 0x02};
+    target.chip.ports[1].pvid = 10;
+    target.takesUntagged[1] = true;
+    SubInterface sub{"eth0", 10, true, {}, {}};
+    for (uint8_t i = 0; i < 8; ++i)
+        sub.ingress[i] = sub.egress[i] = i;
+    target.kernel.interfaces["eth0.10"] = sub;
+    target.bridge.name = "br0";
+    target.bridge.filtering = target.bridge.snooping = true;
+    target.bridge.links = {{"br0", {"", true}}, {"lan1", {"br0", true}}};
+    target.bridge.vlans[10] = {{"br0", Tagging::tagged}, {"lan1", Tagging::untagged}};
+    target.vlanIds = {10, 20};
+    return target;
+}
+
+Actual soundActual()
+{
+    const Target target = soundTarget();
+    Actual actual;
+    actual.chip.held = target.chip;
+    actual.kernel.held = target.kernel;
+    actual.bridge.held = target.bridge;
+    actual.engine.held.emplace();
+    actual.chipIds = {10, 20, 30};
+    return actual;
+}
+
+// "kind vlan/port/rows: text -> command", in the order in which they come.
+std::string text(const std::vector<Difference> &all)
+{
+    std::string lines;
+    for (const Difference &one : all)
+        lines += (lines.empty() ? "" : "; ") + one.key() + (one.counts ? "" : " idle") +
+                 (one.inRows ? "" : " alone") + ": " + one.text() + " -> " + one.mend();
+    return lines;
+}
+
+TEST(Difference, isToldOfEveryPartThatWasRead)
+{
+    struct Case {
+        std::function<void(Target &, Actual &)> make;
+        std::string text;
+    };
+    const std::string repairs = " -> swctl repair", restarts = " -> restart the service";
+    const Case cases[] = {
+        {[](Target &, Actual &) {}, ""},
+        {[](Target &, Actual &a) {
+             a.chip.held->vlans[10] = {0x07, 0x02};
+         },
+         "chip-entry: VLAN 10 in the chip: 0T 1U 2T, should be 0T 1U" + repairs},
+        {[](Target &, Actual &a) {
+             a.chip.held->vlans[10] = {0x03, 0x06};
+         },
+         "chip-entry: VLAN 10 in the chip: 0T 1U 2u, should be 0T 1U" + repairs},
+        {[](Target &, Actual &a) { a.chip.held->vlans.clear(); },
+         "chip-entry: VLAN 10 in the chip: -, should be 0T 1U" + repairs},
+        {[](Target &, Actual &a) {
+             a.chip.held->vlans[30] = {0x01, 0};
+         },
+         "chip-entry alone: VLAN 30 in the chip: 0T, should be -" + repairs},
+        {[](Target &, Actual &a) {
+             a.chip.held->vlans[40] = {0x01, 0};
+         },
+         ""},
+        {[](Target &, Actual &a) { a.chip.held->vlans[30] = {}; }, ""},
+        {[](Target &, Actual &a) { a.chip.held->ports[1].pvid = 20; },
+         "default-tag: port 1 default tag: 20, should be 10" + repairs},
+        {[](Target &, Actual &a) { a.chip.held->ports[4].pvid = 20; },
+         "default-tag idle alone: port 4 default tag: 20, should be 0 (no effect: the port is "
+         "untagged in no VLAN)" +
+             repairs},
+        {[](Target &t, Actual &a) {
+             t.chipRun = false;
+             a.chip.held->ports[1].pvid = 20;
+         },
+         ""},
+        {[](Target &, Actual &a) {
+             a.chip.held.reset();
+             a.kernel.held.reset();
+             a.bridge.held.reset();
+             a.engine.held.reset();
+         },
+         ""},
+        {[](Target &, Actual &a) { a.kernel.held->interfaces.clear(); },
+         "sub-interface: eth0.10: missing, should be up" + repairs},
+        {[](Target &, Actual &a) { a.kernel.held->interfaces["eth0.10"].up = false; },
+         "sub-interface: eth0.10: down, should be up" + repairs},
+        {[](Target &, Actual &a) { a.kernel.held->interfaces["eth0.10"].ingress[7] = 0; },
+         "sub-interface: eth0.10: up, ingress priorities not mapped, should be up" + repairs},
+        {[](Target &, Actual &a) { a.kernel.held->interfaces["eth0.10"].egress[1] = 0; },
+         "sub-interface: eth0.10: up, egress priorities not mapped, should be up" + repairs},
+        {[](Target &, Actual &a) {
+             a.kernel.held->interfaces["eth1.30"] = a.kernel.held->interfaces["eth0.10"];
+             a.kernel.held->interfaces["eth1.30"].vlanId = 30;
+             a.kernel.held->interfaces["eth1.30"].parent = "eth\x1b";
+         },
+         "sub-interface alone: eth\\x1b.30: up, should be none" + repairs},
+        {[](Target &, Actual &a) {
+             a.engine.held->failed[20] = {"vlan_table_func 1 returned 1", "arl returned 2"};
+         },
+         "engine-entry: VLAN 20 in the engine: failed: vlan_table_func 1 returned 1" + repairs +
+             "; engine-entry: VLAN 20 in the engine: failed: arl returned 2" + repairs},
+        {[](Target &, Actual &a) { a.bridge.held->vlans[10]["lan1"] = Tagging::tagged; },
+         "bridge-entry: VLAN 10 in the bridge: br0, lan1 T, should be br0, lan1 U" + repairs},
+        {[](Target &, Actual &a) { a.bridge.held->vlans.erase(10); },
+         "bridge-entry: VLAN 10 in the bridge: -, should be br0, lan1 U" + repairs},
+        {[](Target &, Actual &a) {
+             a.bridge.held->vlans[40] = {{"lan1", Tagging::tagged}};
+         },
+         ""},
+        {[](Target &, Actual &a) {
+             a.bridge.held->vlans[30] = {{"lan1", Tagging::tagged}};
+         },
+         "bridge-entry alone: VLAN 30 in the bridge: lan1 T, should be -" + repairs},
+        {[](Target &, Actual &a) { a.bridge.held->links["lan1"].up = false; },
+         "bridge-link alone: lan1: in br0, down, should be in br0, up" + restarts},
+        {[](Target &, Actual &a) {
+             a.bridge.held->links["lan1"].master = "";
+             a.bridge.held->vlans.erase(10);
+         },
+         "bridge-link alone: lan1: in no bridge, up, should be in br0, up" + restarts +
+             "; bridge-entry: VLAN 10 in the bridge: -, should be br0, lan1 U" + restarts},
+        {[](Target &, Actual &a) { a.bridge.held->links.erase("lan1"); },
+         "bridge-link alone: lan1: not there, should be in br0, up -> see to it that there is an "
+         "interface lan1, then restart the service"},
+        {[](Target &, Actual &a) { a.bridge.held->filtering = false; },
+         "bridge-link alone: br0: VLAN filtering off, up, should be VLAN filtering on, up" +
+             restarts},
+        {[](Target &, Actual &a) { a.bridge.held->snooping = false; },
+         "bridge-link idle alone: br0: multicast snooping off, should be multicast snooping on "
+         "(no effect on a VLAN's frames)" +
+             restarts},
+        {[](Target &, Actual &a) { a.bridge.held->snooping.reset(); }, ""},
+        {[](Target &t, Actual &a) {
+             t.bridge = {};
+             a.bridge.held->vlans.clear();
+         },
+         ""},
+        {[](Target &t, Actual &a) {
+             t.stopped.emplace();
+             a.chip.held->vlans.clear();
+             a.kernel.held->interfaces.clear();
+         },
+         "chip-entry: VLAN 10 in the chip: -, should be 0T 1U -> mend the row at which a start "
+         "stops; 'swctl check' names it; sub-interface: eth0.10: missing, should be up -> mend "
+         "the row at which a start stops; 'swctl check' names it"},
+        {[](Target &, Actual &a) {
+             a.chip.held->vlans[30] = {0x01, 0};
+             a.chip.held->vlans[20] = {0x01, 0};
+             a.kernel.held->interfaces.clear();
+         },
+         "sub-interface: eth0.10: missing, should be up" + repairs +
+             "; chip-entry: VLAN 20 in the chip: 0T, should be -" + repairs +
+             "; chip-entry alone: VLAN 30 in the chip: 0T, should be -" + repairs},
+    };
+    for (const Case &one : cases) {
+        Target target = soundTarget();
+        Actual actual = soundActual();
+        one.make(target, actual);
+        EXPECT_EQ(text(differences(target, actual)), one.text);
+    }
+}
+
+TEST(Difference, isTheSameOnlyInEveryPart)
+{
+    Difference one;
+    one.vlanId = 10;
+    one.wanted = "a";
+    EXPECT_TRUE(one.sameAs(one));
+    const std::function<void(Difference &)> changes[] = {
+        [](Difference &d) { d.kind = DifferenceKind::setting; },
+        [](Difference &d) { d.vlanId = 11; },
+        [](Difference &d) { d.port = 1; },
+        [](Difference &d) { d.wanted = "b"; },
+        [](Difference &d) { d.found = "b"; },
+        [](Difference &d) { d.parent = "eth0"; },
+    };
+    for (const auto &change : changes) {
+        Difference other = one;
+        change(other);
+        EXPECT_FALSE(one.sameAs(other));
+    }
+    Difference quiet = one;
+    quiet.counts = false;
+    quiet.remedy = Remedy::restart;
+    EXPECT_TRUE(one.sameAs(quiet));
+}
+
+TEST(Difference, ofPauseFramesIsOneBitOfARegister)
+{
+    PauseRegisters wanted{}, found{};
+    EXPECT_EQ(text(pauseDifferences(wanted, found)), "");
+    found[0] = 1;
+    EXPECT_EQ(text(pauseDifferences(wanted, found)), "");
+    found[0] = wanted[1] = 0x80000000;
+    const std::vector<Difference> all = pauseDifferences(wanted, found);
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all[0].text(), "pause frames of register " + registerName(pauseRegisters[0]) +
+                                 ": on, by a fresh start off");
+    EXPECT_EQ(all[1].text(), "pause frames of register " + registerName(pauseRegisters[1]) +
+                                 ": off, by a fresh start on");
+    EXPECT_FALSE(all[0].counts);
+    EXPECT_EQ(all[0].mend(), "restart the service");
+    EXPECT_EQ(registerName(0x700), "0x00000700");
+}
+
+struct View : Played {
+    GatewayView gateway = view();
+    Database &database = gateway.database();
+
+    Actual read(const std::set<int> &ids, GatewayView::Extent extent)
+    {
+        Snapshot snapshot(database);
+        return gateway.read(snapshot, targetOfStart(gateway, snapshot), ids, extent);
+    }
+    std::string differing()
+    {
+        Snapshot snapshot(database);
+        const Target target = targetOfStart(gateway, snapshot);
+        return text(
+            differences(target, gateway.read(snapshot, target, {}, GatewayView::Extent::whole)));
+    }
+};
+
+TEST_F(View, ofAFreshStartHoldsWhatTheRowsSay)
+{
+    startChip();
+    Snapshot snapshot(database);
+    Target target = targetOfStart(gateway, snapshot);
+    EXPECT_EQ(target.vlanIds, (std::set<int>{10, 20, 30}));
+    EXPECT_EQ(membersText(entryOf(target.chip, 10)), "0T 1U 4T");
+    EXPECT_EQ(target.chip.vlans.size(), 3u);
+    EXPECT_EQ(target.chip.ports[1].pvid, 10);
+    EXPECT_EQ(target.chip.ports[2].pvid, 20);
+    EXPECT_EQ(target.takesUntagged, (std::array{false, true, true, false, false}));
+    EXPECT_TRUE(target.kernel.interfaces.at("eth1.30").up);
+    EXPECT_EQ(target.kernel.interfaces.size(), 3u);
+    EXPECT_TRUE(target.chipRun);
+    EXPECT_TRUE(target.bridge.name.empty());
+    EXPECT_FALSE(target.stopped);
+    EXPECT_GE(target.loadStatus, 0);
+    sql("UPDATE vlanEncapIf SET interfaceName = '" + std::string(70, 'x') + "' WHERE rowid = 2");
+    Snapshot longer(database);
+    target = targetOfStart(gateway, longer);
+    ASSERT_TRUE(target.stopped);
+    EXPECT_EQ(target.stopped->table, "vlanEncapIf");
+    EXPECT_EQ(target.stopped->row, 1);
+    EXPECT_LT(target.loadStatus, 0);
+    sql("DELETE FROM swGlobalCfg WHERE switchName = 'BCM'");
+    Snapshot without(database);
+    EXPECT_FALSE(targetOfStart(gateway, without).chipRun);
+    EXPECT_EQ(chipDevice(database), "");
+}
+
+TEST_F(View, readsTheEntriesThatAreAskedFor)
+{
+    startChip();
+    restart();
+    setInterface(50, "eth0");
+    setEntry(50, 1, 0);
+    setEntry(60, 1, 0);
+    setEntry(70, 1, 0);
+    History(databaseFile())
+        .add(1, "applied",
+             planRow(database, RowWish{RowWish::Kind::add,
+                                       "vlanEncapIf",
+                                       "VLAN 50",
+                                       {{"vlanId", int64_t{50}}},
+                                       {{"interfaceName", "eth0"s}}}),
+             false);
+    const Actual whole = read({60, 0, 4095, -1}, GatewayView::Extent::whole);
+    EXPECT_EQ(whole.chipIds, (std::set<int>{10, 20, 30, 50, 60}));
+    EXPECT_EQ(whole.chip.held.value().vlans.size(), 5u);
+    const Actual touched = read({60}, GatewayView::Extent::touched);
+    EXPECT_EQ(touched.chipIds, (std::set<int>{50, 60}));
+    EXPECT_EQ(touched.kernel.held.value().interfaces.size(), 4u);
+    EXPECT_TRUE(touched.foreign.empty());
+    EXPECT_TRUE(touched.bridge.held.has_value());
+    EXPECT_EQ(
+        differing(),
+        "chip-entry alone: VLAN 50 in the chip: 0T, should be - -> swctl repair; "
+        "sub-interface alone: eth0.50: up, ingress priorities not mapped, egress priorities not "
+        "mapped, should be none -> swctl repair");
+}
+
+TEST_F(View, leavesTheSubInterfacesOfOthersAlone)
+{
+    startChip();
+    restart();
+    const auto foreign = [this] {
+        std::string names;
+        for (const auto &[name, sub] : read({}, GatewayView::Extent::whole).foreign)
+            names += name + " ";
+        return names;
+    };
+    const auto change = [this](int64_t id, bool comes) {
+        Row row;
+        row.set({"vlanId", id});
+        row.set({"interfaceName", "eth5"s});
+        return ChangeSet{"",
+                         "",
+                         {comes ? RowChange{"vlanEncapIf", std::nullopt, row}
+                                : RowChange{"vlanEncapIf", row, std::nullopt}},
+                         {}};
+    };
+    for (const int id : {50, 51, 52, 53, 54, 55})
+        setInterface(id, "eth5");
+    EXPECT_EQ(foreign(), "eth5.50 eth5.51 eth5.52 eth5.53 eth5.54 eth5.55 ");
+    History history(databaseFile());
+    history.add(1, "refused", change(55, true), true);
+    EXPECT_EQ(foreign(), "eth5.50 eth5.51 eth5.52 eth5.53 eth5.54 eth5.55 ");
+    history.add(1, "applied", change(51, true), true);
+    history.add(2, "applied", change(52, true), true);
+    history.add(3, "applied", change(52, false), true); // seen to be gone
+    history.add(4, "applied", change(53, false), false);
+    Journal(databaseFile()).begin(change(54, true));
+    EXPECT_EQ(foreign(), "eth5.50 eth5.52 eth5.55 ");
+    write("uptime/VLAN.50.Uptime", "");
+    EXPECT_EQ(foreign(), "eth5.52 eth5.55 ");
+    write("switch.db.change", "nonsense");
+    EXPECT_EQ(foreign(), "eth5.52 eth5.54 eth5.55 ");
+    EXPECT_TRUE(read({}, GatewayView::Extent::whole).kernel.held->interfaces.contains("eth5.50"));
+}
+
+TEST_F(View, knowsOfTheEnginesToolsWhatTheLogSays)
+{
+    startChip();
+    restart();
+    EXPECT_FALSE(read({}, GatewayView::Extent::touched).engine.held);
+    startLog();
+    serve();
+    EXPECT_TRUE(read({}, GatewayView::Extent::touched).engine.held.value().failed.empty());
+    said.emplace_back("cmd (vconfig add eth0 20) returned (3).");
+    said.emplace_back("cmd (tc_func 1) returned (1).");
+    const EngineFacts facts = read({}, GatewayView::Extent::touched).engine.held.value();
+    EXPECT_EQ(facts.others.size() + facts.failed.size(), 2u);
+    EXPECT_EQ(facts.others.back(), "tc_func 1 returned 1");
+    endService();
+    EXPECT_HAS(read({}, GatewayView::Extent::touched).engine.reason, "no log daemon");
+}
+
+// The bridge is one of Linux, whose tools are played.
+TEST_F(View, ofABridgeComparesWhatItsToolsSay)
+{
+    write("site.json", R"({"interfaces": {"br0": "02:00:00:00:00:01", "lan1": "02:00:00:00:00:10",
+        "lan2": "02:00:00:00:00:11"}})");
+    sql("DELETE FROM swGlobalCfg; DELETE FROM swPortConfig; DELETE FROM vlanEncapIf;INSERT INTO "
+        "swGlobalCfg (switchName, switchDevice, switchLevel, vlanEnable) VALUES ('BRIDGE', "
+        "'br0', 1, 1);INSERT INTO swPortConfig (switchName, portNumber, interfaceName) VALUES "
+        "('BRIDGE', 1, 'lan1'), ('BRIDGE', 2, 'lan2');INSERT INTO vlanEncapIf (vlanId, fwdMap, "
+        "untagMap, inSwitchOnly) VALUES (10, '1,2', '2', 1), (20, '1', NULL, 1)");
+    const std::string old = getenv("PATH");
+    setenv("PATH", (folder + ":" + old).c_str(), 1);
+    const auto tool = [this](const std::string &name, const std::string &says) {
+        write(name, "#!/bin/sh\necho '" + says + "'\n");
+        chmod(file(name).c_str(), 0700);
+    };
+    const std::string br0 = R"({"ifname":"br0","flags":["UP"],"linkinfo":{"info_kind":"bridge",)"
+                            R"("info_data":{"vlan_filtering":1}}})";
+    const std::string lan1 = R"({"ifname":"lan1","master":"br0","flags":["UP"]})";
+    const std::string lan2 = R"({"ifname":"lan2","master":"br0","flags":["UP"]})";
+    const std::string soundVlans =
+        R"({"ifname":"lan1","vlans":[{"vlan":10},{"vlan":20}]},)"
+        R"({"ifname":"lan2","vlans":[{"vlan":10,"flags":["PVID","Egress Untagged"]}]})";
+    struct Case {
+        std::string links, vlans, text;
+    };
+    const Case cases[] = {
+        {br0 + "," + lan1 + "," + lan2, soundVlans, ""},
+        {br0 + "," + lan1, R"({"ifname":"lan1","vlans":[{"vlan":10},{"vlan":20}]})",
+         "bridge-link alone: lan2: not there, should be in br0, up -> see to it that there is an "
+         "interface lan2, then restart the service; bridge-entry: VLAN 10 in the bridge: lan1 T, "
+         "should be lan1 T, lan2 U -> restart the service"},
+        {br0 + "," + lan1 + R"(,{"ifname":"lan2","master":"br0","flags":[]})", soundVlans,
+         "bridge-link alone: lan2: in br0, down, should be in br0, up -> restart the service"},
+        {br0 + "," + lan1 + "," + lan2,
+         R"({"ifname":"lan1","vlans":[{"vlan":9,"vlanEnd":11},{"vlan":20}]},)"
+         R"({"ifname":"lan2","vlans":[{"vlan":10,"flags":["PVID"]}]})",
+         "bridge-entry alone: VLAN 9 in the bridge: lan1 T, should be - -> swctl repair; "
+         "bridge-entry: VLAN 10 in the bridge: lan1 T, lan2 p, should be lan1 T, lan2 U -> swctl "
+         "repair; bridge-entry alone: VLAN 11 in the bridge: lan1 T, should be - -> swctl repair"},
+    };
+    for (const Case &one : cases) {
+        tool("ip", "[" + one.links + "]");
+        tool("bridge", "[" + one.vlans + "]");
+        gateway = view();
+        EXPECT_EQ(differing(), one.text);
+    }
+    tool("bridge", "nonsense");
+    EXPECT_FALSE(read({}, GatewayView::Extent::whole).bridge.held);
+    EXPECT_NE(read({}, GatewayView::Extent::whole).bridge.reason, "");
+    setenv("PATH", old.c_str(), 1);
+}
+
+TEST_F(View, findsItsSiteAndRefusesWhatIsNone)
+{
+    write("other.json", R"({"devices": {"/dev/x": "x.sock", "/dev/y": "/abs"}, "uptime": "u"})");
+    const Site given = findSite(databaseFile(), file("other.json"));
+    EXPECT_EQ(given.devicePath("/dev/x"), file("x.sock"));
+    EXPECT_EQ(given.devicePath("/dev/y"), "/abs");
+    EXPECT_EQ(given.devicePath("/dev/z"), "/dev/z");
+    EXPECT_EQ(given.uptimeFolder, file("u"));
+    EXPECT_EQ(given.engineState, "");
+    EXPECT_FALSE(given.interfaces);
+    setenv("SWMGR_SITE", file("other.json").c_str(), 1);
+    EXPECT_EQ(findSite(databaseFile(), "").uptimeFolder, file("u"));
+    EXPECT_EQ(findSite(databaseFile(), file("site.json")).uptimeFolder, file("uptime"));
+    unsetenv("SWMGR_SITE");
+    const Site beside = findSite(databaseFile(), "");
+    EXPECT_EQ(beside.engineState, file("state"));
+    EXPECT_EQ(interfacesOf(beside).at("eth1"), (HardwareAddress{2, 0, 0, 0, 0, 0x11}));
+    setenv("RELAY_DIR", (folder + "/relay//").c_str(), 1);
+    EXPECT_EQ(findSite("/nowhere/x.db", "").engineState, file("state"));
+    unsetenv("RELAY_DIR");
+    EXPECT_EQ(findSite("/nowhere/x.db", "").engineState, "");
+    EXPECT_TRUE(interfacesOf(Site{}).contains("lo"));
+    EXPECT_THROW(findSite("", file("none.json")), Failure);
+    const auto taken = [this](const std::string &text) {
+        write("t.json", text);
+        try {
+            findSite("", file("t.json"));
+            return true;
+        } catch (const Failure &failure) {
+            EXPECT_EQ(failure.status, exitUsage);
+            return false;
+        }
+    };
+    const auto many = [](size_t count) {
+        std::string all;
+        for (size_t i = 0; i < count; ++i)
+            all += (i == 0 ? "\"" : ",\"") + std::to_string(i) + "\":\"x\"";
+        return R"({"devices":{)" + all + "}}";
+    };
+    const auto named = [](const std::string &name, const std::string &address) {
+        return R"({"interfaces":{")" + name + R"(":")" + address + R"("}})";
+    };
+    const std::string address = "02:00:00:00:00:aF";
+    const std::pair<std::string, bool> cases[] = {
+        {"{}", true},
+        {"[]", false},
+        {R"({"device":{}})", false},
+        {R"({"engineState":""})", false},
+        {R"({"engineState":1})", false},
+        {R"({"uptime":"a\u0000b"})", false},
+        {R"({"uptime":")" + std::string(4095, 'x') + "\"}", true},
+        {R"({"uptime":")" + std::string(4096, 'x') + "\"}", false},
+        {many(64), true},
+        {many(65), false},
+        {named("eth0", address), true},
+        {named("", address), false},
+        {named(std::string(15, 'x'), address), true},
+        {named(std::string(16, 'x'), address), false},
+        {named("a/b", address), false},
+        {named("eth0", address + "0"), false},
+        {named("eth0", "02:00:00:00:00:a"), false},
+        {named("eth0", "02-00:00:00:00:00"), false},
+        {named("eth0", "0g:00:00:00:00:00"), false},
+        {named("eth0", "02:00:00:00:00:0g"), false},
+    };
+    for (const auto &[text, good] : cases)
+        EXPECT_EQ(taken(text), good) << text.substr(0, 60);
+}
+
+} // namespace
+} // namespace swctl::test
