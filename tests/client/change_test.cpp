@@ -66,7 +66,7 @@ std::string text(const std::vector<std::string> &all)
 // A trial that is over, as its file says it.
 std::string storedTrial(const ChangeSet &changes)
 {
-    return storedText({{"deadline", 1}, {"change", toJson(changes)}});
+    return Json{{"deadline", 1}, {"change", toJson(changes)}}.oneLine();
 }
 
 struct Change : Played {

@@ -213,14 +213,15 @@ TEST_F(Plan, ofAFileOfWhatIsThereIsNone)
     sql("UPDATE vlanEncapIf SET egressMap = x'00ff', ingressMap = 5.5 WHERE rowid = 1;"
         "INSERT INTO vlanEncapIf (vlanId, fwdMap) VALUES (10, '9')");
     const Json json = configurationJson(database);
-    EXPECT_EQ(json["switches"].size(), 2u);
-    EXPECT_EQ(json["ports"].size(), 9u);
-    EXPECT_EQ(json["vlans"].size(), 4u);
-    EXPECT_FALSE(json["vlans"][0].contains("id"));
-    EXPECT_EQ(json["vlans"][1]["vlanId"], 20);
-    EXPECT_EQ(planned(database, fileWishOf(json.dump(), "f")), "");
+    const std::vector<Json> &vlans = json.at("vlans").values();
+    EXPECT_EQ(json.at("switches").values().size(), 2u);
+    EXPECT_EQ(json.at("ports").values().size(), 9u);
+    ASSERT_EQ(vlans.size(), 4u);
+    EXPECT_EQ(vlans[0].find("id"), nullptr);
+    EXPECT_EQ(vlans[1].at("vlanId").integer(), 20);
+    EXPECT_EQ(planned(database, fileWishOf(json.oneLine(), "f")), "");
     sql("DELETE FROM vlanEncapIf");
-    EXPECT_EQ(planned(database, fileWishOf(json.dump(), "f")),
+    EXPECT_EQ(planned(database, fileWishOf(json.oneLine(), "f")),
               "+10:0,1/1 +20:1,2/2 +30:1,3/ +10:9/");
 }
 
