@@ -59,7 +59,8 @@ public:
     [[nodiscard]] static Json parse(std::string_view text);
     [[nodiscard]] static Json parseOrNull(std::string_view text); // null instead
 
-    void push_back(Json value);                // to an array
+    // To an array. Named as containers name it. NOLINTNEXTLINE(readability-identifier-naming)
+    void push_back(Json value);
     Json &operator[](const std::string &name); // of an object; made where there is none
 
     [[nodiscard]] bool isNull() const { return kind == Kind::null; }

@@ -154,7 +154,8 @@ std::vector<std::string> wordsOf(std::string_view line)
 {
     constexpr const char *blanks = " \t\n\v\f\r";
     std::vector<std::string> words;
-    for (size_t start = 0; (start = line.find_first_not_of(blanks, start)) != line.npos;) {
+    for (size_t start = 0;
+         (start = line.find_first_not_of(blanks, start)) != std::string_view::npos;) {
         const size_t end = std::min(line.find_first_of(blanks, start), line.size());
         words.emplace_back(line.substr(start, end - start));
         start = end;
