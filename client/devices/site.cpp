@@ -60,7 +60,7 @@ HardwareAddress addressOf(const std::string &text)
 
 std::string textOf(const std::string &name, const Json &value)
 {
-    const std::string text = value.isText() ? value.text() : std::string();
+    std::string text = value.isText() ? value.text() : std::string();
     if (text.empty() || text.size() > longestPath || text.find('\0') != std::string::npos)
         refuse("'" + name + "' needs a text of 1 to " + std::to_string(longestPath) +
                " characters");
