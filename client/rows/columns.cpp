@@ -19,7 +19,7 @@ constexpr Table allTables[] = {
 // "holds at most N bytes" or the numbers, behind what a column is for.
 std::string commentOf(const Column &column)
 {
-    const std::string comment = column.comment;
+    std::string comment = column.comment;
     if (!column.isNumber())
         return comment + "; up to " + std::to_string(column.most) + " characters";
     if (column.holds == Holds::flag || column.outside == Outside::passed)
