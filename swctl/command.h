@@ -14,6 +14,8 @@ class Call;
 // Gives the normal form of a text, or throws a Failure that says what is accepted.
 using Check = std::string (*)(const std::string &text);
 
+// The order is that in which rows are written.
+// NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct OptionRow {
     const char *name;                  // "--ports" or "-v,--verbose"; "PORT": an argument
     const char *type;                  // placeholder of the value; null: a flag without one

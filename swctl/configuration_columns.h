@@ -20,9 +20,10 @@ struct TableRow {
 };
 
 // The normal form of a text for a column, or a Failure that says what it takes.
-template <const Column &column>
+template <const auto &columns, size_t place>
 std::string valueFor(const std::string &text)
 {
+    constexpr const Column &column = columns[place];
     switch (column.holds) {
     case Holds::number:
         return column.gap == Column::noGap ? numberWithin(text, column.least, column.most)
@@ -49,7 +50,7 @@ constexpr auto optionsOf(std::index_sequence<places...>)
     return std::array{OptionRow{.name = columns[places].option,
                                 .type = columns[places].valueName,
                                 .help = columns[places].help,
-                                .check = valueFor<columns[places]>,
+                                .check = valueFor<columns, places>,
                                 .required = columns[places].isIdentity()}...};
 }
 template <const auto &columns>
