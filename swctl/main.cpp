@@ -20,8 +20,10 @@
 // The runtime's own handler prints what was thrown, with 50 kB of code that reads mangled
 // names; here main has caught it.
 namespace __cxxabiv1 {
+// NOLINTBEGIN(readability-identifier-naming): the runtime's name
 extern constinit std::terminate_handler __terminate_handler;
 constinit std::terminate_handler __terminate_handler = abort;
+// NOLINTEND(readability-identifier-naming)
 } // namespace __cxxabiv1
 
 namespace {

@@ -19,7 +19,7 @@ size_t hangingIndent(const std::string &line)
     const size_t begin = std::min(line.find_first_not_of(' '), line.size());
     const size_t gap = line.find("  ", begin);
     const size_t text = gap == std::string::npos ? gap : line.find_first_not_of(' ', gap);
-    return text == std::string::npos || text > columns / 2 ? begin + 2 : text;
+    return text > columns / 2 ? begin + 2 : text; // npos is larger as well
 }
 
 std::string wrapped(const std::string &line)
@@ -32,7 +32,7 @@ std::string wrapped(const std::string &line)
         if (blank == std::string::npos || blank <= indent.size())
             break;
         out += rest.substr(0, blank) + '\n';
-        rest = indent + rest.substr(blank + 1);
+        rest.replace(0, blank + 1, indent);
     }
     return out + rest;
 }
