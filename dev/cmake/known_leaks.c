@@ -6,3 +6,10 @@ const char *__lsan_default_suppressions(void)
 {
     return "leak:switchCreate\n";
 }
+
+__attribute__((weak, visibility("default"))) const char *__lsan_default_options(void);
+
+const char *__lsan_default_options(void)
+{
+    return "print_suppressions=0"; // programs print nothing that their tests do not expect
+}

@@ -81,9 +81,9 @@ TEST_F(Records, ofTheHistoryLoseTheOlderHalfWhenThereAreTooMany)
     History history(databaseFile());
     ChangeSet large = removal(1);
     large.what = std::string(100000, 'x');
-    size_t before = 0, after = 0;
+    uintmax_t before = 0, after = 0;
     int number = 0;
-    for (size_t kept = 0; kept >= before; kept = after) {
+    for (uintmax_t kept = 0; kept >= before; kept = after) {
         before = kept;
         number = history.add(1000, "applied", large, true);
         after = std::filesystem::file_size(databaseFile() + ".history");
