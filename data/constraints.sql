@@ -56,7 +56,7 @@ BEGIN
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.interfaceName holds at most 63 bytes')
     WHERE length(CAST(NEW.interfaceName AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'interface-bad-name: swPortConfig.interfaceName takes letters, digits and _ . : @ -')
-    WHERE NEW.switchName = 'BRIDGE' AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
+    WHERE NEW.switchName IN ('BRIDGE') AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.phyDevice holds at most 63 bytes')
     WHERE length(CAST(NEW.phyDevice AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'value-range: swPortConfig.PVID takes 0 to 4094')
@@ -72,11 +72,6 @@ BEGIN
     WHERE NEW.switchName = 'BCM' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4
       OR NEW.switchName = 'PSE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 7
       OR NEW.switchName = 'BRIDGE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 31;
-    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
-    WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
-      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
-      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
-      o.interfaceName = NEW.interfaceName));
     SELECT RAISE(ABORT, 'mapping-own-switch: a port is mapped onto its own switch')
     WHERE instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0;
     SELECT RAISE(ABORT, 'mapping-nowhere: a port is mapped onto a port that no row describes')
@@ -89,6 +84,11 @@ BEGIN
       (SELECT ifnull(sum(length(m.t) - length(replace(m.t, ',' || p.e || ',', ''))), 0) FROM
       (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig WHERE rowid < NEW.rowid) p,
       (SELECT ',' || replace(NEW.phyDevice, ',', ',,') || ',' AS t) m);
+    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
+    WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
+      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
+      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
+      o.interfaceName = NEW.interfaceName));
 END;
 
 DROP TRIGGER IF EXISTS swPortConfig_updated;
@@ -99,7 +99,7 @@ BEGIN
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.interfaceName holds at most 63 bytes')
     WHERE length(CAST(NEW.interfaceName AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'interface-bad-name: swPortConfig.interfaceName takes letters, digits and _ . : @ -')
-    WHERE NEW.switchName = 'BRIDGE' AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
+    WHERE NEW.switchName IN ('BRIDGE') AND NEW.interfaceName GLOB '*[^a-zA-Z0-9_.:@-]*';
     SELECT RAISE(ABORT, 'text-too-long: swPortConfig.phyDevice holds at most 63 bytes')
     WHERE length(CAST(NEW.phyDevice AS BLOB)) > 63;
     SELECT RAISE(ABORT, 'value-range: swPortConfig.PVID takes 0 to 4094')
@@ -115,11 +115,6 @@ BEGIN
     WHERE NEW.switchName = 'BCM' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 4
       OR NEW.switchName = 'PSE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 7
       OR NEW.switchName = 'BRIDGE' AND CAST(CAST(ifnull(NEW.portNumber, 0) AS TEXT) AS INTEGER) NOT BETWEEN 0 AND 31;
-    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
-    WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
-      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
-      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
-      o.interfaceName = NEW.interfaceName));
     SELECT RAISE(ABORT, 'mapping-own-switch: a port is mapped onto its own switch')
     WHERE instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0;
     SELECT RAISE(ABORT, 'mapping-nowhere: a port is mapped onto a port that no row describes')
@@ -132,6 +127,11 @@ BEGIN
       (SELECT ifnull(sum(length(m.t) - length(replace(m.t, ',' || p.e || ',', ''))), 0) FROM
       (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig WHERE rowid < NEW.rowid) p,
       (SELECT ',' || replace(NEW.phyDevice, ',', ',,') || ',' AS t) m);
+    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
+    WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
+      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
+      o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
+      o.interfaceName = NEW.interfaceName));
 END;
 
 DROP TRIGGER IF EXISTS vlanEncapIf_inserted;
@@ -170,7 +170,7 @@ BEGIN
     WHERE (replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*'
       OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*')
       AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')
-      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'));
+      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName IN ('BRIDGE')));
     SELECT RAISE(ABORT, 'untag-without-membership: a port sends a VLAN untagged that it is no member of')
     WHERE EXISTS (SELECT 1 FROM (SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n
       WHERE instr(replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ','), n.e) AND NOT instr(replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ','), n.e)
@@ -218,7 +218,7 @@ BEGIN
     WHERE (replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*'
       OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[5-9]*' OR replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ',') GLOB '*[0-9][0-9]*')
       AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BCM')
-      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = 'BRIDGE'));
+      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName IN ('BRIDGE')));
     SELECT RAISE(ABORT, 'untag-without-membership: a port sends a VLAN untagged that it is no member of')
     WHERE EXISTS (SELECT 1 FROM (SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n
       WHERE instr(replace(',' || ifnull(NEW.untagMap, '') || ',', ', ', ','), n.e) AND NOT instr(replace(',' || ifnull(NEW.fwdMap, '') || ',', ', ', ','), n.e)

@@ -2,7 +2,7 @@
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
-#include "client/devices/bridge.h"
+#include "client/check/check_rules.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/snapshot.h"
 #include "common/json.h"
@@ -65,8 +65,8 @@ Interfaces interfacesFor(Database &database, const CheckContext &context)
 {
     constexpr HardwareAddress address = {2, 0, 0, 0, 0, 1};
     Interfaces interfaces;
-    if (context.interfaces)
-        for (const std::string &name : *context.interfaces)
+    if (context.where.interfaces)
+        for (const std::string &name : *context.where.interfaces)
             interfaces[name] = address;
     else
         for (const Row &row : database.rows("vlanEncapIf"))
@@ -80,9 +80,9 @@ Report check(Database &source, const std::string &interfaceList)
     source.run("PRAGMA schema_version"); // a file that is no database is named here
     Snapshot snapshot(source);
     CheckContext context;
-    context.interfaces = givenInterfaces(interfaceList);
+    context.where.interfaces = givenInterfaces(interfaceList);
     if (interfaceList == "local")
-        context.bridgesFilter = bridgesFilter();
+        context.where.unsupported = unsupportedHere();
     Report report;
     std::optional<Rehearsal> start;
     try {

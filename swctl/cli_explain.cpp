@@ -1,7 +1,9 @@
 // explain: what becomes of a VLAN's frames at a port, and how an interface stands.
 #include "client/base/failure.h"
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/check/check_rules.h"
+#include "client/gateway/devices.h"
 #include "client/view/explain.h"
 #include "common/json.h"
 #include "swctl/cli_change.h"
@@ -21,16 +23,21 @@ std::string portWord(const std::string &text)
     return text.substr(text.rfind(':') + 1); // npos + 1 is 0
 }
 
-// The ports that are asked for. Their switch: by its name, else the chip, else the engine.
+// The first switch, in the order of the devices, that a start brings up; empty: there is none.
+std::string firstSwitch(const Inspection &inspection)
+{
+    for (const Device *device : devices())
+        if (inspection.has(*device))
+            return device->name;
+    return {};
+}
+
+// The ports that are asked for. Their switch: by its name, else the first.
 std::vector<PortName> portsOf(const Inspection &inspection, const std::string &text)
 {
     const size_t colon = text.rfind(':');
     PortName port;
-    port.switchName = colon != std::string::npos                  ? text.substr(0, colon)
-                      : !inspection.nameOf(Backend::chip).empty() ? inspection.nameOf(Backend::chip)
-                      : !inspection.nameOf(Backend::engine).empty()
-                          ? inspection.nameOf(Backend::engine)
-                          : inspection.nameOf(Backend::bridge);
+    port.switchName = colon != std::string::npos ? text.substr(0, colon) : firstSwitch(inspection);
     const SwitchConfig *found = nullptr;
     for (const SwitchConfig &sw : inspection.network.switches)
         if (sw.name == port.switchName)
@@ -40,13 +47,13 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
                                      ? "the database has no switch that a start brings up"
                                      : "there is no switch '" + printable(port.switchName) +
                                            "' in the database");
-    port.backend = found->carriedBy;
-    if (port.backend == Backend::none)
+    port.device = found->device;
+    if (port.device == nullptr)
         throw Failure(
             exitDiffers,
             "a fresh start does not bring up switch '" + printable(found->name) + "'" +
                 (inspection.network.stop ? ": " + stopText(*inspection.network.stop) : ""));
-    const int highest = deviceOf(port.backend).ports - 1;
+    const int highest = port.device->portCount - 1;
     std::set<int> rows;
     for (const PortConfig &row : found->ports)
         if (row.number >= 0 && row.number <= highest)
@@ -60,7 +67,7 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
     if (*numbers.begin() > highest)
         throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has ports 0 to " +
                                      std::to_string(highest));
-    if (port.backend == Backend::bridge && !rows.contains(*numbers.begin()))
+    if (port.device->portsAreInterfaces && !rows.contains(*numbers.begin()))
         throw Failure(exitUsage, "no row has port " + word + " of switch '" +
                                      printable(port.switchName) + "', so it is no interface");
     std::vector<PortName> ports;
@@ -104,11 +111,12 @@ const char *verdictOf(bool asWanted, const std::vector<std::string> &unread,
 
 // What both kinds of answer end with.
 template <class Explanation>
-void printWhy(const Explanation &all)
+void printWhy(const Explanation &all, const std::vector<std::string> &unread,
+              const std::vector<Difference> &differs)
 {
-    for (const std::string &part : all.unread)
+    for (const std::string &part : unread)
         printLine("not read", part);
-    for (const Difference &difference : all.differs) {
+    for (const Difference &difference : differs) {
         printf("  ! %s\n", difference.text().c_str());
         printf("    To mend it: %s\n", difference.mend().c_str());
     }
@@ -123,46 +131,41 @@ void printWhy(const Explanation &all)
 
 void printPortExplanation(const PortExplanation &all)
 {
+    const PortAnswer &answer = all.answer;
     printf("VLAN %d at port %d of %s: %s\n", all.vlanId, all.port.number,
-           shown(all.port.switchName).c_str(), verdictOf(all.asWanted(), all.unread, all.differs));
+           shown(all.port.switchName).c_str(),
+           verdictOf(all.asWanted(), answer.unread, answer.differs));
     for (const std::string &row : all.rows)
         printLine("database", row);
     if (all.rows.empty())
         printLine("database", "no row has this VLAN");
-    printLine("should be", all.wanted + ", by a fresh start");
-    printLine("is", all.held);
-    printLine("tagged", all.tagged.text());
-    printLine("untagged", all.untagged.text());
-    printLine("sends", all.sends.empty() ? "no frame of this VLAN" : all.sends);
-    printLine("judged by", all.basis);
-    printWhy(all);
+    printLine("should be", answer.wanted + ", by a fresh start");
+    printLine("is", answer.held);
+    printLine("tagged", answer.tagged.text());
+    printLine("untagged", answer.untagged.text());
+    printLine("sends", answer.sends.empty() ? "no frame of this VLAN" : answer.sends);
+    printLine("judged by", answer.basis);
+    printWhy(all, answer.unread, answer.differs);
     if (!all.remedy.empty())
         printLine("to have it", all.remedy);
 }
 
 Json fateJson(const FrameFate &fate)
 {
-    Json ports = Json::array();
-    Json untagged = Json::array();
-    for (int port = 0; port < 32; ++port) {
-        if ((fate.to >> port & 1) != 0)
-            ports.push_back(port);
-        if ((fate.bare >> port & 1) != 0)
-            untagged.push_back(port);
-    }
     return {{"outcome", !fate.unknown.empty()   ? "unknown"
                         : !fate.dropped.empty() ? "dropped"
                                                 : "forwarded"},
             {"vlan", fate.vlanId != 0 ? Json(fate.vlanId) : Json()},
-            {"ports", std::move(ports)},
-            {"withoutTag", std::move(untagged)},
+            {"ports", portsIn(fate.to)},
+            {"withoutTag", portsIn(fate.bare)},
             {"others", fate.others},
             {"host", fate.host},
             {"text", fate.text()}};
 }
 
 template <class Explanation>
-void addWhy(Json &json, const Explanation &all)
+void addWhy(Json &json, const Explanation &all, const std::vector<std::string> &unread,
+            const std::vector<Difference> &differs)
 {
     Json findings = Json::array();
     for (const Finding &finding : all.findings)
@@ -170,27 +173,28 @@ void addWhy(Json &json, const Explanation &all)
                             {"severity", severityName(finding.severity)},
                             {"message", finding.message},
                             {"mend", finding.rule->mend}});
-    json["unread"] = all.unread;
-    json["differences"] = differencesJson(all.differs);
+    json["unread"] = unread;
+    json["differences"] = differencesJson(differs);
     json["reasons"] = all.reasons;
     json["findings"] = std::move(findings);
 }
 
 Json portJson(const PortExplanation &all)
 {
+    const PortAnswer &answer = all.answer;
     Json json = {{"vlan", all.vlanId},
                  {"switch", all.port.switchName},
                  {"port", all.port.number},
-                 {"outcome", verdictOf(all.asWanted(), all.unread, all.differs)},
+                 {"outcome", verdictOf(all.asWanted(), answer.unread, answer.differs)},
                  {"rows", all.rows},
-                 {"wanted", all.wanted},
-                 {"held", all.held},
-                 {"read", all.read},
-                 {"tagged", fateJson(all.tagged)},
-                 {"untagged", fateJson(all.untagged)},
-                 {"sends", all.sends.empty() ? Json() : Json(all.sends)},
-                 {"basis", all.basis}};
-    addWhy(json, all);
+                 {"wanted", answer.wanted},
+                 {"held", answer.held},
+                 {"read", answer.read},
+                 {"tagged", fateJson(answer.tagged)},
+                 {"untagged", fateJson(answer.untagged)},
+                 {"sends", answer.sends.empty() ? Json() : Json(answer.sends)},
+                 {"basis", answer.basis}};
+    addWhy(json, all, answer.unread, answer.differs);
     json["remedy"] = all.remedy.empty() ? Json() : Json(all.remedy);
     return json;
 }
@@ -235,16 +239,11 @@ void printInterface(const InterfaceExplanation &all)
         printLine(sub.name, "");
         printLine("should be", sub.wanted);
         printLine("is", sub.held);
-        if (!sub.bridge.empty())
-            printLine("gets",
-                      "frames of VLAN " + std::to_string(sub.vlanId) + " in bridge " + sub.bridge);
-        else
-            printLine("gets", "frames of VLAN " + std::to_string(sub.vlanId) + " from chip ports " +
-                                  sub.ports + ", through " + sub.hostPorts);
+        printLine("gets", "frames of VLAN " + std::to_string(sub.vlanId) + " " + sub.gets.text);
     }
     if (all.subs.empty())
         printLine("VLANs", "no row has " + all.name);
-    printWhy(all);
+    printWhy(all, all.unread, all.differs);
 }
 
 int runExplainInterface(const Call &call)
@@ -266,14 +265,14 @@ int runExplainInterface(const Call &call)
                             {"vlan", sub.vlanId},
                             {"wanted", sub.wanted},
                             {"held", sub.held},
-                            {"chipPorts", sub.ports},
-                            {"hostPorts", sub.hostPorts}});
+                            {"chipPorts", sub.gets.ports},
+                            {"hostPorts", sub.gets.hostPorts}});
         Json json = {{"interface", all.name},
                      {"outcome", verdictOf(all.asWanted(), all.unread, all.differs)},
                      {"exists", all.exists},
                      {"ports", all.ports},
                      {"subInterfaces", std::move(subs)}};
-        addWhy(json, all);
+        addWhy(json, all, all.unread, all.differs);
         printJson(json);
     } else {
         printInterface(all);

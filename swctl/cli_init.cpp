@@ -3,6 +3,7 @@
 #include "client/base/file.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
+#include "client/check/check_rules.h"
 #include "client/rows/database.h"
 #include "common/descriptor.h"
 #include "common/json.h"

@@ -4,8 +4,9 @@
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/base/wire.h"
-#include "client/devices/gateway_view.h"
-#include "client/devices/readback.h"
+#include "client/devices/host_links.h"
+#include "client/gateway/devices.h"
+#include "client/gateway/gateway_view.h"
 #include "client/service/request_log.h"
 #include "client/service/service.h"
 #include "swctl/cli_answer.h"
@@ -44,10 +45,12 @@ SwMgrVlanRequest vlanRequest(const Call &call)
     return request;
 }
 
-// What chip and kernel hold of a VLAN.
+// What a device that can be asked and the kernel hold of a VLAN.
 struct Held {
-    std::string unread; // why it is not known
-    ChipVlan entry;
+    std::string unread; // why it is not known; empty: it is
+    const Device *device = nullptr;
+    VlanEntry entry;
+    std::string text;          // the entry, in words
     bool subInterface = false; // on the Linux interface of the request
 
     [[nodiscard]] bool none() const { return entry.empty() && !subInterface; }
@@ -68,16 +71,22 @@ Held heldOf(GatewayView &gateway, const SwitchVlanCfg &vlan)
 {
     Held held;
     try {
-        const std::string device = chipDevice(gateway.database());
         const Part<Kernel> kernel = readKernel(gateway.site());
-        const Part<Chip> chip = device.empty()
-                                    ? Part<Chip>{.held = {}, .reason = "no switch is a chip"}
-                                    : readChip(gateway.site(), device, {vlan.vlanId});
-        if (!chip.held || !kernel.held) {
-            held.unread = chip.held ? kernel.reason : chip.reason;
+        DeviceReading reading{nullptr, "no switch can be asked what it holds"};
+        for (const Device *device : devices()) {
+            const std::optional<std::string> node = nodeOf(gateway.database(), *device);
+            if (!device->hasQuery || !node)
+                continue;
+            held.device = device;
+            reading = gateway.readDevice(*device, *node, {vlan.vlanId});
+            break;
+        }
+        if (!reading.held || !kernel.held) {
+            held.unread = reading.held ? kernel.reason : reading.reason;
             return held;
         }
-        held.entry = entryOf(*chip.held, vlan.vlanId);
+        held.entry = reading.held->entry(vlan.vlanId);
+        held.text = reading.held->vlanText(vlan.vlanId);
         held.subInterface = kernel.held->interfaces.contains(std::string(vlan.interfaceName) + "." +
                                                              std::to_string(vlan.vlanId));
     } catch (const Failure &failure) {
@@ -91,12 +100,13 @@ Held heldOf(GatewayView &gateway, const SwitchVlanCfg &vlan)
 std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
 {
     const bool wantsSubInterface = vlan.interfaceName[0] != '\0';
-    if (added && (vlan.fwdMap & ~uint32_t{held.entry.fwdMap}) != 0)
-        return "the chip has " + membersText(held.entry) + " for it";
+    const std::string part = std::string("the ") + held.device->part;
+    if (added && (vlan.fwdMap & ~held.entry.members) != 0)
+        return part + " has " + held.text + " for it";
     if (added && wantsSubInterface && !held.subInterface)
         return "its sub-interface is not there";
     if (!added && !held.entry.empty())
-        return "the chip still has its entry";
+        return part + " still has its entry";
     if (!added && held.subInterface)
         return "its sub-interface is still there";
     return {};

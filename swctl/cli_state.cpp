@@ -3,8 +3,8 @@
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/base/time_text.h"
-#include "client/devices/gateway_view.h"
-#include "client/devices/readback.h"
+#include "client/gateway/devices.h"
+#include "client/gateway/gateway_view.h"
 #include "client/view/status.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
@@ -128,7 +128,7 @@ int runStatus(const Call &call)
     return status.exitStatus();
 }
 
-std::string hexText(const ChipPort &port)
+std::string hexText(const PortState &port)
 {
     std::string text;
     char pair[4];
@@ -139,13 +139,13 @@ std::string hexText(const ChipPort &port)
     return text;
 }
 
-std::string forwardText(const ChipPort &port)
+std::string forwardText(const PortState &port)
 {
-    const std::string list = listOf(port.forwardMap & ((1u << chipPortCount) - 1));
+    const std::string list = listOf(port.forwardMap);
     return list.empty() ? "-" : list;
 }
 
-void printPort(int number, const ChipPort &port)
+void printPort(int number, const PortState &port)
 {
     printf("port %d  link %s  default tag %d (priority %d, CFI %d)  forwards to %s\n", number,
            port.linkUp ? "up" : "down", port.pvid, port.priority, port.cfi,
@@ -156,18 +156,29 @@ void printPort(int number, const ChipPort &port)
         printf("  %s\n", bytes.substr(at, line).c_str());
 }
 
+// Of the first device that has a request for them.
+std::vector<PortState> portsOf(GatewayView &gateway)
+{
+    for (const Device *device : devices()) {
+        const std::optional<std::string> node = nodeOf(gateway.database(), *device);
+        auto ports = node ? device->readPorts(gateway.site(), *node) : std::nullopt;
+        if (!ports)
+            continue;
+        if (!ports->held)
+            throw Failure(exitDiffers,
+                          std::string("not read: ") + device->part + ": " + ports->reason);
+        return std::move(*ports->held);
+    }
+    throw Failure(exitUsage, "no switch in the database is a chip");
+}
+
 int runPortStats(const Call &call)
 {
     GatewayView gateway = openGateway(call.globals, Access::read);
-    const std::string device = chipDevice(gateway.database());
-    if (device.empty())
-        throw Failure(exitUsage, "no switch in the database is a chip");
-    const Part<Chip> chip = readChipPorts(gateway.site(), device);
-    if (!chip.held)
-        throw Failure(exitDiffers, "not read: chip: " + chip.reason);
+    const std::vector<PortState> states = portsOf(gateway);
     Json ports = Json::array();
-    for (int number = 0; number < chipPortCount; ++number) {
-        const ChipPort &port = chip.held->ports[static_cast<size_t>(number)];
+    for (int number = 0; number < static_cast<int>(states.size()); ++number) {
+        const PortState &port = states[static_cast<size_t>(number)];
         if (call.has("PORT") && call.integer("PORT") != number)
             continue;
         if (!call.globals.json)

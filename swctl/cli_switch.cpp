@@ -5,7 +5,8 @@
 #include "client/base/text.h"
 #include "client/base/wire.h"
 #include "client/check/idle_command.h"
-#include "client/devices/pause_registers.h"
+#include "client/devices/engine/engine.h"
+#include "client/devices/engine/pause_registers.h"
 #include "client/devices/site.h"
 #include "client/service/request_log.h"
 #include "client/service/service.h"
@@ -147,7 +148,7 @@ std::string portOrAll(const std::string &text)
 
 constexpr OptionRow switchOptions[] = {
     {"--switch", "NAME", "Switch that gets the command; the top-level switch passes it on",
-     switchNameText, "PSE"},
+     switchNameText, engineName},
     {"--force", nullptr, "Send it even if a rehearsal shows that nothing would act on it"},
 };
 constexpr OptionRow rateLimitOptions[] = {

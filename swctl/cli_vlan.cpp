@@ -1,8 +1,9 @@
 // One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
 #include "client/base/failure.h"
 #include "client/base/number.h"
-#include "client/base/port_mask.h"
 #include "client/base/text.h"
+#include "client/devices/host_links.h"
+#include "client/gateway/devices.h"
 #include "client/view/inspection.h"
 #include "common/json.h"
 #include "swctl/cli_change.h"
@@ -46,12 +47,6 @@ VlanView viewOf(const Globals &globals, int id)
     return view;
 }
 
-std::string engineText(const EngineVlan &vlan)
-{
-    // As in an entry of the chip, where the untagged ports are marked instead.
-    return membersText(vlan.members, vlan.members & ~vlan.tagged);
-}
-
 // The VLAN's sub-interfaces that should be there or are.
 std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const VlanView &view)
 {
@@ -69,40 +64,23 @@ std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const Vl
     return states;
 }
 
-std::string engineNow(const VlanView &view)
-{
-    if (!view.inspection.actual.engine.held)
-        return "not read";
-    return view.inspection.actual.engine.held->failed.contains(view.id)
-               ? "a tool failed, by the log"
-               : "no tool failed, by the log";
-}
-
 void printStates(const VlanView &view)
 {
-    const std::string chipName = view.inspection.nameOf(Backend::chip);
-    const std::string engineName = view.inspection.nameOf(Backend::engine);
+    const Inspection &seen = view.inspection;
     TextTable table({"", "FRESH START", "NOW"});
-    const auto chip = view.inspection.actual.chip.held;
-    if (!chipName.empty())
-        table.add({"  chip " + shown(chipName),
-                   membersText(entryOf(view.inspection.target.chip, view.id)),
-                   chip ? membersText(entryOf(*chip, view.id)) : "not read"});
-    if (!engineName.empty())
-        table.add({"  engine " + shown(engineName), engineText(view.inspection.engineOf(view.id)),
-                   engineNow(view)});
-    const Bridge &wanted = view.inspection.target.bridge;
-    if (!wanted.name.empty())
-        table.add({"  bridge " + shown(wanted.name), bridgeText(wanted, view.id),
-                   view.inspection.actual.bridge.held
-                       ? bridgeText(*view.inspection.actual.bridge.held, view.id)
-                       : "not read"});
+    for (const Device *device : devices()) {
+        if (!seen.has(*device))
+            continue;
+        const DeviceState &wanted = seen.target.of(*device);
+        const StateRef &held = seen.actual.of(*device).held;
+        table.add({std::string("  ") + device->part + " " + shown(wanted.label()),
+                   wanted.vlanText(view.id), held ? held->vlanText(view.id) : "not read"});
+    }
     const auto interfaces = interfacesOf(view);
     for (const auto &[name, states] : interfaces)
         table.add({"  " + shown(name), states.first, states.second});
     if (interfaces.empty())
-        table.add(
-            {"  sub-interface", "none", view.inspection.actual.kernel.held ? "none" : "not read"});
+        table.add({"  sub-interface", "none", seen.actual.kernel.held ? "none" : "not read"});
     table.print(stdout);
 }
 
@@ -122,6 +100,17 @@ void printRow(const Row &row)
     printf("  %s\n", text.c_str());
 }
 
+// Parts that are not known, those that only the log knows as well.
+std::vector<std::string> unreadOf(const Inspection &seen)
+{
+    std::vector<std::string> unread = seen.unread;
+    for (const Device *device : devices())
+        if (const std::string &reason = seen.actual.of(*device).reason;
+            !device->hasQuery && seen.has(*device) && !reason.empty())
+            unread.push_back(std::string(device->part) + ": " + reason);
+    return unread;
+}
+
 void printView(const VlanView &view)
 {
     printf("VLAN %d\n", view.id);
@@ -130,25 +119,12 @@ void printView(const VlanView &view)
     printStates(view);
     if (view.inspection.network.stop)
         printf("%s.\n", stopText(*view.inspection.network.stop).c_str());
-    for (const std::string &part : view.inspection.unread)
+    for (const std::string &part : unreadOf(view.inspection))
         printf("not read: %s\n", shown(part).c_str());
-    if (!view.inspection.nameOf(Backend::engine).empty() &&
-        !view.inspection.actual.engine.reason.empty())
-        printf("not read: engine: %s\n", shown(view.inspection.actual.engine.reason).c_str());
     for (const Difference &difference : view.differences)
         printf("! %s\n  To mend it: %s\n", difference.text().c_str(), difference.mend().c_str());
     if (view.equal())
         printf("Nothing differs.\n");
-}
-
-Json portsJson(uint32_t map)
-{
-    return portsIn(map);
-}
-
-Json chipJson(const ChipVlan &vlan)
-{
-    return {{"members", portsJson(vlan.fwdMap)}, {"untagged", portsJson(vlan.untagMap)}};
 }
 
 Json interfacesJson(const Kernel &kernel, int id)
@@ -162,39 +138,25 @@ Json interfacesJson(const Kernel &kernel, int id)
 
 Json viewJson(const VlanView &view)
 {
-    const auto &[chip, chipIds, kernel, foreign, bridge, engine] = view.inspection.actual;
-    const Bridge &wantedBridge = view.inspection.target.bridge;
-    const bool isBridge = !wantedBridge.name.empty();
-    const std::string chipName = view.inspection.nameOf(Backend::chip);
-    const std::string engineName = view.inspection.nameOf(Backend::engine);
-    const EngineVlan ports = view.inspection.engineOf(view.id);
-    std::vector<std::string> unread = view.inspection.unread;
-    if (!engineName.empty() && !engine.reason.empty())
-        unread.push_back("engine: " + engine.reason);
-    Json failed = Json::array();
-    if (engine.held && engine.held->failed.contains(view.id))
-        failed = engine.held->failed.at(view.id);
-    return {
-        {"vlan", view.id},
-        {"outcome", view.equal() ? "equal" : "different"},
-        {"rows", rowsJson(view.rows)},
-        {"start",
-         {{"stopsAt",
-           view.inspection.network.stop ? stopJson(*view.inspection.network.stop) : Json()},
-          {"chip",
-           chipName.empty() ? Json() : chipJson(entryOf(view.inspection.target.chip, view.id))},
-          {"engine", engineName.empty() ? Json()
-                                        : Json{{"members", portsJson(ports.members)},
-                                               {"tagged", portsJson(ports.tagged)}}},
-          {"bridge", isBridge ? Json(bridgeText(wantedBridge, view.id)) : Json()},
-          {"interfaces", interfacesJson(view.inspection.target.kernel, view.id)}}},
-        {"now",
-         {{"chip", chip.held ? chipJson(entryOf(*chip.held, view.id)) : Json()},
-          {"engine", engine.held ? Json{{"failedTools", failed}} : Json()},
-          {"bridge", isBridge && bridge.held ? Json(bridgeText(*bridge.held, view.id)) : Json()},
-          {"interfaces", kernel.held ? interfacesJson(*kernel.held, view.id) : Json()}}},
-        {"unread", unread},
-        {"differences", differencesJson(view.differences)}};
+    const Inspection &seen = view.inspection;
+    const Part<Kernel> &kernel = seen.actual.kernel;
+    Json start = {{"stopsAt", seen.network.stop ? stopJson(*seen.network.stop) : Json()}};
+    Json now = Json::object();
+    for (const Device *device : devices()) {
+        const StateRef &held = seen.actual.of(*device).held;
+        const bool there = seen.has(*device);
+        start[device->part] = there ? seen.target.of(*device).vlanJson(view.id) : Json();
+        now[device->part] = there && held ? held->vlanJson(view.id) : Json();
+    }
+    start["interfaces"] = interfacesJson(seen.target.kernel, view.id);
+    now["interfaces"] = kernel.held ? interfacesJson(*kernel.held, view.id) : Json();
+    return {{"vlan", view.id},
+            {"outcome", view.equal() ? "equal" : "different"},
+            {"rows", rowsJson(view.rows)},
+            {"start", std::move(start)},
+            {"now", std::move(now)},
+            {"unread", unreadOf(seen)},
+            {"differences", differencesJson(view.differences)}};
 }
 
 int runVlanShow(const Call &call)

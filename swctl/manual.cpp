@@ -1,6 +1,7 @@
 #include "swctl/manual.h"
 
 #include "client/check/check.h"
+#include "client/check/check_rules.h"
 #include "common/log_rank.h"
 
 #include <algorithm>

@@ -139,7 +139,7 @@ void drawSwitch(Drawing &drawing, const SwitchConfig &sw, int y,
     const int width = leftOfPorts + static_cast<int>(sw.ports.size()) * portPitch + 12;
     drawing.box(margin, y, width, switchHeight, "box", 8);
     drawing.text(margin + 14, y + 30, "b", fitting(sw.name, 18));
-    drawing.text(margin + 14, y + 48, "s", fitting(sw.device, 26));
+    drawing.text(margin + 14, y + 48, "s", fitting(sw.node, 26));
     drawing.text(margin + 14, y + 64, "s",
                  "level " + std::to_string(sw.level) + ", VLAN " + (sw.vlanEnabled ? "on" : "off") +
                      ", QoS " + (sw.qosEnabled ? "on" : "off"));

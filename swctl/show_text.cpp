@@ -40,7 +40,7 @@ const Strokes &strokes()
 void showSwitch(FILE *stream, const SwitchConfig &sw, bool top)
 {
     fprintf(stream, "%s  level %d%s%s%s  VLAN %s  QoS %s\n", shown(sw.name).c_str(), sw.level,
-            top ? " (top)" : "", sw.device.empty() ? "" : "  ", shown(sw.device).c_str(),
+            top ? " (top)" : "", sw.node.empty() ? "" : "  ", shown(sw.node).c_str(),
             onOffText(sw.vlanEnabled), onOffText(sw.qosEnabled));
     for (const PortConfig &port : sw.ports) {
         const bool last = &port == &sw.ports.back();
@@ -224,7 +224,7 @@ Json switchJson(const Network &network, size_t owner)
     }
     return {{"name", sw.name},
             {"level", sw.level},
-            {"device", sw.device},
+            {"device", sw.node},
             {"vlanEnabled", sw.vlanEnabled},
             {"qosEnabled", sw.qosEnabled},
             {"ports", std::move(ports)}};

@@ -2,7 +2,8 @@
 // judged by the service itself, and that the triggers agree.
 #include "client/base/failure.h"
 #include "client/check/check.h"
-#include "client/devices/devices.h"
+#include "client/check/check_rules.h"
+#include "client/devices/chip/chip.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/columns.h"
 
@@ -40,7 +41,8 @@ std::vector<Finding> findingsOf(Database &database)
 {
     const Interfaces interfaces = {{"eth0", {2}}, {"eth1", {2}}, {"uplink.of.port1", {2}}};
     const Rehearsal start = rehearse(Script(interfaces).image(database.serialised()).start());
-    return checkConfiguration(database, {{{"eth0", "eth1", "uplink.of.port1"}}, false, &start});
+    return checkConfiguration(database,
+                              {{{{"eth0", "eth1", "uplink.of.port1"}}, {"BRIDGE"}}, &start});
 }
 
 // Each rule once, in the order of the findings.
@@ -163,7 +165,8 @@ TEST(Check, thePortToTheHostIsTheOneThatTheServiceAdds)
     for (const auto &[interface, inSwitchOnly] : routes) {
         SCOPED_TRACE(std::string(interface) + (inSwitchOnly ? ", switch only" : ""));
         ASSERT_TRUE(chip.vlans.contains(++id));
-        EXPECT_EQ(chip.vlans.at(id).fwdMap, 1u << 2 | chipHostPorts(interface, inSwitchOnly));
+        EXPECT_EQ(chip.vlans.at(id).fwdMap,
+                  1u << 2 | chipDevice().hostPorts(interface, inSwitchOnly));
     }
 }
 

@@ -1,7 +1,8 @@
 // Where things are, and reading back a chip of the program SWCHIP and state files.
 #include "backends/bcm/driver.h"
 #include "client/base/failure.h"
-#include "client/devices/readback.h"
+#include "client/devices/chip/chip_driver.h"
+#include "client/devices/host_links.h"
 #include "devices/engine/state.h"
 #include "platform/sal.h"
 

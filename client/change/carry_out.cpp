@@ -101,7 +101,7 @@ void takeBack(GatewayView &gateway, Prepared &prepared, size_t sent, bool verify
     std::erase_if(settled.left, [&](const Difference &difference) {
         return std::any_of(old.begin(), old.end(),
                            [&](const Difference &one) { return one.sameAs(difference); }) ||
-               (difference.kind == DifferenceKind::chipEntry &&
+               (difference.kind == DifferenceKind::entry && difference.byQuery &&
                 !prepared.ids.contains(difference.vlanId));
     });
     conclude(verdict, std::move(settled), Outcome::refused);
@@ -176,7 +176,7 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
         Target rows; // only which VLANs there are
         rows.vlanIds = vlanIdsIn(prepared.before->database());
         prepared.hardware = gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
-        prepared.target = targetOf(running->finish(), vlanIdsIn(prepared.after->database()));
+        prepared.target = targetOf(running->finish(), prepared.after->database());
         if (!options.force)
             refuseStop(gateway, *prepared.before, prepared.target, changes);
     }

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "client/devices/difference.h"
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 #include "client/records/history.h"
 #include "client/rows/row_change.h"
 

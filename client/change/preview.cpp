@@ -5,6 +5,7 @@
 #include "client/base/text.h"
 #include "client/change/pending.h"
 #include "client/change/refusal.h"
+#include "client/gateway/devices.h"
 #include "client/rehearse/event_text.h"
 #include "swmgr/swmgr_client.h"
 
@@ -14,61 +15,23 @@ namespace swctl {
 namespace {
 
 // "+ VLAN 30  BCM 1T 2T 3U"
-void chipLines(const Target &before, const Target &after, const std::string &chip,
-               std::vector<std::string> &lines)
+void entryLines(const DeviceState &before, const DeviceState &after, const char *device,
+                std::vector<std::string> &lines)
 {
-    std::set<int> ids;
-    for (const Target *target : {&before, &after})
-        for (const auto &[id, entry] : target->chip.vlans)
-            ids.insert(id);
+    const std::set<int> old = before.vlanIds();
+    const std::set<int> now = after.vlanIds();
+    std::set<int> ids = old;
+    ids.insert(now.begin(), now.end());
     for (const int id : ids) {
-        const auto old = before.chip.vlans.find(id);
-        const auto now = after.chip.vlans.find(id);
-        const std::string vlan = "VLAN " + std::to_string(id) + "  " + chip + " ";
-        if (now == after.chip.vlans.end())
-            lines.push_back("- " + vlan + membersText(old->second));
-        else if (old == before.chip.vlans.end())
-            lines.push_back("+ " + vlan + membersText(now->second));
-        else if (!(old->second == now->second))
-            lines.push_back("~ " + vlan + membersText(old->second) + " -> " +
-                            membersText(now->second));
-    }
-}
-
-void bridgeLines(const Bridge &before, const Bridge &after, std::vector<std::string> &lines)
-{
-    std::set<int> ids;
-    for (const Bridge *bridge : {&before, &after})
-        for (const auto &[id, members] : bridge->vlans)
-            ids.insert(id);
-    for (const int id : ids) {
-        const std::string vlan = "VLAN " + std::to_string(id) + "  bridge ";
-        const std::string old = bridgeText(before, id);
-        const std::string now = bridgeText(after, id);
-        if (!after.vlans.contains(id))
-            lines.push_back(std::string("- ").append(vlan).append(old));
-        else if (!before.vlans.contains(id))
-            lines.push_back(std::string("+ ").append(vlan).append(now));
-        else if (old != now)
-            lines.push_back(std::string("~ ").append(vlan).append(old).append(" -> ").append(now));
-    }
-}
-
-std::string tagText(const std::string &port, const std::string &old, const std::string &now,
-                    bool losesTraffic)
-{
-    return "! port " + port + " PVID " + old + " -> " + now +
-           (losesTraffic ? " (VLAN " + old + " loses its untagged traffic)" : "");
-}
-
-void tagLines(const Target &before, const Target &after, std::vector<std::string> &lines)
-{
-    for (size_t port = 0; port < before.chip.ports.size(); ++port) {
-        const std::string old = std::to_string(before.chip.ports[port].pvid);
-        const std::string now = std::to_string(after.chip.ports[port].pvid);
-        if (old == now)
-            continue;
-        lines.push_back(tagText(std::to_string(port), old, now, before.takesUntagged[port]));
+        const std::string was = before.vlanText(id);
+        const std::string is = after.vlanText(id);
+        const std::string vlan = vlanText(id) + "  " + device + " ";
+        if (!now.contains(id))
+            lines.push_back("- " + vlan + was);
+        else if (!old.contains(id))
+            lines.push_back("+ " + vlan + is);
+        else if (was != is)
+            lines.push_back("~ " + vlan + was + " -> " + is);
     }
 }
 
@@ -89,15 +52,6 @@ void kernelLines(const Kernel &before, const Kernel &after, std::vector<std::str
         else if (!(old->second == sub))
             lines.push_back("~ " + subInterfaceText(name, sub));
     }
-}
-
-std::string chipName(Database &database)
-{
-    const std::string device = chipDevice(database);
-    for (const Row &row : database.rows("swGlobalCfg"))
-        if (row.text("switchDevice") == device && !device.empty())
-            return row.text("switchName");
-    return "chip";
 }
 
 // What came after the start's own answer: the commands and requests, and why a
@@ -147,11 +101,13 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
     }
     const Rehearsal rehearsedBefore = gateway.rehearseStart(before)->finish();
     const Rehearsal rehearsedAfter = gateway.rehearseStart(after)->finish();
-    const Target old = targetOf(rehearsedBefore, vlanIdsIn(before.database()));
-    const Target now = targetOf(rehearsedAfter, vlanIdsIn(after.database()));
-    chipLines(old, now, printable(chipName(after.database())), seen.lines);
-    tagLines(old, now, seen.lines);
-    bridgeLines(old.bridge, now.bridge, seen.lines);
+    const Target old = targetOf(rehearsedBefore, before.database());
+    const Target now = targetOf(rehearsedAfter, after.database());
+    for (const Device *device : devices()) {
+        if (device->preview != nullptr)
+            entryLines(old.of(*device), now.of(*device), device->preview, seen.lines);
+        device->previewPorts(old.of(*device), now.of(*device), seen.lines);
+    }
     kernelLines(old.kernel, now.kernel, seen.lines);
     if (isPartlyUnheard(seen.changes))
         for (const Difference &difference :

@@ -1,7 +1,7 @@
 // A change that is only looked at.
 #pragma once
 
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 #include "client/plan/wish.h"
 
 #include <string>

@@ -1,7 +1,7 @@
 // Why a change is not begun. Both throw with exitRefused.
 #pragma once
 
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 #include "client/rows/row_change.h"
 
 namespace swctl {

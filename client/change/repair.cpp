@@ -2,6 +2,7 @@
 
 #include "client/base/number.h"
 #include "client/change/pending.h"
+#include "client/gateway/devices.h"
 #include "client/rehearse/event_text.h"
 #include "client/rows/check_rows.h"
 #include "client/service/served_file.h"
@@ -17,14 +18,8 @@ void noteIdle(const Site &site, const Target &target, const Actual &actual, Verd
     for (const Difference &difference : differences(target, actual))
         if (!difference.counts)
             verdict.idle.push_back(difference);
-    if (!target.pausesSet)
-        return;
-    const Part<PauseRegisters> pauses = readPauseRegisters(site);
-    if (!pauses.held)
-        verdict.idleUnread = "the engine's registers for pause frames: " + pauses.reason;
-    else
-        for (const Difference &difference : pauseDifferences(target.pauses, *pauses.held))
-            verdict.idle.push_back(difference);
+    for (const Device *device : devices())
+        device->compareIdle(target.of(*device), site, verdict.idle, verdict.idleUnread);
 }
 
 // Where a start would stop, and what it would not come to.

@@ -100,12 +100,6 @@ bool mendRound(const std::map<int, Complaint> &complaints, const std::vector<Row
 
 } // namespace
 
-std::vector<Difference> counting(std::vector<Difference> all)
-{
-    std::erase_if(all, [](const Difference &difference) { return !difference.counts; });
-    return all;
-}
-
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
                const std::set<int> &ids, GatewayView::Extent extent, bool mend,
                const Progress &progress, const std::function<bool(const Difference &)> &mayMend)

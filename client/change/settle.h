@@ -2,7 +2,7 @@
 // the service: VLANs that differ are announced again.
 #pragma once
 
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 #include "client/rows/row_change.h"
 
 #include <functional>
@@ -29,8 +29,5 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
                const std::set<int> &ids, GatewayView::Extent extent, bool mend,
                const Progress &progress = {},
                const std::function<bool(const Difference &)> &mayMend = {});
-
-// The differences that have an effect.
-std::vector<Difference> counting(std::vector<Difference> all);
 
 } // namespace swctl

@@ -1,22 +1,18 @@
 #include "client/change/verdict.h"
 
+#include "client/gateway/devices.h"
+
 namespace swctl {
 namespace {
 
-void readUnread(Verdict &verdict, const Actual &actual)
+// What a device without a query did is known by the log alone.
+void noteTools(Verdict &verdict, const Actual &actual)
 {
-    if (!actual.chip.held)
-        verdict.unread.push_back("chip: " + actual.chip.reason);
-    if (!actual.kernel.held)
-        verdict.unread.push_back("kernel: " + actual.kernel.reason);
-    if (!actual.bridge.held)
-        verdict.unread.push_back("bridge: " + actual.bridge.reason);
-}
-
-void noteEngine(Verdict &verdict, const Actual &actual)
-{
-    if (!actual.engine.reason.empty())
-        addNote(verdict, "engine: not known whether its tools worked: " + actual.engine.reason);
+    for (const Device *device : devices())
+        if (const std::string &reason = actual.of(*device).reason;
+            !device->hasQuery && !reason.empty())
+            addNote(verdict,
+                    std::string(device->part) + ": not known whether its tools worked: " + reason);
 }
 
 } // namespace
@@ -45,8 +41,8 @@ void conclude(Verdict &verdict, Settled settled, Outcome otherwise)
     verdict.left = std::move(settled.left);
     for (const auto &[name, sub] : settled.actual.foreign)
         verdict.foreign.push_back(name);
-    readUnread(verdict, settled.actual);
-    noteEngine(verdict, settled.actual);
+    verdict.unread = settled.actual.unread();
+    noteTools(verdict, settled.actual);
     verdict.outcome = verdict.left.empty() && verdict.unread.empty() ? otherwise : Outcome::differs;
 }
 

@@ -3,28 +3,18 @@
 #include "client/base/number.h"
 #include "client/base/text.h"
 #include "client/check/check_rules.h"
-#include "client/devices/devices.h"
+#include "client/gateway/devices.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/check_rows.h"
 #include "client/rows/columns.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <map>
 #include <utility>
 
 namespace swctl {
 namespace {
-
-constexpr uint32_t chipMask = (1u << chipPortCount) - 1;
-constexpr size_t longestInterfaceName = 15;
-
-// What a mapping onto a port of the chip begins with.
-std::string chipPrefix()
-{
-    return std::string(deviceOf(Backend::chip).name) + ":";
-}
 
 class Checker {
 public:
@@ -51,7 +41,6 @@ private:
     void checkNumber(const TableRows &table, const Row &row, const Column &column,
                      const std::string &text);
     void checkSwitches();
-    void checkVlanMode();
     void checkPorts();
     void checkPortNumber(size_t row);
     void checkMappings();
@@ -59,12 +48,8 @@ private:
                       const std::map<std::string, size_t> &rowOfPort);
     void checkVlans();
     void checkInterface(size_t row);
-    void checkList(size_t row, const char *column, const PortList &list, uint32_t chipRows);
-    void checkBridgePort(size_t row);
-    void checkBridgeList(size_t row);
-    [[nodiscard]] bool isBridge(const std::string &interface) const; // that the service makes
-    void checkUntagged(size_t row, std::array<const VlanRow *, chipPortCount> &untaggedIn);
-    void checkShift(size_t row, uint32_t reached);
+    [[nodiscard]] bool isMade(const std::string &interface) const; // by a start, for a switch
+    void checkDevices();
 
     const Configuration &all;
     const CheckContext &context;
@@ -132,10 +117,11 @@ void Checker::checkText(const TableRows &table, const Row &row, const Column &co
             Severity::error);
     constexpr const char *allowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                     "0123456789_.:@-";
-    // Of ports only those of a bridge reach a command line by their name.
+    // Of ports only those that are interfaces reach a command line by their name.
+    const Device *owner =
+        column.holds == Holds::portInterface ? deviceOf(row.text("switchName")) : nullptr;
     const bool reachesLine =
-        column.holds == Holds::interface ||
-        (column.holds == Holds::portInterface && isDevice(row.text("switchName"), Backend::bridge));
+        column.holds == Holds::interface || (owner != nullptr && owner->portsAreInterfaces);
     if (reachesLine && text.find_first_not_of(allowed) != std::string::npos)
         add("interface-bad-name", table, row, column.name,
             "'" + printable(text) + "' is no interface name", Severity::error);
@@ -201,16 +187,9 @@ void Checker::checkSwitches()
 {
     for (size_t i = 0; i < all.switches.size(); ++i) {
         const SwitchRow &sw = all.switches[i];
-        const Device *device = deviceOf(sw.name);
-        if (device == nullptr)
+        if (deviceOf(sw.name) == nullptr)
             add("switch-unknown-name", all.switchTable, i, "",
                 "no backend drives a switch named '" + printable(sw.name) + "'");
-        if (device != nullptr && device->hasNode &&
-            all.switchTable.rows[i].text("switchDevice").empty())
-            add("switch-device-missing", all.switchTable, i, "", "its row names no device node");
-        if (isDevice(sw.name, Backend::bridge) && !context.bridgesFilter.value_or(true))
-            add("bridge-kernel", all.switchTable, i, "",
-                "the kernel of this machine has no VLAN filtering in bridges");
         for (size_t j = 0; j < i; ++j) {
             if (all.switches[j].name == sw.name)
                 add("switch-duplicate", all.switchTable, i, "",
@@ -221,30 +200,6 @@ void Checker::checkSwitches()
                         printable(all.switches[j].name) + " too");
         }
     }
-    checkVlanMode();
-}
-
-// The end of a start applies the top switch, which hands its VLAN mode down.
-void Checker::checkVlanMode()
-{
-    const SwitchRow *top = nullptr;
-    for (const SwitchRow &sw : all.switches)
-        if (top == nullptr || sw.level > top->level)
-            top = &sw;
-    if (top == nullptr || !isDevice(top->name, Backend::engine))
-        return;
-    const bool handsDown = std::any_of(all.ports.begin(), all.ports.end(), [](const PortRow &port) {
-        return isDevice(port.owner, Backend::engine) &&
-               std::any_of(port.mapping.begin(), port.mapping.end(),
-                           [](const auto &entry) { return entry.starts_with(chipPrefix()); });
-    });
-    for (size_t i = 0; i < all.switches.size() && handsDown; ++i)
-        if (isDevice(all.switches[i].name, Backend::chip) &&
-            all.switches[i].vlanEnable != top->vlanEnable)
-            add("vlan-mode-differs", all.switchTable, i, "",
-                "vlanEnable is " + std::to_string(all.switches[i].vlanEnable) +
-                    "; the chip ends up with " + std::to_string(top->vlanEnable) + " of switch " +
-                    top->name);
 }
 
 // --- ports -----------------------------------------------------------------
@@ -271,15 +226,11 @@ void Checker::checkPortNumber(size_t row)
     const Device *device = deviceOf(port.owner);
     if (device == nullptr)
         return;
-    if (port.number < 0 || port.number >= device->ports)
+    if (port.number < 0 || port.number >= device->portCount)
         add("port-number-range", all.portTable, row, "",
             std::string(device->words) + " has the ports 0 to " +
-                std::to_string(device->ports - 1) + device->beyondPorts);
-    if (device->portsAreInterfaces) {
-        checkBridgePort(row);
-        return;
-    }
-    if (port.number < 0 || port.number >= device->ports)
+                std::to_string(device->portCount - 1) + device->beyondPorts);
+    if (port.number < 0 || port.number >= device->portCount || device->portsAreInterfaces)
         return;
     for (size_t i = 0; i < all.switches.size(); ++i) {
         const int32_t stated = numberOf(all.switchTable.rows[i], "numPorts");
@@ -287,51 +238,6 @@ void Checker::checkPortNumber(size_t row)
             port.number >= stated + device->firstPort)
             add("port-beyond-count", all.portTable, row, "",
                 "the switch's row says that it has " + std::to_string(stated) + " ports");
-    }
-}
-
-// A port of a bridge is an interface, which joins it.
-void Checker::checkBridgePort(size_t row)
-{
-    const std::string name = all.portTable.rows[row].text("interfaceName");
-    if (name.empty() || name.size() > longestInterfaceName || name.front() == '-') {
-        add("bridge-port-interface", all.portTable, row, "",
-            "'" + printable(name) + "' is no interface that could join the bridge");
-        return;
-    }
-    for (size_t i = 0; i < row; ++i)
-        if (isDevice(all.ports[i].owner, Backend::bridge) &&
-            all.portTable.rows[i].text("interfaceName") == name)
-            add("bridge-port-interface", all.portTable, row, "",
-                printable(name) + " is the interface of an earlier row too");
-    if (context.interfaces && !context.interfaces->contains(name))
-        add("bridge-port-interface", all.portTable, row, name,
-            "there is no interface " + printable(name) + " here");
-}
-
-// Of a VLAN's ports each is a row of the bridge.
-void Checker::checkBridgeList(size_t row)
-{
-    uint32_t rows = 0;
-    for (const PortRow &port : all.ports)
-        if (isDevice(port.owner, Backend::bridge) && port.number >= 0 &&
-            port.number < deviceOf(Backend::bridge).ports)
-            rows |= 1u << port.number;
-    const VlanRow &vlan = all.vlans[row];
-    for (int port = 0; port < portListBits; ++port) {
-        const std::string number = std::to_string(port);
-        if ((vlan.members.mask & ~rows) >> port & 1)
-            add("port-missing", all.vlanTable, row, "fwdMap " + number,
-                "port " + number +
-                    " in fwdMap is none of the bridge; the service refuses the VLAN");
-        if ((vlan.untagged.mask & ~vlan.members.mask) >> port & 1)
-            add("untag-without-membership", all.vlanTable, row, number,
-                "port " + number + " is in untagMap and not in fwdMap");
-        for (size_t i = 0; i < row; ++i)
-            if ((all.vlans[i].untagged.mask & vlan.untagged.mask) >> port & 1)
-                add("untag-twice", all.vlanTable, row, number,
-                    "port " + number + " is untagged in VLAN " + std::to_string(all.vlans[i].id) +
-                        " too");
     }
 }
 
@@ -379,26 +285,10 @@ void Checker::checkMapping(size_t row, const std::string &entry,
 
 void Checker::checkVlans()
 {
-    uint32_t chipRows = 0; // chip ports that have a row
-    uint32_t reached = 0;  // chip ports that the engine's ports are mapped onto
-    for (const PortRow &port : all.ports) {
-        if (isDevice(port.owner, Backend::chip) && port.number >= 0 && port.number < chipPortCount)
-            chipRows |= 1u << port.number;
-        for (const std::string &entry : port.mapping)
-            for (int chip = 0; chip < chipPortCount && isDevice(port.owner, Backend::engine);
-                 ++chip)
-                if (entryAsRead(entry) == chipPrefix() + std::to_string(chip))
-                    reached |= 1u << chip;
-    }
-    const bool hasChip = all.hasSwitch(deviceOf(Backend::chip).name);
-    const bool hasBridge = all.hasSwitch(deviceOf(Backend::bridge).name);
-    if (!hasChip)
-        chipRows = chipMask; // that there is no chip is said of the switches
     std::set<int32_t> seen;
-    std::array<const VlanRow *, chipPortCount> untaggedIn{};
     for (size_t i = 0; i < all.vlans.size(); ++i) {
         const VlanRow &vlan = all.vlans[i];
-        if (vlan.id < 1 || vlan.id > highestVlan)
+        if (vlan.id < lowestVlan || vlan.id > highestVlan)
             add("vlan-id-range", all.vlanTable, i, "",
                 "the id is outside 1 to 4094; it reaches the chip as " +
                     std::to_string(static_cast<uint16_t>(vlan.id)));
@@ -406,14 +296,6 @@ void Checker::checkVlans()
             add("vlan-duplicate", all.vlanTable, i, "",
                 "an earlier row describes the VLAN as well");
         checkInterface(i);
-        if (hasBridge)
-            checkBridgeList(i);
-        if (!hasChip && hasBridge)
-            continue;
-        checkList(i, "fwdMap", vlan.members, chipRows);
-        checkList(i, "untagMap", vlan.untagged, chipRows);
-        checkUntagged(i, untaggedIn);
-        checkShift(i, reached);
     }
 }
 
@@ -428,80 +310,45 @@ void Checker::checkInterface(size_t row)
         return;
     }
     const std::string sub = name + "." + std::to_string(vlan.id);
-    if (sub.size() > subInterfaceName)
+    if (sub.size() > longestInterfaceName)
         add("interface-name-long", all.vlanTable, row, "",
             "the sub-interface " + printable(sub) + " would have " + std::to_string(sub.size()) +
                 " characters; Linux takes 15");
-    if (context.interfaces && !context.interfaces->contains(name) && !isBridge(name))
+    if (context.where.interfaces && !context.where.interfaces->contains(name) && !isMade(name))
         add("interface-unknown", all.vlanTable, row, name,
             "there is no interface " + printable(name) + " here");
 }
 
-bool Checker::isBridge(const std::string &interface) const
+bool Checker::isMade(const std::string &interface) const
 {
-    for (size_t i = 0; i < all.switches.size(); ++i)
-        if (isDevice(all.switches[i].name, Backend::bridge) &&
-            all.switchTable.rows[i].text("switchDevice") == interface)
-            return true;
-    return false;
+    return std::any_of(
+        all.switchTable.rows.begin(), all.switchTable.rows.end(),
+        [&](const Row &row) {
+            const Device *device = deviceOf(row.text("switchName"));
+            return device != nullptr && device->madeInterface(row) == interface;
+        });
 }
 
-void Checker::checkList(size_t row, const char *column, const PortList &list, uint32_t chipRows)
+// --- what each device asks of them -------------------------------------------
+
+void Checker::checkDevices()
 {
-    uint32_t withoutRow = list.mask & chipMask & ~chipRows;
-    for (const ListEntry &entry : list.entries) {
-        const std::string number = std::to_string(entry.number);
-        const std::string subject = std::string(column) + " " + entry.text;
-        if (!entry.plain)
-            add("list-text", all.vlanTable, row, subject,
-                "'" + printable(entry.text) + "' in " + column + " is read as port " + number);
-        if (entry.number >= 0 && entry.number < chipPortCount)
-            continue;
-        const char *fate = "; it is left out";
-        if (entry.number >= chipPortCount && entry.number < 16)
-            fate = "; the chip refuses the VLAN";
-        add("port-missing", all.vlanTable, row, subject,
-            "port " + number + " in " + column + " is none of the chip" + fate);
+    std::vector<RowFault> faults;
+    const auto takesLists = [&](const Device *device) {
+        return device->takesLists && all.hasSwitch(device->name);
+    };
+    bool listed = std::any_of(devices().begin(), devices().end(), takesLists);
+    for (const Device *device : devices()) {
+        device->check(all, context.where, faults);
+        // Without any such switch the lists are judged as those of the first device.
+        if (takesLists(device) || (!listed && device->takesLists)) {
+            device->checkLists(all, faults);
+            listed = true;
+        }
     }
-    for (int port = 0; port < chipPortCount; ++port)
-        if ((withoutRow >> port & 1) != 0)
-            add("port-without-row", all.vlanTable, row,
-                std::string(column) + " " + std::to_string(port),
-                "port " + std::to_string(port) + " in " + column + " has no row");
-}
-
-void Checker::checkUntagged(size_t row, std::array<const VlanRow *, chipPortCount> &untaggedIn)
-{
-    const VlanRow &vlan = all.vlans[row];
-    uint32_t members = vlan.members.mask;
-    // The chip adds the port towards the processor to a VLAN that has members.
-    if (members != 0)
-        members |= chipHostPorts(vlan.interfaceName, vlan.inSwitchOnly);
-    for (int port = 0; port < chipPortCount; ++port) {
-        if ((vlan.untagged.mask >> port & 1) == 0)
-            continue;
-        const std::string number = std::to_string(port);
-        if ((members >> port & 1) == 0)
-            add("untag-without-membership", all.vlanTable, row, number,
-                "port " + number + " is in untagMap and not in fwdMap");
-        const VlanRow *earlier = std::exchange(untaggedIn[static_cast<size_t>(port)], &vlan);
-        if (earlier != nullptr)
-            add("untag-twice", all.vlanTable, row, number,
-                "port " + number + " is untagged in VLAN " + std::to_string(earlier->id) + " too");
-    }
-}
-
-// The engine's port above chip port n carries a VLAN when the list has n - 1.
-void Checker::checkShift(size_t row, uint32_t reached)
-{
-    const uint32_t members = all.vlans[row].members.mask;
-    const uint32_t byChip = members & reached;
-    const uint32_t byEngine = members << 1 & reached;
-    if (byChip == byEngine)
-        return;
-    add("shifted-ports", all.vlanTable, row, "",
-        "of the chip ports below the engine, the chip carries it at " + portListText(byChip) +
-            ", the engine above " + portListText(byEngine));
+    for (RowFault &fault : faults)
+        add(fault.rule, *fault.table, fault.row, std::move(fault.subject),
+            std::move(fault.message));
 }
 
 std::vector<Finding> Checker::run()
@@ -512,6 +359,7 @@ std::vector<Finding> Checker::run()
     checkSwitches();
     checkPorts();
     checkVlans();
+    checkDevices();
     std::stable_sort(found.begin(), found.end(), [](const Finding &a, const Finding &b) {
         return std::pair(b.severity, a.rule) < std::pair(a.severity, b.rule);
     });
@@ -548,6 +396,15 @@ bool Finding::sameAs(const Finding &other) const
     // A row may have been written anew, or have got another name.
     return rule == other.rule && table == other.table && subject == other.subject &&
            (rowId == other.rowId || name == other.name);
+}
+
+std::set<std::string> unsupportedHere()
+{
+    std::set<std::string> names;
+    for (const Device *device : devices())
+        if (!device->supportedHere().value_or(true))
+            names.insert(device->name);
+    return names;
 }
 
 std::vector<Finding> checkConfiguration(Database &database, const CheckContext &context)

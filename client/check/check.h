@@ -3,8 +3,9 @@
 // not judged here: that comes from a rehearsal of a start, where one is given.
 #pragma once
 
-#include "client/check/rule.h"
+#include "client/devices/device.h"
 #include "client/rows/database.h"
+#include "client/rows/rule.h"
 
 #include <cstdint>
 #include <optional>
@@ -29,10 +30,12 @@ struct Finding {
 };
 
 struct CheckContext {
-    std::optional<std::set<std::string>> interfaces; // that exist; none: not looked up
-    std::optional<bool> bridgesFilter{};             // this kernel's do it by VLAN; none: not known
+    Surroundings where{};
     const Rehearsal *start = nullptr; // of a start from this very database; null: not rehearsed
 };
+
+// The devices that this machine is known to lack.
+std::set<std::string> unsupportedHere();
 
 // All findings, by rule and then in the order of the rows. Reads the tables one
 // after the other: a transaction around the call makes them fit together.

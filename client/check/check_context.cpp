@@ -5,11 +5,11 @@ namespace swctl {
 CheckContext checkContextOf(const GatewayView &gateway)
 {
     CheckContext context;
-    context.interfaces.emplace();
+    context.where.interfaces.emplace();
     for (const auto &[name, address] : gateway.interfaces())
-        context.interfaces->insert(name);
+        context.where.interfaces->insert(name);
     if (gateway.site().engineState.empty())
-        context.bridgesFilter = bridgesFilter();
+        context.where.unsupported = unsupportedHere();
     return context;
 }
 

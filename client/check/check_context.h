@@ -2,7 +2,7 @@
 #pragma once
 
 #include "client/check/check.h"
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 
 namespace swctl {
 

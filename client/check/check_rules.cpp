@@ -1,12 +1,13 @@
-// The rules, and what SQL can say of them and of the columns. Adding a rule: a row
-// here, its condition among the guards where SQL can express it, and the place
-// in check.cpp that finds it.
+// The rules that hold for every device, and what SQL can say of rules and columns. Adding
+// one: a row here, its condition among the guards where SQL can express it, and the place
+// in check.cpp that finds it. Those of one device are in its own folder.
 #include "client/check/check_rules.h"
 
-#include "client/devices/devices.h"
+#include "client/gateway/devices.h"
 #include "client/rows/columns.h"
 
 #include <algorithm>
+#include <functional>
 
 namespace swctl {
 namespace {
@@ -16,163 +17,136 @@ constexpr auto warning = Severity::warning;
 
 // In the order in which findings are shown: what stops a start, then the tables
 // from the switches to the VLANs.
-constexpr Rule rules[] = {
-    {"start-stops", error, "a start of the service stops at this row",
+constexpr Rule general[] = {
+    {nullptr, "start-stops", error, "a start of the service stops at this row",
      "The service does not go on after a row that it cannot apply, so all later rows and tables "
      "are missing in the switches.",
      "Correct the row by the reason shown, or delete it, then restart the service."},
-    {"table-missing", error, "a table is not there",
+    {nullptr, "table-missing", error, "a table is not there",
      "The service reads the tables one after the other and stops at the first that is missing.",
      "Create it with schema.sql, which leaves existing tables alone."},
-    {"column-missing", error, "a column is not there",
+    {nullptr, "column-missing", error, "a column is not there",
      "The service finds columns by their exact names, and one that is missing counts as 0 or "
      "empty in every row.",
      "Add it with ALTER TABLE as schema.sql declares it; upper and lower case matter."},
-    {"text-too-long", error, "a text is longer than its field",
+    {nullptr, "text-too-long", error, "a text is longer than its field",
      "The service refuses a row whose text does not fit, and a start ends there.",
      "Shorten the text."},
-    {"interface-bad-name", error, "an interface name has a character that none may have",
+    {nullptr, "interface-bad-name", error, "an interface name has a character that none may have",
      "The names of a VLAN's interface and of a bridge's port become part of command lines; one "
      "with any other character than letters, digits and _ . : @ - reaches none, and a start ends "
      "at its row.",
      "Give the name of the interface as 'ip link' shows it."},
-    {"number-text", warning, "a number is not written as one",
+    {nullptr, "number-text", warning, "a number is not written as one",
      "The service reads the digits at the start, takes 0 where there are none, and clamps what "
      "does not fit 32 bits to the nearest number that does.",
      "Write the number that is meant, with decimal digits alone."},
-    {"value-range", error, "a number is outside its range",
+    {nullptr, "value-range", error, "a number is outside its range",
      "A value that switches do not know is refused or ignored, so what is in force is not what "
      "the row says; a PVID beyond 4094 even stops every VLAN of the chip.",
      "Give a value of the range shown."},
-    {"switch-unknown-name", error, "no backend drives a switch of this name",
+    {switchTableName, "switch-unknown-name", error, "no backend drives a switch of this name",
      "The name selects the backend, so a switch with another name cannot be set up, and a start "
      "ends there.",
      "Name the switch BCM (the chip), PSE (the engine) or BRIDGE (of Linux), in capitals."},
-    {"switch-duplicate", error, "two rows describe one switch",
+    {switchTableName, "switch-duplicate", error, "two rows describe one switch",
      "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
-    {"switch-device-missing", error, "the chip has no device node",
-     "Every request to the chip goes through its node; without one it cannot be opened, and a "
-     "start ends there.",
-     "Name it: 'swctl switch add BCM --device PATH', or set switchDevice in its row."},
-    {"bridge-kernel", error, "the kernel's bridges keep no VLANs apart",
-     "Membership, tags and the VLAN of untagged frames are kept by the kernel's VLAN filtering; "
-     "a bridge without it forwards every frame to every port, and a start ends at its row.",
-     "Use a kernel with CONFIG_BRIDGE_VLAN_FILTERING."},
-    {"bridge-port-interface", error, "a port of the bridge is no interface of its own",
-     "A port of a bridge is the interface that its row names; one that is not there, or that two "
-     "rows name, cannot join, and a start ends at its row.",
-     "Name the port's own interface, as 'swctl port set BRIDGE 1 --interface lan1'."},
-    {"same-level", warning, "two switches are on one level",
+    {switchTableName, "same-level", warning, "two switches are on one level",
      "The first row of the highest level is the top of the hierarchy, so the order of rows "
      "decides which switch gets requests for VLANs and bandwidth.",
      "Give the engine a higher level than the chip."},
-    {"vlan-mode-differs", warning, "the chip gets another VLAN mode than its row says",
-     "The top switch hands its own vlanEnable down at the end of a start, after the chip's own.",
-     "Give both switches the same vlanEnable."},
-    {"port-without-switch", error, "the switch of a port is not there",
+    {portTableName, "port-without-switch", error, "the switch of a port is not there",
      "The service cannot make a port of an unknown switch, and a start ends there.",
      "Correct switchName, or add the switch."},
-    {"port-duplicate", error, "two rows describe one port",
+    {portTableName, "port-duplicate", error, "two rows describe one port",
      "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
-    {"port-number-range", error, "the switch does not have this port",
+    {portTableName, "port-number-range", error, "the switch does not have this port",
      "The chip has the ports 0 to 4 and refuses any other, after which no VLAN can be added or "
      "changed; the engine has 0 to 7 and its tools refuse any other.",
      "Correct the number, or delete the row."},
-    {"port-beyond-count", warning, "the port lies beyond the switch's number of ports",
+    {portTableName, "port-beyond-count", warning,
+     "the port lies beyond the switch's number of ports",
      "numPorts and the rows of the ports contradict each other; the service uses the rows.",
      "Correct numPorts, or delete the row of the port."},
-    {"mapping-own-switch", error, "a port is mapped onto its own switch",
+    {portTableName, "mapping-own-switch", error, "a port is mapped onto its own switch",
      "Commands would go round for ever, so the service refuses the row, and a start ends there.",
      "Map the port onto a port of the switch below."},
-    {"mapping-nowhere", error, "a port is mapped onto a port that no row describes",
+    {portTableName, "mapping-nowhere", error, "a port is mapped onto a port that no row describes",
      "The service refuses a row that leads nowhere, and a start ends there.",
      "Write SWITCH:PORT with commas between, and add the rows of those ports first."},
-    {"mapping-later-row", error, "a port is mapped onto a port of a later row",
+    {portTableName, "mapping-later-row", error, "a port is mapped onto a port of a later row",
      "Rows are applied in the table's order and the lower port is not there yet, so a start ends "
      "at this row.",
      "Delete the row of the upper port and add it again, so that it comes last."},
-    {"mapping-level", warning, "a port is mapped onto a switch that is not below its own",
+    {portTableName, "mapping-level", warning,
+     "a port is mapped onto a switch that is not below its own",
      "Commands go down along the mappings, while the levels say which switch is the top.",
      "Give the upper switch the higher level."},
-    {"vlan-id-range", error, "a VLAN id is outside 1 to 4094",
+    {vlanTableName, "vlan-id-range", error, "a VLAN id is outside 1 to 4094",
      "Ids reach the chip as 16 bits, so another id is refused, or overwrites the VLAN that has "
      "the same lower bits.",
      "Give an id from 1 to 4094."},
-    {"vlan-duplicate", error, "two rows describe one VLAN",
+    {vlanTableName, "vlan-duplicate", error, "two rows describe one VLAN",
      "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
-    {"interface-missing", error, "a VLAN has no interface",
+    {vlanTableName, "interface-missing", error, "a VLAN has no interface",
      "There is nothing to make the sub-interface on, and the engine cannot look up the hardware "
      "address that it needs.",
      "Name the interface that carries it: 'swctl vlan set ID --interface NAME'."},
-    {"interface-name-long", error, "the name of the sub-interface is longer than 15 characters",
+    {vlanTableName, "interface-name-long", error,
+     "the name of the sub-interface is longer than 15 characters",
      "Linux accepts no longer names, so the sub-interface is not made; the service goes on "
      "without it.",
      "Use an interface with a shorter name."},
-    {"interface-unknown", error, "the interface of a VLAN does not exist",
+    {vlanTableName, "interface-unknown", error, "the interface of a VLAN does not exist",
      "The sub-interface cannot be made, and where the engine carries the VLAN the service stops "
      "for want of a hardware address.",
      "Correct the name, or create the interface first."},
-    {"list-text", error, "an entry of a port list is no plain number",
+    {vlanTableName, "list-text", error, "an entry of a port list is no plain number",
      "The service reads the digits at the start of an entry and takes port 0 where there are "
      "none: 1-3 means port 1, x means port 0.",
      "Write plain numbers with commas between, such as 1,2,3."},
-    {"port-missing", error, "a port list names a port that the chip does not have",
+    {vlanTableName, "port-missing", error, "a port list names a port that the chip does not have",
      "The chip has the ports 0 to 4: it refuses a VLAN with one from 5 to 15, and a higher one "
      "is cut off on the way.",
      "Take the port out of the list."},
-    {"port-without-row", warning, "a port list names a port that no row describes",
-     "The chip's table gets the port, but its default tag is not set.",
-     "Add the port: 'swctl port add BCM PORT'."},
-    {"untag-without-membership", error, "a port sends a VLAN untagged that it is no member of",
+    {vlanTableName, "untag-without-membership", error,
+     "a port sends a VLAN untagged that it is no member of",
      "Untagged frames from that port would get a VLAN that the port is not in, and are lost.",
      "Add the port to fwdMap, or take it out of untagMap."},
-    {"untag-twice", error, "a port sends two VLANs untagged",
+    {vlanTableName, "untag-twice", error, "a port sends two VLANs untagged",
      "Untagged frames from that port belong to the last of these VLANs; the others can be left "
      "by that port but not entered.",
      "Leave the port untagged in one VLAN."},
-    {"shifted-ports", warning, "engine and chip carry a VLAN at different ports",
-     "Number n of a list is port n to the chip, while the engine takes it for its port that is "
-     "mapped onto port n+1 of the chip.",
-     "Put both n and n-1 into the list for a port n of the chip that the engine shall reach, or "
-     "leave it where the difference is meant."},
 };
 
-// A condition under which a row that was just written breaks a rule. In it,
-// #column is the number that the service reads in the row, @column its port list
-// as ",1,2,"; both may name the row `o` of a query as well. $chip and $bridge are the
-// names of these devices, $hostPort the entry ",4," of the chip's port to the host.
-struct Guard {
-    const char *rule;
-    const char *table;
-    const char *condition;
-    std::string (*made)() = nullptr; // instead, from the table of devices
-};
+std::string quotedName(const Device &device)
+{
+    return "'" + std::string(device.name) + "'";
+}
 
-// A list of the devices' names, or of what is said of each.
-std::string ofDevices(const char *between, std::string (*text)(const Device &device))
+// "'BCM', 'BRIDGE'"
+std::string quotedNames(const std::function<bool(const Device &)> &chosen)
 {
     std::string all;
-    for (const Device &device : devices())
-        all += (all.empty() ? "" : between) + text(device);
+    for (const Device *device : devices())
+        if (chosen(*device))
+            all += (all.empty() ? "" : ", ") + quotedName(*device);
     return all;
 }
 
 std::string nameUnknown()
 {
     return "ifnull(NEW.switchName, '') NOT IN (" +
-           ofDevices(
-               ", ", [](const Device &device) { return "'" + std::string(device.name) + "'"; }) +
-           ")";
+           quotedNames([](const Device &) { return true; }) + ")";
 }
 
 std::string portBeyond()
 {
-    return ofDevices(
-        "\n      OR ",
-        [](const Device &device) {
-            return "NEW.switchName = '" + std::string(device.name) +
-                   "' AND #portNumber NOT BETWEEN 0 AND " + std::to_string(device.ports - 1);
-        });
+    std::string sql;
+    for (const Device *device : devices())
+        sql += (sql.empty() ? "" : "\n      OR ") + ("NEW.switchName = " + quotedName(*device)) +
+               " AND #portNumber NOT BETWEEN 0 AND " + std::to_string(device->portCount - 1);
+    return sql;
 }
 
 // The entries of NEW.phyDevice that name a port of the rows, by their length.
@@ -181,57 +155,35 @@ std::string portBeyond()
     "      (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig" rows ") p,\n"  \
     "      (SELECT ',' || replace(NEW.phyDevice, ',', ',,') || ',' AS t) m)"
 #define MAPPING_LENGTH "length(',' || replace(NEW.phyDevice, ',', ',,') || ',')"
-#define CHIP_PORTS     "(SELECT ',' || column1 || ',' AS e FROM (VALUES (0), (1), (2), (3), (4))) n"
 
-constexpr Guard guards[] = {
-    {"switch-unknown-name", "swGlobalCfg", nullptr, nameUnknown},
-    {"switch-duplicate", "swGlobalCfg",
+constexpr Guard generalGuards[] = {
+    {"switch-unknown-name", switchTableName, nullptr, nameUnknown},
+    {"switch-duplicate", switchTableName,
      "EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.rowid <> NEW.rowid\n"
      "      AND o.switchName = NEW.switchName)"},
-    {"switch-device-missing", "swGlobalCfg",
-     "NEW.switchName = $chip AND ifnull(NEW.switchDevice, '') = ''"},
 
-    {"port-without-switch", "swPortConfig",
+    {"port-without-switch", portTableName,
      "NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = NEW.switchName)"},
-    {"port-duplicate", "swPortConfig",
+    {"port-duplicate", portTableName,
      "EXISTS (SELECT 1 FROM swPortConfig o WHERE o.rowid <> NEW.rowid\n"
      "      AND o.switchName = NEW.switchName AND #o.portNumber = #portNumber)"},
-    {"port-number-range", "swPortConfig", nullptr, portBeyond},
-    {"bridge-port-interface", "swPortConfig",
-     "NEW.switchName = $bridge AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15\n"
-     "      OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE\n"
-     "      o.rowid <> NEW.rowid AND o.switchName = $bridge AND\n"
-     "      o.interfaceName = NEW.interfaceName))"},
-    {"mapping-own-switch", "swPortConfig",
+    {"port-number-range", portTableName, nullptr, portBeyond},
+    {"mapping-own-switch", portTableName,
      "instr(',' || NEW.phyDevice, ',' || NEW.switchName || ':') > 0"},
-    {"mapping-nowhere", "swPortConfig",
+    {"mapping-nowhere", portTableName,
      "NEW.phyDevice <> '' AND " MAPPING_LENGTH " <>\n      " MAPPED_LENGTH("")},
-    {"mapping-later-row", "swPortConfig",
+    {"mapping-later-row", portTableName,
      "NEW.phyDevice <> '' AND " MAPPING_LENGTH
      " <>\n      " MAPPED_LENGTH(" WHERE rowid < NEW.rowid")},
 
-    {"vlan-id-range", "vlanEncapIf", "#vlanId NOT BETWEEN 1 AND 4094"},
-    {"vlan-duplicate", "vlanEncapIf",
+    {"vlan-id-range", vlanTableName, "#vlanId NOT BETWEEN 1 AND 4094"},
+    {"vlan-duplicate", vlanTableName,
      "EXISTS (SELECT 1 FROM vlanEncapIf o WHERE o.rowid <> NEW.rowid\n"
      "      AND #o.vlanId = #vlanId)"},
-    {"interface-missing", "vlanEncapIf",
+    {"interface-missing", vlanTableName,
      "ifnull(NEW.interfaceName, '') = '' AND #inSwitchOnly = 0"},
-    {"interface-name-long", "vlanEncapIf",
+    {"interface-name-long", vlanTableName,
      "NEW.interfaceName <> '' AND length(NEW.interfaceName || '.' || #vlanId) > 15"},
-    {"port-missing", "vlanEncapIf",
-     "(@fwdMap GLOB '*[5-9]*' OR @fwdMap GLOB '*[0-9][0-9]*'\n"
-     "      OR @untagMap GLOB '*[5-9]*' OR @untagMap GLOB '*[0-9][0-9]*')\n"
-     "      AND (EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = $chip)\n"
-     "      OR NOT EXISTS (SELECT 1 FROM swGlobalCfg o WHERE o.switchName = $bridge))"},
-    {"untag-without-membership", "vlanEncapIf",
-     "EXISTS (SELECT 1 FROM " CHIP_PORTS "\n"
-     "      WHERE instr(@untagMap, n.e) AND NOT instr(@fwdMap, n.e)\n"
-     "      AND NOT (@fwdMap GLOB '*[0-9]*' AND n.e =\n"
-     "         $hostPort))"},
-    {"untag-twice", "vlanEncapIf",
-     "EXISTS (SELECT 1 FROM " CHIP_PORTS ", vlanEncapIf o\n"
-     "      WHERE instr(@untagMap, n.e) AND o.rowid <> NEW.rowid\n"
-     "      AND instr(@o.untagMap, n.e))"},
 };
 
 bool isNameCharacter(char c)
@@ -239,26 +191,17 @@ bool isNameCharacter(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.';
 }
 
-std::string quotedName(Backend backend)
+// What a $word of a guard of that device stands for.
+std::string wordMeant(std::string_view word, const Device &device)
 {
-    return "'" + std::string(deviceOf(backend).name) + "'";
-}
-
-// What a $word of a condition stands for.
-std::string wordMeant(std::string_view word)
-{
-    const auto entry = [](int port) { return "'," + std::to_string(port) + ",'"; };
-    if (word == "chip")
-        return quotedName(Backend::chip);
-    if (word == "bridge")
-        return quotedName(Backend::bridge);
-    return "CASE WHEN NEW.interfaceName = '" + std::string(chipLanInterface) +
-           "' AND #inSwitchOnly = 0 THEN " + entry(chipLanHostPort) + " ELSE " +
-           entry(chipHostPort) + " END";
+    if (word == "self")
+        return quotedName(device);
+    return quotedNames(
+        [&](const Device &other) { return other.takesLists && other.name != device.name; });
 }
 
 // A condition with #, @ and $ written out.
-std::string expanded(std::string_view condition)
+std::string expanded(std::string_view condition, const Device *device)
 {
     std::string sql;
     while (!condition.empty()) {
@@ -273,7 +216,7 @@ std::string expanded(std::string_view condition)
         std::string column(condition.begin(), end);
         condition.remove_prefix(column.size());
         if (mark == '$') {
-            sql += expanded(wordMeant(column));
+            sql += wordMeant(column, *device);
             continue;
         }
         if (column.find('.') == std::string::npos)
@@ -287,10 +230,11 @@ std::string expanded(std::string_view condition)
 }
 
 // One statement of a trigger: refuses where the condition holds.
-std::string refusal(const std::string &rule, const std::string &fault, const std::string &condition)
+std::string refusal(const std::string &rule, const std::string &fault, const std::string &condition,
+                    const Device *device = nullptr)
 {
     return "    SELECT RAISE(ABORT, '" + rule + ": " + fault + "')\n    WHERE " +
-           expanded(condition) + ";\n";
+           expanded(condition, device) + ";\n";
 }
 
 std::string listRefusal(const std::string &column)
@@ -320,9 +264,23 @@ std::string columnRefusals(const Column &column)
                        "NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
     if (column.holds == Holds::portInterface)
         sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
-                       "NEW.switchName = $bridge AND NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
+                       "NEW.switchName IN (" + quotedNames([](const Device &device) {
+                           return device.portsAreInterfaces;
+                       }) + ") AND NEW." +
+                           name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
     if (column.holds == Holds::portList)
         sql += listRefusal(name);
+    return sql;
+}
+
+std::string guardRefusals(const std::string &table, std::span<const Guard> guards,
+                          const Device *device = nullptr)
+{
+    std::string sql;
+    for (const Guard &guard : guards)
+        if (guard.table == table)
+            sql += refusal(guard.rule, ruleById(guard.rule)->fault,
+                           guard.made != nullptr ? guard.made() : guard.condition, device);
     return sql;
 }
 
@@ -331,11 +289,27 @@ std::string refusalsOf(const std::string &table)
     std::string sql;
     for (const Column &column : columnsOf(table))
         sql += columnRefusals(column);
-    for (const Guard &guard : guards)
-        if (guard.table == table)
-            sql += refusal(guard.rule, ruleById(guard.rule)->fault,
-                           guard.made != nullptr ? guard.made() : guard.condition);
+    sql += guardRefusals(table, generalGuards);
+    for (const Device *device : devices())
+        sql += guardRefusals(table, device->guards(), device);
     return sql;
+}
+
+// What is about any row first, then from the switches to the VLANs.
+std::vector<Rule> allRules()
+{
+    std::vector<Rule> all;
+    for (const std::string_view table : {"", switchTableName, portTableName, vlanTableName}) {
+        const auto add = [&](std::span<const Rule> rules) {
+            for (const Rule &rule : rules)
+                if (table == (rule.table != nullptr ? rule.table : ""))
+                    all.push_back(rule);
+        };
+        add(general);
+        for (const Device *device : devices())
+            add(device->rules());
+    }
+    return all;
 }
 
 constexpr const char *head =
@@ -355,14 +329,15 @@ const char *severityName(Severity severity)
     return severity == Severity::error ? "error" : "warning";
 }
 
-std::span<const Rule> checkRules()
+const std::vector<Rule> &checkRules()
 {
+    static const std::vector<Rule> rules = allRules();
     return rules;
 }
 
 const Rule *ruleById(std::string_view id)
 {
-    for (const Rule &rule : rules)
+    for (const Rule &rule : checkRules())
         if (rule.id == id)
             return &rule;
     return nullptr;

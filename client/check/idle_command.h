@@ -2,7 +2,7 @@
 // that starts from the database and then gets the command.
 #pragma once
 
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 
 #include <string>
 #include <string_view>

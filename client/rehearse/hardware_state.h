@@ -23,7 +23,7 @@ struct ChipVlan {
     [[nodiscard]] bool empty() const { return fwdMap == 0 && untagMap == 0; }
 };
 
-struct ChipPort {
+struct PortState {
     uint16_t pvid = 0; // default tag: VLAN of untagged frames
     uint8_t priority = 0;
     uint8_t cfi = 0;
@@ -34,7 +34,7 @@ struct ChipPort {
 
 struct Chip {
     std::map<int, ChipVlan> vlans; // by VLAN id; entries that are not empty
-    std::array<ChipPort, chipPortCount> ports{};
+    std::array<PortState, chipPortCount> ports{};
 };
 
 // A VLAN sub-interface of the kernel.

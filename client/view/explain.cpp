@@ -3,69 +3,14 @@
 #include "client/base/number.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
-#include "client/view/explain_bridge.h"
+#include "client/devices/host_links.h"
+#include "client/gateway/devices.h"
 
 #include <algorithm>
+#include <tuple>
 
 namespace swctl {
 namespace {
-
-// The chip's ports that lead a VLAN to the host.
-uint32_t hostPorts(const Network &network, int vlanId)
-{
-    uint32_t map = 0;
-    for (size_t row = 0; row < network.vlans.size(); ++row)
-        for (size_t at = 0; network.vlans[row].id == vlanId && at < network.columns.size(); ++at) {
-            const PortColumn &column = network.columns[at];
-            if (network.lines[row][at].cpu &&
-                network.switches[column.owner].carriedBy == Backend::chip)
-                map |= portBit(column.port);
-        }
-    return map;
-}
-
-// Of a frame that gets into a VLAN at a port with these members.
-FrameFate forwarded(int port, int vlanId, uint32_t members, uint32_t untagged, uint32_t reach)
-{
-    FrameFate fate;
-    fate.vlanId = vlanId;
-    const uint32_t to = members & reach & ~portBit(port);
-    if (members == 0)
-        fate.dropped = "there is no " + vlanText(vlanId);
-    else if ((members & portBit(port)) == 0)
-        fate.dropped = "port " + std::to_string(port) + " is no member of " + vlanText(vlanId);
-    else if (to == 0)
-        fate.dropped = vlanText(vlanId) + " has no other port that it may go to";
-    else
-        fate.to = to;
-    fate.bare = fate.to & untagged;
-    return fate;
-}
-
-FrameFate chipFate(const Inspection &inspection, const Chip &chip, int port, int vlanId)
-{
-    FrameFate fate;
-    if (!inspection.start->state().chip.vlanMode)
-        fate.unknown = "a start leaves 802.1Q off on the chip: tags are not looked at";
-    else if (vlanId == 0)
-        fate.unknown = "the port's default tag names no VLAN";
-    if (!fate.unknown.empty())
-        return fate;
-    const ChipVlan entry = entryOf(chip, vlanId);
-    fate = forwarded(port, vlanId, entry.fwdMap, entry.untagMap,
-                     chip.ports[static_cast<size_t>(port)].forwardMap);
-    fate.host = (fate.to & hostPorts(inspection.network, vlanId)) != 0;
-    return fate;
-}
-
-FrameFate engineFate(const Inspection &inspection, int port, int vlanId)
-{
-    const EngineVlan vlan = inspection.engineOf(vlanId);
-    FrameFate fate =
-        forwarded(port, vlanId, vlan.members, vlan.members & ~vlan.tagged, ~uint32_t{0});
-    fate.host = (fate.to & vlan.cpu) != 0;
-    return fate;
-}
 
 std::string rowText(const Row &row)
 {
@@ -103,9 +48,9 @@ std::vector<Finding> findingsOf(const Inspection &inspection, const std::set<int
 void kernelReasons(const Inspection &inspection, const std::set<int> &vlanIds,
                    std::vector<std::string> &reasons)
 {
-    if (!inspection.actual.engine.held)
+    if (!inspection.actual.tools.held)
         return;
-    for (const std::string &line : inspection.actual.engine.held->others)
+    for (const std::string &line : inspection.actual.tools.held->others)
         for (const Row &row : inspection.vlanRows) {
             const std::string id = row.text("vlanId");
             std::string added = row.text("interfaceName") + " ";
@@ -139,12 +84,6 @@ std::vector<std::string> reasonsOf(const Inspection &inspection, const std::set<
     return reasons;
 }
 
-std::string partOf(const Chip &chip, int vlanId, int port)
-{
-    const ChipVlan entry = entryOf(chip, vlanId);
-    return partText((entry.fwdMap & portBit(port)) != 0, (entry.untagMap & portBit(port)) != 0);
-}
-
 // What has the rows name the port as a member.
 std::string remedyOf(const Inspection &inspection, const PortExplanation &all,
                      const std::string &interface)
@@ -158,56 +97,31 @@ std::string remedyOf(const Inspection &inspection, const PortExplanation &all,
                   portBit(all.port.number));
 }
 
-void explainChipPort(const Inspection &inspection, PortExplanation &all)
+// By VLAN, the ports of the device that lead a row's frames to the host.
+std::map<int, uint32_t> hostPortsOf(const Network &network, const Device &device)
 {
-    const int port = all.port.number;
-    const auto at = static_cast<size_t>(port);
-    const Part<Chip> &held = inspection.actual.chip;
-    const Chip &judged = held.held ? *held.held : inspection.target.chip;
-    all.basis = held.held ? "what the chip holds" : "a fresh start, since the chip was not read";
-    all.read = held.held.has_value();
-    all.wanted = partOf(inspection.target.chip, all.vlanId, port);
-    all.held = held.held ? partOf(*held.held, all.vlanId, port) : "not read: " + held.reason;
-    all.tagged = chipFate(inspection, judged, port, all.vlanId);
-    all.untagged = chipFate(inspection, judged, port, judged.ports[at].pvid);
-    // The driver cannot be asked for this; a start sets it for every port.
-    if (inspection.start->state().chip.ports[at].dropNon8021q != 0 &&
-        all.untagged.unknown.empty()) {
-        all.untagged = {};
-        all.untagged.dropped = "the port is untagged in no VLAN and takes tagged frames alone";
-    }
-    const ChipVlan entry = entryOf(judged, all.vlanId);
-    if ((entry.fwdMap & portBit(port)) != 0)
-        all.sends = (entry.untagMap & portBit(port)) != 0 ? "without tag" : "tagged";
-    const std::set<int> concerned{all.vlanId, inspection.target.chip.ports[at].pvid,
-                                  judged.ports[at].pvid};
-    for (const Difference &difference : inspection.differences)
-        if (difference.kind == DifferenceKind::defaultTag ? difference.port == port
-                                                          : concerned.contains(difference.vlanId))
-            all.differs.push_back(difference);
-    if ((entryOf(inspection.target.chip, all.vlanId).fwdMap & portBit(port)) == 0)
-        all.remedy = remedyOf(inspection, all, "IF");
+    std::map<int, uint32_t> ports;
+    for (const VlanConfig &vlan : network.vlans)
+        ports[vlan.id] |= device.hostPorts(vlan.interfaceName, vlan.switchOnly);
+    return ports;
 }
 
-void explainEnginePort(const Inspection &inspection, PortExplanation &all)
+PortAnswer answerOf(const Inspection &inspection, const PortName &name, int vlanId)
 {
-    const EngineVlan vlan = inspection.engineOf(all.vlanId);
-    const uint32_t bit = portBit(all.port.number);
-    const Part<EngineFacts> &facts = inspection.actual.engine;
-    all.basis = "a fresh start, since the engine's tools have no query";
-    all.wanted = partText((vlan.members & bit) != 0, (vlan.tagged & bit) == 0);
-    all.held = !facts.held                               ? "not known: " + facts.reason
-               : facts.held->failed.contains(all.vlanId) ? "not known; by the log a tool failed"
-                                                         : "not known; by the log no tool failed";
-    if (!facts.held)
-        all.unread.push_back("engine: " + facts.reason);
-    all.tagged = engineFate(inspection, all.port.number, all.vlanId);
-    all.untagged.unknown = "the engine's tools set no default tag";
-    if ((vlan.members & bit) != 0)
-        all.sends = (vlan.tagged & bit) != 0 ? "tagged" : "without tag";
-    for (const Difference &difference : inspection.differences)
-        if (difference.vlanId == all.vlanId && difference.kind != DifferenceKind::defaultTag)
-            all.differs.push_back(difference);
+    PortQuestion question{.port = {name.number, {}},
+                          .vlanId = vlanId,
+                          .ports = {},
+                          .hostPorts = hostPortsOf(inspection.network, *name.device),
+                          .wanted = inspection.target.of(*name.device),
+                          .actual = inspection.actual.of(*name.device),
+                          .differences = inspection.differences};
+    for (const SwitchConfig &sw : inspection.network.switches)
+        if (sw.name == name.switchName)
+            question.ports.assign(sw.ports.begin(), sw.ports.end());
+    for (const DevicePort &port : question.ports)
+        if (port.number == name.number)
+            question.port = port;
+    return name.device->explain(question);
 }
 
 std::string stateOf(const Kernel &kernel, const std::string &name)
@@ -216,11 +130,28 @@ std::string stateOf(const Kernel &kernel, const std::string &name)
     return found != kernel.interfaces.end() ? stateText(found->second) : "none";
 }
 
+// How the sub-interface gets its frames: by the last device that brings them to the host.
+HostSide hostSideOf(const Inspection &inspection, int vlanId)
+{
+    HostSide all;
+    for (const Device *device : devices()) {
+        const DeviceState &wanted = inspection.target.of(*device);
+        const DeviceState *held = inspection.actual.of(*device).held.get();
+        const std::map<int, uint32_t> ports = hostPortsOf(inspection.network, *device);
+        const auto found = ports.find(vlanId);
+        HostSide side = (held != nullptr ? *held : wanted)
+                            .hostSide(vlanId, found != ports.end() ? found->second : 0);
+        if (!side.text.empty())
+            all.text = side.text;
+        if (!side.ports.empty())
+            std::tie(all.ports, all.hostPorts) = std::pair(side.ports, side.hostPorts);
+    }
+    return all;
+}
+
 SubInterfaceState subInterface(const Inspection &inspection, const std::string &name, int vlanId)
 {
     const Part<Kernel> &kernel = inspection.actual.kernel;
-    const Chip &chip =
-        inspection.actual.chip.held ? *inspection.actual.chip.held : inspection.target.chip;
     SubInterfaceState sub;
     sub.name = name;
     sub.vlanId = vlanId;
@@ -229,15 +160,7 @@ SubInterfaceState subInterface(const Inspection &inspection, const std::string &
     if (const auto other = inspection.actual.foreign.find(name);
         other != inspection.actual.foreign.end())
         sub.held = stateText(other->second) + ", made by others";
-    if (!inspection.target.bridge.name.empty())
-        sub.bridge = inspection.actual.bridge.held
-                         ? bridgeText(*inspection.actual.bridge.held, vlanId)
-                         : "not read";
-    ChipVlan entry = entryOf(chip, vlanId);
-    const auto host = static_cast<uint16_t>(hostPorts(inspection.network, vlanId) & entry.fwdMap);
-    sub.hostPorts = membersText({host, static_cast<uint16_t>(entry.untagMap & host)});
-    const auto others = static_cast<uint16_t>(entry.fwdMap & ~host);
-    sub.ports = membersText({others, static_cast<uint16_t>(entry.untagMap & others)});
+    sub.gets = hostSideOf(inspection, vlanId);
     return sub;
 }
 
@@ -272,13 +195,11 @@ PortExplanation explainPort(const Inspection &inspection, const PortName &port, 
         all.rows.push_back(rowText(row));
     all.findings = findingsOf(inspection, {vlanId});
     all.reasons = reasonsOf(inspection, {vlanId});
-    all.unread = inspection.unread;
-    if (port.backend == Backend::chip)
-        explainChipPort(inspection, all);
-    else if (port.backend == Backend::engine)
-        explainEnginePort(inspection, all);
-    else if (!explainBridgePort(inspection, all))
-        all.remedy = remedyOf(inspection, all, printable(inspection.target.bridge.name));
+    all.answer = answerOf(inspection, port, vlanId);
+    all.answer.unread.insert(all.answer.unread.begin(), inspection.unread.begin(),
+                             inspection.unread.end());
+    if (!all.answer.remedyInterface.empty())
+        all.remedy = remedyOf(inspection, all, all.answer.remedyInterface);
     return all;
 }
 

@@ -15,9 +15,8 @@ PortExplanation explainPort(const Inspection &inspection, const PortName &port, 
 struct SubInterfaceState {
     std::string name;
     int vlanId = 0;
-    std::string wanted, held;     // "up", "none", "not read"
-    std::string ports, hostPorts; // of the chip that reach it, and through which, as "1T 2U"
-    std::string bridge;           // what it gets in a bridge; empty: there is none
+    std::string wanted, held; // "up", "none", "not read"
+    HostSide gets;
 };
 
 struct InterfaceExplanation {

@@ -1,5 +1,5 @@
 // A look at the gateway on all levels at once: rows, a rehearsed start from them,
-// and what chip, engine and kernel hold of some VLANs.
+// and what devices and kernel hold of some VLANs.
 #pragma once
 
 #include "client/check/check.h"
@@ -24,14 +24,13 @@ struct Inspection {
     std::vector<std::string> unread;     // parts that might differ, and why they are unknown
 
     [[nodiscard]] std::vector<Row> rowsOf(int vlanId) const;
-    // The name of the switch that is the chip or the engine; empty: there is none.
-    [[nodiscard]] std::string nameOf(Backend backend) const;
-    [[nodiscard]] EngineVlan engineOf(int vlanId) const; // by the rehearsed start
+    // Whether a start brings such a switch up.
+    [[nodiscard]] bool has(const Device &device) const;
 };
 
 // Reads the entries of these VLANs and of sub-interfaces that no row has. With ports of
-// a chip or a bridge also whom the chip's may forward to, and the VLANs that untagged
-// frames get and should get there.
+// a device also where frames from there may go, and the VLANs that untagged frames get and
+// should get there.
 Inspection inspect(GatewayView &gateway, const std::set<int> &vlanIds,
                    const std::set<int> &ports = {});
 

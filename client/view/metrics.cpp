@@ -6,8 +6,8 @@
 #include "client/view/metrics.h"
 
 #include "client/base/text.h"
-#include "client/devices/gateway_view.h"
-#include "client/devices/readback.h"
+#include "client/gateway/devices.h"
+#include "client/gateway/gateway_view.h"
 #include "client/service/service.h"
 #include "client/service/service_life.h"
 #include "common/clock.h"
@@ -179,40 +179,47 @@ void addPorts(Exposition &out, const Facts &facts)
 {
     const auto each = [&](const char *name, const char *help, auto valueOf) {
         out.family(name, "gauge", help);
-        for (size_t port = 0; port < facts.ports->ports.size(); ++port)
-            out.sample(valueOf(facts.ports->ports[port]),
-                       {{"device", facts.chipDevice}, {"port", std::to_string(port)}});
+        for (const Facts::Ports &ports : facts.ports)
+            for (size_t port = 0; port < ports.states.size(); ++port)
+                out.sample(valueOf(ports.states[port]),
+                           {{"device", ports.node}, {"port", std::to_string(port)}});
     };
     each(
         "port_link_up", "Whether a port of the chip has a link.",
-        [](const ChipPort &port) { return uint64_t{port.linkUp}; });
+        [](const PortState &port) { return uint64_t{port.linkUp}; });
     each("port_default_vlan", "VLAN of a chip port's untagged frames.",
-         [](const ChipPort &port) { return uint64_t{port.pvid}; });
+         [](const PortState &port) { return uint64_t{port.pvid}; });
 }
 
 Database openDatabase(const std::string &path, Facts &facts)
 {
     facts.read["database"] = false;
     Database database(path, Access::read);
-    facts.chipDevice = chipDevice(database);
+    static_cast<void>(database.rows(switchTableName)); // a file that is no database throws here
     facts.read["database"] = true;
     return database;
 }
 
-void readPorts(const Site &site, Facts &facts)
+void readPorts(GatewayView &gateway, Facts &facts)
 {
-    if (facts.chipDevice.empty())
-        return;
-    Part<Chip> chip = readChipPorts(site, facts.chipDevice);
-    facts.read["chip"] = chip.held.has_value();
-    facts.ports = std::move(chip.held);
+    for (const Device *device : devices()) {
+        const std::optional<std::string> node = nodeOf(gateway.database(), *device);
+        if (!node)
+            continue;
+        auto ports = device->readPorts(gateway.site(), *node);
+        if (!ports)
+            continue;
+        facts.read[device->part] = ports->held.has_value();
+        if (ports->held)
+            facts.ports.push_back({*node, std::move(*ports->held)});
+    }
 }
 
-bool isUnread(const Status &status, const char *part)
+bool isUnread(const Status &status, const std::string &part)
 {
     return std::any_of(
         status.verdict.unread.begin(), status.verdict.unread.end(),
-        [part](const std::string &text) { return text.starts_with(part); });
+        [&](const std::string &text) { return text.starts_with(part + ": "); });
 }
 
 } // namespace
@@ -222,13 +229,14 @@ Facts factsOf(const std::string &databasePath, const std::string &siteFile)
     Facts facts;
     try {
         GatewayView gateway(openDatabase(databasePath, facts), siteFile);
-        readPorts(gateway.site(), facts);
+        readPorts(gateway, facts);
         facts.read["rehearsal"] = false;
         facts.status = statusOf(gateway);
         facts.read["rehearsal"] = true;
-        facts.read["kernel"] = !isUnread(*facts.status, "kernel: ");
-        if (isUnread(*facts.status, "chip: "))
-            facts.read["chip"] = false;
+        facts.read["kernel"] = !isUnread(*facts.status, "kernel");
+        for (const Device *device : devices())
+            if (isUnread(*facts.status, device->part))
+                facts.read[device->part] = false;
     } catch (const std::exception &failure) { // whatever it is, the rest is told
         facts.reason = failure.what();
     }
@@ -248,7 +256,7 @@ std::string metricsText(const Facts &facts)
         addStatus(out, *facts.status);
     if (facts.counts)
         addCounts(out, *facts.counts);
-    if (facts.ports)
+    if (!facts.ports.empty())
         addPorts(out, facts);
     return out.finished();
 }

@@ -8,6 +8,7 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace swctl {
 
@@ -18,8 +19,11 @@ struct Facts {
     std::optional<Status> status; // none: database or rehearsal are in the way
     std::string reason;           // why there is none
     std::optional<LogCounts> counts;
-    std::string chipDevice; // of the row; empty: no switch is a chip
-    std::optional<Chip> ports;
+    struct Ports {
+        std::string node; // of the switch's row
+        std::vector<PortState> states;
+    };
+    std::vector<Ports> ports;         // of each device that has a request for them
     std::map<std::string, bool> read; // part of the gateway: whether it could be read
 };
 

@@ -2,8 +2,7 @@
 // the rows, and beside them what the rehearsed service leaves in chip and engine.
 #pragma once
 
-#include "client/devices/devices.h"
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 
 #include <cstdint>
 #include <optional>
@@ -12,22 +11,20 @@
 
 namespace swctl {
 
-struct PortConfig {
+struct PortConfig : DevicePort {
     struct Mapping {
         std::string switchName;
         int32_t port; // port of that switch
     };
 
-    int32_t number = 0;
-    std::string interfaceName;   // empty: none
     std::vector<Mapping> mapped; // in the order of the row
 };
 
 struct SwitchConfig {
     std::string name;
-    std::string device;                // empty: none
-    Backend carriedBy = Backend::none; // none where the start did not come that far
-    int32_t level = 0;                 // the highest is the top-level switch
+    std::string node;               // device node or interface; empty: none
+    const Device *device = nullptr; // null where the start did not come that far
+    int32_t level = 0;              // the highest is the top-level switch
     bool vlanEnabled = false;
     bool qosEnabled = false;
     std::vector<PortConfig> ports; // in the order of the rows
@@ -88,7 +85,7 @@ std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
 Network networkOf(GatewayView &gateway);
 
 // The same of a start that was rehearsed already, without notes about the rows.
-Network networkOf(Snapshot &snapshot, const Rehearsal &start);
+Network networkOf(Snapshot &snapshot, const Rehearsal &start, const Target &target);
 
 // The name of the switch that owns a column.
 inline const std::string &ownerName(const Network &network, const PortColumn &column)
@@ -98,13 +95,5 @@ inline const std::string &ownerName(const Network &network, const PortColumn &co
 
 // Whether a column is the first one of its switch.
 bool beginsSwitch(const Network &network, size_t column);
-
-// The engine's ports that take part in a VLAN, bit n for port n.
-struct EngineVlan {
-    uint32_t members = 0;
-    uint32_t tagged = 0;
-    uint32_t cpu = 0; // ports that lead to the host's address
-};
-EngineVlan engineVlan(const engine::State &state, int32_t vlanId);
 
 } // namespace swctl

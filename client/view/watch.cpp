@@ -2,6 +2,8 @@
 
 #include "client/base/number.h"
 #include "client/base/time_text.h"
+#include "client/devices/host_links.h"
+#include "client/gateway/devices.h"
 #include "client/rows/check_rows.h"
 #include "client/service/service_life.h"
 
@@ -98,7 +100,8 @@ Scene Watcher::observe(bool table)
     addService(scene);
     addRows(scene);
     addKernel(scene);
-    addChip(scene, table);
+    for (const Device *device : devices())
+        addDevice(scene, *device, table);
     return scene;
 }
 
@@ -127,31 +130,36 @@ void Watcher::addKernel(Scene &scene)
     }
 }
 
-void Watcher::addChip(Scene &scene, bool table)
+void Watcher::addDevice(Scene &scene, const Device &device, bool table)
 {
-    const std::string device = chipDevice(gateway.database());
-    if (device.empty())
+    const std::optional<std::string> node = nodeOf(gateway.database(), device);
+    if (!node || !device.hasQuery)
         return;
-    const Part<Chip> ports = readChipPorts(gateway.site(), device);
-    if (!ports.held) {
-        scene[{0, "chip"}] = "not read: " + ports.reason;
-        entries.clear();
-        return;
+    const std::string part = device.part;
+    Scene &known = entries[&device];
+    const auto unread = [&](const std::string &reason) {
+        scene[{0, part}] = "not read: " + reason;
+        known.clear();
+    };
+    if (const auto ports = device.readPorts(gateway.site(), *node)) {
+        if (!ports->held)
+            return unread(ports->reason);
+        for (size_t port = 0; port < ports->held->size(); ++port) {
+            const PortState &held = (*ports->held)[port];
+            const std::string name = part + " port " + std::to_string(port);
+            scene[{0, name + " link"}] = held.linkUp ? "up" : "down";
+            scene[{0, name + " default tag"}] = std::to_string(held.pvid);
+        }
     }
-    for (size_t port = 0; port < ports.held->ports.size(); ++port) {
-        const ChipPort &held = ports.held->ports[port];
-        const std::string name = "chip port " + std::to_string(port);
-        scene[{0, name + " link"}] = held.linkUp ? "up" : "down";
-        scene[{0, name + " default tag"}] = std::to_string(held.pvid);
+    if (table || known.empty()) {
+        const DeviceReading reading = gateway.readDevice(device, *node, ids);
+        if (reading.held == nullptr)
+            return unread(reading.reason);
+        known.clear();
+        for (const int id : reading.held->vlanIds())
+            known[{id, part}] = reading.held->vlanText(id);
     }
-    if (table || entries.empty()) {
-        const Part<Chip> chip = readChip(gateway.site(), device, ids);
-        entries.clear();
-        if (chip.held)
-            for (const auto &[id, vlan] : chip.held->vlans)
-                entries[{id, "chip"}] = membersText(vlan);
-    }
-    scene.insert(entries.begin(), entries.end());
+    scene.insert(known.begin(), known.end());
 }
 
 void Watcher::addService(Scene &scene)

@@ -2,7 +2,7 @@
 // moments can be held against each other.
 #pragma once
 
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 
 #include <map>
 #include <string>
@@ -29,8 +29,9 @@ class Watcher {
 public:
     explicit Watcher(GatewayView &onlyLookedAt);
 
-    // The rows, the ports of the chip, sub-interfaces and the service. The chip's VLAN
-    // table, ten requests for each VLAN, only where `table` says so; else as it was.
+    // The rows, the ports of devices, sub-interfaces and the service. The devices' VLAN
+    // tables, of the chip ten requests for each VLAN, only where `table` says so; else as
+    // they were.
     Scene observe(bool table);
 
     // Whether another process has written to the database since the last call.
@@ -38,14 +39,14 @@ public:
 
 private:
     void addRows(Scene &scene);
-    void addChip(Scene &scene, bool table);
+    void addDevice(Scene &scene, const Device &device, bool table);
     void addKernel(Scene &scene);
     void addService(Scene &scene);
 
     GatewayView &gateway;
-    std::string version; // of the database's contents
-    std::set<int> ids;   // VLANs that were seen in rows or sub-interfaces
-    Scene entries;       // of the chip's VLAN table, as read last
+    std::string version;                     // of the database's contents
+    std::set<int> ids;                       // VLANs that were seen in rows or sub-interfaces
+    std::map<const Device *, Scene> entries; // of VLAN tables, as read last
 };
 
 } // namespace swctl

@@ -3,6 +3,9 @@
 #include "gateway.h"
 
 #include "client/base/failure.h"
+#include "client/devices/bridge/bridge_device.h"
+#include "client/devices/chip/chip.h"
+#include "client/devices/engine/engine.h"
 #include "client/plan/plans.h"
 #include "client/records/history.h"
 #include "client/records/journal.h"
@@ -17,36 +20,45 @@ using namespace std::string_literals;
 namespace swctl::test {
 namespace {
 
-// VLAN 10 on ports 0 and 1, the latter untagged; a sub-interface; a bridge of one port.
-Target soundTarget()
-{
+// What a start gives, and a gateway that has it.
+struct Sides {
+    Sides();
+
     Target target;
-    target.chipRun = true;
-    target.chip.vlans[10] = {0x03, 0x02};
-    target.chip.ports[1].pvid = 10;
-    target.takesUntagged[1] = true;
+    Actual actual;
+    std::shared_ptr<ChipState> chip = std::make_shared<ChipState>();
+    std::shared_ptr<ChipState> heldChip = std::make_shared<ChipState>();
+    std::shared_ptr<BridgeState> bridge = std::make_shared<BridgeState>();
+    std::shared_ptr<BridgeState> heldBridge = std::make_shared<BridgeState>();
+    std::shared_ptr<EngineLog> engine = std::make_shared<EngineLog>();
+};
+
+// VLAN 10 on ports 0 and 1, the latter untagged; a sub-interface; a bridge of one port.
+Sides::Sides()
+{
+    chip->run = true;
+    chip->chip.vlans[10] = {0x03, 0x02};
+    chip->chip.ports[1].pvid = 10;
+    chip->takesUntagged[1] = true;
     SubInterface sub{"eth0", 10, true, {}, {}};
     for (uint8_t i = 0; i < 8; ++i)
         sub.ingress[i] = sub.egress[i] = i;
     target.kernel.interfaces["eth0.10"] = sub;
-    target.bridge.name = "br0";
-    target.bridge.filtering = target.bridge.snooping = true;
-    target.bridge.links = {{"br0", {"", true}}, {"lan1", {"br0", true}}};
-    target.bridge.vlans[10] = {{"br0", Tagging::tagged}, {"lan1", Tagging::untagged}};
+    bridge->bridge.name = "br0";
+    bridge->bridge.filtering = bridge->bridge.snooping = true;
+    bridge->bridge.links = {{"br0", {"", true}}, {"lan1", {"br0", true}}};
+    bridge->bridge.vlans[10] = {{"br0", Tagging::tagged}, {"lan1", Tagging::untagged}};
     target.vlanIds = {10, 20};
-    return target;
-}
-
-Actual soundActual()
-{
-    const Target target = soundTarget();
-    Actual actual;
-    actual.chip.held = target.chip;
+    heldChip->chip = chip->chip;
+    heldBridge->bridge = bridge->bridge;
+    heldChip->ids = heldBridge->ids = {10, 20, 30};
+    target.devices[&chipDevice()] = chip;
+    target.devices[&engineDevice()] = std::make_shared<EngineState>();
+    target.devices[&bridgeDevice()] = bridge;
+    actual.devices[&chipDevice()].held = heldChip;
+    actual.devices[&engineDevice()].held = engine;
+    actual.devices[&bridgeDevice()].held = heldBridge;
     actual.kernel.held = target.kernel;
-    actual.bridge.held = target.bridge;
-    actual.engine.held.emplace();
-    actual.chipIds = {10, 20, 30};
-    return actual;
 }
 
 // "kind vlan/port/rows: text -> command", in the order in which they come.
@@ -62,126 +74,125 @@ std::string text(const std::vector<Difference> &all)
 TEST(Difference, isToldOfEveryPartThatWasRead)
 {
     struct Case {
-        std::function<void(Target &, Actual &)> make;
+        std::function<void(Sides &)> make;
         std::string text;
     };
     const std::string repairs = " -> swctl repair", restarts = " -> restart the service";
     const Case cases[] = {
-        {[](Target &, Actual &) {}, ""},
-        {[](Target &, Actual &a) {
-             a.chip.held->vlans[10] = {0x07, 0x02};
+        {[](Sides &) {}, ""},
+        {[](Sides &s) {
+             s.heldChip->chip.vlans[10] = {0x07, 0x02};
          },
          "chip-entry: VLAN 10 in the chip: 0T 1U 2T, should be 0T 1U" + repairs},
-        {[](Target &, Actual &a) {
-             a.chip.held->vlans[10] = {0x03, 0x06};
+        {[](Sides &s) {
+             s.heldChip->chip.vlans[10] = {0x03, 0x06};
          },
          "chip-entry: VLAN 10 in the chip: 0T 1U 2u, should be 0T 1U" + repairs},
-        {[](Target &, Actual &a) { a.chip.held->vlans.clear(); },
+        {[](Sides &s) { s.heldChip->chip.vlans.clear(); },
          "chip-entry: VLAN 10 in the chip: -, should be 0T 1U" + repairs},
-        {[](Target &, Actual &a) {
-             a.chip.held->vlans[30] = {0x01, 0};
+        {[](Sides &s) {
+             s.heldChip->chip.vlans[30] = {0x01, 0};
          },
          "chip-entry alone: VLAN 30 in the chip: 0T, should be -" + repairs},
-        {[](Target &, Actual &a) {
-             a.chip.held->vlans[40] = {0x01, 0};
+        {[](Sides &s) {
+             s.heldChip->chip.vlans[40] = {0x01, 0};
          },
          ""},
-        {[](Target &, Actual &a) { a.chip.held->vlans[30] = {}; }, ""},
-        {[](Target &, Actual &a) { a.chip.held->ports[1].pvid = 20; },
+        {[](Sides &s) { s.heldChip->chip.vlans[30] = {}; }, ""},
+        {[](Sides &s) { s.heldChip->chip.ports[1].pvid = 20; },
          "default-tag: port 1 default tag: 20, should be 10" + repairs},
-        {[](Target &, Actual &a) { a.chip.held->ports[4].pvid = 20; },
+        {[](Sides &s) { s.heldChip->chip.ports[4].pvid = 20; },
          "default-tag idle alone: port 4 default tag: 20, should be 0 (no effect: the port is "
          "untagged in no VLAN)" +
              repairs},
-        {[](Target &t, Actual &a) {
-             t.chipRun = false;
-             a.chip.held->ports[1].pvid = 20;
+        {[](Sides &s) {
+             s.chip->run = false;
+             s.heldChip->chip.ports[1].pvid = 20;
          },
          ""},
-        {[](Target &, Actual &a) {
-             a.chip.held.reset();
-             a.kernel.held.reset();
-             a.bridge.held.reset();
-             a.engine.held.reset();
+        {[](Sides &s) {
+             for (auto &[device, reading] : s.actual.devices)
+                 reading.held = nullptr;
+             s.actual.kernel.held.reset();
          },
          ""},
-        {[](Target &, Actual &a) { a.kernel.held->interfaces.clear(); },
+        {[](Sides &s) { s.actual.kernel.held->interfaces.clear(); },
          "sub-interface: eth0.10: missing, should be up" + repairs},
-        {[](Target &, Actual &a) { a.kernel.held->interfaces["eth0.10"].up = false; },
+        {[](Sides &s) { s.actual.kernel.held->interfaces["eth0.10"].up = false; },
          "sub-interface: eth0.10: down, should be up" + repairs},
-        {[](Target &, Actual &a) { a.kernel.held->interfaces["eth0.10"].ingress[7] = 0; },
+        {[](Sides &s) { s.actual.kernel.held->interfaces["eth0.10"].ingress[7] = 0; },
          "sub-interface: eth0.10: up, ingress priorities not mapped, should be up" + repairs},
-        {[](Target &, Actual &a) { a.kernel.held->interfaces["eth0.10"].egress[1] = 0; },
+        {[](Sides &s) { s.actual.kernel.held->interfaces["eth0.10"].egress[1] = 0; },
          "sub-interface: eth0.10: up, egress priorities not mapped, should be up" + repairs},
-        {[](Target &, Actual &a) {
-             a.kernel.held->interfaces["eth1.30"] = a.kernel.held->interfaces["eth0.10"];
-             a.kernel.held->interfaces["eth1.30"].vlanId = 30;
-             a.kernel.held->interfaces["eth1.30"].parent = "eth\x1b";
+        {[](Sides &s) {
+             s.actual.kernel.held->interfaces["eth1.30"] =
+                 s.actual.kernel.held->interfaces["eth0.10"];
+             s.actual.kernel.held->interfaces["eth1.30"].vlanId = 30;
+             s.actual.kernel.held->interfaces["eth1.30"].parent = "eth\x1b";
          },
          "sub-interface alone: eth\\x1b.30: up, should be none" + repairs},
-        {[](Target &, Actual &a) {
-             a.engine.held->failed[20] = {"vlan_table_func 1 returned 1", "arl returned 2"};
+        {[](Sides &s) {
+             s.engine->failed[20] = {"vlan_table_func 1 returned 1", "arl returned 2"};
          },
          "engine-entry: VLAN 20 in the engine: failed: vlan_table_func 1 returned 1" + repairs +
              "; engine-entry: VLAN 20 in the engine: failed: arl returned 2" + repairs},
-        {[](Target &, Actual &a) { a.bridge.held->vlans[10]["lan1"] = Tagging::tagged; },
+        {[](Sides &s) { s.heldBridge->bridge.vlans[10]["lan1"] = Tagging::tagged; },
          "bridge-entry: VLAN 10 in the bridge: br0, lan1 T, should be br0, lan1 U" + repairs},
-        {[](Target &, Actual &a) { a.bridge.held->vlans.erase(10); },
+        {[](Sides &s) { s.heldBridge->bridge.vlans.erase(10); },
          "bridge-entry: VLAN 10 in the bridge: -, should be br0, lan1 U" + repairs},
-        {[](Target &, Actual &a) {
-             a.bridge.held->vlans[40] = {{"lan1", Tagging::tagged}};
+        {[](Sides &s) {
+             s.heldBridge->bridge.vlans[40] = {{"lan1", Tagging::tagged}};
          },
          ""},
-        {[](Target &, Actual &a) {
-             a.bridge.held->vlans[30] = {{"lan1", Tagging::tagged}};
+        {[](Sides &s) {
+             s.heldBridge->bridge.vlans[30] = {{"lan1", Tagging::tagged}};
          },
          "bridge-entry alone: VLAN 30 in the bridge: lan1 T, should be -" + repairs},
-        {[](Target &, Actual &a) { a.bridge.held->links["lan1"].up = false; },
+        {[](Sides &s) { s.heldBridge->bridge.links["lan1"].up = false; },
          "bridge-link alone: lan1: in br0, down, should be in br0, up" + restarts},
-        {[](Target &, Actual &a) {
-             a.bridge.held->links["lan1"].master = "";
-             a.bridge.held->vlans.erase(10);
+        {[](Sides &s) {
+             s.heldBridge->bridge.links["lan1"].master = "";
+             s.heldBridge->bridge.vlans.erase(10);
          },
          "bridge-link alone: lan1: in no bridge, up, should be in br0, up" + restarts +
              "; bridge-entry: VLAN 10 in the bridge: -, should be br0, lan1 U" + restarts},
-        {[](Target &, Actual &a) { a.bridge.held->links.erase("lan1"); },
+        {[](Sides &s) { s.heldBridge->bridge.links.erase("lan1"); },
          "bridge-link alone: lan1: not there, should be in br0, up -> see to it that there is an "
          "interface lan1, then restart the service"},
-        {[](Target &, Actual &a) { a.bridge.held->filtering = false; },
+        {[](Sides &s) { s.heldBridge->bridge.filtering = false; },
          "bridge-link alone: br0: VLAN filtering off, up, should be VLAN filtering on, up" +
              restarts},
-        {[](Target &, Actual &a) { a.bridge.held->snooping = false; },
+        {[](Sides &s) { s.heldBridge->bridge.snooping = false; },
          "bridge-link idle alone: br0: multicast snooping off, should be multicast snooping on "
          "(no effect on a VLAN's frames)" +
              restarts},
-        {[](Target &, Actual &a) { a.bridge.held->snooping.reset(); }, ""},
-        {[](Target &t, Actual &a) {
-             t.bridge = {};
-             a.bridge.held->vlans.clear();
+        {[](Sides &s) { s.heldBridge->bridge.snooping.reset(); }, ""},
+        {[](Sides &s) {
+             s.bridge->bridge = {};
+             s.heldBridge->bridge.vlans.clear();
          },
          ""},
-        {[](Target &t, Actual &a) {
-             t.stopped.emplace();
-             a.chip.held->vlans.clear();
-             a.kernel.held->interfaces.clear();
+        {[](Sides &s) {
+             s.target.stopped.emplace();
+             s.heldChip->chip.vlans.clear();
+             s.actual.kernel.held->interfaces.clear();
          },
          "chip-entry: VLAN 10 in the chip: -, should be 0T 1U -> mend the row at which a start "
          "stops; 'swctl check' names it; sub-interface: eth0.10: missing, should be up -> mend "
          "the row at which a start stops; 'swctl check' names it"},
-        {[](Target &, Actual &a) {
-             a.chip.held->vlans[30] = {0x01, 0};
-             a.chip.held->vlans[20] = {0x01, 0};
-             a.kernel.held->interfaces.clear();
+        {[](Sides &s) {
+             s.heldChip->chip.vlans[30] = {0x01, 0};
+             s.heldChip->chip.vlans[20] = {0x01, 0};
+             s.actual.kernel.held->interfaces.clear();
          },
          "sub-interface: eth0.10: missing, should be up" + repairs +
              "; chip-entry: VLAN 20 in the chip: 0T, should be -" + repairs +
              "; chip-entry alone: VLAN 30 in the chip: 0T, should be -" + repairs},
     };
     for (const Case &one : cases) {
-        Target target = soundTarget();
-        Actual actual = soundActual();
-        one.make(target, actual);
-        EXPECT_EQ(text(differences(target, actual)), one.text);
+        Sides sides;
+        one.make(sides);
+        EXPECT_EQ(text(differences(sides.target, sides.actual)), one.text);
     }
 }
 
@@ -198,6 +209,7 @@ TEST(Difference, isTheSameOnlyInEveryPart)
         [](Difference &d) { d.wanted = "b"; },
         [](Difference &d) { d.found = "b"; },
         [](Difference &d) { d.parent = "eth0"; },
+        [](Difference &d) { d.part = "chip"; },
     };
     for (const auto &change : changes) {
         Difference other = one;
@@ -213,11 +225,13 @@ TEST(Difference, isTheSameOnlyInEveryPart)
 TEST(Difference, ofPauseFramesIsOneBitOfARegister)
 {
     PauseRegisters wanted{}, found{};
-    EXPECT_EQ(text(pauseDifferences(wanted, found)), "");
+    std::vector<Difference> all;
+    comparePauses(wanted, found, all);
     found[0] = 1;
-    EXPECT_EQ(text(pauseDifferences(wanted, found)), "");
+    comparePauses(wanted, found, all);
+    EXPECT_EQ(text(all), "");
     found[0] = wanted[1] = 0x80000000;
-    const std::vector<Difference> all = pauseDifferences(wanted, found);
+    comparePauses(wanted, found, all);
     ASSERT_EQ(all.size(), 2u);
     EXPECT_EQ(all[0].text(), "pause frames of register " + registerName(pauseRegisters[0]) +
                                  ": on, by a fresh start off");
@@ -252,15 +266,16 @@ TEST_F(View, ofAFreshStartHoldsWhatTheRowsSay)
     Snapshot snapshot(database);
     Target target = targetOfStart(gateway, snapshot);
     EXPECT_EQ(target.vlanIds, (std::set<int>{10, 20, 30}));
-    EXPECT_EQ(membersText(entryOf(target.chip, 10)), "0T 1U 4T");
-    EXPECT_EQ(target.chip.vlans.size(), 3u);
-    EXPECT_EQ(target.chip.ports[1].pvid, 10);
-    EXPECT_EQ(target.chip.ports[2].pvid, 20);
-    EXPECT_EQ(target.takesUntagged, (std::array{false, true, true, false, false}));
+    const auto &wanted = static_cast<const ChipState &>(target.of(chipDevice()));
+    EXPECT_EQ(wanted.vlanText(10), "0T 1U 4T");
+    EXPECT_EQ(wanted.vlanIds().size(), 3u);
+    EXPECT_EQ(wanted.defaultTag({1, ""}), 10);
+    EXPECT_EQ(wanted.defaultTag({2, ""}), 20);
+    EXPECT_EQ(wanted.takesUntagged, (std::array{false, true, true, false, false}));
+    EXPECT_TRUE(wanted.run);
     EXPECT_TRUE(target.kernel.interfaces.at("eth1.30").up);
     EXPECT_EQ(target.kernel.interfaces.size(), 3u);
-    EXPECT_TRUE(target.chipRun);
-    EXPECT_TRUE(target.bridge.name.empty());
+    EXPECT_EQ(target.of(bridgeDevice()).label(), "");
     EXPECT_FALSE(target.stopped);
     EXPECT_GE(target.loadStatus, 0);
     sql("UPDATE vlanEncapIf SET interfaceName = '" + std::string(70, 'x') + "' WHERE rowid = 2");
@@ -272,8 +287,9 @@ TEST_F(View, ofAFreshStartHoldsWhatTheRowsSay)
     EXPECT_LT(target.loadStatus, 0);
     sql("DELETE FROM swGlobalCfg WHERE switchName = 'BCM'");
     Snapshot without(database);
-    EXPECT_FALSE(targetOfStart(gateway, without).chipRun);
-    EXPECT_EQ(chipDevice(database), "");
+    const Target chipless = targetOfStart(gateway, without);
+    EXPECT_FALSE(static_cast<const ChipState &>(chipless.of(chipDevice())).run);
+    EXPECT_FALSE(nodeOf(database, chipDevice()));
 }
 
 TEST_F(View, readsTheEntriesThatAreAskedFor)
@@ -293,13 +309,16 @@ TEST_F(View, readsTheEntriesThatAreAskedFor)
                                        {{"interfaceName", "eth0"s}}}),
              false);
     const Actual whole = read({60, 0, 4095, -1}, GatewayView::Extent::whole);
-    EXPECT_EQ(whole.chipIds, (std::set<int>{10, 20, 30, 50, 60}));
-    EXPECT_EQ(whole.chip.held.value().vlans.size(), 5u);
+    const auto chipIn = [](const Actual &actual) -> const ChipState & {
+        return static_cast<const ChipState &>(*actual.of(chipDevice()).held);
+    };
+    EXPECT_EQ(chipIn(whole).ids, (std::set<int>{10, 20, 30, 50, 60}));
+    EXPECT_EQ(chipIn(whole).vlanIds().size(), 5u);
     const Actual touched = read({60}, GatewayView::Extent::touched);
-    EXPECT_EQ(touched.chipIds, (std::set<int>{50, 60}));
+    EXPECT_EQ(chipIn(touched).ids, (std::set<int>{50, 60}));
     EXPECT_EQ(touched.kernel.held.value().interfaces.size(), 4u);
     EXPECT_TRUE(touched.foreign.empty());
-    EXPECT_TRUE(touched.bridge.held.has_value());
+    EXPECT_TRUE(touched.of(bridgeDevice()).held);
     EXPECT_EQ(
         differing(),
         "chip-entry alone: VLAN 50 in the chip: 0T, should be - -> swctl repair; "
@@ -350,17 +369,19 @@ TEST_F(View, knowsOfTheEnginesToolsWhatTheLogSays)
 {
     startChip();
     restart();
-    EXPECT_FALSE(read({}, GatewayView::Extent::touched).engine.held);
+    const auto tools = [this] { return read({}, GatewayView::Extent::touched).tools; };
+    EXPECT_FALSE(tools().held);
     startLog();
     serve();
-    EXPECT_TRUE(read({}, GatewayView::Extent::touched).engine.held.value().failed.empty());
+    EXPECT_TRUE(tools().held.value().ofVlans.empty());
     said.emplace_back("cmd (vconfig add eth0 20) returned (3).");
     said.emplace_back("cmd (tc_func 1) returned (1).");
-    const EngineFacts facts = read({}, GatewayView::Extent::touched).engine.held.value();
-    EXPECT_EQ(facts.others.size() + facts.failed.size(), 2u);
-    EXPECT_EQ(facts.others.back(), "tc_func 1 returned 1");
+    const FailedTools failed = tools().held.value();
+    EXPECT_EQ(failed.others.size() + failed.ofVlans.size(), 2u);
+    EXPECT_EQ(failed.others.back(), "tc_func 1 returned 1");
     endService();
-    EXPECT_HAS(read({}, GatewayView::Extent::touched).engine.reason, "no log daemon");
+    EXPECT_HAS(tools().reason, "no log daemon");
+    EXPECT_HAS(read({}, GatewayView::Extent::touched).of(engineDevice()).reason, "no log daemon");
 }
 
 // The bridge is one of Linux, whose tools are played.
@@ -411,8 +432,9 @@ TEST_F(View, ofABridgeComparesWhatItsToolsSay)
         EXPECT_EQ(differing(), one.text);
     }
     tool("bridge", "nonsense");
-    EXPECT_FALSE(read({}, GatewayView::Extent::whole).bridge.held);
-    EXPECT_NE(read({}, GatewayView::Extent::whole).bridge.reason, "");
+    const DeviceReading reading = read({}, GatewayView::Extent::whole).of(bridgeDevice());
+    EXPECT_FALSE(reading.held);
+    EXPECT_NE(reading.reason, "");
     setenv("PATH", old.c_str(), 1);
 }
 

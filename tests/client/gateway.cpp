@@ -3,6 +3,8 @@
 #include "backends/bcm/driver.h"
 #include "client/base/number.h"
 #include "client/base/wire.h"
+#include "client/devices/chip/chip.h"
+#include "client/devices/chip/chip_driver.h"
 #include "common/log_entry.h"
 #include "platform/sal.h"
 #include "swmgr/swmgr_client.h"

@@ -5,7 +5,7 @@
 #pragma once
 
 #include "client/change/recover.h"
-#include "client/devices/gateway_view.h"
+#include "client/gateway/gateway_view.h"
 #include "devices/engine/state.h"
 #include "platform/relay.h"
 

@@ -2,9 +2,8 @@
 // would give, and what it holds.
 #pragma once
 
-#include "client/devices/difference.h"
-#include "client/devices/readback.h"
 #include "client/devices/site.h"
+#include "client/gateway/comparison.h"
 #include "client/rows/database.h"
 #include "client/rows/snapshot.h"
 
@@ -31,15 +30,21 @@ public:
     // A script that starts from it, to which requests can be added.
     [[nodiscard]] Script startScript(Snapshot &snapshot) const;
 
-    // What of the chip's table is read.
+    // What of the devices' tables is read.
     enum class Extent {
         whole,  // what the target, a sub-interface or `moreIds` name
         touched // what `moreIds` name, and sub-interfaces that no row has
     };
 
-    // Everything as far as that; of the chip in `snapshot`.
+    // Everything as far as that; of the devices in `snapshot`. Of the ports in `untaggedAt`
+    // also what their untagged frames get, and where frames from there may go.
     Actual read(Snapshot &snapshot, const Target &target, const std::set<int> &moreIds,
-                Extent extent, const Progress &progress = {}) const;
+                Extent extent, const Progress &progress = {},
+                const std::set<int> &untaggedAt = {}) const;
+
+    // These VLANs of the device behind `node`.
+    [[nodiscard]] DeviceReading readDevice(const Device &device, const std::string &node,
+                                           const std::set<int> &ids);
 
 private:
     Database rows;
@@ -50,11 +55,5 @@ private:
 
 // What a fresh start from these rows would give.
 Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot);
-
-// The VLAN ids that the rows name.
-std::set<int> vlanIdsIn(Database &database);
-
-// The device of the chip's row; empty when there is none.
-std::string chipDevice(Database &database);
 
 } // namespace swctl

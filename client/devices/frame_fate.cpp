@@ -1,5 +1,6 @@
-#include "client/view/explanation.h"
+#include "client/devices/frame_fate.h"
 
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 
 namespace swctl {
@@ -7,6 +8,20 @@ namespace swctl {
 std::string vlanText(int vlanId)
 {
     return "VLAN " + std::to_string(vlanId);
+}
+
+std::string membersText(uint32_t members, uint32_t untagged)
+{
+    std::string text;
+    for (const int port : portsIn(members | untagged)) {
+        const bool member = (members & portBit(port)) != 0;
+        const bool bare = (untagged & portBit(port)) != 0;
+        text += (text.empty() ? "" : " ") + std::to_string(port) +
+                (!member ? "u"
+                 : bare  ? "U"
+                         : "T");
+    }
+    return text.empty() ? "-" : text;
 }
 
 std::string partText(bool member, bool untagged)

@@ -1,4 +1,4 @@
-#include "client/devices/bridge.h"
+#include "client/devices/bridge/bridge.h"
 
 #include "client/base/number.h"
 #include "client/base/program.h"

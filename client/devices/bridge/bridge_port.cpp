@@ -1,5 +1,7 @@
-#include "client/view/explain_bridge.h"
+// What becomes of a frame at a port of a bridge.
+#include "client/devices/bridge/bridge_device.h"
 
+#include "client/base/port_mask.h"
 #include "client/base/text.h"
 
 #include <set>
@@ -31,17 +33,18 @@ std::string closed(const Bridge &bridge, const std::string &interface)
 }
 
 // Where a frame leaves that got into its VLAN at `from`.
-void leave(const Bridge &bridge, const SwitchConfig &sw, const std::string &from, FrameFate &fate)
+void leave(const Bridge &bridge, const std::vector<DevicePort> &ports, const std::string &from,
+           FrameFate &fate)
 {
     const auto members = bridge.vlans.find(fate.vlanId);
     for (const auto &[name, tagging] : members->second) {
         if (name == from || !isUp(bridge, name))
             continue;
         fate.host = fate.host || name == bridge.name;
-        for (const PortConfig &port : sw.ports)
-            if (port.interfaceName == name && port.number >= 0 && port.number < 32) {
-                fate.to |= 1u << port.number;
-                fate.bare |= sendsUntagged(tagging) ? 1u << port.number : 0;
+        for (const DevicePort &port : ports)
+            if (port.interfaceName == name) {
+                fate.to |= portBit(port.number);
+                fate.bare |= sendsUntagged(tagging) ? portBit(port.number) : 0;
             }
     }
     const auto others = bridge.foreign.find(fate.vlanId);
@@ -51,8 +54,9 @@ void leave(const Bridge &bridge, const SwitchConfig &sw, const std::string &from
                 fate.others.push_back(name);
 }
 
-FrameFate fateOf(const Bridge &bridge, const SwitchConfig &sw, const PortConfig &port, int vlanId)
+FrameFate fateOf(const Bridge &bridge, const PortQuestion &question, int vlanId)
 {
+    const DevicePort &port = question.port;
     FrameFate fate;
     fate.vlanId = vlanId;
     const auto members = bridge.vlans.find(vlanId);
@@ -69,7 +73,7 @@ FrameFate fateOf(const Bridge &bridge, const SwitchConfig &sw, const PortConfig 
             "port " + std::to_string(port.number) + " is no member of " + vlanText(vlanId);
     if (!fate.unknown.empty() || !fate.dropped.empty())
         return fate;
-    leave(bridge, sw, port.interfaceName, fate);
+    leave(bridge, question.ports, port.interfaceName, fate);
     if (fate.to == 0 && fate.others.empty() && !fate.host)
         fate.dropped = vlanText(vlanId) + " has no other port that it may go to";
     return fate;
@@ -93,39 +97,34 @@ std::string partOf(const Bridge &bridge, int vlanId, const std::string &interfac
 
 } // namespace
 
-bool explainBridgePort(const Inspection &inspection, PortExplanation &all)
+PortAnswer explainBridgePort(const PortQuestion &question)
 {
-    SwitchConfig owner;
-    for (const SwitchConfig &sw : inspection.network.switches)
-        if (sw.name == all.port.switchName)
-            owner = sw;
-    PortConfig port;
-    port.number = all.port.number;
-    for (const PortConfig &row : owner.ports)
-        if (row.number == port.number)
-            port = row;
-    const Part<Bridge> &held = inspection.actual.bridge;
-    const Bridge &wanted = inspection.target.bridge;
-    const Bridge &judged = held.held ? *held.held : wanted;
+    const std::string &interface = question.port.interfaceName;
+    const auto *held = static_cast<const BridgeState *>(question.actual.held.get());
+    const Bridge &wanted = static_cast<const BridgeState &>(question.wanted).bridge;
+    const Bridge &judged = held != nullptr ? held->bridge : wanted;
+    PortAnswer all;
     all.basis =
-        held.held ? "what the kernel holds" : "a fresh start, since the kernel was not read";
-    all.read = held.held.has_value();
-    all.wanted = partOf(wanted, all.vlanId, port.interfaceName);
-    all.held =
-        held.held ? partOf(judged, all.vlanId, port.interfaceName) : "not read: " + held.reason;
-    const int untagged = untaggedVlan(judged, port.interfaceName);
-    all.tagged = fateOf(judged, owner, port, all.vlanId);
-    all.untagged = fateOf(judged, owner, port, untagged);
-    if (const Tagging *part = partIn(judged, all.vlanId, port.interfaceName);
-        part != nullptr && closed(judged, port.interfaceName).empty())
+        held != nullptr ? "what the kernel holds" : "a fresh start, since the kernel was not read";
+    all.read = held != nullptr;
+    all.wanted = partOf(wanted, question.vlanId, interface);
+    all.held = held != nullptr ? partOf(judged, question.vlanId, interface)
+                               : "not read: " + question.actual.reason;
+    const int untagged = untaggedVlan(judged, interface);
+    all.tagged = fateOf(judged, question, question.vlanId);
+    all.untagged = fateOf(judged, question, untagged);
+    if (const Tagging *part = partIn(judged, question.vlanId, interface);
+        part != nullptr && closed(judged, interface).empty())
         all.sends = sendsUntagged(*part) ? "without tag" : "tagged";
-    const std::set<int> concerned{all.vlanId, untagged, untaggedVlan(wanted, port.interfaceName)};
-    for (const Difference &difference : inspection.differences)
-        if (difference.kind != DifferenceKind::bridgeLink
+    const std::set<int> concerned{question.vlanId, untagged, untaggedVlan(wanted, interface)};
+    for (const Difference &difference : question.differences)
+        if (difference.kind != DifferenceKind::link
                 ? concerned.contains(difference.vlanId)
-                : difference.parent == port.interfaceName || difference.parent == wanted.name)
+                : difference.parent == interface || difference.parent == wanted.name)
             all.differs.push_back(difference);
-    return partIn(wanted, all.vlanId, port.interfaceName) != nullptr;
+    if (partIn(wanted, question.vlanId, interface) == nullptr)
+        all.remedyInterface = printable(wanted.name);
+    return all;
 }
 
 } // namespace swctl

@@ -1,4 +1,4 @@
-#include "client/devices/pause_registers.h"
+#include "client/devices/engine/pause_registers.h"
 
 #include "client/base/program.h"
 #include "client/base/state_file.h"
@@ -62,6 +62,23 @@ Part<PauseRegisters> readPauseRegisters(const Site &site)
     }
     part.held = values;
     return part;
+}
+
+void comparePauses(const PauseRegisters &wanted, const PauseRegisters &found,
+                   std::vector<Difference> &all)
+{
+    for (size_t i = 0; i < wanted.size(); ++i) {
+        if (((wanted[i] ^ found[i]) & pauseBit) == 0)
+            continue;
+        Difference &difference = all.emplace_back();
+        difference.kind = DifferenceKind::setting;
+        difference.wanted = (wanted[i] & pauseBit) != 0 ? "on" : "off";
+        difference.found = "pause frames of register " + registerName(pauseRegisters[i]) + ": " +
+                           ((found[i] & pauseBit) != 0 ? "on" : "off") + ", by a fresh start " +
+                           difference.wanted;
+        difference.counts = false;
+        difference.remedy = Remedy::restart;
+    }
 }
 
 } // namespace swctl

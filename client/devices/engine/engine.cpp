@@ -1,0 +1,223 @@
+#include "client/devices/engine/engine.h"
+
+#include "client/base/port_mask.h"
+#include "client/devices/engine/pause_registers.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace swctl {
+namespace {
+
+constexpr DeviceFacts facts = {
+    .name = engineName,
+    .part = "engine",
+    .words = "the engine",
+    .preview = nullptr,
+    .portCount = 8,
+    .firstPort = 1,
+    .beyondPorts = "",
+    .hasQuery = false,
+    .portsAreInterfaces = false,
+    .takesLists = false,
+};
+
+// An entry of the VLAN table without the index at which it stands: that depends on
+// the order in which VLANs came, and nothing looks at it.
+std::vector<std::string> vlanEntriesOf(const engine::State &state)
+{
+    std::vector<std::string> entries;
+    for (const engine::VlanEntry &entry : state.vlans)
+        if (entry.present != 0)
+            entries.emplace_back(reinterpret_cast<const char *>(&entry), sizeof(entry));
+    std::sort(entries.begin(), entries.end());
+    return entries;
+}
+
+template <class Part>
+bool isSame(const Part &a, const Part &b)
+{
+    return memcmp(&a, &b, sizeof(a)) == 0;
+}
+
+class EngineDevice final : public Device {
+public:
+    EngineDevice() : Device(facts) {}
+
+    [[nodiscard]] StateRef wanted(const Rehearsal &start,
+                                  const std::vector<DevicePort> &ports) const override;
+    [[nodiscard]] StateRef nothing() const override { return std::make_shared<EngineLog>(); }
+    [[nodiscard]] DeviceReading read(const ReadOrder &order) const override;
+    void compare(const DeviceState &wanted, const DeviceState &actual,
+                 std::vector<Difference> &all) const override;
+    void compareIdle(const DeviceState &wanted, const Site &site, std::vector<Difference> &all,
+                     std::string &unread) const override;
+    [[nodiscard]] bool endsAlike(const Rehearsal &one, const Rehearsal &other) const override;
+    [[nodiscard]] PortAnswer explain(const PortQuestion &question) const override;
+    [[nodiscard]] std::span<const Rule> rules() const override { return engineRules(); }
+    void check(const Configuration &all, const Surroundings & /*where*/,
+               std::vector<RowFault> &faults) const override
+    {
+        checkEngineRows(all, faults);
+    }
+};
+
+StateRef EngineDevice::wanted(const Rehearsal &start,
+                              const std::vector<DevicePort> & /*ports*/) const
+{
+    const engine::State &engine = start.state().engine;
+    const auto state = std::make_shared<EngineState>();
+    for (uint32_t index = 0; index < engine.vlanIndexEnd; ++index) {
+        const engine::VlanEntry &entry = engine.vlans[index];
+        if (entry.present == 0)
+            continue;
+        EngineState::Vlan &vlan = state->vlans[entry.vlanId];
+        vlan.members |= entry.mbMap;
+        vlan.tagged |= entry.etagMap;
+    }
+    for (int id = 0; id < static_cast<int>(engine::vlanIdCount); ++id)
+        for (const engine::ArlEntry &entry : engine.arl[id])
+            if (entry.present != 0)
+                state->vlans[id].host |= entry.portMap;
+    state->pauses = pauseRegistersOf(engine);
+    state->pausesSet =
+        std::any_of(start.events().begin(), start.events().end(),
+                    [](const Event &event) { return event.kind == rehearsal::Kind::shell; });
+    return state;
+}
+
+DeviceReading EngineDevice::read(const ReadOrder &order) const
+{
+    if (!order.tools.held)
+        return {nullptr, order.tools.reason};
+    const auto log = std::make_shared<EngineLog>();
+    log->failed = order.tools.held->ofVlans;
+    return {log, order.tools.reason};
+}
+
+void EngineDevice::compare(const DeviceState & /*wanted*/, const DeviceState &actual,
+                           std::vector<Difference> &all) const
+{
+    for (const auto &[vlanId, lines] : static_cast<const EngineLog &>(actual).failed)
+        for (const std::string &line : lines)
+            all.push_back(entryDifference(*this, vlanId, "written", "failed: " + line));
+}
+
+void EngineDevice::compareIdle(const DeviceState &wanted, const Site &site,
+                               std::vector<Difference> &all, std::string &unread) const
+{
+    const auto &state = static_cast<const EngineState &>(wanted);
+    if (!state.pausesSet)
+        return;
+    const Part<PauseRegisters> pauses = readPauseRegisters(site);
+    if (!pauses.held)
+        unread = "the engine's registers for pause frames: " + pauses.reason;
+    else
+        comparePauses(state.pauses, *pauses.held, all);
+}
+
+bool EngineDevice::endsAlike(const Rehearsal &one, const Rehearsal &other) const
+{
+    const engine::State &a = one.state().engine;
+    const engine::State &b = other.state().engine;
+    return a.rateLimiter == b.rateLimiter && a.queueCode == b.queueCode &&
+           isSame(a.ports, b.ports) && isSame(a.registers, b.registers) &&
+           vlanEntriesOf(a) == vlanEntriesOf(b);
+}
+
+PortAnswer EngineDevice::explain(const PortQuestion &question) const
+{
+    const int port = question.port.number;
+    const VlanEntry entry = question.wanted.entry(question.vlanId);
+    const bool member = (entry.members & portBit(port)) != 0;
+    const bool untagged = (entry.untagged & portBit(port)) != 0;
+    const auto *log = static_cast<const EngineLog *>(question.actual.held.get());
+    PortAnswer all;
+    all.basis = "a fresh start, since the engine's tools have no query";
+    all.wanted = partText(member, untagged);
+    all.held = log == nullptr                          ? "not known: " + question.actual.reason
+               : log->failed.contains(question.vlanId) ? "not known; by the log a tool failed"
+                                                       : "not known; by the log no tool failed";
+    if (log == nullptr)
+        all.unread.push_back(std::string(part) + ": " + question.actual.reason);
+    all.tagged = forwarded(port, question.vlanId, entry, ~uint32_t{0});
+    all.untagged.unknown = "the engine's tools set no default tag";
+    if (member)
+        all.sends = untagged ? "without tag" : "tagged";
+    for (const Difference &difference : question.differences)
+        if (difference.vlanId == question.vlanId && difference.kind != DifferenceKind::defaultTag)
+            all.differs.push_back(difference);
+    return all;
+}
+
+} // namespace
+
+const Device &engineDevice()
+{
+    static const EngineDevice device;
+    return device;
+}
+
+std::string EngineState::label() const
+{
+    return facts.name;
+}
+
+std::string EngineState::vlanText(int id) const
+{
+    const VlanEntry held = entry(id);
+    return membersText(held.members, held.untagged);
+}
+
+Json EngineState::vlanJson(int id) const
+{
+    const Vlan held = vlanOf(id);
+    return {{"members", portsIn(held.members)}, {"tagged", portsIn(held.tagged)}};
+}
+
+std::set<int> EngineState::vlanIds() const
+{
+    std::set<int> all;
+    for (const auto &[id, vlan] : vlans)
+        if (vlan.members != 0)
+            all.insert(id);
+    return all;
+}
+
+VlanEntry EngineState::entry(int id) const
+{
+    const Vlan held = vlanOf(id);
+    return {held.members, held.members & ~held.tagged, held.host};
+}
+
+EngineState::Vlan EngineState::vlanOf(int id) const
+{
+    const auto found = vlans.find(id);
+    return found != vlans.end() ? found->second : Vlan();
+}
+
+std::string EngineLog::label() const
+{
+    return facts.name;
+}
+
+std::string EngineLog::vlanText(int id) const
+{
+    return failed.contains(id) ? "a tool failed, by the log" : "no tool failed, by the log";
+}
+
+Json EngineLog::vlanJson(int id) const
+{
+    const auto found = failed.find(id);
+    Json lines = Json::array();
+    if (found != failed.end())
+        lines = found->second;
+    return {{"failedTools", std::move(lines)}};
+}
+
+std::set<int> EngineLog::vlanIds() const
+{
+    return {};
+}
+
+} // namespace swctl
