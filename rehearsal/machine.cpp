@@ -125,12 +125,14 @@ int commandRun(const char *commandLine)
 {
     std::string line(commandLine);
     const std::vector<const char *> words = wordsOf(line);
-    if (words.empty() || words.size() > maxWords)
-        return words.empty() ? 0 : -E2BIG;
+    if (words.empty())
+        return 0;
     if (isOfLinux(words[0])) {
         noteBridge(words);
         return 0;
     }
+    if (words.size() > maxWords)
+        return -E2BIG;
     const char *slash = strrchr(words[0], '/');
     const engine::Tool *tool = engine::toolByName(slash != nullptr ? slash + 1 : words[0]);
     if (tool == nullptr)
