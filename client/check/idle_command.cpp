@@ -2,8 +2,11 @@
 
 #include "client/base/failure.h"
 #include "client/base/text.h"
+#include "client/gateway/devices.h"
 #include "client/rehearse/event_text.h"
 #include "swmgr/swmgr_client.h"
+
+#include <algorithm>
 
 namespace swctl {
 namespace {
@@ -15,6 +18,20 @@ using rehearsal::Kind;
     throw Failure(exitRefused, "refused: command " + std::to_string(command) + " for " +
                                    printable(switchName) + ": " + why +
                                    "; nothing was sent. --force sends it all the same");
+}
+
+// "; BRIDGE has one" for other kinds of switches that do; empty: none does.
+std::string othersWith(int command, const std::string &switchName)
+{
+    std::string names;
+    for (const Device *device : devices())
+        if (device->name != switchName &&
+            std::find(device->commands.begin(), device->commands.end(), command) !=
+                device->commands.end())
+            names += (names.empty() ? "; " : ", ") + std::string(device->name);
+    return names.empty()
+               ? names
+               : names + (names.find(',') != std::string::npos ? " have" : " has") + " one";
 }
 
 } // namespace
@@ -51,7 +68,9 @@ void refuseIdleCommand(GatewayView &gateway, const std::string &switchName, int 
     }
     if (actions == 0)
         refuse(switchName, command,
-               error.empty() ? "neither it nor a switch below it has a handler for it" : error);
+               error.empty() ? "neither it nor a switch below it has a handler for it" +
+                                   othersWith(command, switchName)
+                             : error);
 }
 
 } // namespace swctl

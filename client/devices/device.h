@@ -143,6 +143,7 @@ struct DeviceFacts {
     bool hasQuery;           // it can be asked what it holds
     bool portsAreInterfaces; // each port is the network interface that its row names
     bool takesLists;         // the port lists of a VLAN's row name its ports
+    std::span<const int> commands; // SW_CMD_* that it takes by a request
 };
 
 class Device : public DeviceFacts {

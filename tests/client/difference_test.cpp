@@ -3,12 +3,17 @@
 #include "gateway.h"
 
 #include "client/base/failure.h"
+#include "client/base/wire.h"
+#include "client/check/idle_command.h"
 #include "client/devices/bridge/bridge_device.h"
 #include "client/devices/chip/chip.h"
 #include "client/devices/engine/engine.h"
+#include "client/gateway/devices.h"
 #include "client/plan/plans.h"
 #include "client/records/history.h"
 #include "client/records/journal.h"
+#include "client/service/service.h"
+#include "swmgr/swmgr_client.h"
 
 #include <algorithm>
 #include <cstdlib>
@@ -436,6 +441,52 @@ TEST_F(View, ofABridgeComparesWhatItsToolsSay)
     EXPECT_FALSE(reading.held);
     EXPECT_NE(reading.reason, "");
     setenv("PATH", old.c_str(), 1);
+}
+
+// Held against the library itself, in a rehearsal: what no device lists, nothing acts on.
+TEST_F(View, ofADeviceListsTheCommandsThatItCarriesOut)
+{
+    startChip();
+    const int32_t one = 1;
+    const std::string_view on = bytesOf(one), byte = "\1";
+    const SwCmdQueueSched queues{1, 4, 1, 1, 1, 1, 1};
+    const SwCmdRateLimit rate{1, SW_RATE_LIMIT_APPLY, {}, 1024};
+    const SwCmdTrustMode trust{1, SW_TRUST_MODE_FLAG_1};
+    const std::pair<int, std::string_view> commands[] = {{SW_CMD_VLAN_ENABLE, on},
+                                                         {SW_CMD_QOS_ENABLE, on},
+                                                         {SW_CMD_QUEUE_SCHED, bytesOf(queues)},
+                                                         {SW_CMD_PAUSE_FRAME, on},
+                                                         {SW_CMD_RATE_LIMIT, bytesOf(rate)},
+                                                         {SW_CMD_TRUST_MODE, bytesOf(trust)},
+                                                         {SW_CMD_IGMP_SNOOP, byte},
+                                                         {SW_CMD_MLD_SNOOP, byte}};
+    for (const Device *each : devices()) {
+        const std::string name = each->name;
+        sql("DELETE FROM swGlobalCfg; DELETE FROM swPortConfig; DELETE FROM vlanEncapIf;"
+            "INSERT INTO swGlobalCfg (switchName, switchDevice, switchLevel) VALUES ('" +
+            name + "', '" + (each->portsAreInterfaces ? "br0" : "/dev/bcmsw") +
+            "', 1); INSERT INTO swPortConfig (switchName, portNumber, interfaceName)"
+            " VALUES ('" +
+            name + "', 1, 'eth0')");
+        for (const auto &[command, payload] : commands) {
+            SCOPED_TRACE(name + " " + std::to_string(command));
+            std::string refused;
+            try {
+                refuseIdleCommand(gateway, name, command, switchRequest(name, payload));
+            } catch (const Failure &failure) {
+                refused = failure.what();
+            }
+            const bool listed = std::find(each->commands.begin(), each->commands.end(), command) !=
+                                each->commands.end();
+            EXPECT_EQ(refused.empty(), listed) << refused;
+        }
+    }
+    try {
+        refuseIdleCommand(gateway, "BRIDGE", SW_CMD_QOS_ENABLE, switchRequest("BRIDGE", on));
+        FAIL();
+    } catch (const Failure &failure) {
+        EXPECT_HAS(failure.what(), "has a handler for it; PSE has one;");
+    }
 }
 
 TEST_F(View, findsItsSiteAndRefusesWhatIsNone)

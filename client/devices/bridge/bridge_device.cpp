@@ -2,9 +2,13 @@
 
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
+#include "swmgr/swmgr_client.h"
 
 namespace swctl {
 namespace {
+
+constexpr int commands[] = {SW_CMD_VLAN_ENABLE, SW_CMD_QUEUE_SCHED, SW_CMD_PAUSE_FRAME,
+                            SW_CMD_RATE_LIMIT,  SW_CMD_IGMP_SNOOP,  SW_CMD_MLD_SNOOP};
 
 constexpr DeviceFacts facts = {
     .name = "BRIDGE",
@@ -17,6 +21,7 @@ constexpr DeviceFacts facts = {
     .hasQuery = true,
     .portsAreInterfaces = true,
     .takesLists = true,
+    .commands = commands,
 };
 
 const BridgeState &bridgeStateOf(const DeviceState &state)

@@ -3,11 +3,14 @@
 #include "client/base/number.h"
 #include "client/base/port_mask.h"
 #include "client/devices/chip/chip_driver.h"
+#include "swmgr/swmgr_client.h"
 
 #include <algorithm>
 
 namespace swctl {
 namespace {
+
+constexpr int commands[] = {SW_CMD_VLAN_ENABLE};
 
 constexpr DeviceFacts facts = {
     .name = "BCM",
@@ -20,6 +23,7 @@ constexpr DeviceFacts facts = {
     .hasQuery = true,
     .portsAreInterfaces = false,
     .takesLists = true,
+    .commands = commands,
 };
 
 const ChipState &chipStateOf(const DeviceState &state)

@@ -2,12 +2,17 @@
 
 #include "client/base/port_mask.h"
 #include "client/devices/engine/pause_registers.h"
+#include "swmgr/swmgr_client.h"
 
 #include <algorithm>
 #include <cstring>
 
 namespace swctl {
 namespace {
+
+// A request's payload has not the length that the trust mode's command takes.
+constexpr int commands[] = {SW_CMD_QOS_ENABLE, SW_CMD_QUEUE_SCHED, SW_CMD_PAUSE_FRAME,
+                            SW_CMD_RATE_LIMIT};
 
 constexpr DeviceFacts facts = {
     .name = engineName,
@@ -20,6 +25,7 @@ constexpr DeviceFacts facts = {
     .hasQuery = false,
     .portsAreInterfaces = false,
     .takesLists = false,
+    .commands = commands,
 };
 
 // An entry of the VLAN table without the index at which it stands: that depends on
