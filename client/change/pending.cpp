@@ -1,4 +1,4 @@
-// Compares a change on a running service with a start.
+// Compares the effect of a change on a running service with that of a start.
 #include "client/change/pending.h"
 
 #include "client/base/failure.h"
@@ -20,8 +20,8 @@ bool isSame(const Part &a, const Part &b)
     return memcmp(&a, &b, sizeof(a)) == 0;
 }
 
-// An entry of the VLAN table without the index at which it stands: that depends on
-// the order in which VLANs came, and nothing looks at it.
+// The entries of the VLAN table without their indices, which depend on the order in which VLANs
+// were added and have no effect.
 std::vector<std::string> vlanEntriesOf(const engine::State &state)
 {
     std::vector<std::string> entries;
@@ -45,7 +45,7 @@ bool isSamePort(const chip::Port &a, const chip::Port &b)
            a.schedMode == b.schedMode && a.weights == b.weights && a.rateLimit == b.rateLimit;
 }
 
-// The default tag of a port that takes no untagged frames has no effect.
+// The default tag of a port that accepts no untagged frames has no effect.
 bool isSameChip(const Rehearsal &a, const Rehearsal &b)
 {
     const chip::Model &one = a.state().chip;
@@ -64,7 +64,7 @@ std::string rowName(const RowChange &change)
     return nameOf(change.table, change.after ? *change.after : *change.before);
 }
 
-// A row that somebody else has changed since is left as it is.
+// A row that has been changed by someone else since is left alone.
 void putBack(Database &database, const RowChange &change)
 {
     ChangeSet single;

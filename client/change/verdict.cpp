@@ -16,7 +16,7 @@ void readUnread(Verdict &verdict, const Actual &actual)
 void noteEngine(Verdict &verdict, const Actual &actual)
 {
     if (!actual.engine.reason.empty())
-        addNote(verdict, "engine: not known whether its tools worked: " + actual.engine.reason);
+        addNote(verdict, "engine: cannot tell whether its tools worked: " + actual.engine.reason);
 }
 
 } // namespace
