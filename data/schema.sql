@@ -1,12 +1,12 @@
 -- The configuration database of the switch manager. Columns are found by name,
--- so their order does not matter and further columns do no harm; the order of
--- rows does: rows are applied as they were inserted.
+-- so their order does not matter and extra columns are ignored; the order of
+-- rows does matter: rows are applied in the order of insertion.
 --
 -- A NULL reads as 0 or as an empty text.
 
 -- One row per switch.
 CREATE TABLE IF NOT EXISTS swGlobalCfg (
-    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again
+    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never reused
     switchName          TEXT NOT NULL,     -- 'PSE', 'BCM' or 'BRIDGE', which names the backend too; up to 63 characters
     switchLevel         INTEGER DEFAULT 0, -- the switch with the highest level is the top one; 0 and more
     switchDevice        TEXT,              -- device node of the chip, name of a bridge; up to 127 characters
@@ -20,7 +20,7 @@ CREATE TABLE IF NOT EXISTS swGlobalCfg (
 
 -- One row per port. Ports that others are mapped onto come first.
 CREATE TABLE IF NOT EXISTS swPortConfig (
-    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again
+    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never reused
     switchName          TEXT NOT NULL,     -- switch that has the port; up to 63 characters
     portNumber          INTEGER NOT NULL,  -- number of the port on that switch; 0 to 31
     interfaceName       TEXT,              -- network interface of the port; up to 63 characters
@@ -40,7 +40,7 @@ CREATE TABLE IF NOT EXISTS swPortConfig (
 
 -- One row per VLAN.
 CREATE TABLE IF NOT EXISTS vlanEncapIf (
-    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again
+    id                  INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never reused
     vlanId              INTEGER NOT NULL,  -- 802.1Q VLAN id; 1 to 4094
     interfaceName       TEXT,              -- Linux interface of the sub-interface; up to 63 characters
     LogicalIfName       TEXT,              -- logical interface name; up to 63 characters

@@ -25,7 +25,7 @@ const Call::Value &Call::find(const char *name) const
         for (const std::string &one : namesOf(*value.option))
             if (one == name)
                 return value;
-    throw std::logic_error(std::string("no option is called ") + name);
+    throw std::logic_error(std::string("there is no option ") + name);
 }
 
 bool Call::has(const char *name) const

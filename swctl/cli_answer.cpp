@@ -17,8 +17,7 @@ int reportAnswer(const Globals &globals, const std::string &what, int status)
     return reportAnswer(globals, what, status, silent);
 }
 
-// A tool that failed shows in the log alone: the service answers for the switches
-// below.
+// A failed tool appears only in the log, because the answer comes from the switches below.
 int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log,
                  const std::string &fault)
 {
@@ -42,7 +41,7 @@ int reportAnswer(const Globals &globals, const std::string &what, int status, Re
         printLines(stderr,
                    "swctl: refused: " + what + ": the service answered " + statusInWords(status));
     if (outcome == Outcome::differs)
-        printLines(stderr, "swctl: differs: " + what + ": answered as done, but " +
+        printLines(stderr, "swctl: differs: " + what + ": the service answered 0, but " +
                                (fault.empty() ? "a tool failed" : fault));
     if (outcome != Outcome::applied)
         for (const std::string &reason : reasons)

@@ -1,4 +1,4 @@
-// How a request is reported that bypasses the database.
+// Reporting the results of requests that bypass the database.
 #pragma once
 
 #include "swctl/globals.h"
@@ -9,10 +9,10 @@ namespace swctl {
 
 class RequestLog;
 
-// What a request came to, in words or as JSON; gives the exit status. `log` was
-// listening since before it.
+// Prints the result, as text or JSON, and returns the exit status. `log` must have been created
+// before the request was sent.
 int reportAnswer(const Globals &globals, const std::string &what, int status);
-// `fault`: what was found afterwards that is not as asked; empty: nothing.
+// `fault` describes what turned out not to be as requested; empty if nothing.
 int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log,
                  const std::string &fault = {});
 

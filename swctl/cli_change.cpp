@@ -15,13 +15,13 @@ namespace {
 
 constexpr int longestTrial = 24 * 3600; // s
 
-// While a change is on trial another one would be in the way of taking it back.
+// Another change would interfere with undoing the one on trial.
 void refuseDuringTrial(const std::optional<Trial> &trial)
 {
     if (trial)
         throw Failure(exitRefused,
                       "refused: a change (" + printable(trial->changes.what) + " " +
-                          trial->changes.verb + ") waits for its confirmation until " +
+                          trial->changes.verb + ") awaits confirmation until " +
                           clockText(trial->deadline) +
                           "; nothing was changed\n  'swctl confirm' keeps it, 'swctl confirm "
                           "--take-back' ends it now");
@@ -54,7 +54,7 @@ void refuseChangeFlags(const Call &call)
 {
     for (const OptionRow &flag : changeFlags)
         if (call.has(namesOf(flag).back().c_str()))
-            throw Failure(exitUsage, "this option belongs to 'swctl batch' itself");
+            throw Failure(exitUsage, "give this option to 'swctl batch' itself");
 }
 
 GatewayView openGateway(const Globals &globals, Access access)
@@ -84,7 +84,7 @@ Progress progressOn(const char *what)
     if (isatty(STDERR_FILENO) != 1)
         return {};
     return [what](size_t done, size_t all) {
-        constexpr size_t few = 20; // are done before anybody has read it
+        constexpr size_t few = 20; // small sets finish too fast to be worth showing
         if (all <= few)
             return;
         fprintf(stderr, "\r%zu of %zu %s\x1b[K%s", done, all, what, done >= all ? "\r\x1b[K" : "");

@@ -1,4 +1,4 @@
-// What every command that changes the configuration shares.
+// Shared by all commands that change the configuration.
 #pragma once
 
 #include "client/change/carry_out.h"
@@ -12,23 +12,23 @@ namespace swctl {
 
 extern const std::array<OptionRow, 6> changeFlags; // options of each such command
 
-// Throws when one of them was given.
+// Throws if any of them was given.
 void refuseChangeFlags(const Call &call);
 
-// The gateway of this run, with its one open database.
+// The gateway, with the only open database of this run.
 GatewayView openGateway(const Globals &globals, Access access);
 
-// Waits for another swctl, and says so.
+// Waits for another swctl, printing a message.
 ChangeLock lockChanges(const Globals &globals);
 
-// Sees to what an earlier run left, and says what that was.
+// Recovers what an earlier run left behind, and reports it.
 Recovery recoverFirst(GatewayView &gateway, History &history);
 
-// A line on a terminal that counts up: "12 of 300 VLANs read".
+// A progress line on a terminal: "12 of 300 VLANs read".
 Progress progressOn(const char *what);
 
-// Carries a change out, one at a time, and says what became of it; with --dry-run
-// only what it would do. `gateway` is as gatewayFor opens it.
+// Carries out a change under the lock and reports the result; with --dry-run, only shows the
+// effects. `gateway` comes from gatewayFor.
 GatewayView gatewayFor(const Call &call);
 int change(const Call &call, GatewayView gateway, const Wish &wish);
 int change(const Call &call, const Wish &wish);

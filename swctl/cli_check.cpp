@@ -1,4 +1,4 @@
-// The command that checks a configuration.
+// The check command.
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/check/check.h"
@@ -15,15 +15,15 @@
 namespace swctl {
 namespace {
 
-constexpr size_t mostShown = 20; // findings of one rule in the text
+constexpr size_t mostShown = 20; // findings of one rule shown in text output
 
-// What `check` ends with; a database that cannot be used ends with exitUsage, 2.
+// Exit status of `check`; an unusable database gives exitUsage, 2.
 constexpr int exitWarnings = 1;
 constexpr int exitErrors = 2;
 
 struct Report {
     std::vector<Finding> findings;
-    std::string notRehearsed; // why a start was not; empty: it was
+    std::string notRehearsed; // why a start was not rehearsed; empty if it was
 
     [[nodiscard]] size_t count(Severity severity) const
     {
@@ -59,8 +59,8 @@ std::optional<std::set<std::string>> givenInterfaces(const std::string &list)
     return std::set<std::string>(names.begin(), names.end());
 }
 
-// Where nothing is known of the interfaces, those that rows name are taken to
-// exist. Their addresses do not matter to whether a start stops.
+// If the interfaces are not known, assumes that those named in rows exist. Their addresses do
+// not affect whether a start stops.
 Interfaces interfacesFor(Database &database, const CheckContext &context)
 {
     constexpr HardwareAddress address = {2, 0, 0, 0, 0, 1};
@@ -77,7 +77,7 @@ Interfaces interfacesFor(Database &database, const CheckContext &context)
 
 Report check(Database &source, const std::string &interfaceList)
 {
-    source.run("PRAGMA schema_version"); // a file that is no database is named here
+    source.run("PRAGMA schema_version"); // reports a file that is not a database
     Snapshot snapshot(source);
     CheckContext context;
     context.where.interfaces = givenInterfaces(interfaceList);
@@ -116,7 +116,7 @@ void printReportJson(const Report &report)
 
 using FindingIterator = std::vector<Finding>::const_iterator;
 
-// Findings of one rule and severity, which stand together.
+// Consecutive findings of one rule and severity.
 void printGroup(FindingIterator first, FindingIterator last)
 {
     printLines(std::string(severityName(first->severity)) + " " + first->rule->id + ": " +
@@ -152,7 +152,7 @@ void printReport(const Report &report)
     printf("%s, %s\n", counted(report.count(Severity::error), "error").c_str(),
            counted(report.count(Severity::warning), "warning").c_str());
     if (!findings.empty())
-        printf("'swctl check --explain RULE' says why a rule matters.\n");
+        printf("'swctl check --explain RULE' explains why a rule matters.\n");
 }
 
 int checkRows(const Call &call)
@@ -161,8 +161,7 @@ int checkRows(const Call &call)
     Database database(file, Access::read);
     const Report report = check(database, call.text("--interfaces"));
     if (!report.notRehearsed.empty())
-        fprintf(stderr, "swctl: whether a start stops was not checked: %s\n",
-                report.notRehearsed.c_str());
+        fprintf(stderr, "swctl: a start was not rehearsed: %s\n", report.notRehearsed.c_str());
     if (call.globals.json)
         printReportJson(report);
     else
@@ -242,7 +241,7 @@ constexpr CommandRow commands::check = {
     nullptr,
     "check",
     "Check the rows of a configuration and rehearse a startup of the service from it. Exit "
-    "status: 0 nothing found, 1 warnings, 2 errors, or a database that cannot be used",
+    "status: 0 nothing found, 1 warnings, 2 errors, or an unusable database",
     "  swctl check\n  swctl check new.db --interfaces eth0,eth1\n"
     "  swctl check --explain untag-twice",
     runCheck,

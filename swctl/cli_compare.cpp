@@ -1,5 +1,4 @@
-// The commands that hold the database against the hardware: diff, repair, recover,
-// rehearse.
+// The commands that compare database and hardware: diff, repair, recover, rehearse.
 #include "client/base/text.h"
 #include "client/change/repair.h"
 #include "client/rehearse/event_text.h"

@@ -1,5 +1,4 @@
-// The commands that change the configuration database: vlan, port and switch. They
-// differ only in their tables.
+// The commands that change rows: vlan, port and switch. They differ only in their tables.
 #include "swctl/cli_configuration.h"
 
 #include "client/base/failure.h"
@@ -14,7 +13,7 @@ namespace swctl {
 namespace {
 
 struct KindRow {
-    const char *command; // its name
+    const char *command;
     RowWish::Kind kind;
 };
 
@@ -31,10 +30,10 @@ RowWish::Kind kindOf(const CommandRow &command)
     for (const KindRow &row : kinds)
         if (strcmp(row.command, command.name) == 0)
             return row.kind;
-    throw std::logic_error(std::string("no change is called ") + command.name);
+    throw std::logic_error(std::string("there is no change ") + command.name);
 }
 
-// "VLAN 10", "port 3 of PSE": how the row is called in messages.
+// The row's name in messages: "VLAN 10", "port 3 of PSE".
 std::string rowName(const TableRow &table, const std::vector<Assignment> &key, const Call &call)
 {
     const char *number = table.columns[key.size() - 1].option;
@@ -67,7 +66,7 @@ const TableRow &tableOf(const CommandRow &command)
     for (const TableRow *table : tables)
         if (strcmp(table->group, command.group) == 0)
             return *table;
-    throw std::logic_error(std::string("no table belongs to ") + command.group);
+    throw std::logic_error(std::string("there is no table for ") + command.group);
 }
 
 RowWish rowWishOf(const Call &call)
@@ -93,7 +92,7 @@ RowWish rowWishOf(const Call &call)
     if (&table == &vlanTable && wish.kind == RowWish::Kind::set && call.has("--id"))
         wish.values.push_back({"vlanId", call.number("--id")});
     if (wish.kind == RowWish::Kind::set && wish.values.empty())
-        throw Failure(exitUsage, "say what to change; see --help for the options");
+        throw Failure(exitUsage, "nothing to change; see --help for the options");
     return wish;
 }
 

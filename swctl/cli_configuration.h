@@ -1,4 +1,4 @@
-// What a command of the groups vlan, port and switch is about.
+// The rows that commands of the groups vlan, port and switch refer to.
 #pragma once
 
 #include "client/plan/wish.h"
@@ -8,10 +8,10 @@ namespace swctl {
 
 struct TableRow;
 
-// The table that the group of a command is named after.
+// The table of the command's group.
 const TableRow &tableOf(const CommandRow &command);
 
-// The change of a row that one of their commands add, set and delete asks for.
+// The row change requested by one of the commands add, set and delete.
 RowWish rowWishOf(const Call &call);
 
 } // namespace swctl

@@ -1,4 +1,4 @@
-// The commands that take or give a whole configuration: export, apply, batch.
+// The commands for whole configurations and batches: export, apply, batch.
 #include "client/base/failure.h"
 #include "client/base/file.h"
 #include "client/base/text.h"
@@ -20,7 +20,7 @@ namespace {
 constexpr size_t mostInput = 64 * 1024 * 1024; // bytes
 constexpr const char *inputName = "standard input";
 
-// Everything up to the end; of a pipe as well.
+// Reads to the end of the file or pipe.
 std::string contentsOf(FILE *stream, const std::string &name)
 {
     std::string text;
@@ -28,7 +28,7 @@ std::string contentsOf(FILE *stream, const std::string &name)
     for (size_t length = 0; (length = fread(block, 1, sizeof(block), stream)) > 0;) {
         text.append(block, length);
         if (text.size() > mostInput)
-            throw Failure(exitUsage, printable(name) + ": it is too long");
+            throw Failure(exitUsage, printable(name) + ": the file is too long");
     }
     if (ferror(stream) != 0)
         throw Failure(exitUsage, printable(name) + ": " + strerror(errno));
@@ -63,7 +63,7 @@ int runApply(const Call &call)
     return change(call, fileWishOf(text, name));
 }
 
-// The words of a line: blanks part them, quotes keep them together.
+// Splits a line at blanks; quotes keep words together.
 std::vector<std::string> quotedWordsOf(const std::string &line)
 {
     std::vector<std::string> words;
@@ -87,11 +87,11 @@ std::vector<std::string> quotedWordsOf(const std::string &line)
             words.back() += c;
     }
     if (quote != '\0')
-        throw Failure(exitUsage, "a quote is not closed");
+        throw Failure(exitUsage, "unterminated quote");
     return words;
 }
 
-// What a line asks for, as a command line of its own.
+// Parses a line as a command line.
 RowWish wishOf(std::vector<std::string> words)
 {
     if (words.front() == "swctl")
@@ -106,7 +106,7 @@ RowWish wishOf(std::vector<std::string> words)
             return rowWishOf(line.call);
         }
     }
-    throw Failure(exitUsage, "it is no command that changes the configuration");
+    throw Failure(exitUsage, "this is not a command that changes the configuration");
 }
 
 int runBatch(const Call &call)

@@ -1,4 +1,4 @@
-// The command that makes a configuration database.
+// The command that creates a configuration database.
 #include "client/base/failure.h"
 #include "client/base/file.h"
 #include "client/base/text.h"
@@ -24,7 +24,7 @@ namespace {
 struct Template {
     const char *name;
     const char *sql;
-    const char *meaning; // of its rows
+    const char *meaning; // of the template's rows
 };
 
 constexpr Template templates[] = {
@@ -39,7 +39,7 @@ const Template &templateNamed(const std::string &name)
     for (const Template &candidate : templates)
         if (candidate.name == name)
             return candidate;
-    return templates[0]; // the option accepts no other name
+    return templates[0]; // the option accepts only known names
 }
 
 [[noreturn]] void refuse(const std::string &path, const std::string &why)
@@ -47,19 +47,19 @@ const Template &templateNamed(const std::string &name)
     throw Failure(exitRefused, "refused: " + printable(path) + " " + why + "; nothing was changed");
 }
 
-// What belongs to an earlier database of that name would be taken for the new one's.
+// Files left by an earlier database of this name would be mistaken for the new one's.
 void refuseRemains(const std::string &path)
 {
     for (const char *ending : {"", "-journal", "-wal", ".change", ".trial", ".history"}) {
         struct stat about = {};
         if (lstat((path + ending).c_str(), &about) == 0)
             refuse(path + ending,
-                   *ending == '\0' ? "is there already" : "of an earlier database is there");
+                   *ending == '\0' ? "exists already" : "of an earlier database exists");
     }
 }
 
-// The contents under a name of their own until they are whole; the file is gone
-// with the object, but for the names that it was given.
+// A temporary file for the contents until they are complete. The destructor removes it; names
+// given to it by publish() stay.
 class DraftFile {
 public:
     explicit DraftFile(const std::string &target)
@@ -86,12 +86,12 @@ public:
             fail();
     }
 
-    // False when something has that name already.
+    // False if the name is already taken.
     [[nodiscard]] bool publish(const std::string &target) const
     {
         const int status =
             renameat2(AT_FDCWD, path.c_str(), AT_FDCWD, target.c_str(), RENAME_NOREPLACE);
-        // Older file systems cannot rename without replacing.
+        // Older file systems do not support RENAME_NOREPLACE.
         const bool known = status == 0 || (errno != EINVAL && errno != ENOSYS);
         if ((known ? status : link(path.c_str(), target.c_str())) == 0)
             return true;
@@ -125,7 +125,7 @@ int runInit(const Call &call)
         const DraftFile draft(globals.database);
         draft.write(database.serialised());
         if (!draft.publish(globals.database))
-            refuse(globals.database, "is there already");
+            refuse(globals.database, "exists already");
     }
     syncFolder(globals.database);
     if (globals.json)
@@ -134,7 +134,7 @@ int runInit(const Call &call)
                    {"template", chosen.name},
                    {"constraints", constraints}});
     else
-        printf("applied: %s made, with %s%s\n", shown(globals.database).c_str(), chosen.meaning,
+        printf("applied: created %s, with %s%s\n", shown(globals.database).c_str(), chosen.meaning,
                constraints ? " and constraints" : "");
     return exitDone;
 }

@@ -40,7 +40,7 @@ bool lists(const Row &row, const char *column, const std::string &port)
                        [&](const std::string &entry) { return toInt(entry) == toInt(port); });
 }
 
-// Whether the list shows this VLAN.
+// Whether the VLAN passes the filters.
 bool matches(const Call &call, const Row &row)
 {
     if (call.has("--id") && !inRanges(call.text("--id"), toInt(row.text("vlanId"))))

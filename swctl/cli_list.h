@@ -6,7 +6,7 @@
 
 namespace swctl {
 
-// The rows with every column, numbers as numbers.
+// The rows with all columns, numbers as numbers.
 Json rowsJson(const std::vector<Row> &rows);
 
 } // namespace swctl

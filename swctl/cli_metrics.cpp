@@ -1,4 +1,4 @@
-// The command for a monitoring system: metrics.
+// The metrics command, for monitoring systems.
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/view/metrics.h"
@@ -26,8 +26,8 @@ bool writeAll(int file, std::string_view text)
     return true;
 }
 
-// A reader finds the old text or the new one, and never a part of it. The collector
-// runs as a user of its own, so everybody may read.
+// Replaces the file atomically. It is world-readable because the collector runs as its own
+// user.
 void replaceFile(const std::string &path, const std::string &text)
 {
     constexpr mode_t everybodyReads = 0644;
@@ -47,12 +47,12 @@ int runMetrics(const Call &call)
 {
     const Globals &globals = call.globals;
     if (globals.json)
-        throw Failure(exitUsage, "metrics have a format of their own; 'swctl status --json' "
-                                 "tells the state as JSON");
+        throw Failure(exitUsage, "metrics have their own format; 'swctl status --json' "
+                                 "reports the state as JSON");
     const Facts facts = factsOf(globals.database, globals.site);
     const std::string text = metricsText(facts);
     if (!facts.status)
-        fprintf(stderr, "swctl: not all could be read: %s\n", printable(facts.reason).c_str());
+        fprintf(stderr, "swctl: incomplete: %s\n", printable(facts.reason).c_str());
     if (!call.has("--output"))
         fputs(text.c_str(), stdout);
     else
@@ -61,7 +61,7 @@ int runMetrics(const Call &call)
 }
 
 constexpr OptionRow options[] = {
-    {"--output", "FILE", "Replace this file, which everybody may read, instead of printing"},
+    {"--output", "FILE", "Replace this file, made world-readable, instead of printing"},
 };
 
 } // namespace

@@ -1,5 +1,5 @@
-// Requests that bypass the database, and the raw forms for testing: request,
-// bandwidth, event and command.
+// Requests that bypass the database, and raw requests for testing: request, bandwidth, event
+// and command.
 #include "client/base/failure.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
@@ -45,18 +45,18 @@ SwMgrVlanRequest vlanRequest(const Call &call)
     return request;
 }
 
-// What a device that can be asked and the kernel hold of a VLAN.
+// The state of a VLAN in a device that can be queried, and in the kernel.
 struct Held {
     std::string unread; // why it is not known; empty: it is
     const Device *device = nullptr;
     VlanEntry entry;
     std::string text;          // the entry, in words
-    bool subInterface = false; // on the Linux interface of the request
+    bool subInterface = false; // on the interface named in the request
 
     [[nodiscard]] bool none() const { return entry.empty() && !subInterface; }
 };
 
-// Where the gateway cannot be looked at, a request is sent all the same.
+// If the gateway cannot be read, the request is sent anyway.
 std::optional<GatewayView> gatewayIfUsable(const Globals &globals, Held &held)
 {
     try {
@@ -95,8 +95,8 @@ Held heldOf(GatewayView &gateway, const SwitchVlanCfg &vlan)
     return held;
 }
 
-// The service answers 0 whatever became of such a request, so it is looked at. Empty
-// where all is as asked.
+// The service always answers 0 to such a request, so the result must be read back. Empty if it
+// is as requested.
 std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
 {
     const bool wantsSubInterface = vlan.interfaceName[0] != '\0';
@@ -104,11 +104,11 @@ std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
     if (added && (vlan.fwdMap & ~held.entry.members) != 0)
         return part + " has " + held.text + " for it";
     if (added && wantsSubInterface && !held.subInterface)
-        return "its sub-interface is not there";
+        return "its sub-interface does not exist";
     if (!added && !held.entry.empty())
         return part + " still has its entry";
     if (!added && held.subInterface)
-        return "its sub-interface is still there";
+        return "its sub-interface still exists";
     return {};
 }
 
@@ -129,7 +129,7 @@ int runVlanRequest(const Call &call, int type)
     if (!after.unread.empty())
         what += "; not verified: " + after.unread;
     else if (!added && before.unread.empty() && before.none())
-        what += "; nothing was there before";
+        what += "; it did not exist before";
     return reportAnswer(globals, what, status, log,
                         after.unread.empty() ? faultOf(after, request.vlan, added) : std::string());
 }
@@ -158,12 +158,12 @@ int runBandwidth(const Call &call)
     bandwidth.totalBandwidth = static_cast<uint32_t>(call.number("TOTAL"));
     bandwidth.percentage = static_cast<uint32_t>(call.number("PERCENT"));
 
-    // The service multiplies in 32 bits; beyond that another rate would come out.
+    // The service multiplies in 32 bits; an overflow would set a different rate.
     const uint64_t product = uint64_t{bandwidth.totalBandwidth} * bandwidth.percentage;
     if (product > std::numeric_limits<uint32_t>::max() || product / 100 > mostRate)
         throw Failure(exitUsage, call.text("PERCENT") + " % of " + call.text("TOTAL") +
-                                     " kbit/s is more than can be set: at most " +
-                                     std::to_string(mostRate) + " kbit/s");
+                                     " kbit/s exceeds the maximum of " + std::to_string(mostRate) +
+                                     " kbit/s");
     const int status =
         ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_IFDEV_EVENT, bytesOf(event), bytesOf(bandwidth));
     return reportAnswer(call.globals, "bandwidth of " + call.text("INTERFACE"), status);
@@ -191,7 +191,7 @@ constexpr OptionRow bandwidthOptions[] = {
 
 // --- raw forms -------------------------------------------------------------
 
-// Cuts the record or fills it up with zeros.
+// Truncates the record or pads it with zeros.
 std::string sized(std::string_view record, const Call &call)
 {
     std::string bytes(record);
@@ -219,7 +219,7 @@ int runEvent(const Call &call)
     static const std::map<std::string, int> operations = {
         {"insert", SWMGR_DB_INSERT}, {"update", SWMGR_DB_UPDATE}, {"delete", SWMGR_DB_DELETE}};
     SwMgrDbEvent event{};
-    // All 64 bytes may be used, to try a name without terminator.
+    // All 64 bytes may be used, to test names without a terminator.
     const std::string &table = call.text("TABLE");
     memcpy(event.tableName, table.data(), std::min(table.size(), sizeof(event.tableName)));
     event.rowId = call.number("ROWID");
@@ -272,7 +272,7 @@ constexpr OptionRow eventOptions[] = {
      .type = "NAME=VALUE",
      .help = "Old value of a column; repeat for each column",
      .repeats = true},
-    {"--old-hex", "HEX", "Further bytes of the old-values block", hexBytes},
+    {"--old-hex", "HEX", "Additional bytes for the old-values block", hexBytes},
     lengthOption,
 };
 constexpr OptionRow commandOptions[] = {

@@ -1,4 +1,4 @@
-// How the gateway is doing: status, and what the chip counts on its ports.
+// The status and counters commands.
 #include "client/base/failure.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
@@ -52,11 +52,11 @@ Json statusJson(const Status &status)
             {"comparison", verdictJson(status.verdict)}};
 }
 
-// Each line of the text beside or below the name.
+// Prints the lines of the text beside or below the name.
 void printField(const char *name, const std::string &text)
 {
     std::vector<std::string> lines = partsOf(text, '\n');
-    if (lines.back().empty()) // after the last line end
+    if (lines.back().empty()) // the text ended with a line end
         lines.pop_back();
     for (const std::string &line : lines) {
         printWrapped(stdout, padded(name, nameColumns) + shown(line), outputColumns, /*indent=*/0,
@@ -72,7 +72,7 @@ void printService(const Status &status)
     else if (status.start)
         printField("service", "up since " + dateText(*status.start / 1000));
     else
-        printField("service", "up; since when is not known");
+        printField("service", "up; start time unknown");
     if (status.unreachable.empty())
         printField("last load", status.load.text());
     for (const std::string &reason : status.load.reasons)
@@ -104,8 +104,8 @@ void printStatus(const Status &status)
     printService(status);
     printVlans(status);
     if (!status.unfinished.empty())
-        printField("change", "broken off: " + status.unfinished +
-                                 "; 'swctl recover' finishes it or takes it back");
+        printField("change", "interrupted: " + status.unfinished +
+                                 "; 'swctl recover' finishes or reverts it");
     if (status.trial)
         printField("change", "on trial until " + clockText(status.trial->deadline) + ": " +
                                  status.trial->changes.what + " " + status.trial->changes.verb +

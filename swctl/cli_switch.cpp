@@ -1,5 +1,5 @@
-// Commands for one switch, sent as they are and not stored: rate-limit, queues,
-// qos, pause-frames, vlan-mode and snooping.
+// Commands sent to one switch and not stored: rate-limit, queues, qos, pause-frames, vlan-mode
+// and snooping.
 #include "client/base/failure.h"
 #include "client/base/number.h"
 #include "client/base/text.h"
@@ -20,10 +20,10 @@ namespace swctl {
 namespace {
 
 constexpr const char *everyPort = "all";
-constexpr int64_t leastRate = 64; // kbit/s, the finest step of the engine's limiter
-constexpr int weightedQueues = 4; // queues with a weight in the record
+constexpr int64_t leastRate = 64; // kbit/s, the engine limiter's finest step
+constexpr int weightedQueues = 4; // queues that have a weight in the record
 
-// A port that no row adds would be passed over in silence.
+// The service silently ignores a port that is not in the rows.
 void refuseUnknownPort(Database &database, const Call &call, const std::string &port)
 {
     const std::string &name = call.text("--switch");
@@ -36,8 +36,9 @@ void refuseUnknownPort(Database &database, const Call &call, const std::string &
                                        " in the database; nothing was sent");
 }
 
-// The service runs pipelines for them and takes no notice of how they end, so the
-// registers are looked at. Empty: they are as asked, or `told` says why it is not known.
+// The service ignores the exit status of the pipelines that it runs for pause frames, so the
+// registers are read back. Returns the fault; if empty, they are as requested, or `told`
+// explains why that is unknown.
 std::string pauseFault(const Site &site, bool on, std::string &told)
 {
     const Part<PauseRegisters> registers = readPauseRegisters(site);
@@ -51,13 +52,13 @@ std::string pauseFault(const Site &site, bool on, std::string &told)
     return {};
 }
 
-// `port`: whose row must be there; "all": none's.
+// `port` must have a row; "all" is not checked.
 int send(const Call &call, const std::string &what, int command, std::string_view payload,
          const std::string &port = everyPort)
 {
     const Globals &globals = call.globals;
     const std::string &name = call.text("--switch");
-    std::optional<GatewayView> gateway; // a command that is forced takes no database
+    std::optional<GatewayView> gateway; // not needed with --force
     if (!call.flag("--force")) {
         gateway.emplace(Database(globals.database, Access::read), globals.site);
         refuseUnknownPort(gateway->database(), call, port);
@@ -119,7 +120,7 @@ int runSnooping(const Call &call)
     return exitStatus;
 }
 
-// A command whose whole record is one 32-bit number, 0 or 1.
+// A command whose record is a single 32-bit number, 0 or 1.
 int sendState(const Call &call, const char *what, int command)
 {
     const int32_t value = call.integer("STATE");
@@ -149,7 +150,7 @@ std::string portOrAll(const std::string &text)
 constexpr OptionRow switchOptions[] = {
     {"--switch", "NAME", "Switch that gets the command; the top-level switch passes it on",
      switchNameText, engineName},
-    {"--force", nullptr, "Send it even if a rehearsal shows that nothing would act on it"},
+    {"--force", nullptr, "Send it even if a rehearsal shows that it would have no effect"},
 };
 constexpr OptionRow rateLimitOptions[] = {
     {.name = "--port",

@@ -1,4 +1,4 @@
-// The commands about changes that were made: confirm, history, undo.
+// The commands for earlier changes: confirm, history, undo.
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/base/time_text.h"
@@ -38,7 +38,7 @@ int runConfirm(const Call &call)
     const ChangeLock lock = lockChanges(globals);
     const std::optional<Trial> trial = trialOf(globals.database);
     if (!trial)
-        throw Failure(exitRefused, "refused: no change waits for its confirmation");
+        throw Failure(exitRefused, "refused: no change awaits confirmation");
     refuseAnotherFile(globals.database);
     if (call.flag("--take-back"))
         return takeBack(globals, *trial);
@@ -51,14 +51,14 @@ int runConfirm(const Call &call)
     if (globals.json)
         printJson({{"outcome", "applied"}, {"what", trial->changes.what}, {"confirmed", true}});
     else
-        printf("confirmed: %s; it stays\n", printable(what).c_str());
+        printf("confirmed: %s\n", printable(what).c_str());
     return exitDone;
 }
 
 int runHistory(const Call &call)
 {
     const Globals &globals = call.globals;
-    { // Of a database that can be used.
+    { // Fails if the database is unusable.
         const Database database(globals.database, Access::read);
     }
     std::vector<HistoryEntry> entries = History(globals.database).entries();
@@ -92,8 +92,8 @@ int runHistory(const Call &call)
     return exitDone;
 }
 
-// The entry of that number; without one the last that took effect, is not undone
-// and undoes nothing itself.
+// The entry with that number; without a number, the last change that took effect, has not been
+// undone and is not an undo itself.
 HistoryEntry entryToUndo(const std::string &databasePath, int number)
 {
     const std::vector<HistoryEntry> entries = History(databasePath).entries();
@@ -108,15 +108,15 @@ HistoryEntry entryToUndo(const std::string &databasePath, int number)
             continue;
         if (undone.contains(entry->number))
             throw Failure(exitRefused, "refused: change " + std::to_string(number) +
-                                           " is undone already; nothing was changed");
+                                           " has already been undone; nothing was changed");
         if (entry->outcome == "refused")
             throw Failure(exitRefused, "refused: change " + std::to_string(number) +
-                                           " was refused itself; there is nothing to undo");
+                                           " was refused; there is nothing to undo");
         return *entry;
     }
     throw Failure(exitUsage,
                   number != 0 ? "there is no change " + std::to_string(number) + " in the history"
-                              : std::string("the history has no change that could be undone"));
+                              : std::string("the history has no change to undo"));
 }
 
 int runUndo(const Call &call)
@@ -126,7 +126,7 @@ int runUndo(const Call &call)
     return change(call, std::move(gateway), UndoWish{entry.number, entry.changes});
 }
 
-// --watch is how the process starts itself that takes the change back.
+// --watch is used by swctl itself, for the process that undoes the change.
 constexpr OptionRow confirmOptions[] = {
     {"--take-back", nullptr, "Revert it now"},
     {"--watch", "SECONDS", nullptr, decimal<0, maxInt>},

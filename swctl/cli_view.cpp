@@ -1,4 +1,4 @@
-// The commands that only look: show and log.
+// The read-only commands show and log.
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/service/log.h"
@@ -50,7 +50,7 @@ constexpr OptionRow showOptions[] = {
 
 constexpr useconds_t followInterval = 200000; // us
 
-// Escape sequence, empty: none.
+// Escape sequence, empty for none.
 const char *colourOf(int32_t rank)
 {
     switch (rank) {
@@ -107,7 +107,7 @@ void printLine(const LogLine &line, bool json, bool colour)
     const int32_t rank = rankOf(line);
     const char *start = colour ? colourOf(rank) : "";
     if (line.dropped != 0)
-        printf("... %u records were lost\n", line.dropped);
+        printf("... %u records lost\n", line.dropped);
     printf("%s%s  %-7s  %s%s\n", start, timeText(line.time).c_str(), rankName(rank),
            printable(line.text).c_str(), *start != '\0' ? "\x1b[0m" : "");
     fflush(stdout);
@@ -118,12 +118,13 @@ int runLog(const Call &call)
     const bool json = call.globals.json;
     const bool colour = colourWanted(stdout);
     int32_t most = LOG_RANK_DEBUG;
-    const bool named = logRankByName(call.text("--level").c_str(), most); // checked before
-    // Unless a level is named, tools that did their work are noise.
+    const bool named =
+        logRankByName(call.text("--level").c_str(), most); // validated by the option's check
+    // Unless a level was given, hide the routine output of successful tools.
     const auto shown = [most, named](const LogLine &line) {
         return rankOf(line) <= most && (named || rankOf(line) != LOG_RANK_TOOL);
     };
-    LogFollower follower(most); // no rank is below its record's level
+    LogFollower follower(most); // a record's rank is never below its level
     const auto keep = static_cast<size_t>(call.number("--lines"));
     std::deque<LogLine> older;
     follower.read([&](const LogLine &line) {
@@ -142,7 +143,7 @@ int runLog(const Call &call)
                 printLine(line, json, colour);
         });
         if (lost != 0)
-            fprintf(stderr, "swctl: %llu records came faster than they were read\n",
+            fprintf(stderr, "swctl: %llu records were lost because they were read too slowly\n",
                     static_cast<unsigned long long>(lost));
     }
     return exitDone;
@@ -150,11 +151,11 @@ int runLog(const Call &call)
 
 constexpr OptionRow logOptions[] = {
     {"--level", "LEVEL",
-     "Show this level and more urgent ones: error, warning, info, notice, tool, debug; without "
+     "Show this level and more severe ones: error, warning, info, notice, tool, debug; without "
      "it all but tool",
      levelName},
     {"--lines", "N", "Older records to show first, 0 to 512", decimal<0, 512>, "20"},
-    {"--no-follow", nullptr, "End after the older records"},
+    {"--no-follow", nullptr, "Exit after the older records"},
 };
 
 } // namespace

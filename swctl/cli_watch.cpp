@@ -1,4 +1,4 @@
-// watch: one line for each thing that changes, until it is interrupted.
+// watch: prints a line for each change until interrupted.
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/service/log.h"
@@ -17,9 +17,10 @@
 namespace swctl {
 namespace {
 
-constexpr int readAnyway = 15; // looks after which the chip's table is read unasked
+constexpr int readAnyway =
+    15; // rounds after which the chip's table is read even without a log message
 
-// What the service has logged since: true when anything, or when nobody can tell.
+// Whether the service has logged anything since the last call; true if that is unknown.
 bool hasSpoken(LogFollower &follower, std::vector<std::string> &reasons)
 {
     std::vector<LogLine> lines;
@@ -36,7 +37,7 @@ bool hasSpoken(LogFollower &follower, std::vector<std::string> &reasons)
     return !heard || !lines.empty();
 }
 
-// The signals that end it come when it waits, not in the middle of a line.
+// Signals that end the run are handled while waiting, not in the middle of a line.
 class Interruptions {
 public:
     Interruptions()
@@ -47,7 +48,7 @@ public:
         sigprocmask(SIG_BLOCK, &set, nullptr);
     }
 
-    // Whether one came within that time.
+    // Whether one arrives within `seconds`.
     [[nodiscard]] bool within(int seconds) const
     {
         const timespec limit = {seconds, 0};
@@ -89,11 +90,11 @@ int runWatch(const Call &call)
     Watcher watcher(gateway);
     LogFollower follower(SWMGR_LOG_DEVDEBUG);
     std::vector<std::string> reasons;
-    static_cast<void>(hasSpoken(follower, reasons)); // what was before is none of its business
+    static_cast<void>(hasSpoken(follower, reasons)); // skip older records
     static_cast<void>(watcher.databaseMoved());
     Scene before = watcher.observe(/*table=*/true);
     if (isatty(STDERR_FILENO) == 1)
-        fprintf(stderr, "swctl: watching %zu things; Ctrl-C ends it\n", before.size());
+        fprintf(stderr, "swctl: watching %zu values; press Ctrl-C to stop\n", before.size());
     for (int looks = 1; ferror(stdout) == 0 && !interruptions.within(call.integer("--interval"));
          ++looks) {
         const bool moved = watcher.databaseMoved();

@@ -21,7 +21,7 @@ const GroupRow *groupOf(const CommandTable &table, const CommandRow &command)
 
 } // namespace
 
-const OptionRow helpOption = {"-h,--help", nullptr, "Show this help and end"};
+const OptionRow helpOption = {"-h,--help", nullptr, "Show this help and exit"};
 
 const char *Place::name() const
 {

@@ -1,5 +1,5 @@
-// What a command line can say, as plain rows: commands with their options. The parser,
-// the help, the manual page and the completion all read the same rows.
+// The command line as tables: commands and their options. The parser, the help, the manual page
+// and the completion all use them.
 #pragma once
 
 #include <array>
@@ -11,22 +11,22 @@ namespace swctl {
 
 class Call;
 
-// Gives the normal form of a text, or throws a Failure that says what is accepted.
+// Returns the normal form of a text, or throws a Failure that lists what is accepted.
 using Check = std::string (*)(const std::string &text);
 
-// The order is that in which rows are written.
+// The members are in the order that is convenient for writing tables.
 // NOLINTNEXTLINE(clang-analyzer-optin.performance.Padding)
 struct OptionRow {
-    const char *name;                  // "--ports" or "-v,--verbose"; "PORT": an argument
-    const char *type;                  // placeholder of the value; null: a flag without one
-    const char *help;                  // without its full stop; null: hidden
-    Check check = nullptr;             // null: any text
-    const char *initial = nullptr;     // taken where none is given; null: none
+    const char *name;                  // "--ports" or "-v,--verbose"; "PORT" for an argument
+    const char *type;                  // placeholder of the value; null for a flag
+    const char *help;                  // without a full stop at the end; null if hidden
+    Check check = nullptr;             // null accepts any text
+    const char *initial = nullptr;     // default value; null for none
     bool required = false;             // must be given
-    const char *environment = nullptr; // variable that may give it; null: none
-    int listOf = 0;                    // most values between commas; 0: one value
-    bool repeats = false;              // may be given several times, one value each
-    bool alone = false;                // asks for itself: a command is neither needed nor run
+    const char *environment = nullptr; // environment variable to use instead; null for none
+    int listOf = 0;       // maximum number of comma-separated values; 0 for a single value
+    bool repeats = false; // may be repeated, one value each
+    bool alone = false;   // complete by itself: no command is needed, and none is run
 
     [[nodiscard]] constexpr bool isArgument() const { return name[0] != '-'; }
     [[nodiscard]] constexpr bool isHidden() const { return help == nullptr; }
@@ -36,15 +36,15 @@ struct OptionRow {
 using OptionList = std::span<const OptionRow>;
 
 struct CommandRow {
-    const char *group;       // the word before its name; null: none
-    const char *name;        // the word that chooses it
-    const char *description; // without its full stop
-    const char *examples;    // lines, each two spaces in
+    const char *group; // the word before its name; null for none
+    const char *name;
+    const char *description; // without a full stop at the end
+    const char *examples;    // lines, each indented by two spaces
     int (*run)(const Call &call);
-    std::array<OptionList, 4> options = {}; // one list after another
+    std::array<OptionList, 4> options = {}; // concatenated
 };
 
-// The first word of several commands.
+// The first word of a group of commands.
 struct GroupRow {
     const char *name;
     const char *description;
@@ -52,36 +52,36 @@ struct GroupRow {
 
 struct CommandTable {
     const char *description;  // of the program
-    const char *exitStatuses; // lines, each two spaces in
-    OptionList options;       // taken before and behind every command
+    const char *exitStatuses; // lines, each indented by two spaces
+    OptionList options;       // accepted before and after every command
     std::span<const GroupRow> groups;
-    std::span<const CommandRow *const> commands; // those of a group together
+    std::span<const CommandRow *const> commands; // grouped commands are adjacent
 };
 
-extern const OptionRow helpOption; // of every place
+extern const OptionRow helpOption; // available everywhere
 
-// A place on a command line: behind a command, behind the word of a group (no command),
-// or before both (neither).
+// A position on a command line: after a command, after a group (no command), or before either
+// (both null).
 struct Place {
     const GroupRow *group = nullptr;
     const CommandRow *command = nullptr;
 
-    [[nodiscard]] const char *name() const; // the word that led there, "swctl" before all
-    [[nodiscard]] std::string path() const; // the words that led there, "" before all
+    [[nodiscard]] const char *name() const; // the last word before it, or "swctl"
+    [[nodiscard]] std::string path() const; // the words before it, or ""
 };
 
 const char *descriptionOf(const CommandTable &table, const Place &place);
 
-// Where the next word may lead; none behind a command.
+// The places that the next word may lead to; empty after a command.
 std::vector<Place> placesAfter(const CommandTable &table, const Place &place);
 
-// Every place with words, each group before its commands.
+// All places, each group before its commands.
 std::vector<Place> allPlaces(const CommandTable &table);
 
-// The options that belong to a place itself, hidden ones included.
+// The options of the place itself, including hidden ones.
 std::vector<const OptionRow *> optionsAt(const CommandTable &table, const Place &place);
 
-// The names of an option: "-v" and "--verbose".
+// The names of an option, e.g. "-v" and "--verbose".
 std::vector<std::string> namesOf(const OptionRow &option);
 
 } // namespace swctl

@@ -11,10 +11,10 @@ std::string documentKind(const std::string &text)
     return wordAmong(text, {"man", "bash"});
 }
 
-// The default of --wait is the other swctl's; the service has its relay's own limit, since
-// a start with thousands of VLANs answers late.
+// --wait has a default only for waiting for another swctl. For answers, relay's own limit
+// applies by default, since the service answers late while it starts with thousands of VLANs.
 constexpr OptionRow globalOptions[] = {
-    {.name = "--version", .type = nullptr, .help = "Show the version and end", .alone = true},
+    {.name = "--version", .type = nullptr, .help = "Show the version and exit", .alone = true},
     {.name = "--database",
      .type = "FILE",
      .help = "Configuration database",
@@ -29,9 +29,8 @@ constexpr OptionRow globalOptions[] = {
      .help = "File that says where devices and interfaces are, for a simulated gateway",
      .environment = "SWMGR_SITE"},
     {"--wait", "SECONDS",
-     "Seconds to wait for another swctl (10 unless given) and for each answer of the "
-     "service (180 unless given), 0 to 3600; 0 does not wait for the other swctl, and a "
-     "second for an answer",
+     "Seconds to wait for another swctl (default 10) and for each answer of the service "
+     "(default 180), 0 to 3600; 0 means no wait for the other swctl and one second for an answer",
      decimal<0, 3600>},
     {"--json", nullptr, "Print JSON"},
     {.name = "--complete", .type = "KIND", .help = nullptr, .alone = true},
@@ -43,12 +42,12 @@ constexpr GroupRow groups[] = {
     {"port", "Ports in the configuration"},
     {"switch", "Switches in the configuration"},
     {"request",
-     "VLAN requests that leave the database alone; the service reports success whatever happens, "
+     "VLAN requests that bypass the database; the service reports success whatever happens, "
      "so chip and kernel are read back"},
     {"explain", "Why a port or an interface behaves as it does"},
 };
 
-// In the order of help and manual page.
+// In the order used by help and manual page.
 constexpr const CommandRow *everyCommand[] = {
     &commands::vlanAdd,
     &commands::vlanSet,
@@ -107,11 +106,11 @@ constexpr const char *description =
 constexpr const char *exitStatuses =
     "  0  done\n"
     "  1  refused; nothing has changed\n"
-    "  2  wrong arguments, a database that cannot be used, or output that\n"
+    "  2  wrong arguments, an unusable database, or output that\n"
     "     cannot be written\n"
     "  3  unanswered: the service cannot be reached, or did not answer\n"
-    "  4  differs: rows and hardware do not agree; 'swctl repair' mends\n"
-    "     it, or says what only a restart can\n";
+    "  4  differs: rows and hardware disagree; 'swctl repair' fixes\n"
+    "     it, or reports what needs a restart\n";
 
 } // namespace
 

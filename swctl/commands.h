@@ -1,5 +1,5 @@
-// Every command of swctl. To add one: its row beside what it does, a line here, and its
-// place in the table.
+// All commands of swctl. To add one, define its row next to its code, declare it here, and add
+// it to the table.
 #pragma once
 
 #include "swctl/call.h"
@@ -7,9 +7,9 @@
 namespace swctl {
 
 extern const CommandTable commandTable;
-extern const CommandTable changeTable; // what a batch takes: changes of single rows
+extern const CommandTable changeTable; // for batches: changes of single rows
 
-Globals globalsOf(const Call &call); // of a call from the table of all commands
+Globals globalsOf(const Call &call); // for a call that was parsed with the full table
 
 namespace commands {
 

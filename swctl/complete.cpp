@@ -47,7 +47,7 @@ void printCompletions(const Globals &globals, const std::string &kind)
                 words.insert(name);
         }
     } catch (const std::exception &) {
-        // Who completes a word asked for no message: what is known is offered.
+        // Completion must not print errors; offer what is known.
     }
     for (const std::string &word : words)
         if (isPlain(word))

@@ -1,4 +1,4 @@
-// The names and numbers that a completion offers.
+// Names and numbers for completion.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@ namespace swctl {
 
 struct Globals;
 
-// Prints the VLAN ids, switches, ports or interfaces, one a line; nothing where
-// they cannot be read. Only what means nothing to a shell.
+// Prints VLAN ids, switches, ports or interfaces, one per line, leaving out names with
+// characters special to a shell. Prints nothing if they cannot be read.
 void printCompletions(const Globals &globals, const std::string &kind);
 
 } // namespace swctl

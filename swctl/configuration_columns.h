@@ -1,4 +1,4 @@
-// The columns of the configuration tables as options of the command line.
+// The columns of the configuration tables as command-line options.
 #pragma once
 
 #include "client/rows/columns.h"
@@ -11,15 +11,15 @@
 
 namespace swctl {
 
-// One table with everything that the commands of its group need.
+// A table and what its commands need to know.
 struct TableRow {
-    const char *group; // of its commands
+    const char *group; // of the table's commands
     const char *table; // name in the database
     const char *noun;  // what a row is called, e.g. "VLAN"
     std::span<const Column> columns;
 };
 
-// The normal form of a text for a column, or a Failure that says what it takes.
+// The normal form of a value for a column; throws a Failure that lists what is accepted.
 template <const auto &columns, size_t place>
 std::string valueFor(const std::string &text)
 {
@@ -43,7 +43,7 @@ std::string valueFor(const std::string &text)
     }
 }
 
-// The options of columns, those of the columns that tell rows apart first.
+// Turns columns into options, identifying columns first.
 template <const auto &columns, size_t... places>
 constexpr auto optionsOf(std::index_sequence<places...>)
 {
@@ -59,7 +59,7 @@ constexpr auto optionsOf()
     return optionsOf<columns>(std::make_index_sequence<std::size(columns)>());
 }
 
-// Those that tell rows apart, and the rest.
+// The identifying columns, and the rest.
 template <size_t size>
 constexpr OptionList keyOf(const std::array<OptionRow, size> &options)
 {

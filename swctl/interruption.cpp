@@ -12,8 +12,8 @@ namespace {
 void onInterruption(int)
 {
     constexpr char text[] =
-        "\nswctl: unanswered: interrupted before the service had answered\n"
-        "  The change is written down; the next swctl, or 'swctl recover', finishes it.\n";
+        "\nswctl: unanswered: interrupted before the service answered\n"
+        "  The change is recorded; the next swctl, or 'swctl recover', finishes it.\n";
     static_cast<void>(!write(STDERR_FILENO, text, sizeof(text) - 1));
     _exit(exitUnreachable);
 }

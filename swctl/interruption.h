@@ -1,13 +1,13 @@
-// What a person is told who interrupts a change.
+// The message shown when a change is interrupted.
 #pragma once
 
 #include <csignal>
 
 namespace swctl {
 
-// While it is there an interruption says that the change is not lost, and ends the
-// run: between the commit and the answer it is open what became of the change; the
-// journal has it, and the next swctl finishes it.
+// While an object exists, an interruption prints that the change is not lost, and ends the run.
+// Between commit and answer the outcome is open; the journal has the change, and the next swctl
+// finishes it.
 class InterruptionTold {
 public:
     InterruptionTold();

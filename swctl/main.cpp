@@ -1,6 +1,5 @@
-// swctl, the command-line client of the switch manager: changes the
-// configuration database and tells the service, sends requests, shows what is
-// configured and follows the log.
+// swctl, the command-line client of the switch manager: changes the configuration database and
+// notifies the service, sends requests, shows the configuration and follows the log.
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/service/service.h"
@@ -17,8 +16,8 @@
 #include <cstring>
 #include <exception>
 
-// The runtime's own handler prints what was thrown, with 50 kB of code that reads mangled
-// names; here main has caught it.
+// The default handler prints the exception with a demangled name, which costs 50 kB of code. It
+// is not needed, because main catches everything.
 namespace __cxxabiv1 {
 // NOLINTBEGIN(readability-identifier-naming): the runtime's name
 extern constinit std::terminate_handler __terminate_handler;
@@ -49,7 +48,7 @@ int run(const Call &call)
     }
 }
 
-// What needs no command.
+// Options that need no command.
 int runAlone(const Call &call)
 {
     if (call.flag("--version"))
@@ -82,10 +81,10 @@ int parseAndRun(const std::vector<std::string> &words)
     return run(parsed.call);
 }
 
-// What was to be shown and could not be is a failure, whatever else was done.
+// Failing to write the output is an error, whatever else succeeded.
 int written(int status)
 {
-    errno = 0; // stays 0 where it was an earlier write that failed
+    errno = 0; // stays 0 if an earlier write failed
     if (fflush(stdout) == 0 && ferror(stdout) == 0)
         return status;
     fprintf(stderr, "swctl: the output cannot be written%s%s\n", errno != 0 ? ": " : "",

@@ -10,7 +10,7 @@
 namespace swctl {
 namespace {
 
-// Text as troff takes it: backslashes, hyphens and leading dots mean something.
+// Escapes text for troff: backslashes, hyphens and leading dots are special.
 std::string troff(const std::string &text)
 {
     std::string out;
@@ -33,7 +33,7 @@ std::vector<const OptionRow *> shownOptions(const CommandTable &table, const Pla
     return options;
 }
 
-// The name of an option that a completion offers: "--verbose" of "-v,--verbose".
+// The name that completion offers for an option: "--verbose" for "-v,--verbose".
 std::string longName(const OptionRow &option)
 {
     return namesOf(option).back();
@@ -64,8 +64,7 @@ void describePlace(std::string &page, const CommandTable &table, const Place &pl
     page += ".PP\n.nf\nExamples:\n" + troff(place.command->examples) + "\n.fi\n";
 }
 
-// The words that may follow a place: its own commands and options, and the options that
-// hold for every command.
+// The words that may follow a place: its own commands and options, and the global options.
 std::string wordsAfter(const CommandTable &table, const Place &place)
 {
     std::string words;
@@ -84,12 +83,12 @@ std::string wordsAfter(const CommandTable &table, const Place &place)
     return words;
 }
 
-// What may stand as the value of an option or argument, by its type: a kind that
-// `swctl --complete` lists, or words.
+// Completion of a value by its type: either a kind that `swctl --complete` lists, or fixed
+// words.
 struct ValueKind {
     const char *type;
-    const char *kind;  // null: none
-    const char *words; // null: none
+    const char *kind;  // null for none
+    const char *words; // null for none
 };
 
 constexpr ValueKind valueKinds[] = {
@@ -103,7 +102,7 @@ constexpr ValueKind valueKinds[] = {
     {"OPCODE", nullptr, "insert, update, delete"},
 };
 
-// The same for options and arguments whose type says less than their name.
+// For options and arguments whose name is more specific than their type.
 constexpr ValueKind namedKinds[] = {
     {"--interface", "interfaces", nullptr},
     {"--interfaces", "interfaces", nullptr},
@@ -119,7 +118,7 @@ const ValueKind *kindOf(const Place &place, const OptionRow &option)
     static constexpr ValueKind switchNames = {"NAME", "switches", nullptr};
     const std::string name = option.name;
     const std::string command = place.name();
-    // What is about to be made has no number or name yet.
+    // Something new has no existing number or name to complete.
     const bool made = command == "add" || command == "vlan-add";
     if ((made && option.isArgument() && name != "SWITCH") || name == "--id")
         return option.type == std::string("RANGES") ? &valueKinds[1] : nullptr;
@@ -140,7 +139,7 @@ std::string offeringWords(std::string words, char separator)
     return "mapfile -t COMPREPLY < <(compgen -W '" + words + "' -- \"$current\"); return";
 }
 
-// The action that offers what may stand as a value; empty when anything may.
+// The completion action for a value; empty if anything is allowed.
 std::string valuesOf(const Place &place, const OptionRow &option)
 {
     const std::string type = option.type;
@@ -191,7 +190,7 @@ std::vector<const OptionRow *> optionsWithValue(const CommandTable &table, const
     return options;
 }
 
-// One case for each option with a value: the command and the option before it.
+// A case for each option with a value: the command, and the option before the word.
 std::string valueCases(const CommandTable &table, const Place &place, const std::string &pattern)
 {
     std::string cases;
@@ -203,8 +202,8 @@ std::string valueCases(const CommandTable &table, const Place &place, const std:
     return cases;
 }
 
-// One case for each argument that has values to offer: the command and how many
-// arguments stand before it.
+// A case for each argument that can be completed: the command, and the number of preceding
+// arguments.
 std::string argumentCases(const CommandTable &table, const Place &place)
 {
     std::string cases;
@@ -223,7 +222,7 @@ std::string argumentCases(const CommandTable &table, const Place &place)
 
 struct Cases {
     std::string values, arguments;
-    std::string takers; // the options with a value, as a pattern
+    std::string takers; // options with a value, as a pattern
 };
 
 Cases allCases(const CommandTable &table)
@@ -272,7 +271,7 @@ std::string bashCompletion(const CommandTable &table)
     const Cases cases = allCases(table);
     return "# Completion of swctl for bash, generated from its commands.\n"
            "\n"
-           "# What the database names, read line by line: nothing of it is expanded.\n"
+           "# Names from the database are read line by line, so that nothing in them is expanded.\n"
            "_swctl_listed()\n{\n"
            "    local kind=$1 program=$2 current=$3 word place\n"
            "    local -a where=()\n"

@@ -1,5 +1,5 @@
-// The manual page and the bash completion, made from the rows of commands and options,
-// so that neither can say anything else.
+// The manual page and the bash completion, generated from the tables of commands so that they
+// cannot deviate.
 #pragma once
 
 #include "swctl/command.h"

@@ -1,13 +1,13 @@
-// The only unit that knows the parser's library, which is slow to compile. The rows are
-// handed over as words ask for them: all options of all commands would take a good part
-// of the time that a change may cost.
+// The only unit that uses the parser library, which is slow to compile. Options are registered
+// only for the commands that are named, because registering all of them would take a
+// considerable part of the time of a change.
 #include "swctl/parser.h"
 
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "swctl/usage.h"
 
-// Nothing here checks a path.
+// Paths are not checked here.
 #define CLI11_HAS_FILESYSTEM 0
 #include <CLI/CLI.hpp>
 #include <algorithm>
@@ -32,7 +32,7 @@ public:
     {
         Parsed parsed;
         try {
-            std::reverse(words.begin(), words.end()); // as the library takes them
+            std::reverse(words.begin(), words.end()); // the order that the library expects
             app.parse(std::move(words));
         } catch (const CLI::CallForHelp &) {
             parsed.asked = Asked::help;
@@ -63,7 +63,7 @@ private:
         at->preparse_callback([this, at, place](size_t) { enter(*at, place); });
     }
 
-    // The word of the place was read.
+    // Called when the word of a place has been read.
     void enter(CLI::App &at, const Place &place)
     {
         reached = place;
@@ -107,7 +107,7 @@ private:
                                             std::string()));
     }
 
-    // Gives the text its normal form; what is wrong with it, empty where nothing is.
+    // Normalises the text; returns what is wrong with it, or an empty string.
     static std::string fault(const OptionRow &row, std::string &text)
     {
         try {

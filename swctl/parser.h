@@ -1,4 +1,4 @@
-// From the words of a command line to what they ask for.
+// Parsing the words of a command line.
 #pragma once
 
 #include "swctl/call.h"
@@ -6,9 +6,9 @@
 namespace swctl {
 
 enum class Asked {
-    command, // that of the call
-    help,    // of the place
-    option   // one that stands alone; the call has no command
+    command, // run the call's command
+    help,    // show the help of the place
+    option   // a stand-alone option; the call has no command
 };
 
 struct Parsed {
@@ -17,7 +17,7 @@ struct Parsed {
     Call call;
 };
 
-// Throws a Failure with what is wrong in the words.
+// Throws a Failure that describes the error.
 Parsed parse(const CommandTable &table, const std::vector<std::string> &words);
 
 } // namespace swctl

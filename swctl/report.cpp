@@ -37,8 +37,8 @@ void tellDeadline(FILE *stream, const Verdict &verdict)
                          " unless 'swctl confirm' comes first.");
 }
 
-// What mends all of them. The service comes first: what it does at its start need not be
-// repaired after.
+// The remedy for all of the differences. A restart takes precedence, since it also does what a
+// repair would do.
 std::string mendOf(const std::vector<Difference> &left)
 {
     std::vector<std::string> ways;
@@ -54,7 +54,7 @@ std::string mendOf(const std::vector<Difference> &left)
     return text;
 }
 
-// Before the reasons: what became of a change, and why in a few words.
+// The first line: the outcome, and a short explanation.
 std::string headline(const Verdict &verdict)
 {
     const std::string what = verdict.changes.what + ": ";
@@ -63,21 +63,21 @@ std::string headline(const Verdict &verdict)
         return "applied: " + verdict.changes.what;
     case Outcome::refused:
         return "refused: " + what + "the service answered " + statusInWords(verdict.answer) +
-               (verdict.verified ? "; nothing is different from before"
-                                 : "; the rows are as they were; not verified");
+               (verdict.verified ? "; nothing was changed"
+                                 : "; the rows were restored; not verified");
     case Outcome::differs:
         return "differs: " + what +
-               (verdict.answer < 0     ? "refused by the service, and not all is as before"
-                : !verdict.asked       ? "written; the service does not take it up while it runs"
-                : verdict.left.empty() ? "accepted by the service, but it could not be verified"
-                                       : "accepted by the service, but not all is as it should be");
+               (verdict.answer < 0     ? "refused by the service, and some changes remain"
+                : !verdict.asked       ? "written; takes effect when the service starts again"
+                : verdict.left.empty() ? "accepted by the service, but could not be verified"
+                                       : "accepted by the service, but rows and hardware disagree");
     case Outcome::unanswered:
         break;
     }
     return "unanswered: " + verdict.changes.what;
 }
 
-// What stands below the first line, whatever the word.
+// The lines below the headline, for all outcomes.
 void printDetails(FILE *stream, const Verdict &verdict)
 {
     for (const Difference &difference : verdict.left)
@@ -89,11 +89,11 @@ void printDetails(FILE *stream, const Verdict &verdict)
         tell(stream, "  service: " + reasons[i]);
     if (reasons.size() > mostReasons)
         tell(stream, "  and " + std::to_string(reasons.size() - mostReasons) +
-                         " lines more; 'swctl log' has them");
+                         " more lines; see 'swctl log'");
     if (!verdict.note.empty())
         tell(stream, "  " + verdict.note);
     if (!verdict.left.empty())
-        tell(stream, "  To mend it: " + mendOf(verdict.left));
+        tell(stream, "  To fix it: " + mendOf(verdict.left));
 }
 
 std::string rowsText(const ChangeSet &changes)
@@ -173,7 +173,7 @@ void printPreview(const Preview &seen, bool verbose)
     tellEach(stdout, "", seen.lines);
     tellEach(stdout, "", seen.changes.consequences);
     if (verbose)
-        for (const std::string &action : seen.actions) // to be pasted: not wrapped
+        for (const std::string &action : seen.actions) // meant for pasting, so not wrapped
             printf("  > %s\n", shown(action).c_str());
     tell(stdout, "Nothing was written or sent.");
 }
@@ -188,7 +188,7 @@ void printVerdict(const Verdict &verdict, bool offline)
         return;
     }
     if (offline) {
-        tell(stdout, done + "; the service was not told");
+        tell(stdout, done + "; the service was not notified");
         return;
     }
     if (verdict.outcome == Outcome::applied) {
@@ -216,7 +216,8 @@ void printDifferences(const Verdict &verdict, bool verbose)
     if (!verdict.idleUnread.empty())
         tell(stdout, "  not read: " + verdict.idleUnread);
     for (const std::string &name : verdict.foreign)
-        tell(stdout, "  left alone: " + name + " is no row's and not of this system's making");
+        tell(stdout,
+             "  left alone: " + name + " is neither in the rows nor created by this system");
 }
 
 void printRepair(const Verdict &verdict)

@@ -1,4 +1,4 @@
-// What became of a change, in words and as JSON.
+// Reporting the result of a change as text and JSON.
 #pragma once
 
 #include "client/change/preview.h"
@@ -10,17 +10,17 @@ namespace swctl {
 Json rowsJson(const ChangeSet &changes);
 Json verdictJson(const Verdict &verdict);
 
-// The outcome first, the reasons second, the remedy third. `offline`: the service
-// was not to be told.
+// Prints the outcome, then the reasons, then the remedy. `offline`: the service was not to be
+// notified.
 void printVerdict(const Verdict &verdict, bool offline);
 
-// What a change would do, and that nothing of it was done.
+// The effects of a change, and that nothing was done.
 Json previewJson(const Preview &seen);
 void printPreview(const Preview &seen, bool verbose);
 
 Json differencesJson(const std::vector<Difference> &differences);
 
-// `verbose`: also what differs without an effect.
+// `verbose` adds differences without effect.
 void printDifferences(const Verdict &verdict, bool verbose);
 void printRepair(const Verdict &verdict);
 

@@ -1,4 +1,4 @@
-// The network as a picture: text for a terminal, JSON, or an SVG file.
+// The network as a diagram: text for a terminal, JSON, or SVG.
 #pragma once
 
 #include "client/view/network.h"
@@ -9,23 +9,22 @@
 
 namespace swctl {
 
-// "T", "U", "C", "CU" or ".": tagged, untagged, CPU port, CPU port that sends
-// untagged, not a member.
+// "T" tagged, "U" untagged, "C" CPU port, "CU" untagged CPU port, "." not a member.
 std::string cellMark(const Cell &cell);
 
-// "BCM:0, BCM:1": the lower ports of a port, empty when it has none.
+// "BCM:0, BCM:1": the lower ports of a port, empty if there are none.
 std::string mappingText(const PortConfig &port);
 
-// "a fresh start stops at row 2 of vlanEncapIf, VLAN 40", and what the service's
-// log says about it; the missing parts, as "VLANs 40, 50".
+// "a fresh start stops at row 2 of vlanEncapIf, VLAN 40" with the log's explanation, and the
+// missing parts, e.g. "VLANs 40, 50".
 std::string stopText(const Stop &stop);
 std::string missingText(const Stop &stop);
 Json stopJson(const Stop &stop);
 
-// "" for a VLAN that a start applies as the row says.
+// "" if a start applies the VLAN as configured.
 std::string fateText(const VlanConfig &vlan);
 
-// In lines of at most `columns` characters; 0 for lines as long as need be.
+// `columns` is the line length; 0 means unlimited.
 void showText(FILE *stream, const Network &network, bool colour, size_t columns);
 Json showJson(const Network &network);
 std::string showSvg(const Network &network);

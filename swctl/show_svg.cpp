@@ -1,6 +1,5 @@
-// The network as an SVG picture: the switches as boxes with their ports
-// and mappings, and the membership matrix below. Text stays text, and the
-// colours follow the reader's light or dark scheme.
+// The network as SVG: boxes for the switches with their ports and mappings, and the membership
+// matrix below. Text remains text, and the colours follow the viewer's light or dark scheme.
 #include "client/base/text.h"
 #include "swctl/show.h"
 
@@ -11,22 +10,22 @@
 namespace swctl {
 namespace {
 
-// Lengths in the picture's own units, which are pixels at its natural size.
+// Lengths in user units, which are pixels at 100 %.
 constexpr int margin = 24;
-constexpr int portPitch = 64; // from port to port in a switch box
+constexpr int portPitch = 64; // between ports in a switch box
 constexpr int portWidth = 52;
 constexpr int portHeight = 36;
 constexpr int switchHeight = 84;
-constexpr int switchGap = 64;    // between the boxes, for the mapping lines
+constexpr int switchGap = 64;    // between boxes, leaving room for the mapping lines
 constexpr int leftOfPorts = 180; // room for the switch's name and device
 constexpr int cellWidth = 40;
 constexpr int cellHeight = 26;
 constexpr int leftOfCells = 230; // room for VLAN, interface and logical name
-constexpr int groupGap = 16;     // between the columns of two switches
-constexpr int headHeight = 44;   // of the names and numbers above the cells
-constexpr size_t headEvery = 25; // VLANs below one head
+constexpr int groupGap = 16;     // between the columns of adjacent switches
+constexpr int headHeight = 44;   // for the names and numbers above the cells
+constexpr size_t headEvery = 25; // VLANs per repetition of the heading
 
-// Plain colours first, for programs that know neither schemes nor variables.
+// Plain colours first, for viewers without support for colour schemes or variables.
 constexpr const char *style = R"(<style>
 text { font: 13px system-ui, sans-serif; fill: #1b1f24; }
 .b { font-weight: 600; } .m { text-anchor: middle; } .e { text-anchor: end; }
@@ -46,7 +45,7 @@ text { fill: #e6edf3; } .s { fill: #9ea7b1; }
 std::string escaped(const std::string &text)
 {
     std::string safe = printable(text);
-    // The two code points that are characters nowhere have no place in XML.
+    // U+FFFE and U+FFFF are not allowed in XML.
     for (const char *none : {"\xef\xbf\xbe", "\xef\xbf\xbf"})
         for (size_t at = 0; (at = safe.find(none, at)) != std::string::npos;)
             safe.replace(at, 3, "\xef\xbf\xbd");
@@ -72,7 +71,7 @@ std::string escaped(const std::string &text)
     return out;
 }
 
-// A name cut to what its place holds, with the whole of it as a tooltip.
+// A name truncated to fit, with the full name as a tooltip.
 std::string fitting(const std::string &text, size_t characters)
 {
     const std::string whole = printable(text);
@@ -124,8 +123,8 @@ public:
                "<rect width=\"100%\" height=\"100%\" class=\"back\"/>\n" + body + "</svg>\n";
     }
 
-    int right = 0;  // of everything drawn so far
-    int bottom = 0; // of everything drawn so far
+    int right = 0;  // right edge of the drawing so far
+    int bottom = 0; // bottom edge of the drawing so far
 
 private:
     std::string body;
@@ -155,7 +154,7 @@ void drawSwitch(Drawing &drawing, const SwitchConfig &sw, int y,
 
 void drawSwitches(Drawing &drawing, const Network &network, int y)
 {
-    std::map<PortKey, std::pair<int, int>> places; // top middle of each port
+    std::map<PortKey, std::pair<int, int>> places; // top centre of each port
     for (const SwitchConfig &sw : network.switches) {
         drawSwitch(drawing, sw, y, places);
         y += switchHeight + switchGap;

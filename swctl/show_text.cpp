@@ -8,8 +8,8 @@ namespace swctl {
 namespace {
 
 constexpr const char *reset = "\x1b[0m";
-constexpr size_t mostNotes = 20;    // shown in the text
-constexpr size_t usualColumns = 80; // of notes in a file or pipe
+constexpr size_t mostNotes = 20;    // shown in text output
+constexpr size_t usualColumns = 80; // line width for notes in a file or pipe
 
 const char *cellColour(const Cell &cell)
 {
@@ -25,7 +25,8 @@ const char *onOffText(bool on)
     return on ? "on" : "off";
 }
 
-// What draws the tree of ports: lines where the terminal shows them.
+// The characters that draw the tree of ports: box-drawing characters if the terminal can
+// display them.
 struct Strokes {
     const char *branch, *lastBranch, *arrow;
 };
@@ -56,15 +57,15 @@ void showSwitch(FILE *stream, const SwitchConfig &sw, bool top)
 
 // Widths in characters.
 struct Layout {
-    int nameWidth = 4;      // of the first column
-    int interfaceWidth = 9; // of the second
-    int cellWidth = 2;      // of every port column, without the blank before it
-    int fateWidth = 0;      // of what stands behind a line
+    int nameWidth = 4;
+    int interfaceWidth = 9;
+    int cellWidth = 2; // of each port column, without the preceding blank
+    int fateWidth = 0; // of the remark at the end of a line
 
     [[nodiscard]] int left() const { return nameWidth + 2 + interfaceWidth; }
 };
 
-// What stands behind the line of a VLAN.
+// The remark at the end of a VLAN's line.
 std::string remarkOf(const VlanConfig &vlan)
 {
     const std::string fate = fateText(vlan);
@@ -86,18 +87,18 @@ Layout layoutOf(const Network &network)
     return layout;
 }
 
-// The columns that stand beside each other.
+// A range of columns that fits side by side.
 struct Fold {
     size_t first, end;
 };
 
-// A further blank keeps the columns of two switches apart.
+// An extra blank separates the columns of two switches.
 std::string gapBefore(const Network &network, const Fold &fold, size_t column)
 {
     return column == fold.first || beginsSwitch(network, column) ? "  " : " ";
 }
 
-// As many columns in each as the width holds, and at least one.
+// Each gets as many columns as fit, at least one.
 std::vector<Fold> foldsOf(const Network &network, const Layout &layout, size_t width)
 {
     std::vector<Fold> folds{{0, 0}};
@@ -190,13 +191,13 @@ void showNotes(FILE *stream, const Network &network, size_t terminal)
             printWrapped(stream, "service: " + shown(reason), columns, 2, 2);
         const std::string missing = missingText(*network.stop);
         if (!missing.empty())
-            printWrapped(stream, "missing then: " + missing, columns, 2, 2);
+            printWrapped(stream, "not applied: " + missing, columns, 2, 2);
     }
     for (size_t i = 0; i < std::min(network.notes.size(), mostNotes); ++i)
         printWrapped(stream, "note: " + shown(network.notes[i]), columns, 0, 2);
     if (network.notes.size() > mostNotes || network.warnings > 0)
         printWrapped(stream,
-                     "note: 'swctl check' tells of " +
+                     "note: 'swctl check' reports " +
                          (network.notes.empty()
                               ? std::string()
                               : countText(network.notes.size(), "error") + " and ") +
@@ -279,7 +280,7 @@ std::string fateText(const VlanConfig &vlan)
 std::string stopText(const Stop &stop)
 {
     if (stop.row == 0)
-        return "A fresh start fails, though at no row: status " + std::to_string(stop.status);
+        return "A fresh start fails, but not at a row: status " + std::to_string(stop.status);
     return "A fresh start stops at row " + std::to_string(stop.row) + " of " + stop.table + ", " +
            shown(stop.name);
 }

@@ -10,16 +10,16 @@ namespace swctl {
 namespace {
 
 constexpr size_t columns = 80;
-constexpr size_t textColumn = 32; // where what an option or command is for begins
+constexpr size_t textColumn = 32; // where descriptions of options and commands begin
 
-// Where the text of a line begins that has its name or option before it, else
-// where the line itself begins: continued lines stand below.
+// The indent for continuation lines: where the description begins if the line starts with a
+// name or an option, otherwise where the line begins.
 size_t hangingIndent(const std::string &line)
 {
     const size_t begin = std::min(line.find_first_not_of(' '), line.size());
     const size_t gap = line.find("  ", begin);
     const size_t text = gap == std::string::npos ? gap : line.find_first_not_of(' ', gap);
-    return text > columns / 2 ? begin + 2 : text; // npos is larger as well
+    return text > columns / 2 ? begin + 2 : text; // also when text is npos
 }
 
 std::string wrapped(const std::string &line)
@@ -87,13 +87,13 @@ std::string usageLine(const Place &place, const std::vector<const OptionRow *> &
     return line + '\n';
 }
 
-// Headed lines, of which there may be none.
+// Lines under a heading, or nothing if there are none.
 std::string section(const char *heading, const std::string &lines)
 {
     return lines.empty() ? lines : std::string("\n") + heading + ":\n" + lines;
 }
 
-// Insertions, removals and replacements between two words.
+// Insertions, deletions and replacements to turn one word into the other.
 size_t distance(const std::string &a, const std::string &b)
 {
     std::vector<size_t> row(b.size() + 1);
@@ -119,7 +119,7 @@ std::string suggestion(const std::string &word, const std::vector<std::string> &
     return "; did you mean '" + *nearest + "'?";
 }
 
-// The options that are known at a place: its own and those of the places before it.
+// The options known at a place: its own and those of the enclosing places.
 std::vector<const OptionRow *> optionsKnownAt(const CommandTable &table, const Place &place)
 {
     std::vector<const OptionRow *> options = optionsAt(table, place);
@@ -192,7 +192,7 @@ std::optional<std::string> unknownWord(const CommandTable &table,
                 return "there is no option '" + printable(name) + "'" +
                        suggestion(name, longNames(known));
             if (option->takesValue() && name.size() == word.size())
-                ++i; // its value
+                ++i; // skip the option's value
             continue;
         }
         if (place.command != nullptr)

@@ -1,4 +1,4 @@
-// What the command line says when it is asked, and when it is misused.
+// Help, and suggestions for misspelt words.
 #pragma once
 
 #include "swctl/command.h"
@@ -9,11 +9,11 @@
 
 namespace swctl {
 
-// The help of a place, in lines of at most 80 columns.
+// The help of a place, in lines of at most 80 characters.
 std::string helpText(const CommandTable &table, const Place &place);
 
-// The first word that is no command or option where it stands, with the nearest
-// one that is; none when the words themselves are in order.
+// The first word that is not a command or option where it is used, with the closest match;
+// nullopt if all words are valid.
 std::optional<std::string> unknownWord(const CommandTable &table,
                                        const std::vector<std::string> &words);
 

@@ -21,7 +21,7 @@ bool allDigits(std::string_view text)
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// A port number, or more than maxPort when the text is none.
+// A port number; more than maxPort if the text is not one.
 unsigned portNumber(const std::string &text)
 {
     if (!allDigits(text) || text.size() > 4)
@@ -29,7 +29,7 @@ unsigned portNumber(const std::string &text)
     return static_cast<unsigned>(strtoul(text.c_str(), nullptr, 10));
 }
 
-// Adds "5" or "5-7" to the mask; false when it is neither.
+// Adds "5" or "5-7" to the mask; false if it is neither.
 bool addPorts(const std::string &entry, uint32_t &mask)
 {
     const size_t dash = entry.find('-');
@@ -42,7 +42,7 @@ bool addPorts(const std::string &entry, uint32_t &mask)
     return true;
 }
 
-// "10" or "100-199" with both ends, 0 to 0 when it is neither.
+// The two ends of "10" or "100-199"; 0 and 0 if it is neither.
 std::pair<int, int> idRange(const std::string &entry)
 {
     const size_t dash = entry.find('-');
@@ -90,7 +90,7 @@ std::string idRanges(const std::string &text)
     });
     if (!good)
         reject("'" + printable(text) +
-               "' is no list of VLAN ids; write numbers from 1 to 4094 such as 10,20-29");
+               "' is not a list of VLAN ids; write numbers from 1 to 4094 such as 10,20-29");
     return text;
 }
 
@@ -118,7 +118,7 @@ std::string switchNameText(const std::string &text)
     if (text.empty() || text.size() > switchNameCapacity)
         reject("a switch name has 1 to " + std::to_string(switchNameCapacity) + " characters");
     if (printable(text) != text || text.find_first_of(":,") != std::string::npos)
-        reject("'" + printable(text) + "' is no switch name");
+        reject("'" + printable(text) + "' is not a switch name");
     return text;
 }
 
@@ -136,7 +136,7 @@ std::string portList(const std::string &text)
     uint32_t mask = 0;
     if (!parsePorts(text, mask))
         reject("'" + printable(text) +
-               "' is no list of ports; write numbers from 0 to 31 such as 1,2 or 0-3");
+               "' is not a list of ports; write numbers from 0 to 31 such as 1,2 or 0-3");
     return listOf(mask);
 }
 
@@ -159,7 +159,7 @@ std::string interfaceName(const std::string &text)
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_.:@-";
     if (text.find_first_not_of(allowed) != std::string::npos)
         reject("'" + printable(text) +
-               "' is no interface name; letters, digits and _ . : @ - are allowed");
+               "' is not an interface name; letters, digits and _ . : @ - are allowed");
     return text;
 }
 
@@ -173,7 +173,7 @@ std::string portMapping(const std::string &text)
         const size_t colon = entry.find(':');
         if (colon == std::string::npos || colon == 0 || colon > switchNameCapacity ||
             portNumber(entry.substr(colon + 1)) > maxPort || printable(entry) != entry)
-            reject("'" + printable(entry) + "' is no mapping; write SWITCH:PORT, e.g. BCM:3");
+            reject("'" + printable(entry) + "' is not a mapping; write SWITCH:PORT, e.g. BCM:3");
     }
     return text;
 }
@@ -184,7 +184,7 @@ std::string hexBytes(const std::string &text)
     std::erase_if(digits, [](char c) { return c == ' ' || c == ':'; });
     if (digits.size() % 2 != 0 ||
         digits.find_first_not_of("0123456789abcdefABCDEF") != std::string::npos)
-        reject("'" + printable(digits) + "' is not pairs of hexadecimal digits");
+        reject("'" + printable(digits) + "' is not a sequence of pairs of hexadecimal digits");
     return digits;
 }
 

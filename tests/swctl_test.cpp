@@ -300,7 +300,7 @@ vlan add 20 --switch-only maybe
 vlan add 20 --logical "$(printf 'a\033[2J')"
 vlan set 10
 vlan show 11 => there is no VLAN 11 in the database
-vlan list --id 9,5-3 => is no list of VLAN ids
+vlan list --id 9,5-3 => is not a list of VLAN ids
 vlan set 11 --ports 1 => there is no VLAN 11 in the database
 vlan set 10 --ports 1 --database /nonexistent/db => No such file or directory
 port add PSE 32
@@ -422,7 +422,7 @@ PVID                -    -    -     1   30    1   20 4000
 T tagged  U untagged  C CPU port (CU: untagged)  . not a member
 note: VLAN 4000: port 4 is in untagMap and not in fwdMap
 note: VLAN 30: port 1 is untagged in VLAN 10 too
-note: 'swctl check' tells of 2 errors and 4 warnings
+note: 'swctl check' reports 2 errors and 4 warnings
 )");
     // The port to the host shows where the row names it as well, and where a start stops.
     sql("INSERT INTO vlanEncapIf(vlanId, interfaceName, fwdMap, inSwitchOnly)"
@@ -432,7 +432,7 @@ note: 'swctl check' tells of 2 errors and 4 warnings
                "  50  eth1          T    C    T     C    .    .    T    .  switch only");
     EXPECT_HAS(stopped.out, "start stops here\n  70");
     EXPECT_HAS(stopped.out, "A fresh start stops at row 6 of vlanEncapIf, VLAN 60\n  service: ");
-    EXPECT_HAS(stopped.out, "missing then: VLAN 60, 70\n");
+    EXPECT_HAS(stopped.out, "not applied: VLAN 60, 70\n");
     EXPECT_HAS(run("show --json").out, R"("row":6,"name":"VLAN 60","status":-)");
     setenv("LC_ALL", "C", 1);
     EXPECT_HAS(run("show").out, "`- port 3   eth1       -> BCM:4\n");

@@ -1,5 +1,5 @@
-// How a run of a front end ends: the exit statuses, and the exception with which any
-// part ends the run early. Thrown everywhere, caught in main only.
+// Exit statuses, and the exception that any part of a program may throw to end the run. Only
+// main catches it.
 #pragma once
 
 #include <stdexcept>
@@ -9,10 +9,10 @@ namespace swctl {
 
 enum ExitStatus {
     exitDone = 0,
-    exitRefused = 1,     // refused, and nothing is different from before
-    exitUsage = 2,       // wrong arguments, or a database that cannot be used
-    exitUnreachable = 3, // the service could not be asked, or did not answer
-    exitDiffers = 4      // rows and hardware do not agree
+    exitRefused = 1,     // refused, nothing was changed
+    exitUsage = 2,       // wrong arguments, or an unusable database
+    exitUnreachable = 3, // the service could not be reached, or did not answer
+    exitDiffers = 4      // rows and hardware disagree
 };
 
 struct Failure : std::runtime_error {
@@ -21,10 +21,10 @@ struct Failure : std::runtime_error {
     {
     }
 
-    ExitStatus status; // what the process ends with
+    ExitStatus status; // exit status of the process
 };
 
-// The request went out and no answer came: whether it was carried out is unknown.
+// The request was sent but not answered, so it is unknown whether it was carried out.
 struct Unanswered : Failure {
     explicit Unanswered(const std::string &what) : Failure(exitUnreachable, what) {}
 };

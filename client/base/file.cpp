@@ -1,4 +1,4 @@
-// Reads and writes with the system's own calls, since what counts is what is on disk.
+// Uses system calls directly, because what matters is what has reached the disk.
 #include "client/base/file.h"
 
 #include "client/base/failure.h"
@@ -91,7 +91,7 @@ std::optional<std::string> fileContents(const std::string &path, size_t most)
     if (!file.valid() || fstat(file.get(), &about) != 0)
         failFile("cannot read", path);
     if (!S_ISREG(about.st_mode) || static_cast<size_t>(about.st_size) > most)
-        throw Failure(exitUsage, printable(path) + " is not what swctl wrote there");
+        throw Failure(exitUsage, printable(path) + " was not written by swctl");
     std::string contents(static_cast<size_t>(about.st_size), '\0');
     size_t got = 0;
     for (ssize_t length = 1; length > 0 && got < contents.size();

@@ -1,5 +1,4 @@
-// Files that are read and written whole, so that a loss of power leaves the old or
-// the new contents. Every failure is thrown with the system's reason.
+// Reading and writing whole files. Every failure is thrown with the system's reason.
 #pragma once
 
 #include <optional>
@@ -7,26 +6,25 @@
 
 namespace swctl {
 
-// Replaces a file as a whole: its old or its new contents are there, also after a
-// loss of power.
+// Replaces a file atomically: after a power failure it has either its old or its new contents.
 void replaceFile(const std::string &path, const std::string &contents);
 
-// A name in a folder is as durable as the folder: writes that of `path` to disk.
+// A directory entry is only as durable as its directory: syncs the directory of `path`.
 void syncFolder(const std::string &path);
 
-// Adds to the end of a file, which is made where there is none.
+// Appends to a file, creating it if necessary.
 void appendToFile(const std::string &path, const std::string &contents);
 
-// A file that is not there is removed already.
+// A missing file is not an error.
 void removeFile(const std::string &path);
 
-// The contents of a file; none when it is not there.
+// The contents of a file, nullopt if it does not exist.
 std::optional<std::string> fileContents(const std::string &path, size_t most);
 
-// Up to the last slash; empty without one.
+// Up to the last slash; empty if there is none.
 std::string folderOf(const std::string &path);
 
-// Throws with what failed, the path and the system's reason.
+// Throws with the operation, the path and the system's reason.
 [[noreturn]] void failFile(const std::string &what, const std::string &path);
 
 } // namespace swctl

@@ -1,4 +1,4 @@
-// Numbers in texts, read as the service reads them.
+// Numbers in text, parsed the way the service parses them.
 #pragma once
 
 #include "platform/number.h"
@@ -7,10 +7,10 @@
 
 namespace swctl {
 
-constexpr int lowestVlan = 1; // ids that name a VLAN
+constexpr int lowestVlan = 1; // valid VLAN ids
 constexpr int highestVlan = 4094;
 
-// Up to the first character that is no digit, saturating; 0 without a digit.
+// Parses the leading digits, saturating; 0 if there are none.
 inline int32_t toInt(const std::string &text)
 {
     int32_t value = 0;

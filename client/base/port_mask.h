@@ -1,4 +1,4 @@
-// Ports as bits of a mask, bit n for port n, and as the list "1,2,5" of a column.
+// Ports as a bit mask (bit n is port n) and as a column's list "1,2,5".
 #pragma once
 
 #include <cstdint>
@@ -9,16 +9,16 @@ namespace swctl {
 
 constexpr int maskPorts = 32;
 
-constexpr uint32_t portBit(int port) // none for a port that no mask has
+constexpr uint32_t portBit(int port) // 0 for a port outside the mask
 {
     return port >= 0 && port < maskPorts ? 1u << port : 0;
 }
 
 std::vector<int> portsIn(uint32_t mask);
-std::string listOf(uint32_t mask); // empty for none
+std::string listOf(uint32_t mask); // empty for an empty mask
 
-// As the service reads it: an entry that is no number is port 0, one that no mask has
-// is left out.
+// Parsed the way the service does it: an entry that is not a number counts as port 0, a port
+// outside the mask is skipped.
 uint32_t maskOf(const std::string &list);
 
 } // namespace swctl

@@ -1,4 +1,4 @@
-// Programs that are run for what they print.
+// Running programs for their output.
 #pragma once
 
 #include <optional>
@@ -7,9 +7,8 @@
 
 namespace swctl {
 
-// What a program prints on standard output; none when it cannot be run, fails or prints
-// more than 64 MB. The first word is its name, looked up in the path, or its file; no
-// shell reads the words.
+// The standard output of a program; nullopt if it cannot be run, fails, or prints more than 64
+// MB. The first word is a path, or a name to look up in PATH; no shell is involved.
 std::optional<std::string> outputOf(const std::vector<std::string> &words);
 
 } // namespace swctl

@@ -17,11 +17,10 @@
 namespace swctl {
 namespace {
 
-constexpr int lockStep = 2;      // ms between two tries for the state file
+constexpr int lockStep = 2;      // ms between attempts to lock the state file
 constexpr int longestLock = 500; // ms
 
-// A tool holds the file for the length of its call; one that is stopped holds it
-// for ever.
+// A tool holds the lock while it runs; a stopped tool never releases it.
 bool lockShared(int file)
 {
     for (int waited = 0; flock(file, LOCK_SH | LOCK_NB) != 0; waited += lockStep) {
@@ -32,8 +31,8 @@ bool lockShared(int file)
     return true;
 }
 
-// Of the file's state all but the tables of VLANs and addresses. Read rather than mapped: a
-// file that is cut short meanwhile gives a short read, and no signal.
+// Reads everything but the tables of VLANs and addresses. The file is read rather than mapped,
+// so that truncation causes a short read instead of a signal.
 bool readPieces(int file, engine::State &state)
 {
     constexpr size_t headSize = offsetof(engine::State, vlans);
@@ -58,9 +57,9 @@ StateFile readStateFile(const std::string &path)
     if (!file.valid() || fstat(file.get(), &about) != 0)
         return refused(strerror(errno));
     if (!S_ISREG(about.st_mode))
-        return refused("no state file");
+        return refused("not a state file");
     if (!lockShared(file.get()))
-        return refused(errno == EWOULDBLOCK ? "a tool holds it for too long" : strerror(errno));
+        return refused(errno == EWOULDBLOCK ? "a tool keeps it locked" : strerror(errno));
     if (fstat(file.get(), &about) == 0 && about.st_size == 0)
         return none();
     StateFile read{{static_cast<engine::State *>(calloc(1, sizeof(engine::State))), free}, {}};
@@ -68,12 +67,12 @@ StateFile readStateFile(const std::string &path)
         return refused(strerror(ENOMEM));
     if (about.st_size != static_cast<off_t>(sizeof(engine::State)) ||
         !readPieces(file.get(), *read.state))
-        return refused("no state file of this version");
+        return refused("not a state file of this version");
     if (read.state->magic == 0)
         return none();
     if (read.state->magic != engine::stateMagic || read.state->version != engine::stateVersion ||
         read.state->size != sizeof(engine::State))
-        return refused("no state file of this version");
+        return refused("not a state file of this version");
     return read;
 }
 

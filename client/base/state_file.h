@@ -1,5 +1,4 @@
-// The simulated gateway's own account of engine and sub-interfaces, as its tools
-// keep it.
+// The simulated gateway's record of the engine and the sub-interfaces, as kept by its tools.
 #pragma once
 
 #include "devices/engine/state.h"
@@ -10,10 +9,10 @@
 namespace swctl {
 
 struct StateFile {
-    // All but the tables of VLANs and addresses; null without a reason for a file that
-    // is not there, or that its maker left empty: no tool has run yet.
+    // Everything but the tables of VLANs and addresses. Null with an empty reason if the file
+    // is missing or still empty because no tool has run yet.
     std::unique_ptr<engine::State, void (*)(void *)> state;
-    std::string reason; // why it could not be read
+    std::string reason; // why the file could not be read
 };
 
 StateFile readStateFile(const std::string &path);

@@ -12,14 +12,14 @@
 namespace swctl {
 namespace {
 
-// Bytes of the UTF-8 sequence at the start of `text`, 0 when there is none.
-// Overlong forms and surrogates are none.
+// Length in bytes of the UTF-8 sequence at the start of `text`; 0 if it is invalid, overlong or
+// a surrogate.
 size_t sequenceLength(std::string_view text, uint32_t &codePoint)
 {
     struct Form {
         size_t length;            // bytes
-        uint32_t least;           // smallest code point that needs this form
-        unsigned char mask, lead; // what the first byte shows
+        uint32_t least;           // smallest code point that needs this length
+        unsigned char mask, lead; // bits of the first byte that identify this length
     };
     static constexpr Form forms[] = {{1, 0, 0x80, 0x00},
                                      {2, 0x80, 0xe0, 0xc0},
@@ -46,7 +46,7 @@ size_t sequenceLength(std::string_view text, uint32_t &codePoint)
 
 bool isControl(uint32_t codePoint)
 {
-    // C0, DEL and C1, and the marks that turn the writing direction around.
+    // C0, DEL and C1, and the marks that reverse the writing direction.
     return codePoint < 0x20 || (codePoint >= 0x7f && codePoint < 0xa0) ||
            (codePoint >= 0x2028 && codePoint <= 0x202e) ||
            (codePoint >= 0x2066 && codePoint <= 0x2069);
@@ -185,7 +185,7 @@ size_t terminalColumns(FILE *stream)
 void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t indent, size_t hang)
 {
     std::string line(indent, ' ');
-    bool empty = true; // no word in this line yet
+    bool empty = true; // no word on this line yet
     for (size_t start = 0; start < text.size();) {
         const size_t end = std::min(text.find(' ', start), text.size());
         const std::string word = text.substr(start, end - start);

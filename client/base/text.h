@@ -1,5 +1,5 @@
-// Text on its way out, made safe for a terminal or in aligned columns, and lists of a column.
-// Everything that comes from a database or a log record passes through here.
+// Text for output, made safe for a terminal or aligned in columns, and the lists in database
+// columns. Everything from a database or a log record passes through here.
 #pragma once
 
 #include <cstdint>
@@ -10,56 +10,54 @@
 
 namespace swctl {
 
-constexpr size_t outputColumns = 80; // of texts in lines of their own
+constexpr size_t outputColumns = 80; // for text that has lines to itself
 
-// Control characters and bytes that are no UTF-8 come out as \xNN.
+// Escapes control characters and bytes that are not UTF-8 as \xNN.
 std::string printable(std::string_view text);
 
-// Of the service's log: that a switch has no handler for a command that is handed to
-// every switch is normal, and no reason for anything.
+// A log line that explains nothing: a command goes to every switch, and it is normal for some
+// switch to have no handler for it.
 bool isNoReason(std::string_view line);
 
-// Line ends within a text become blanks, so that a record stays one line.
+// Replaces line ends with blanks, so that a record stays on one line.
 std::string onOneLine(std::string text);
 
-// Whether this terminal takes UTF-8, by the locale.
+// Whether the locale uses UTF-8.
 bool utf8Wanted();
 
-// As printable, and plain ASCII where the locale is not UTF-8.
+// Like printable, but plain ASCII if the locale does not use UTF-8.
 std::string shown(std::string_view text);
 
-// Characters that a terminal shows for `text`, which must be printable.
+// The number of terminal columns that `text` occupies; it must be printable.
 size_t displayWidth(std::string_view text);
 
-// `text` filled up with blanks; to the left of it for a negative width.
+// Pads `text` with blanks, on the left if the width is negative.
 std::string padded(std::string_view text, int width);
 
-// The parts of a column's list between commas; a run of commas separates once.
+// The entries of a comma-separated list in a column; consecutive commas count as one.
 std::vector<std::string> entriesOf(const std::string &text);
 
-// The parts of a text between separators, empty ones included.
+// The parts of a text between separators, including empty ones.
 std::vector<std::string> partsOf(std::string_view text, char separator);
 
-// The words of a line, parted by blanks.
+// The blank-separated words of a line.
 std::vector<std::string> wordsOf(std::string_view line);
 
-// Whether escape sequences for colour are wanted on this stream: a terminal
-// whose user did not set NO_COLOR.
+// Whether to use colour on this stream: it is a terminal and NO_COLOR is not set.
 bool colourWanted(FILE *stream);
 
-// The width of the terminal behind the stream in characters; 0 when it is none.
+// The width of the terminal in characters, 0 if the stream is not a terminal.
 size_t terminalColumns(FILE *stream);
 
-// Prints a text in lines of at most `columns` characters, 0 for no limit; those
-// after the first stand `hang` further in.
+// Prints text in lines of at most `columns` characters, 0 for no limit. All lines but the first
+// are indented by `hang` more.
 void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t indent,
                   size_t hang);
 
-// Lines between line ends, each with its own indent, wrapped at outputColumns and
-// safe for the terminal.
+// Prints each line with its own indent, wrapped at outputColumns and safe for the terminal.
 void printLines(FILE *stream, std::string_view text);
 
-// Rows of cells, printed with every column as wide as its widest cell.
+// A table in which each column is as wide as its widest cell.
 class TextTable {
 public:
     explicit TextTable(std::vector<std::string> header) { rows.push_back(std::move(header)); }

@@ -1,4 +1,3 @@
-// Writes, announces, verifies, settles, takes back.
 #include "client/change/carry_out.h"
 
 #include "client/base/text.h"
@@ -19,8 +18,8 @@ namespace {
 
 using Extent = GatewayView::Extent;
 
-// A change touches its own entries alone. Reading all the others as well finds what
-// went wrong before; with very many that is left to 'swctl diff'.
+// A change affects only its own entries. Reading the others as well reveals earlier faults;
+// with very many entries that is left to 'swctl diff'.
 constexpr size_t mostReadWhole = 256;
 
 Extent extentOf(const Target &target)
@@ -28,16 +27,16 @@ Extent extentOf(const Target &target)
     return target.vlanIds.size() <= mostReadWhole ? Extent::whole : Extent::touched;
 }
 
-// What a change is about to meet.
+// The state that a change starts from, and its target.
 struct Prepared {
     std::unique_ptr<Snapshot> before, after;
-    Target target;   // of the rows after the change
-    Actual hardware; // before it, as far as the change can reach
+    Target target;   // for the rows after the change
+    Actual hardware; // before the change, as far as the change can affect it
     std::set<int> ids;
 };
 
-// Sends the announcements in order up to the first that is refused; gives the
-// number of those that were sent.
+// Sends the announcements in order, up to the first that is refused. Returns how many were
+// sent.
 size_t announceAll(const ChangeSet &changes, int &answer, const Progress &told = {})
 {
     size_t sent = 0;
@@ -64,14 +63,14 @@ void putRowsBack(Database &database, const ChangeSet &changes)
     transaction.commit();
 }
 
-// The rows go back, the service is told, and what the attempt left is cleared.
+// Restores the rows, notifies the service and clears up after the attempt.
 void takeBack(GatewayView &gateway, Prepared &prepared, size_t sent, bool verify, Verdict &verdict)
 {
     try {
         putRowsBack(gateway.database(), verdict.changes);
     } catch (const Failure &failure) {
         verdict.outcome = Outcome::differs;
-        verdict.note = std::string(failure.what()) + "; the rows are left as they are";
+        verdict.note = std::string(failure.what()) + "; the rows are unchanged";
         return;
     }
     verdict.rowsBack = true;
@@ -81,14 +80,13 @@ void takeBack(GatewayView &gateway, Prepared &prepared, size_t sent, bool verify
     for (const RowChange &change : told.rows) {
         ChangeSet single;
         single.rows.push_back(change);
-        static_cast<void>(announceAll(single, ignored)); // what it came to is looked at
+        static_cast<void>(announceAll(single, ignored)); // the hardware is checked below
     }
     verdict.outcome = Outcome::refused;
     if (!verify)
         return;
     const Target target = targetOfStart(gateway, *prepared.before);
-    // What differed before, or lies where this change cannot have reached, is not
-    // of its making.
+    // This change is not responsible for what differed before, or what it cannot have affected.
     const std::vector<Difference> old = counting(differences(target, prepared.hardware));
     const auto isNamed = [&](const Difference &difference) {
         return prepared.ids.contains(difference.vlanId) ||
@@ -119,8 +117,8 @@ bool wasNeverSent(const Failure &failure)
     return dynamic_cast<const Unanswered *>(&failure) == nullptr;
 }
 
-// What the service was not told of waits for its next start, and so does whatever
-// else cannot be mended meanwhile.
+// Anything that the service was not notified of waits for its next start, as does anything that
+// cannot be repaired until then.
 void verifyChange(GatewayView &gateway, const History &history, Prepared &prepared,
                   Verdict &verdict)
 {
@@ -137,8 +135,7 @@ void verifyChange(GatewayView &gateway, const History &history, Prepared &prepar
     conclude(verdict, std::move(settled), Outcome::applied);
 }
 
-// With nothing to change nothing is sent; whether all is as the rows say is looked
-// at all the same.
+// Nothing to change, so nothing is sent; the hardware is still compared with the rows.
 void verifyAsItIs(GatewayView &gateway, const History &history, const ChangeOptions &options,
                   Prepared &prepared, Verdict &verdict)
 {
@@ -173,7 +170,7 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
     if (options.verify && !options.offline) {
         prepared.after = std::make_unique<Snapshot>(database);
         auto running = gateway.rehearseStart(*prepared.after);
-        Target rows; // only which VLANs there are
+        Target rows; // only needed for its VLAN ids
         rows.vlanIds = vlanIdsIn(prepared.before->database());
         prepared.hardware = gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
         prepared.target = targetOf(running->finish(), prepared.after->database());
@@ -209,29 +206,29 @@ void announceAndVerify(GatewayView &gateway, const History &history, const Chang
             verdict.reasons = reasonsIn(log.take());
             takeBack(gateway, prepared, sent, options.verify, verdict);
             if (servedFile(gateway.databasePath()).serving == Serving::untold)
-                addNote(verdict, "not known: whether the service serves this database");
+                addNote(verdict, "it is unknown whether the service uses this database");
         } else if (options.verify) {
             verifyChange(gateway, history, prepared, verdict);
             if (verdict.outcome == Outcome::differs)
                 verdict.reasons = reasonsIn(log.take());
         }
         if (verdict.outcome != Outcome::applied && !log.available())
-            addNote(verdict, "reasons are not available: no log daemon hears the service");
+            addNote(verdict, "reasons are not available: no log daemon receives the service's log");
     } catch (const Failure &failure) {
         verdict.outcome = Outcome::unanswered;
         verdict.note = failure.what();
         verdict.open = verdict.asked || !wasNeverSent(failure);
         if (verdict.asked)
             return;
-        // The next start writes what the rows say and clears nothing: what was added
-        // or changed stays in them, what was to go comes back.
+        // The next start applies the rows but removes nothing. Rows that were added or changed
+        // can therefore stay, but removals must be undone.
         const bool stays = !wasNeverSent(failure) && !takesAway(verdict.changes);
         if (!stays)
             putRowsBack(gateway.database(), verdict.changes);
         verdict.rowsBack = !stays;
         verdict.note +=
             stays ? "; the rows stay as written, and the service's next start applies them"
-                  : "; the rows are as they were";
+                  : "; the rows were restored";
     }
 }
 
@@ -263,7 +260,7 @@ Verdict carryOut(GatewayView &gateway, History &history, const Wish &wish,
     }
     if (!options.offline)
         announceAndVerify(gateway, history, options, prepared, verdict);
-    // Whether it was carried out is for the next swctl to find out.
+    // Left to the next swctl to find out whether it was carried out.
     if (!options.offline && !verdict.open)
         journal.end();
     if (options.onTrial != 0 && verdict.rowsBack)

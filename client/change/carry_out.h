@@ -1,4 +1,4 @@
-// A change, from what is asked for to its verdict.
+// Carries out a change, from the request to the verdict.
 #pragma once
 
 #include "client/change/verdict.h"
@@ -8,16 +8,16 @@
 namespace swctl {
 
 struct ChangeOptions {
-    bool verify = true;   // look, settle, look again
+    bool verify = true;   // read back, settle, read back again
     bool offline = false; // only write the rows
-    bool force = false;   // although a start would stop at it
-    int onTrial = 0;      // s until it is taken back unless confirmed; 0: it stays
-    Progress told{};      // of announcements, where somebody looks
+    bool force = false;   // even if checks would refuse the change
+    int onTrial = 0;      // s until it is undone unless confirmed; 0: no trial
+    Progress told{};      // called for each announcement, if set
 };
 
-// With a wish that finds nothing to change it is only looked whether rows and
-// hardware agree. The lock is held by the caller, who has seen to what earlier runs
-// left, and the gateway's database is open for writing.
+// If there is nothing to change, only compares hardware and rows. The caller holds the lock,
+// has dealt with anything left by earlier runs, and has opened the gateway's database for
+// writing.
 Verdict carryOut(GatewayView &gateway, History &history, const Wish &wish,
                  const ChangeOptions &options);
 

@@ -1,4 +1,4 @@
-// Compares a change on a running service with a start.
+// Compares the effect of a change on a running service with that of a start.
 #include "client/change/pending.h"
 
 #include "client/base/failure.h"
@@ -19,7 +19,7 @@ std::string rowName(const RowChange &change)
     return nameOf(change.table, change.after ? *change.after : *change.before);
 }
 
-// A row that somebody else has changed since is left as it is.
+// A row that has been changed by someone else since is left alone.
 void putBack(Database &database, const RowChange &change)
 {
     ChangeSet single;

@@ -1,4 +1,4 @@
-// What a change leaves to the service's next start.
+// The part of a change that takes effect only when the service starts again.
 #pragma once
 
 #include "client/devices/difference.h"
@@ -10,22 +10,21 @@
 
 namespace swctl {
 
-// The events of a change, as the service gets them.
+// Adds the change's events as sent to the service.
 void addRequests(Script &script, const ChangeSet &changes);
 
-// The rows of ports and switches that the running service has otherwise, in memory,
-// as far as a start with the rows as they are now would give something else. That is
-// rehearsed, from the rows as the service had them at its start, which the history
-// tells; none when it makes no difference.
+// The port and switch rows of which the running service holds another version in memory. The
+// history gives the rows as of its start; from there the change is rehearsed and compared with
+// a fresh start from the current rows. Empty if there is no difference in effect.
 std::vector<Difference> pendingSettings(const GatewayView &gateway, const History &history,
                                         Snapshot &before, Snapshot &after,
                                         const ChangeSet &changes);
 
-// A port or a switch whose row went while the service was up is still there in its
-// memory: a new row for it is none that the service can add. Marks those as not told.
+// A port or switch whose row was removed since the service started is still in its memory, and
+// the service cannot add it again. Marks such additions as not told.
 void markStillHeld(const History &history, ChangeSet &changes);
 
-// Whether the service hears nothing of some of them.
+// Whether some of the changes are not announced to the service.
 bool isPartlyUnheard(const ChangeSet &changes);
 
 } // namespace swctl

@@ -1,4 +1,4 @@
-// A change that is only looked at: rehearsed, and told in the words of the network.
+// Previews a change by rehearsing it, and describes the effects.
 #include "client/change/preview.h"
 
 #include "client/base/number.h"
@@ -54,12 +54,12 @@ void kernelLines(const Kernel &before, const Kernel &after, std::vector<std::str
     }
 }
 
-// What came after the start's own answer: the commands and requests, and why a
-// request was refused.
+// Takes the events after the start's own answer: commands and driver requests, and the reasons
+// for refusals.
 void takeEvents(const Rehearsal &rehearsal, Preview &seen)
 {
     int answers = 0;
-    std::vector<std::string> errors; // since the last answer
+    std::vector<std::string> errors; // since the previous answer
     for (const Event &event : rehearsal.events()) {
         if (event.kind == rehearsal::Kind::answer) {
             if (answers++ > 0 && event.number < 0)
@@ -87,7 +87,8 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
     Snapshot after(before.database());
     Preview seen;
     {
-        Transaction transaction(after.database(), Access::write); // as the plan expects
+        Transaction transaction(after.database(),
+                                Access::write); // planOf needs an open transaction
         seen.changes = planOf(after.database(), wish);
         markStillHeld(history, seen.changes);
         writeRows(after.database(), seen.changes);

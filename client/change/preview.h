@@ -1,4 +1,4 @@
-// A change that is only looked at.
+// Previewing a change without carrying it out.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -9,20 +9,20 @@
 
 namespace swctl {
 
-// What a change would be and would do.
+// The content and the effects of a change.
 struct Preview {
     ChangeSet changes;
-    std::vector<std::string> lines;   // what becomes different, in the words of the network
-    std::vector<std::string> actions; // commands and requests, in order
-    std::vector<std::string> reasons; // why the service would refuse it; empty: it would not
+    std::vector<std::string> lines;   // effects on VLANs, ports and interfaces
+    std::vector<std::string> actions; // commands and driver requests, in order
+    std::vector<std::string> reasons; // why the service would refuse it; empty if it would not
 };
 
 struct PreviewOptions {
-    bool offline = false; // the service would not be told
-    bool force = false;   // although a start would stop at it
+    bool offline = false; // without notifying the service
+    bool force = false;   // even if checks would refuse the change
 };
 
-// Throws as carrying it out does where that would refuse it by itself.
+// Throws if carrying out the change would be refused without asking the service.
 Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &options);
 
 } // namespace swctl

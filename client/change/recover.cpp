@@ -10,10 +10,10 @@
 namespace swctl {
 namespace {
 
-constexpr int longestWait = 3600; // s, of the watching process for another swctl
+constexpr int longestWait = 3600; // s that the watching process waits for another swctl
 
-// Finishes a change that was broken off, or takes it back: by its rows, which are
-// one or the other. Where the service does not answer, its start applies them.
+// Completes an interrupted change or undoes it, depending on whether its rows were committed.
+// If the service does not answer, its next start applies the rows.
 std::optional<Verdict> recoverChange(GatewayView &gateway)
 {
     const Journal journal(gateway.databasePath());
@@ -26,7 +26,7 @@ std::optional<Verdict> recoverChange(GatewayView &gateway)
     const bool done = rowsAreAfter(gateway.database(), verdict.changes);
     const bool answers = serviceAnswers();
     verdict.note = "an earlier change (" + verdict.changes.what + " " + verdict.changes.verb +
-                   ") was broken off; it is " + (done ? "finished" : "taken back") +
+                   ") was interrupted; it is " + (done ? "finished" : "taken back") +
                    (answers ? "" : " in the rows, which the service's next start applies");
     if (answers) {
         Snapshot snapshot(gateway.database());
@@ -41,7 +41,7 @@ std::optional<Verdict> recoverChange(GatewayView &gateway)
     return verdict;
 }
 
-// The newest entry is its own, unless swctl was ended before it wrote that.
+// The newest entry belongs to the trial, unless swctl was killed before writing it.
 int entryOf(const Trial &trial, const History &history)
 {
     const std::vector<HistoryEntry> entries = history.entries();
@@ -66,7 +66,7 @@ Recovery recoverUnfinished(GatewayView &gateway, History &history)
     if (recovery.waiting && !recovery.waiting->watched) {
         recovery.verdict = takeBackTrial(gateway, history, *recovery.waiting);
         recovery.notes.push_back("a change on trial (" + recovery.waiting->changes.what +
-                                 ") was left alone; it is taken back");
+                                 ") was not being watched any more; it is taken back");
         if (recovery.verdict->outcome != Outcome::unanswered)
             recovery.waiting.reset();
     }
@@ -77,15 +77,15 @@ Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial
 {
     const TakeBackWish wish{entryOf(trial, history), trial.changes};
     ChangeOptions options;
-    options.force = true; // as it was before, whatever a check says of that
-    // A service that serves another file by now has nothing to do with it.
+    options.force = true; // restore the old state even if checks would refuse it
+    // Don't involve a service that now uses another file.
     options.offline =
         servedFile(gateway.databasePath()).serving == Serving::anotherFile || !serviceAnswers();
     Verdict verdict;
     try {
         verdict = carryOut(gateway, history, wish, options);
         if (verdict.outcome == Outcome::refused) {
-            // The rows go back all the same, for the next start to apply.
+            // Restore the rows anyway; the next start applies them.
             options.offline = true;
             verdict = carryOut(gateway, history, wish, options);
             verdict.outcome = Outcome::differs;
@@ -94,7 +94,7 @@ Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial
     } catch (const Failure &failure) {
         if (failure.status != exitRefused)
             throw;
-        // Somebody else has changed the rows since: they have the last word.
+        // The rows have been changed by someone else since; leave them alone.
         verdict.outcome = Outcome::differs;
         verdict.changes = trial.changes;
         verdict.note = failure.what();
@@ -110,7 +110,7 @@ int watchTrial(const std::string &databasePath, const std::string &siteFile, int
     ChangeLock lock(databasePath);
     lock.wait(longestWait);
     if (!watchedTrialStands(databasePath))
-        return exitDone; // confirmed, or taken back by somebody else
+        return exitDone; // confirmed, or already undone
     const std::optional<Trial> trial = trialOf(databasePath);
     if (!trial)
         return exitDone;

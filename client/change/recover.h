@@ -1,5 +1,5 @@
-// Finishing or taking back what an earlier run left: a change that was broken off, a
-// trial that nobody confirmed.
+// Completes or undoes what an earlier run left behind: an interrupted change, or an unconfirmed
+// trial.
 #pragma once
 
 #include "client/change/verdict.h"
@@ -13,23 +13,22 @@
 namespace swctl {
 
 struct Recovery {
-    std::optional<Verdict> verdict; // of what was unfinished; none: nothing was
-    std::vector<std::string> notes; // what was done about it, a line each
-    std::optional<Trial> waiting;   // a trial that its process still watches over
+    std::optional<Verdict> verdict; // of the recovered change; nullopt if there was none
+    std::vector<std::string> notes; // what was done about it, one line each
+    std::optional<Trial> waiting;   // a trial that is still watched by its process
 };
 
-// Whether there is anything for recovery to do.
+// Whether anything needs recovery.
 bool isUnfinished(const std::string &databasePath);
 
-// The lock is held by the caller, and the database open for writing where something
-// is unfinished.
+// The caller holds the lock and, if something needs recovery, has opened the database for
+// writing.
 Recovery recoverUnfinished(GatewayView &gateway, History &history);
 
-// Takes it back now, through the service where that answers. The lock is held by
-// the caller.
+// Undoes the trial now, through the service if it answers. The caller holds the lock.
 Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial);
 
-// What the watching process does: waits, and takes back what is still there.
+// The watching process: waits, and undoes the trial if it is still pending.
 int watchTrial(const std::string &databasePath, const std::string &siteFile, int seconds);
 
 } // namespace swctl

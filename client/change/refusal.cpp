@@ -22,7 +22,7 @@ void refuseErrors(const GatewayView &gateway, Snapshot &before, Database &after,
         text += "\n  " + printable(finding.name) + ": " + printable(finding.message) + " (" +
                 finding.rule->id + ")";
     throw Failure(exitRefused, text + "\n  Nothing was changed. See 'swctl check --explain " +
-                                   worse.front().rule->id + "'; --force does it all the same.");
+                                   worse.front().rule->id + "'; --force does it anyway.");
 }
 
 void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &after,
@@ -33,10 +33,10 @@ void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &afte
     const Target now = targetOfStart(gateway, before);
     if (now.stopped && now.stopped->table == after.stopped->table &&
         now.stopped->row == after.stopped->row)
-        return; // it does already, and not for this
+        return; // a start already stops there, so this change is not the cause
     throw Failure(exitRefused, "refused: " + printable(changes.what) + ": " +
                                    stoppedText(*after.stopped) +
-                                   "\n  Nothing was changed. --force does it all the same.");
+                                   "\n  Nothing was changed. --force does it anyway.");
 }
 
 } // namespace swctl

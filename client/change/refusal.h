@@ -1,4 +1,4 @@
-// Why a change is not begun. Both throw with exitRefused.
+// Reasons to refuse a change up front. Both functions throw with exitRefused.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -6,11 +6,11 @@
 
 namespace swctl {
 
-// When the rows after it have errors that they had not before.
+// If the change introduces errors into the rows.
 void refuseErrors(const GatewayView &gateway, Snapshot &before, Database &after,
                   const ChangeSet &changes);
 
-// When a start from the rows after it would stop, and one from those before went on.
+// If a start from the new rows would stop where one from the old rows did not.
 void refuseStop(const GatewayView &gateway, Snapshot &before, const Target &after,
                 const ChangeSet &changes);
 

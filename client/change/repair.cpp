@@ -12,7 +12,7 @@
 namespace swctl {
 namespace {
 
-// What is otherwise than after a fresh start and has no effect on a VLAN's frames.
+// Differences from a fresh start that do not affect the frames of any VLAN.
 void noteIdle(const Site &site, const Target &target, const Actual &actual, Verdict &verdict)
 {
     for (const Difference &difference : differences(target, actual))
@@ -22,7 +22,7 @@ void noteIdle(const Site &site, const Target &target, const Actual &actual, Verd
         device->compareIdle(target.of(*device), site, verdict.idle, verdict.idleUnread);
 }
 
-// Where a start would stop, and what it would not come to.
+// Where a start would stop, and how many VLANs it would not reach.
 void noteStop(const Target &target, Database &database, Verdict &verdict)
 {
     if (target.stopped) {
@@ -35,11 +35,11 @@ void noteStop(const Target &target, Database &database, Verdict &verdict)
         verdict.note = verdict.startStops =
             database.rows(switchTableName).empty()
                 ? "there is no switch in the database: a start has nothing to apply"
-                : "a start of the service would take every row and then fail to apply them";
+                : "a start of the service would accept every row and then fail to apply them";
     }
 }
 
-// What `repair` and `compare` share; `mend` says which it is.
+// Shared by `repair` and `compare`; `mend` is set for `repair`.
 Verdict lookOver(GatewayView &gateway, const History &history, bool allVlans, bool mend,
                  const Progress &progress)
 {

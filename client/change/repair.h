@@ -1,5 +1,4 @@
-// The gateway held against what a fresh start would give, and brought there. No row
-// is changed.
+// Compares the gateway with a fresh start, and repairs it. Rows are not changed.
 #pragma once
 
 #include "client/change/verdict.h"
@@ -7,11 +6,11 @@
 
 namespace swctl {
 
-// Only looks.
+// Changes nothing.
 Verdict compare(GatewayView &gateway, const History &history, bool allVlans,
                 const Progress &progress);
 
-// Announces what differs again.
+// Announces again what differs.
 Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
                const Progress &progress);
 

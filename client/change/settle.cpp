@@ -15,10 +15,10 @@ int send(const Announcement &announcement)
                announcement.oldValues);
 }
 
-// What is wrong with one VLAN.
+// The faults of one VLAN.
 struct Complaint {
     bool subInterface = false;
-    std::string parent; // of a sub-interface that is left over
+    std::string parent; // of a leftover sub-interface
 };
 
 std::map<int, Complaint> complaintsOf(const std::vector<Difference> &differences,
@@ -29,7 +29,7 @@ std::map<int, Complaint> complaintsOf(const std::vector<Difference> &differences
     for (const Difference &difference : differences) {
         if (difference.remedy != Remedy::repair || (mayMend && !mayMend(difference)))
             continue;
-        // A port's default tag follows the VLAN that the port sends untagged.
+        // A port's default tag belongs to the VLAN that the port sends untagged.
         Complaint &complaint = complaints[difference.vlanId];
         if (difference.kind != DifferenceKind::subInterface)
             continue;
@@ -49,8 +49,8 @@ SwMgrVlanRequest requestFor(int vlanId, const std::string &parent)
     return request;
 }
 
-// A VLAN that no row has is taken away; where the service does not know it, it is
-// added for that purpose.
+// Removes a VLAN that is not in the rows. If the service does not know it, it must be added
+// first.
 void clearLeftover(int vlanId, const std::string &parent, bool add)
 {
     const SwMgrVlanRequest request = requestFor(vlanId, parent);
@@ -59,9 +59,8 @@ void clearLeftover(int vlanId, const std::string &parent, bool add)
     static_cast<void>(ask(SWMGR_RELAY_MODULE_ID, SW_CMD_VLAN_DELETE, bytesOf(request)));
 }
 
-// An update has the entry, the tags and the engine written again; the rest takes
-// a removal and an addition, as does a VLAN that the service does not know. False
-// when the service takes neither.
+// An update rewrites the entry, the tags and the engine. Anything else, or a VLAN unknown to
+// the service, needs a removal and an addition. False if the service refuses both.
 bool announceAgain(const Row &row, bool whole)
 {
     if (!whole && send(announcementOf(row, SWMGR_DB_UPDATE)) >= 0)
@@ -70,12 +69,12 @@ bool announceAgain(const Row &row, bool whole)
     return send(announcementOf(row, SWMGR_DB_INSERT)) >= 0;
 }
 
-// False when the service refuses a VLAN as it stands in its row: something else is in
-// the way of all of them, and each further one would only be taken away.
+// False if the service refuses a VLAN as described by its row. Then the cause affects all
+// VLANs, and going on would only remove more of them.
 bool mendRound(const std::map<int, Complaint> &complaints, const std::vector<Row> &rows, int round,
                std::vector<std::string> &done)
 {
-    // What is left over goes first: it may hold what others need.
+    // Clear leftovers first, since they may occupy what others need.
     for (const auto &[vlanId, complaint] : complaints) {
         const bool inRows = std::any_of(rows.begin(), rows.end(), [id = vlanId](const Row &row) {
             return toInt(row.text("vlanId")) == id;
@@ -108,10 +107,10 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
     settled.actual = gateway.read(snapshot, target, ids, extent, progress);
     settled.left = counting(differences(target, settled.actual));
     const std::vector<Row> rows = snapshot.database().rows("vlanEncapIf");
-    // A VLAN that was read because of a sub-interface is read again without it:
-    // its entry in the chip may stay.
+    // A VLAN touched because of its sub-interface must be read again even when that difference
+    // is gone: its chip entry may remain.
     std::set<int> touched = ids;
-    // What a start that stops would give is nothing to bring the hardware to.
+    // The result of a start that stops is not worth restoring.
     bool going = mend && !target.stopped;
     while (going && !settled.left.empty() && settled.rounds < mostRounds) {
         const std::map<int, Complaint> complaints = complaintsOf(settled.left, target, mayMend);
@@ -125,7 +124,7 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
         std::vector<Difference> now = counting(differences(target, settled.actual));
         const bool better = now.size() < settled.left.size();
         settled.left = std::move(now);
-        // The first round tries the gentler way; it may well change nothing.
+        // The first round tries the gentler method, which may have no effect.
         if (!better && settled.rounds > 1)
             break;
     }

@@ -1,5 +1,5 @@
-// Bringing the gateway to what a fresh start from its database would give, through
-// the service: VLANs that differ are announced again.
+// Brings the gateway to the state that a fresh start would produce, by announcing VLANs that
+// differ again to the service.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -11,20 +11,20 @@
 
 namespace swctl {
 
-// What was asked of the service on the way, and what came of it.
+// What was requested of the service, and the result.
 struct Settled {
-    std::vector<Difference> left; // that count
-    Actual actual;                // as it was read last
+    std::vector<Difference> left; // differences that count
+    Actual actual;                // as last read
     int rounds = 0;
-    std::vector<std::string> done; // one line for each VLAN that was announced
+    std::vector<std::string> done; // one line per announced VLAN
 };
 
-// At most this often; fewer when nothing differs any more or nothing gets better.
+// Upper limit; settling ends earlier when nothing differs, or nothing improves.
 constexpr int mostRounds = 3;
 
-// Settles the VLANs of every difference that counts, but for a target at which a start
-// stops, and of those alone that `mayMend` allows. `ids` are read in any case.
-// Throws Unanswered when the service stops answering.
+// Settles the VLANs of all differences that count and that `mayMend`, if set, allows; settles
+// none if the target is a start that stops. Always reads the VLANs in `ids`. Throws Unanswered
+// if the service stops answering.
 Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &target,
                const std::set<int> &ids, GatewayView::Extent extent, bool mend,
                const Progress &progress = {},

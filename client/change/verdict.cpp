@@ -11,8 +11,8 @@ void noteTools(Verdict &verdict, const Actual &actual)
     for (const Device *device : devices())
         if (const std::string &reason = actual.of(*device).reason;
             !device->hasQuery && !reason.empty())
-            addNote(verdict,
-                    std::string(device->part) + ": not known whether its tools worked: " + reason);
+            addNote(verdict, std::string(device->part) +
+                                 ": cannot tell whether its tools worked: " + reason);
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-// What became of a change. Every change ends in one of four outcomes; which one is
-// found out by looking.
+// The result of a change: one of four outcomes, determined by reading back the hardware.
 #pragma once
 
 #include "client/base/failure.h"
@@ -12,10 +11,10 @@
 namespace swctl {
 
 enum class Outcome {
-    applied,   // rows, chip and kernel agree with what a fresh start would give
-    refused,   // nothing is different from before
-    differs,   // neither of them
-    unanswered // the service did not say what became of it
+    applied,   // rows, chip and kernel match a fresh start
+    refused,   // nothing was changed
+    differs,   // neither of the two
+    unanswered // the service did not report the result
 };
 const char *outcomeText(Outcome outcome);
 ExitStatus outcomeStatus(Outcome outcome);
@@ -23,29 +22,30 @@ ExitStatus outcomeStatus(Outcome outcome);
 struct Verdict {
     Outcome outcome = Outcome::applied;
     ChangeSet changes;
-    bool asked = false;               // the service was told
-    bool open = false;                // unanswered, and perhaps carried out
-    bool verified = false;            // it was looked at
-    bool rowsBack = false;            // the rows are as they were
-    int answer = 0;                   // of the service
-    std::vector<Difference> left;     // that count
-    std::vector<Difference> idle;     // that do not count; looked for by diff and repair alone
-    std::string idleUnread;           // of them, and why
-    std::vector<std::string> foreign; // sub-interfaces of others, which are left alone
-    std::vector<std::string> reasons; // lines of the service's log that say why
+    bool asked = false;           // the service was notified
+    bool open = false;            // unanswered, possibly carried out
+    bool verified = false;        // checked against the hardware
+    bool rowsBack = false;        // the rows were restored
+    int answer = 0;               // from the service
+    std::vector<Difference> left; // differences that count
+    std::vector<Difference>
+        idle;               // differences that do not count; only diff and repair look for them
+    std::string idleUnread; // those that could not be read, and why
+    std::vector<std::string> foreign; // sub-interfaces that belong to others and are left alone
+    std::vector<std::string> reasons; // lines of the service's log that explain the result
     std::vector<std::string> settled; // what was announced again
     std::vector<std::string> unread;  // parts that could not be read, and why
-    std::string startStops;           // where a start of the service would stop; empty: nowhere
-    size_t unreached = 0;             // VLANs in the rows that such a start does not come to
-    std::string note;                 // what a person should know besides
+    std::string startStops;           // where a start of the service would stop; empty if nowhere
+    size_t unreached = 0;             // VLANs that such a start would not reach
+    std::string note;                 // anything else the user should know
     int64_t committed = 0;            // ms since 1970
-    int64_t deadline = 0;             // of its confirmation, seconds since 1970; 0: none
+    int64_t deadline = 0;             // for the confirmation, seconds since 1970; 0 if none
 };
 
 void addNote(Verdict &verdict, const std::string &text);
 
-// Takes over what was settled and what could not be read: `otherwise` where nothing
-// is left that differs, and differs else.
+// Takes over the settled state and the unread parts. The outcome is `otherwise` if no
+// difference is left and everything could be read, else `differs`.
 void conclude(Verdict &verdict, Settled settled, Outcome otherwise);
 
 } // namespace swctl

@@ -17,9 +17,9 @@ constexpr size_t longestReason = 300; // bytes
 struct Section {
     const char *name;
     const char *table;
-    const char *owner;  // column that tells rows apart together with the next; null: none
-    const char *number; // column that tells rows apart
-    bool isText;        // the latter, otherwise a number
+    const char *owner;  // identifies a row together with the next column; null if not needed
+    const char *number; // identifies a row
+    bool isText;        // whether that column holds text rather than a number
 };
 constexpr Section sections[] = {
     {"switches", switchTableName, nullptr, "switchName", true},
@@ -29,7 +29,7 @@ constexpr Section sections[] = {
 constexpr size_t portSection = 1;
 constexpr size_t vlanSection = 2;
 
-// What tells a row from the others, as the service reads it.
+// The identity of a row as the service reads it.
 std::string keyOf(const Section &section, const Row &row)
 {
     const std::string number = row.text(section.number);
@@ -63,7 +63,7 @@ std::vector<Assignment> wantedRow(const std::string &name, const Section &sectio
 {
     const std::string where = std::string(section.name) + ", entry " + std::to_string(at + 1);
     if (!json.isObject())
-        refuseFile(name, where + ": it is no object");
+        refuseFile(name, where + ": it is not an object");
     std::vector<Assignment> values;
     for (const auto &[column, value] : json.members()) {
         if (value.isArray() || value.isBoolean())
@@ -76,7 +76,7 @@ std::vector<Assignment> wantedRow(const std::string &name, const Section &sectio
     return values;
 }
 
-// Changes of one table.
+// The changes of one table.
 struct Changes {
     std::vector<RowChange> gone, updated, added;
 };
@@ -98,7 +98,7 @@ void checkColumns(const Section &section, const TableRows &table, const WantedRo
                                      " has no column '" + value.column + "'");
 }
 
-// A number in a column of texts is stored as a text, and so on.
+// SQLite converts values to the column's type: a number in a text column is stored as text.
 bool isSame(const Row &a, const Row &b)
 {
     return std::equal(
@@ -118,8 +118,8 @@ bool namesAny(const Row &row, const std::vector<RowChange> &added)
     });
 }
 
-// Whether the row has to become a new one: an update would leave something of it
-// behind, or it would stand before a port that it is mapped onto.
+// Whether the row must be replaced by a new one, because an update would leave parts of the old
+// one in place, or the row would come before a port that it is mapped onto.
 bool needsNewRow(const Section &section, const Row &before, const Row &after,
                  const std::vector<RowChange> &added)
 {
@@ -148,7 +148,7 @@ Changes changesOf(const Section &section, const TableRows &table, const WantedRo
         if (needsNewRow(section, before, after, changes.added)) {
             changes.gone.push_back({section.table, before, std::nullopt});
             changes.added.push_back({section.table, std::nullopt, asNewRow(std::move(after))});
-            // A port that the service has already is none that it can add.
+            // The service cannot add a port that it already has.
             changes.added.back().told = &section == &sections[vlanSection];
         } else if (!isSame(after, before)) {
             changes.updated.push_back({section.table, before, std::move(after)});
@@ -195,7 +195,7 @@ FileWish fileWishOf(const std::string &text, const std::string &name)
         refuseFile(name, std::string(what.substr(0, longestReason)));
     }
     if (!json.isObject())
-        refuseFile(name, "it is no object with switches, ports and vlans");
+        refuseFile(name, "it is not an object with switches, ports and vlans");
     FileWish wish{name, {}};
     for (const auto &[member, list] : json.members()) {
         const auto section =
@@ -204,7 +204,7 @@ FileWish fileWishOf(const std::string &text, const std::string &name)
         if (member == "$schema")
             continue;
         if (section == std::end(sections) || !list.isArray())
-            refuseFile(name, "'" + member + "' is no list of switches, ports or vlans");
+            refuseFile(name, "'" + member + "' is not a list of switches, ports or vlans");
         WantedRows rows;
         for (const Json &row : list.values())
             rows.push_back(wantedRow(name, *section, rows.size(), row));
@@ -224,7 +224,7 @@ ChangeSet planFile(Database &database, const FileWish &wish)
         checkColumns(sections[at], *tables[at], *wish.lists[at], wish.name);
         changes[at] = changesOf(sections[at], *tables[at], *wish.lists[at]);
     }
-    // What others stand on comes first and goes last.
+    // Rows that others depend on are added first and removed last.
     ChangeSet all{"configuration", "applied", {}, {}};
     for (size_t at = std::size(sections); at-- > 0;)
         take(changes[at].gone, all);

@@ -1,5 +1,5 @@
-// The configuration as a file: every row of the three tables as JSON, in the order
-// of the rows, made to be kept, compared and reviewed.
+// The configuration as a file: every row of the three tables as JSON, in row order, suitable
+// for storing, comparing and reviewing.
 #pragma once
 
 #include "client/rows/row_change.h"
@@ -12,23 +12,23 @@
 
 namespace swctl {
 
-// {"switches": [...], "ports": [...], "vlans": [...]}: a member for each column.
+// {"switches": [...], "ports": [...], "vlans": [...]}, with a member for each column.
 Json configurationJson(Database &database);
 
-// The rows that a file wants, as plain assignments.
+// The rows in a file, as column assignments.
 struct FileWish {
     using Rows = std::vector<std::vector<Assignment>>;
 
-    std::string name;                         // what the file is called in messages
-    std::array<std::optional<Rows>, 3> lists; // switches, ports and VLANs; none: left out
+    std::string name;                         // the file's name in messages
+    std::array<std::optional<Rows>, 3> lists; // switches, ports and VLANs; nullopt if left out
 };
 
-// Throws with exitUsage when the text is no configuration.
+// Throws with exitUsage if the text is not a configuration.
 FileWish fileWishOf(const std::string &text, const std::string &name);
 
-// The smallest change that makes the rows what the file says. A list that is left
-// out stays as it is, a row that is in no list goes, and a member that is left out
-// keeps its value.
+// The smallest change that makes the rows match the file. A list that is left out leaves its
+// table alone; otherwise rows missing from it are removed, and members left out keep their
+// values.
 ChangeSet planFile(Database &database, const FileWish &wish);
 
 } // namespace swctl

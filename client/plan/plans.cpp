@@ -29,8 +29,8 @@ std::string movedText(const std::string &ports, const std::string &vlan)
     return "port " + ports + " is no longer untagged in " + vlan;
 }
 
-// A port is untagged in one VLAN. The service sees to it in memory only, so the
-// rows of the others are changed with this one; `replaced` is the row that it was.
+// A port is untagged in only one VLAN. The service enforces that in memory only, so the rows of
+// other VLANs are changed along with this one. `replaced` is the id of the row being changed.
 void moveUntagged(Database &database, const RowWish &wish, const Row &row, int64_t replaced,
                   ChangeSet &changes)
 {
@@ -50,8 +50,8 @@ void moveUntagged(Database &database, const RowWish &wish, const Row &row, int64
     }
 }
 
-// The one row that a key names. More than one cannot be told apart by the service
-// either, so that is refused as well.
+// The only row that matches the key. Several matches are refused, since the service cannot tell
+// them apart either.
 Row onlyRow(Database &database, const RowWish &wish)
 {
     std::vector<Row> found = database.rowsWhere(wish.table, wish.key);
@@ -67,8 +67,8 @@ Row onlyRow(Database &database, const RowWish &wish)
     throw Failure(exitUsage, message);
 }
 
-// What an update event cannot do: the service leaves the old entry and the old
-// sub-interface where they are.
+// Changes that an update event cannot make: the service would leave the old entry and the old
+// sub-interface in place.
 bool movesAway(const Row &before, const Row &after)
 {
     for (const char *column : {"vlanId", "interfaceName", "inSwitchOnly"})

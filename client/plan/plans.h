@@ -1,4 +1,4 @@
-// What a command wants of a row, and the changes of rows that this comes to.
+// What a command wants of a row, and the row changes that follow from it.
 #pragma once
 
 #include "client/rows/row_change.h"
@@ -18,12 +18,12 @@ struct RowWish {
     Kind kind{};
     std::string table;
     std::string name;               // "VLAN 30"
-    std::vector<Assignment> key;    // columns that tell the row apart
+    std::vector<Assignment> key;    // columns that identify the row
     std::vector<Assignment> values; // columns to write
-    bool mayMove = true;            // a port may leave another VLAN's untagged ones
+    bool mayMove = true;            // a port may stop being untagged in another VLAN
 };
 
-// From the rows as they are; throws to refuse.
+// Based on the current rows; throws to refuse.
 ChangeSet planRow(Database &database, const RowWish &wish);
 
 } // namespace swctl

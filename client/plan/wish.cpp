@@ -19,7 +19,7 @@ ChangeSet plan(Database &database, const BatchWish &wish)
         writeRows(database, part);
         append(all, std::move(part));
     }
-    // What is written is for those who carry the changes out to write.
+    // Planning must not change the database; carrying out the changes writes the rows.
     database.run("ROLLBACK TO plans");
     database.run("RELEASE plans");
     return all;
@@ -51,7 +51,7 @@ ChangeSet plan(Database &database, const UndoWish &wish)
 
 ChangeSet plan(Database &database, const TakeBackWish &wish)
 {
-    // It was written down before it was committed, and may never have been.
+    // The trial is recorded before its commit, which may never have happened.
     if (rowsAreBefore(database, wish.changes))
         return {};
     return undone(wish.changes, wish.number,

@@ -1,5 +1,4 @@
-// What is asked for, as data: it travels down with the request, and becomes changes
-// where the rows are at hand.
+// What is requested, as data; it becomes row changes once the rows are available.
 #pragma once
 
 #include "client/plan/configuration_file.h"
@@ -11,27 +10,27 @@
 
 namespace swctl {
 
-// Several rows, each seeing them as the one before leaves them.
+// Several rows in sequence, each planned on top of those before it.
 struct BatchWish {
     std::string name; // "3 commands"
     std::vector<RowWish> rows;
 };
 
-// An entry of the history is to be undone; its rows must still be as it left them.
+// Undoes an entry of the history; its rows must be unchanged since.
 struct UndoWish {
     int number; // of the entry
     ChangeSet changes;
 };
 
-// A trial ends as if it had not been; nothing to change where it was never written.
+// Undoes a trial; nothing changes if the trial was never committed.
 struct TakeBackWish {
-    int number; // of its entry in the history; 0: none
+    int number; // of its entry in the history, 0 if none
     ChangeSet changes;
 };
 
 using Wish = std::variant<RowWish, BatchWish, FileWish, UndoWish, TakeBackWish>;
 
-// What to change, from the rows as they are; throws to refuse.
+// The changes, based on the current rows; throws to refuse.
 ChangeSet planOf(Database &database, const Wish &wish);
 
 } // namespace swctl

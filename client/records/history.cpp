@@ -1,4 +1,4 @@
-// One line of JSON for each change.
+// The file has one line of JSON per change.
 #include "client/records/history.h"
 
 #include "client/base/file.h"
@@ -13,10 +13,10 @@
 namespace swctl {
 namespace {
 
-constexpr size_t mostHistory = 64 * 1024 * 1024; // bytes that are read
-constexpr size_t fullHistory = 1024 * 1024;      // bytes at which the older half goes
+constexpr size_t mostHistory = 64 * 1024 * 1024; // bytes to read
+constexpr size_t fullHistory = 1024 * 1024;      // bytes at which the older half is dropped
 
-// Who asked, also where the right to do it was lent.
+// The user who gave the command, even under sudo.
 std::string userName()
 {
     const char *lent = getenv("SUDO_USER");
@@ -32,7 +32,7 @@ std::vector<std::string_view> linesOf(std::string_view text)
     while (!text.empty()) {
         const size_t end = text.find('\n');
         if (end == std::string_view::npos)
-            break; // was being written when the power went
+            break; // an incomplete line, cut off by a power failure
         lines.push_back(text.substr(0, end));
         text.remove_prefix(end + 1);
     }

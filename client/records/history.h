@@ -1,4 +1,4 @@
-// What was changed, when and by whom: a file beside the database, with a bound.
+// The history of changes (what, when, by whom): a file next to the database, limited in size.
 #pragma once
 
 #include "client/rows/row_change.h"
@@ -11,31 +11,31 @@
 namespace swctl {
 
 struct HistoryEntry {
-    int number = 0;      // counts up
-    int64_t time = 0;    // ms since 1970, of its commit
+    int number = 0;      // increasing
+    int64_t time = 0;    // ms since 1970, when the change was committed
     std::string who;     // login name
-    std::string outcome; // one of the four words, or "written": only the rows
+    std::string outcome; // one of the four outcomes, or "written" if only the rows were written
     ChangeSet changes;
-    bool verified = false; // what became of it was looked at
+    bool verified = false; // the outcome was checked against the hardware
 };
 
-// Read at most once: who adds to it holds the lock since before that.
+// The file is read at most once; whoever adds entries must hold the lock from before that.
 class History {
 public:
     explicit History(const std::string &databasePath);
 
-    // Oldest first; lines that cannot be read are left out.
+    // Oldest first; unreadable lines are skipped.
     [[nodiscard]] std::vector<HistoryEntry> entries() const;
 
-    // Rows of ports and switches of which the service has not heard since that time,
-    // in ms since 1970; newest first.
+    // Changes of port and switch rows since `start`, in ms since 1970, of which the service has
+    // not been notified; newest first.
     [[nodiscard]] std::vector<RowChange> unheardSince(int64_t start) const;
 
-    // Gives the number of the new entry. The oldest ones go when there are too many.
+    // Returns the number of the new entry. Drops the oldest entries when the file is full.
     int add(int64_t committed, const std::string &outcome, const ChangeSet &changes, bool verified);
 
 private:
-    [[nodiscard]] const std::string &contents() const; // read once
+    [[nodiscard]] const std::string &contents() const; // read once, then cached
 
     std::string path;
     mutable std::optional<std::string> text;

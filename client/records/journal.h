@@ -1,5 +1,5 @@
-// One change at a time, and none half done: a lock beside the database, and a
-// file that says what is about to be done until it is done.
+// Serialises changes and makes them recoverable: a lock next to the database, and a file that
+// describes the change in progress.
 #pragma once
 
 #include "client/rows/row_change.h"
@@ -10,14 +10,14 @@
 
 namespace swctl {
 
-// Held for the length of a change. Taken on construction where it is free.
+// Held while a change is carried out. The constructor takes it if it is free.
 class ChangeLock {
 public:
     explicit ChangeLock(const std::string &databasePath);
 
     [[nodiscard]] bool held() const { return locked; }
 
-    // For another swctl to finish, up to so many seconds; throws when that is too short.
+    // Waits up to `seconds` for another swctl to finish; throws when the time is up.
     void wait(int seconds);
 
 private:
@@ -28,15 +28,15 @@ private:
     bool locked = false;
 };
 
-// The change that is being carried out, in a file beside the database.
+// The change in progress, in a file next to the database.
 class Journal {
 public:
     explicit Journal(const std::string &databasePath);
 
-    [[nodiscard]] bool isThere() const; // a run has left something
+    [[nodiscard]] bool isThere() const; // an earlier run left a journal
     [[nodiscard]] std::optional<ChangeSet> unfinished() const;
-    void begin(const ChangeSet &changes) const; // on disk before anything is done
-    void end() const;                           // nothing is unfinished any more
+    void begin(const ChangeSet &changes) const; // on disk before anything else happens
+    void end() const;                           // removes the journal
 
 private:
     std::string path;

@@ -1,5 +1,5 @@
-// The process that watches is this program again. It holds a lock on the trial's file,
-// by which others see that it is there.
+// The watching process is another instance of this program. It holds a lock on the trial's
+// file, which shows others that it is running.
 #include "client/records/trial.h"
 
 #include "client/base/failure.h"
@@ -27,22 +27,22 @@ namespace swctl {
 namespace {
 
 constexpr size_t mostTrial = 64 * 1024 * 1024; // bytes
-constexpr int napMs = 200;                     // between looks at the file
-constexpr int trialFd = STDERR_FILENO + 1;     // of the watching process
+constexpr int napMs = 200;                     // between checks of the file
+constexpr int trialFd = STDERR_FILENO + 1;     // in the watching process
 
 std::string trialPath(const std::string &databasePath)
 {
     return databasePath + ".trial";
 }
 
-// The watching process holds a lock on the file that no other one asks for.
+// Only the watching process holds this lock for longer than a moment.
 bool isWatched(const std::string &path)
 {
     const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW));
     return file.valid() && flock(file.get(), LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
 }
 
-// With the lock on the trial's file, which travels with its descriptor.
+// The watcher inherits the lock on the trial's file with its descriptor.
 void startWatcher(const std::string &databasePath, const std::string &siteFile, int lockedFile,
                   int seconds)
 {
@@ -88,7 +88,7 @@ std::optional<Trial> trialOf(const std::string &databasePath)
         if (changes)
             return Trial{std::move(*changes), json.at("deadline").integer(), isWatched(path)};
     } catch (const JsonError &) {
-        // Said below.
+        // Reported below.
     }
     throw Failure(exitUsage, printable(path) + " is damaged: compare the configuration with "
                                                "'swctl diff', then remove the file");
@@ -106,7 +106,7 @@ void beginTrial(const std::string &databasePath, const std::string &siteFile,
     const Json json = {{"deadline", time(nullptr) + seconds}, {"change", toJson(changes)}};
     replaceFile(path, json.oneLine());
     const Descriptor file(open(path.c_str(), O_RDWR | O_CLOEXEC | O_NOFOLLOW));
-    // Who only looks whether it is watched holds the lock for a moment, too.
+    // Block, because isWatched() holds the lock for a moment, too.
     if (!file.valid() || flock(file.get(), LOCK_EX) != 0)
         throw Failure(exitUsage, "cannot lock " + printable(path) + ": " + strerror(errno));
     startWatcher(databasePath, siteFile, file.get(), seconds);
@@ -117,7 +117,7 @@ void endTrial(const std::string &databasePath)
     removeFile(trialPath(databasePath));
 }
 
-// While it is open no other file can have its number.
+// While the descriptor is open, no other file can have its inode number.
 bool watchedTrialStands(const std::string &databasePath)
 {
     struct stat mine = {};

@@ -1,6 +1,6 @@
-// A change on trial, in a file beside the database: it is taken back unless it is
-// confirmed in time. A process of its own watches over it, which outlives shell and
-// connection. Taking it back is recovery's.
+// A change on trial, recorded in a file next to the database: it is undone unless it is
+// confirmed in time. A separate process watches over it and outlives the shell and the
+// connection. Undoing it is the job of recovery.
 #pragma once
 
 #include "client/rows/row_change.h"
@@ -14,24 +14,24 @@ namespace swctl {
 struct Trial {
     ChangeSet changes;
     int64_t deadline = 0; // seconds since 1970
-    bool watched = false; // its process is there
+    bool watched = false; // its process is running
 };
 
-// The change that waits for its confirmation.
+// The change that awaits confirmation.
 std::optional<Trial> trialOf(const std::string &databasePath);
 
-bool isOnTrial(const std::string &databasePath); // there is one, readable or not
+bool isOnTrial(const std::string &databasePath); // whether there is one, readable or not
 
-// Writes it down and starts the process that takes it back after `seconds`: this
-// program again, as `confirm --watch`. `siteFile` may be empty.
+// Records the trial and starts the process that undoes it after `seconds`, which is this
+// program run as `confirm --watch`. `siteFile` may be empty.
 void beginTrial(const std::string &databasePath, const std::string &siteFile,
                 const ChangeSet &changes, int seconds);
 
-// Nothing waits any more.
+// Removes the record of the trial.
 void endTrial(const std::string &databasePath);
 
-// In the process that watches: whether the trial that it was started for still
-// stands, and waiting for at most so many seconds while it does.
+// For the watching process: whether its own trial is still pending, and a wait of at most
+// `seconds` while it is.
 bool watchedTrialStands(const std::string &databasePath);
 void awaitTrialEnd(const std::string &databasePath, int seconds);
 

@@ -1,4 +1,4 @@
-// The events of a rehearsal, in words.
+// Text for the events of a rehearsal.
 #pragma once
 
 #include "client/rehearse/rehearsal.h"
@@ -12,10 +12,10 @@ const char *kindName(rehearsal::Kind kind);
 
 std::string eventText(const Event &event);
 
-// Something that a device, a tool or a file would notice.
+// Whether it affects a device, a tool or a file.
 bool isAction(rehearsal::Kind kind);
 
-// "a start of the service would stop at row 2 of vlanEncapIf", and why.
+// "a start of the service would stop at row 2 of vlanEncapIf", with the reason.
 std::string stoppedText(const StoppedAt &stopped);
 
 } // namespace swctl

@@ -1,5 +1,5 @@
-// What chip, engine and kernel hold, as plain data: by a rehearsal, as it should
-// be, and by reading back, as it is.
+// The state of chip, engine and kernel as plain data, either expected, from a rehearsal, or
+// actual, as read back.
 #pragma once
 
 #include <array>
@@ -13,8 +13,8 @@ namespace swctl {
 
 constexpr int chipPortCount = 5;
 
-// An entry of the chip's VLAN table: bit n stands for chip port n. An entry with
-// two empty maps cannot be told from one that is not there.
+// An entry of the chip's VLAN table; bit n is chip port n. An entry with two empty maps is
+// indistinguishable from a missing one.
 struct ChipVlan {
     uint16_t fwdMap = 0;
     uint16_t untagMap = 0;
@@ -24,16 +24,16 @@ struct ChipVlan {
 };
 
 struct PortState {
-    uint16_t pvid = 0; // default tag: VLAN of untagged frames
+    uint16_t pvid = 0; // default tag: the VLAN of untagged frames
     uint8_t priority = 0;
     uint8_t cfi = 0;
     uint16_t forwardMap = 0; // port-based VLAN: ports that this one may forward to
     bool linkUp = false;
-    std::array<uint8_t, 48> statistics{}; // as the driver lays them out
+    std::array<uint8_t, 48> statistics{}; // in the driver's layout
 };
 
 struct Chip {
-    std::map<int, ChipVlan> vlans; // by VLAN id; entries that are not empty
+    std::map<int, ChipVlan> vlans; // by VLAN id, without empty entries
     std::array<PortState, chipPortCount> ports{};
 };
 
@@ -42,18 +42,18 @@ struct SubInterface {
     std::string parent;
     int vlanId = 0;
     bool up = false;
-    std::array<uint8_t, 8> ingress{}; // priority in the tag to priority of the packet
-    std::array<uint8_t, 16> egress{}; // priority of the packet to priority in the tag
+    std::array<uint8_t, 8> ingress{}; // tag priority to packet priority
+    std::array<uint8_t, 16> egress{}; // packet priority to tag priority
 
     bool operator==(const SubInterface &) const = default;
 };
 
 struct Kernel {
-    std::map<std::string, SubInterface> interfaces; // by name, as "eth0.10"
-    std::set<int> uptimeFiles;                      // VLAN ids with an uptime record of this boot
+    std::map<std::string, SubInterface> interfaces; // by name, e.g. "eth0.10"
+    std::set<int> uptimeFiles;                      // VLAN ids with an uptime record from this boot
 };
 
-// A part of the state that was read, or why it was not.
+// A part of the state, or why it could not be read.
 template <class T>
 struct Part {
     std::optional<T> held;

@@ -28,10 +28,10 @@ constexpr const char *program = "swrehearse";
 
 [[noreturn]] void failRehearsal(const std::string &why)
 {
-    throw Failure(exitUsage, "the service's library cannot be rehearsed: " + why);
+    throw Failure(exitUsage, "cannot rehearse with the service's library: " + why);
 }
 
-// Beside swctl in a build, in libexec when installed.
+// Next to swctl in a build tree, in libexec when installed.
 std::string programPath()
 {
     char self[4096];
@@ -65,8 +65,8 @@ std::vector<Event> eventsOf(std::string_view bytes)
     return all;
 }
 
-// Descriptors above those that the rehearsal inherits, so that none is lost when
-// they are put in place.
+// Moves a descriptor above those that the rehearsal inherits, so that putting them in place
+// closes none that is still needed.
 int movedUp(int fd)
 {
     constexpr int above = 10;
@@ -158,10 +158,10 @@ Rehearsal::Rehearsal(MemoryFile stateFile, MemoryFile eventFile)
 {
     const std::string_view bytes = stateMemory.view();
     if (bytes.size() != sizeof(rehearsal::State))
-        failRehearsal("it left no state behind");
+        failRehearsal("it left no state");
     held = reinterpret_cast<const rehearsal::State *>(bytes.data());
     if (held->magic != rehearsal::stateMagic)
-        failRehearsal("it ended in the middle");
+        failRehearsal("it ended prematurely");
     all = eventsOf(eventMemory.view());
 }
 
@@ -179,7 +179,7 @@ int Rehearsal::loadStatus() const
     for (const Event &event : all)
         if (event.kind == Kind::loaded)
             return event.number;
-    return SWMGR_STATUS_FAILED; // it did not come that far
+    return SWMGR_STATUS_FAILED; // it did not get that far
 }
 
 std::optional<StoppedAt> Rehearsal::stoppedAt() const
@@ -286,7 +286,7 @@ Rehearsal RunningRehearsal::finish()
     pid = -1;
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
         failRehearsal(WIFSIGNALED(status)
-                          ? std::string("it was ended by signal ") + strsignal(WTERMSIG(status))
+                          ? std::string("it was killed by signal ") + strsignal(WTERMSIG(status))
                           : "it failed");
     return Rehearsal(std::move(state), std::move(events));
 }

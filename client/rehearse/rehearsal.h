@@ -1,6 +1,5 @@
-// Rehearsing: the service's own library, run by swrehearse on a platform that
-// only records, shows what a start from a database and any requests after it
-// would do and leave behind.
+// Rehearsing: swrehearse runs the service's own library on a platform that only records. This
+// shows what a startup from a database, and any requests after it, would do and leave behind.
 #pragma once
 
 #include "client/rehearse/hardware_state.h"
@@ -18,13 +17,13 @@ namespace swctl {
 
 using HardwareAddress = std::array<uint8_t, 6>;
 
-// Interfaces that exist, with their hardware addresses.
+// Existing interfaces and their hardware addresses.
 using Interfaces = std::map<std::string, HardwareAddress>;
 
-// What is to be rehearsed, step by step.
+// The steps to rehearse.
 class Script {
 public:
-    // `devices` are the nodes that are there; none stands for all.
+    // `devices` are the existing device nodes; empty means all.
     explicit Script(const Interfaces &interfaces, const std::vector<std::string> &devices = {});
 
     Script &image(std::string_view database); // what the service reads from here on
@@ -40,7 +39,7 @@ private:
     std::string pieces;
 };
 
-// One thing that happened. The text lives as long as the rehearsal.
+// A recorded event. The text lives as long as the rehearsal.
 struct Event {
     rehearsal::Kind kind;
     int32_t number;        // see rehearsal::Kind
@@ -48,15 +47,15 @@ struct Event {
     std::string_view data; // see rehearsal::Kind
 };
 
-// The row at which a start stops.
+// The row at which a startup stops.
 struct StoppedAt {
     std::string table;
-    int row = 0;                      // in the table's own order, from 0
-    int status = 0;                   // of its handler
-    std::vector<std::string> reasons; // error lines of the log about it
+    int row = 0;                      // index in the table's row order, from 0
+    int status = 0;                   // returned by the row's handler
+    std::vector<std::string> reasons; // the log's error lines about it
 };
 
-// A memory file and its view.
+// A memory file and its mapping.
 class MemoryFile {
 public:
     explicit MemoryFile(const char *name);
@@ -67,7 +66,7 @@ public:
     MemoryFile &operator=(MemoryFile &&) = delete;
 
     void write(std::string_view bytes) const;
-    [[nodiscard]] std::string_view view(); // of what it holds by now
+    [[nodiscard]] std::string_view view(); // of its current contents
     [[nodiscard]] int descriptor() const { return fd; }
 
 private:
@@ -83,11 +82,11 @@ public:
     [[nodiscard]] const rehearsal::State &state() const { return *held; }
     [[nodiscard]] const std::vector<Event> &events() const { return all; }
 
-    // The answers in the order of the script: of each start and request.
+    // The results of each startup and request, in script order.
     [[nodiscard]] std::vector<int> answers() const;
 
-    // What loading and applying the configuration came to, and where it stopped;
-    // none for a start that took every row, or that stopped at no row.
+    // The status of loading and applying the configuration, and where it stopped; nullopt if
+    // every row was accepted, or it stopped elsewhere.
     [[nodiscard]] int loadStatus() const;
     [[nodiscard]] std::optional<StoppedAt> stoppedAt() const;
 
@@ -101,15 +100,15 @@ private:
     std::vector<Event> all;
 };
 
-// A rehearsal on its way, beside which something else can be done.
+// A rehearsal in progress; the caller can do other work meanwhile.
 class RunningRehearsal {
 public:
     explicit RunningRehearsal(const Script &script);
-    ~RunningRehearsal(); // an abandoned rehearsal is ended
+    ~RunningRehearsal(); // kills an unfinished rehearsal
     RunningRehearsal(const RunningRehearsal &) = delete;
     RunningRehearsal &operator=(const RunningRehearsal &) = delete;
 
-    [[nodiscard]] Rehearsal finish(); // once
+    [[nodiscard]] Rehearsal finish(); // may be called once
 
 private:
     MemoryFile script, state, events;
@@ -118,10 +117,10 @@ private:
 
 Rehearsal rehearse(const Script &script);
 
-// The sub-interfaces in a state of the engine's model, which plays the kernel too.
+// The sub-interfaces in a state of the engine's model, which also simulates the kernel.
 Kernel kernelOf(const engine::State &state);
 
-// The name of a driver request, as "VLAN_ENTRY_SET", with its decoded fields.
+// The name of a driver request, e.g. "VLAN_ENTRY_SET", and its decoded fields.
 std::string driverText(const Event &event);
 
 } // namespace swctl

@@ -7,7 +7,7 @@
 namespace swctl {
 namespace {
 
-// Digits alone, without leading zeros.
+// Only digits, without leading zeros.
 bool isPlainNumber(std::string_view text)
 {
     return !text.empty() && text.find_first_not_of("0123456789") == std::string_view::npos &&

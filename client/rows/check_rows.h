@@ -1,6 +1,6 @@
-// The rows of the three tables as a check looks at them: what the service reads in
-// them, and how it is written. Columns count by their exact names, NULL as 0 or
-// empty, numbers by their leading digits, lists by their entries between commas.
+// The rows of the three tables as the checks need them: what the service reads, and how it is
+// written. Columns are found by exact name; NULL reads as 0 or empty, a number by its leading
+// digits, a list by its comma-separated entries.
 #pragma once
 
 #include "client/rows/columns.h"
@@ -17,14 +17,14 @@ namespace swctl {
 
 struct TableRows {
     const char *name;
-    std::set<std::string> columns; // empty: there is no such table
+    std::set<std::string> columns; // empty if the table does not exist
     std::vector<Row> rows;
 };
 
 struct ListEntry {
     std::string text;
-    int32_t number = 0; // as the service reads it
-    bool plain = false; // written as a number and nothing else
+    int32_t number = 0; // as the service parses it
+    bool plain = false; // written as a plain number
 };
 
 struct PortList {
@@ -51,7 +51,7 @@ struct VlanRow {
     PortList members, untagged;
 };
 
-// Everything that the tables say; the rows of each in their own order.
+// The contents of all three tables, in row order.
 struct Configuration {
     TableRows switchTable{switchTableName, {}, {}};
     TableRows portTable{portTableName, {}, {}};
@@ -69,16 +69,16 @@ struct Configuration {
 
 Configuration readConfiguration(Database &database);
 
-// The number that the service reads; 0 for NULL and for a missing column.
+// The number as the service reads it; 0 for NULL or a missing column.
 int32_t numberOf(const Row &row, const char *column);
 
-// A mapping's entry as the service takes it, which reads more than plain numbers.
+// A mapping entry as the service reads it; it accepts more than plain numbers.
 std::string entryAsRead(const std::string &entry);
 
 // "1,2,3" for a mask; "none" for an empty one.
 std::string portListText(uint32_t mask);
 
-// What a row describes, in the words of the network: "VLAN 30", "port 3 of BCM".
+// A readable name for a row: "VLAN 30", "port 3 of BCM".
 std::string nameOf(std::string_view table, const Row &row);
 
 } // namespace swctl

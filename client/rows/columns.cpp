@@ -16,7 +16,7 @@ constexpr Table allTables[] = {
     {vlanTableName, "VLAN", "vlans", "One row per VLAN."},
 };
 
-// "holds at most N bytes" or the numbers, behind what a column is for.
+// The purpose of a column and its limits: the accepted numbers, or "holds at most N bytes".
 std::string commentOf(const Column &column)
 {
     std::string comment = column.comment;
@@ -38,7 +38,7 @@ void appendTable(std::string &sql, const Table &table)
     constexpr size_t nameWidth = 20, typeWidth = 19;
     sql += std::string("\n-- ") + table.comment + "\nCREATE TABLE IF NOT EXISTS " + table.name +
            " (\n    " + padded("id", nameWidth) +
-           "INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never used again\n";
+           "INTEGER PRIMARY KEY AUTOINCREMENT, -- row id, never reused\n";
     const std::span<const Column> own = columnsOf(table.name);
     for (const Column &column : own) {
         std::string type = column.isNumber() ? "INTEGER" : "TEXT";
@@ -53,7 +53,7 @@ void appendTable(std::string &sql, const Table &table)
     sql += ");\n";
 }
 
-// What a value may be, in the words of JSON Schema.
+// The allowed values of a column as JSON Schema.
 std::string valueSchema(const Column &column)
 {
     const std::string most = std::to_string(column.most);
@@ -151,8 +151,8 @@ std::string databaseSchema()
 {
     std::string sql =
         "-- The configuration database of the switch manager. Columns are found by name,\n"
-        "-- so their order does not matter and further columns do no harm; the order of\n"
-        "-- rows does: rows are applied as they were inserted.\n"
+        "-- so their order does not matter and extra columns are ignored; the order of\n"
+        "-- rows does matter: rows are applied in the order of insertion.\n"
         "--\n"
         "-- A NULL reads as 0 or as an empty text.\n";
     for (const Table &table : allTables)

@@ -1,7 +1,7 @@
-// The tables of the configuration database and their columns, one row each: what a column
-// holds, how it is given on the command line, what it is called in a list. Options and
-// their help, checks, triggers, the schemas of database and JSON, and lists are made from
-// these rows. What the service itself decodes is in its own src/store/decode.cpp.
+// The tables of the configuration database and their columns, one entry each: what a column
+// holds, how it is given on the command line and what it is called in lists. Options and their
+// help, checks, triggers, the database and JSON schemas, and lists are all derived from these
+// entries. The service's own decoder is in src/store/decode.cpp.
 #pragma once
 
 #include "client/base/number.h"
@@ -18,33 +18,33 @@ constexpr const char *switchTableName = "swGlobalCfg";
 constexpr const char *portTableName = "swPortConfig";
 constexpr const char *vlanTableName = "vlanEncapIf";
 
-constexpr int portListBits = 32;      // a list names the ports 0 to 31
-constexpr int64_t mostRate = 1300480; // kbit/s, 127 of the coarsest steps of the engine's limiter
+constexpr int portListBits = 32;      // a list may name ports 0 to 31
+constexpr int64_t mostRate = 1300480; // kbit/s, 127 times the engine limiter's coarsest step
 
 struct Table {
     const char *name;    // in the database
-    const char *noun;    // what a row is called, e.g. "VLAN"
-    const char *list;    // its rows in a JSON configuration, e.g. "vlans"
+    const char *noun;    // for one row, e.g. "VLAN"
+    const char *list;    // for the rows in a JSON configuration, e.g. "vlans"
     const char *comment; // in the schema
 };
 
 enum class Holds {
     number,
-    flag,          // 0 or 1, given as on or off
-    text,          // any
-    switchName,    // a text without ":" and ","
-    interface,     // a text that is part of command lines
-    portInterface, // one that is part of command lines if the switch is a bridge
-    portList,      // port numbers between commas
-    mapping        // SWITCH:PORT between commas
+    flag,          // 0 or 1, written as on or off
+    text,          // any text
+    switchName,    // text without ":" and ","
+    interface,     // text that ends up in command lines
+    portInterface, // text that ends up in command lines if the switch is a bridge
+    portList,      // comma-separated port numbers
+    mapping        // comma-separated SWITCH:PORT entries
 };
 
-// What a number outside the range of its column leads to.
+// The effect of a number outside the column's range.
 enum class Outside {
-    refused,    // the service or a device refuses it or does something else
-    misleading, // nothing happens that the row says
-    passed,     // nothing: it is only kept, or any number but 0 counts as on
-    ruled       // a rule of its own says it
+    refused,    // the service or a device refuses it, or does something else
+    misleading, // the row has no effect, contrary to what it says
+    passed,     // harmless: it is only stored, or any number but 0 counts as on
+    ruled       // covered by a separate rule
 };
 
 struct Column {
@@ -52,15 +52,15 @@ struct Column {
     const char *name;
     Holds holds;
     int64_t least;         // of a number
-    int64_t most;          // of a number; of a text: bytes that the service's record takes
-    int64_t gap;           // the one number between that is not accepted; noGap: none
-    Outside outside;       // for a number or a flag
-    bool needed;           // without the column no row means anything
+    int64_t most;          // of a number; of a text: bytes that fit in the service's record
+    int64_t gap;           // a number in the range that is not accepted; noGap if there is none
+    Outside outside;       // for numbers and flags
+    bool needed;           // without this column the rows are meaningless
     const char *standard;  // DEFAULT in the schema; "": none
-    const char *option;    // "--ports"; without dashes: an argument, which tells rows apart
-    const char *valueName; // the value in help, e.g. "LIST"
-    const char *heading;   // in lists; "": not shown there
-    const char *help;      // of the option, without a full stop
+    const char *option;    // "--ports"; without dashes it is an argument that identifies the row
+    const char *valueName; // the value as shown in help, e.g. "LIST"
+    const char *heading;   // in lists; "": not listed
+    const char *help;      // of the option, without a full stop at the end
     const char *comment;   // in the schema
 
     static constexpr int64_t noGap = -1;
@@ -74,12 +74,12 @@ struct Column {
     {
         return value >= least && value <= most && value != gap;
     }
-    // The numbers that it accepts, in words: "0 to 4094", "0, 1 and 3", "1 and more".
+    // The accepted numbers as text: "0 to 4094", "0, 1 and 3", "1 and more".
     [[nodiscard]] std::string values() const;
 };
 
-// The rows. Adding a column: one here and one in src/store/decode.cpp. The order of a
-// table's rows is that of options, lists and the schema.
+// To add a column, add an entry here and one in src/store/decode.cpp. The order within a table
+// is the order of options, lists and the schema.
 namespace column_rows {
 
 constexpr int64_t maxInt = std::numeric_limits<int32_t>::max();
@@ -179,13 +179,13 @@ inline constexpr Column vlanColumns[] = {
 
 // In the order in which the service loads them.
 std::span<const Table> configurationTables();
-const Table &tableOf(std::string_view name); // throws std::out_of_range for another name
+const Table &tableOf(std::string_view name); // throws std::out_of_range if unknown
 
-// The columns of a table; none for another name.
+// The columns of a table; empty if the table is unknown.
 std::span<const Column> columnsOf(std::string_view table);
-const Column *findColumn(std::string_view table, std::string_view name); // null: there is none
+const Column *findColumn(std::string_view table, std::string_view name); // null if unknown
 
-// Made from the rows: data/schema.sql and data/configuration.schema.json.
+// The generated contents of data/schema.sql and data/configuration.schema.json.
 std::string databaseSchema();
 std::string configurationSchema();
 

@@ -1,5 +1,5 @@
-// The configuration database. Table and column names in the SQL
-// come from this program's own tables or from SQLite, never from an argument.
+// Table and column names in the SQL come from this program's own tables or from SQLite, never
+// from an argument.
 #include "client/rows/database.h"
 
 #include "client/base/failure.h"
@@ -15,7 +15,7 @@
 namespace swctl {
 namespace {
 
-// How long another writer may hold the database before swctl gives up.
+// How long to wait while another writer locks the database.
 constexpr int busyTimeoutMs = 5000;
 
 std::string quoted(const std::string &name)
@@ -59,13 +59,13 @@ Value valueOf(sqlite3_stmt *statement, int column)
     }
 }
 
-// SQLite says no more than that it cannot open a file, and waits at a pipe.
+// SQLite's own error says only that it cannot open the file, and opening a pipe would block.
 void checkFile(const std::string &path, Access access)
 {
     struct stat about = {};
     const int wanted = access == Access::write ? R_OK | W_OK : R_OK;
     const char *fault = nullptr;
-    // Who may write the folder could have it lead anywhere.
+    // Whoever can write the folder could point the link anywhere.
     if (lstat(path.c_str(), &about) == 0 && S_ISLNK(about.st_mode))
         fault = "it is a symbolic link";
     else if (stat(path.c_str(), &about) != 0 || ::access(path.c_str(), wanted) != 0)
@@ -78,9 +78,9 @@ void checkFile(const std::string &path, Access access)
         throw Failure(exitUsage, "database " + printable(path) + ": " + fault);
 }
 
-// SQLite prepares for a long life with many statements: a page cache and an
-// allocator that touch some fifty pages of memory at once, and locks. This
-// process runs a handful of statements in one thread.
+// SQLite's defaults suit a long-lived process with many statements: a page cache and an
+// allocator that touch some fifty pages of memory right away, and locks. This process runs a
+// few statements in one thread.
 void configureForAShortLife()
 {
     sqlite3_config(SQLITE_CONFIG_SINGLETHREAD);
@@ -178,7 +178,7 @@ Row Statement::row() const
     for (int i = 1; i < sqlite3_column_count(statement.get()); ++i) {
         Row::Cell cell;
         cell.column = sqlite3_column_name(statement.get(), i);
-        // The value comes first: asking for the text may convert it.
+        // Order matters: reading a value as text may convert it.
         cell.value = valueOf(statement.get(), i);
         cell.text = textOf(statement.get(), i);
         row.cells.push_back(std::move(cell));
@@ -193,19 +193,19 @@ Database::Database(const std::string &file, Access access) : path(file)
     const int flags = access == Access::read ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE;
     char resolved[PATH_MAX];
     if (!databaseDeletionsLimit(path.c_str()) || !databaseFolderResolve(path.c_str(), resolved))
-        throw Failure(exitUsage, "database " + printable(path) + ": its folder cannot be used");
+        throw Failure(exitUsage, "database " + printable(path) + ": its folder is not accessible");
     sqlite3 *opened = nullptr;
     const int result = sqlite3_open_v2(resolved, &opened, flags | SQLITE_OPEN_NOFOLLOW, nullptr);
     handle.reset(opened);
     if (result != SQLITE_OK)
         fail();
     sqlite3_busy_timeout(opened, busyTimeoutMs);
-    // A foreign schema may not call functions with side effects.
+    // Functions with side effects must not be called from a schema of unknown origin.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_TRUSTED_SCHEMA, 0, nullptr);
-    // A column that is missing is an error, not a text of that name.
+    // A missing column must be an error, not be read as a string literal.
     sqlite3_db_config(opened, SQLITE_DBCONFIG_DQS_DML, 0, nullptr);
-    // A commit is the removal of the journal: until the folder is on the disk, a loss
-    // of power would undo what was said to be applied.
+    // Deleting the rollback journal is what commits. Unless the folder is synced too, a power
+    // failure could undo a change that was reported as applied.
     if (access == Access::write)
         run("PRAGMA synchronous=EXTRA");
 }
@@ -225,8 +225,8 @@ Database Database::inMemory()
 
 void Database::copyTo(Database &other) const
 {
-    // A backup refuses a source that is being written by its own connection; what
-    // is not committed yet shows in its pages.
+    // SQLite refuses to back up a connection with an open write transaction; its pages do
+    // include what is not committed yet.
     if (sqlite3_get_autocommit(handle.get()) == 0) {
         other.deserialise(serialised());
         return;
@@ -382,7 +382,7 @@ Transaction::~Transaction()
     try {
         db.run("ROLLBACK");
     } catch (const Failure &) {
-        // SQLite takes an open transaction back by itself when it is closed.
+        // SQLite rolls back an open transaction when the connection is closed.
     }
 }
 

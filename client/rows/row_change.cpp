@@ -12,12 +12,13 @@
 namespace swctl {
 namespace {
 
-// The event can only name rows whose id fits 32 bits.
+// An event's row id has only 32 bits.
 void checkRowId(int64_t rowId)
 {
     if (rowId < std::numeric_limits<int32_t>::min() || rowId > std::numeric_limits<int32_t>::max())
-        throw Failure(exitUsage, "row id " + std::to_string(rowId) +
-                                     " is beyond 32 bits; the service cannot read such a row");
+        throw Failure(exitUsage,
+                      "row id " + std::to_string(rowId) +
+                          " does not fit in 32 bits; the service cannot read such a row");
 }
 
 bool rowIs(Database &database, const std::string &table, int64_t rowId,
@@ -35,7 +36,7 @@ void writeRow(Database &database, RowChange &change)
                                        change.table + " since");
     if (change.before && change.after) {
         database.updateRow(change.table, *change.after);
-        change.after = database.rowById(change.table, change.after->rowId); // as it is stored
+        change.after = database.rowById(change.table, change.after->rowId); // as actually stored
     } else if (change.before) {
         database.remove(change.table, change.before->rowId);
     } else if (change.after->rowId != 0) {
@@ -51,8 +52,8 @@ void writeRow(Database &database, RowChange &change)
     checkRowId(change.rowId());
 }
 
-// Column names and then values, each with its terminator. NULL has no form of
-// its own in the block and travels as an empty string, which decodes alike.
+// Null-terminated column names, then null-terminated values. The block has no representation of
+// NULL; an empty string decodes to the same.
 std::string oldValuesOf(const Row &row)
 {
     std::string block;
@@ -132,7 +133,7 @@ void append(ChangeSet &to, ChangeSet more)
 
 Row asNewRow(Row row)
 {
-    // The column that stands for the row id has its value.
+    // Drop a column that merely repeats the row id.
     std::erase_if(row.cells, [&](const Row::Cell &cell) {
         return cell.column == "id" && cell.value == Value(row.rowId);
     });
@@ -148,7 +149,8 @@ ChangeSet reversed(const ChangeSet &changes, size_t count)
     for (size_t i = std::min(count, changes.rows.size()); i-- > 0;) {
         const RowChange &change = changes.rows[i];
         back.rows.push_back({change.table, change.after, change.before});
-        // The service hears nothing of a port or a switch that goes, and still has it.
+        // The service has no event for the removal of a port or a switch, and keeps it in
+        // memory.
         back.rows.back().told = change.table == vlanTableName;
     }
     return back;
@@ -163,7 +165,7 @@ void writeRows(Database &database, ChangeSet &changes)
 bool rowsAreAfter(Database &database, const ChangeSet &changes)
 {
     for (auto change = changes.rows.begin(); change != changes.rows.end(); ++change) {
-        // Where row ids are used again, the last change of one is what counts.
+        // If a row id is reused, only its last change counts.
         const bool again = std::any_of(change + 1, changes.rows.end(), [&](const RowChange &later) {
             return later.table == change->table && later.rowId() == change->rowId();
         });

@@ -1,5 +1,5 @@
-// Typed values survive: NULL, numbers and text as JSON has them, other bytes and
-// text that is no UTF-8 as {"hex": ...}.
+// Values keep their types: NULL, numbers and text map to JSON directly, blobs and text that is
+// not UTF-8 become {"hex": ...}.
 #include "client/rows/row_json.h"
 
 namespace swctl {

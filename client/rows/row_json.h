@@ -13,7 +13,7 @@ Value valueOf(const Json &json);
 
 Json toJson(const ChangeSet &changes);
 
-// None for what is not whole.
+// nullopt if incomplete.
 std::optional<ChangeSet> changeSetOf(const Json &json);
 
 } // namespace swctl

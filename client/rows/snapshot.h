@@ -1,5 +1,5 @@
-// A copy of the configuration database in memory: consistent, made by SQLite's
-// backup while others may write, and free to be changed.
+// An in-memory copy of the configuration database that can be modified freely. SQLite's backup
+// makes it, so it is consistent even while others write.
 #pragma once
 
 #include "client/rows/database.h"
@@ -12,7 +12,7 @@ public:
 
     [[nodiscard]] Database &database() { return copy; }
 
-    // The database as a file would hold it.
+    // As a file image.
     [[nodiscard]] std::string image();
 
 private:

@@ -10,8 +10,7 @@
 namespace swctl {
 namespace {
 
-constexpr int64_t startSlack =
-    10; // ms, a tick of the kernel, by which it may date a start too late
+constexpr int64_t startSlack = 10; // ms, one kernel tick: the start time may be this much too late
 
 } // namespace
 
@@ -20,7 +19,7 @@ std::string LastLoad::text() const
     if (!unknown.empty())
         return "not known: " + unknown;
     if (!stopped)
-        return "went through; nothing in the log says otherwise";
+        return "went through; the log reports no failure";
     return "stopped at " + timeText(time);
 }
 
@@ -42,11 +41,11 @@ LastLoad lastLoadSince(int64_t start)
             load.reasons = reasonsIn(errors);
         });
         if (!load.stopped && heard.since > start * nanosecondsPerMillisecond)
-            load.unknown = "the log daemon began to listen later";
+            load.unknown = "the log daemon started later than the service";
         else if (!load.stopped && heard.lost != 0)
             load.unknown = "the log daemon lost records";
     } catch (const Failure &) {
-        load.unknown = "no log daemon is running that could tell";
+        load.unknown = "no log daemon is running";
     }
     return load;
 }

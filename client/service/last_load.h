@@ -1,4 +1,4 @@
-// What the service's log says of its load of the configuration.
+// The outcome of the service's last configuration load, according to its log.
 #pragma once
 
 #include <cstdint>
@@ -8,16 +8,16 @@
 namespace swctl {
 
 struct LastLoad {
-    std::string unknown;              // why it is not known; empty: it is
-    bool stopped = false;             // it did not take the whole configuration
-    int64_t time = 0;                 // ns since 1970, of the line that says so
-    std::vector<std::string> reasons; // lines of the log, the last one says what failed
+    std::string unknown;              // why the outcome is unknown; empty if known
+    bool stopped = false;             // not all of the configuration was loaded
+    int64_t time = 0;                 // ns since 1970, of the line that reports it
+    std::vector<std::string> reasons; // log lines; the last one reports the failure
 
-    // "went through, as far as the log tells", "stopped at ...", "not known: ..."
+    // "went through; the log reports no failure", "stopped at ...", "not known: ..."
     [[nodiscard]] std::string text() const;
 };
 
-// Of the service that started then, in ms since 1970.
+// For a service started at `start`, in ms since 1970.
 LastLoad lastLoadSince(int64_t start);
 
 } // namespace swctl

@@ -16,7 +16,7 @@ namespace {
 
 struct Answer {
     SwMgrLogAnswer header;
-    std::string entries; // as they came
+    std::string entries; // as received
 };
 
 Answer askAfter(uint64_t after, int32_t level, int type = LOGGING_MSG_FOLLOW)
@@ -26,14 +26,14 @@ Answer askAfter(uint64_t after, int32_t level, int type = LOGGING_MSG_FOLLOW)
     const int status = exchange(LOGGING_RELAY_MODULE_ID, type, bytesOf(request), buffer);
     Answer answer{};
     if (status < 0 || buffer.size() < sizeof(answer.header))
-        throw Failure(exitRefused,
-                      "the log daemon answered " + statusInWords(status) + " to a look at the log");
+        throw Failure(exitRefused, "the log daemon answered " + statusInWords(status) +
+                                       " when asked for the log");
     memcpy(&answer.header, buffer.data(), sizeof(answer.header));
     answer.entries = buffer.substr(sizeof(answer.header));
     return answer;
 }
 
-// Takes one entry off the front; none when what is left is not a whole one.
+// Takes one entry off the front; nullopt if it is incomplete.
 std::optional<LogLine> takeEntry(std::string_view &entries)
 {
     SwMgrLogEntry entry{};
@@ -67,7 +67,7 @@ uint64_t LogFollower::read(const std::function<void(const LogLine &)> &take)
     for (;;) {
         const Answer answer = askAfter(after, level);
         if (epoch != 0 && answer.header.epoch != epoch) {
-            // Another daemon counts from 1 again.
+            // A new daemon starts counting at 1 again.
             epoch = answer.header.epoch;
             after = 0;
             continue;

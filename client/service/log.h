@@ -12,47 +12,47 @@ namespace swctl {
 
 struct LogLine {
     int64_t time = 0;     // ns since 1970
-    uint32_t module = 0;  // of the author
+    uint32_t module = 0;  // of the sender
     int32_t level = 0;    // SWMGR_LOG_...
-    uint32_t dropped = 0; // records that its sender lost right before
-    std::string text;     // as it came, without its line end
+    uint32_t dropped = 0; // records that the sender lost just before this one
+    std::string text;     // as received, without the line end
 };
 
-// Follows the log from a point on. Throws when the daemon cannot be reached.
+// Follows the log. Throws if the daemon cannot be reached.
 class LogFollower {
 public:
     explicit LogFollower(int32_t mostLevel) : level(mostLevel) {}
 
-    // Passes over everything that is there already.
+    // Skips all existing records.
     void skipToNewest();
 
-    // Hands over what has come since the last call; gives the number of records
-    // that were lost because the daemon no longer keeps them.
+    // Passes on the records since the last call. Returns how many were missed because the
+    // daemon no longer has them.
     uint64_t read(const std::function<void(const LogLine &)> &take);
 
 private:
-    int32_t level;      // records above it are left out
-    uint64_t epoch = 0; // of the daemon that was asked last, 0: none
-    uint64_t after = 0; // number of the last record seen
+    int32_t level;      // less severe records are left out
+    uint64_t epoch = 0; // identifies the daemon that answered last, 0 if none
+    uint64_t after = 0; // number of the last record read
 };
 
-// What the daemon could have heard.
+// What the daemon has been able to receive.
 struct Hearing {
-    int64_t since = 0; // ns since 1970: it listens since then
-    uint64_t lost = 0; // records that were lost on their way to it
+    int64_t since = 0; // ns since 1970, when it began to listen
+    uint64_t lost = 0; // records lost before they reached it
 };
 
-// Hands over the command lines that failed and have not succeeded since, and the
-// lines about the last load of the configuration that failed.
+// Passes on the command lines that failed and have not succeeded since, and the lines that
+// report a failure of the last configuration load.
 Hearing failedTools(const std::function<void(const LogLine &)> &take);
 
 struct LogCounts {
     Hearing heard;
-    uint64_t records = 0; // of every service
+    uint64_t records = 0; // of all services
     SwMgrLogCounters counters{};
 };
 
-// What the daemon has counted; none where it cannot be asked, or does not count.
+// The daemon's counters; nullopt if it cannot be asked or keeps none.
 std::optional<LogCounts> countsOfLog();
 
 std::string timeText(int64_t time); // local time with milliseconds

@@ -15,8 +15,8 @@ namespace {
 constexpr int napMs = 1;
 constexpr int mostNaps = 250;
 
-// The end of a deletion in a table that the service does not know: it does nothing
-// and logs that it did, after everything that it logged before.
+// The end of the log line for a deletion in a table unknown to the service. Such a request has
+// no effect, but its line comes after everything logged before it.
 std::string markerText(int rowId)
 {
     return std::string("DBUpdate event: Table: ") + markerTable +
@@ -76,7 +76,7 @@ std::vector<std::string> reasonsIn(const std::vector<LogLine> &lines)
         if (rank <= LOG_RANK_WARNING && !isNoReason(line.text) &&
             line.text.find("Disabling Vlan") == std::string::npos)
             reasons.push_back(printable(onOneLine(line.text)));
-        // The same line of several rows says no more than one.
+        // Repeated lines from several rows add nothing.
         if (reasons.size() > 1 &&
             std::find(reasons.begin(), reasons.end() - 1, reasons.back()) != reasons.end() - 1)
             reasons.pop_back();

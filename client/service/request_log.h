@@ -8,13 +8,13 @@
 
 namespace swctl {
 
-// Listens from its construction on. Without a log daemon it hears nothing.
+// Records from its construction on. Without a log daemon it stays empty.
 class RequestLog {
 public:
     RequestLog();
 
-    // What was logged since, once the daemon has all of it. Empty when the service
-    // does not log there.
+    // The lines logged since construction, once the daemon has received all of them. Empty if
+    // the service does not log to it.
     std::vector<LogLine> take();
 
     [[nodiscard]] bool available() const { return heard; }
@@ -24,8 +24,7 @@ private:
     bool heard = false; // there is a daemon, and the service logs to it
 };
 
-// The lines that say why something failed, without the noise of tools that did
-// their work.
+// The lines that explain a failure, without the routine output of successful tools.
 std::vector<std::string> reasonsIn(const std::vector<LogLine> &lines);
 
 } // namespace swctl

@@ -1,4 +1,5 @@
-// Reads what the service's host tells, or else looks which files that process has open.
+// Reads the file in which the host names its database, or else checks which files the serving
+// process has open.
 #include "client/service/served_file.h"
 
 #include "client/base/failure.h"
@@ -36,15 +37,15 @@ FileId idOf(const struct stat &about, std::string path)
 
 std::string textFrom(int file)
 {
-    constexpr size_t most = PATH_MAX + 64; // two numbers before the path
+    constexpr size_t most = PATH_MAX + 64; // room for two numbers before the path
     std::string text(most, '\0');
     const ssize_t length = read(file, text.data(), text.size());
     text.resize(length > 0 ? static_cast<size_t>(length) : 0);
     return text;
 }
 
-// What the host tells. A host that was ended leaves the file behind, unlocked; who else
-// may write the folder could put one there.
+// What the host has written down. After the host has ended, the file remains but is not locked;
+// anyone who can write the folder could have placed one there.
 std::optional<FileId> toldBy(const ServingProcess &process)
 {
     const std::string path = std::string(relayDirectory()) + "/" + servedFileName;
@@ -78,8 +79,8 @@ bool isDatabase(const std::string &path)
            memcmp(head, magic, sizeof(head)) == 0;
 }
 
-// The database that the process has open: `wanted` where it is among several. None where
-// the kernel does not tell, or there is none.
+// The database that the process has open, `wanted` if it is one of several. nullopt if there is
+// none, or the kernel denies access.
 std::optional<FileId> openIn(const ServingProcess &process, const FileId &wanted)
 {
     const std::string folder = "/proc/" + std::to_string(process.id) + "/fd/";
@@ -127,9 +128,9 @@ void refuseAnotherFile(const std::string &databasePath)
         throw Failure(exitRefused,
                       "refused: the service serves another file than " + printable(databasePath) +
                           ": " + printable(served.path) +
-                          ", or one that was there before\n  Nothing was written or sent. "
-                          "--database names the file that is served; a service that is started "
-                          "on this one serves this one.");
+                          ", possibly since replaced\n  Nothing was written or sent. Select the "
+                          "file that the service uses with --database, or start a service on "
+                          "this one.");
 }
 
 } // namespace swctl

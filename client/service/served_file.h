@@ -1,5 +1,5 @@
-// Whether the service that runs serves the database that swctl works on: row numbers of
-// one mean nothing in another.
+// Whether the running service uses the database that swctl works on. Row numbers of one
+// database mean nothing in another.
 #pragma once
 
 #include <string>
@@ -9,18 +9,18 @@ namespace swctl {
 enum class Serving {
     nothing,     // no service can be reached
     thisFile,    //
-    anotherFile, // also one that was moved away, or that another has taken the place of
-    untold       // the service does not tell, and the kernel does not to this user
+    anotherFile, // includes the case that the file was moved or replaced
+    untold       // not reported by the service, and this user may not ask the kernel
 };
 
 struct ServedFile {
     Serving serving = Serving::nothing;
-    std::string path; // of another file, as the service's host sees it
+    std::string path; // of the other file, as seen by the service's host
 };
 
 ServedFile servedFile(const std::string &databasePath);
 
-// Throws with exitRefused for another file.
+// Throws with exitRefused if the service uses another file.
 void refuseAnotherFile(const std::string &databasePath);
 
 } // namespace swctl

@@ -13,16 +13,16 @@
 namespace swctl {
 namespace {
 
-constexpr int relayWaitMode = 1; // relayIoctl waits for the answer
+constexpr int relayWaitMode = 1; // makes relayIoctl wait for the answer
 
 std::string whyNot(int module, int result)
 {
     const char *name = module == LOGGING_RELAY_MODULE_ID ? "log daemon" : "switch manager";
     const char *directory = getenv("RELAY_DIR");
     const char *advice = result == -ENOENT || result == -ECONNREFUSED ? "is it running?"
-                         : result == -EACCES     ? "this user may not talk to it"
+                         : result == -EACCES     ? "this user may not connect"
                          : result == -ETIMEDOUT  ? "it does not answer"
-                         : result == -ECONNRESET ? "it ended before it answered"
+                         : result == -ECONNRESET ? "it ended before answering"
                                                  : "try again";
     return "the " + std::string(name) + " cannot be reached (relay module " +
            std::to_string(module) + (directory != nullptr ? " in " + printable(directory) : "") +
@@ -51,8 +51,8 @@ int exchange(int module, int requestType, std::string_view data, std::string &bu
         relayIoctl(/*ctx=*/nullptr, module, requestType, sent.empty() ? nullptr : sent.data(),
                    static_cast<int>(sent.size()), buffer.empty() ? nullptr : buffer.data(),
                    buffer.empty() ? nullptr : &length, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
-    // relayIoctl gives the handler's result with errno 0, or the reason why there
-    // is none with errno set.
+    // relayIoctl returns the handler's result and sets errno to 0; without an answer it sets
+    // errno to the reason.
     if (result < 0 && errno != 0) {
         const std::string reason = whyNot(module, result);
         if (result == -ECONNRESET || result == -ETIMEDOUT)

@@ -1,4 +1,4 @@
-// Requests to the switch manager over relay, and what its answers mean.
+// Requests to the switch manager over relay, and what the answers mean.
 #pragma once
 
 #include "swmgr/swmgr_client.h"
@@ -10,35 +10,34 @@
 
 namespace swctl {
 
-// Where the service's sockets are; empty leaves it to RELAY_DIR.
+// The directory of the service's sockets; if empty, RELAY_DIR applies.
 void useRelayDirectory(const std::string &directory);
 
-// How long each answer is waited for, in whole seconds from 1.
+// The timeout for each answer, in whole seconds, at least 1.
 void limitAnswers(int seconds);
 
-// Sends a request to a module and waits for the answer. `buffer` travels as the
-// reply buffer; an empty one is not sent. Gives the handler's result, or throws
-// with exitUnreachable when nobody answered.
+// Sends a request to a module and waits for the answer. `buffer` is sent as the reply buffer
+// unless empty. Returns the handler's result; throws with exitUnreachable if there is no
+// answer.
 int ask(int module, int requestType, std::string_view data, std::string_view buffer = {});
 
-// As ask, with a reply buffer that takes the answer: it goes out with its size
-// and comes back with the answer's.
+// Like ask, but `buffer` also receives the answer and is resized to it.
 int exchange(int module, int requestType, std::string_view data, std::string &buffer);
 
 // The body of a switch command's request.
 std::string switchRequest(const std::string &switchName, std::string_view payload);
 
-// A request that does nothing: the deletion of a row in a table that the service does
-// not know. It logs that with table and row.
+// A request without effect: the deletion of a row in a table unknown to the service, which logs
+// it with table and row.
 constexpr const char *markerTable = "swctl";
 void askNothing(int rowId);
 
-bool serviceAnswers(); // the switch manager, to such a request
+bool serviceAnswers(); // whether the switch manager answers such a request
 
-// A switch command with its record at the start of the payload.
+// Sends a switch command whose record is at the start of the payload.
 int askSwitch(const std::string &switchName, int command, std::string_view payload);
 
-// What an answer says, e.g. "-22 (refused as invalid)".
+// A status with its meaning, e.g. "-22 (refused as invalid)".
 std::string statusInWords(int status);
 
 } // namespace swctl

@@ -39,10 +39,10 @@ std::optional<ServingProcess> servingProcess()
 
 namespace {
 
-// What the kernel tells of a process; empty where there is none.
+// The line of /proc/PID/stat; empty if there is no such process.
 std::string statusOf(pid_t pid)
 {
-    char line[1024] = ""; // holds every field
+    char line[1024] = ""; // long enough for every field
     const std::unique_ptr<FILE, int (*)(FILE *)> file(
         pid > 0 ? fopen(("/proc/" + std::to_string(pid) + "/stat").c_str(), "re") : nullptr,
         fclose);
@@ -53,7 +53,7 @@ std::string statusOf(pid_t pid)
 
 std::optional<int64_t> serviceStart()
 {
-    constexpr size_t startField = 19; // among those behind the name, which may hold blanks
+    constexpr size_t startField = 19; // counted after the name, which may contain blanks
     const std::string line = statusOf(servingProcess().value_or(ServingProcess()).id);
     const std::vector<std::string> fields =
         wordsOf(line.substr(std::min(line.rfind(')'), line.size() - 1) + 1));
@@ -61,7 +61,7 @@ std::optional<int64_t> serviceStart()
         return std::nullopt;
     const int64_t sinceBoot =
         strtoll(fields[startField].c_str(), nullptr, 10) * 1000 / sysconf(_SC_CLK_TCK);
-    // The kernel tells it in whole ticks, rounded down.
+    // The kernel reports whole ticks, rounded down.
     const int64_t tick = 1000 / sysconf(_SC_CLK_TCK);
     return millisecondsNow(CLOCK_REALTIME) - millisecondsNow(CLOCK_BOOTTIME) + sinceBoot + tick;
 }

@@ -1,4 +1,4 @@
-// Since when the service is up.
+// Which process serves, and since when.
 #pragma once
 
 #include <sys/types.h>
@@ -9,15 +9,15 @@
 namespace swctl {
 
 struct ServingProcess {
-    pid_t id = 0; // 0: in a name space that this process does not see
+    pid_t id = 0; // 0 if the process is in a PID namespace that is not visible here
     uid_t user = 0;
 };
 
-// The process that serves; none where it is not up, or this user may not talk to it.
+// nullopt if the service is not running, or this user may not talk to it.
 std::optional<ServingProcess> servingProcess();
 
-// In ms since 1970; none where it is not up, or where its relay does not tell which
-// process serves.
+// In ms since 1970; nullopt if the service is not running, or relay cannot report which process
+// serves.
 std::optional<int64_t> serviceStart();
 
 } // namespace swctl

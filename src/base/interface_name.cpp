@@ -1,4 +1,4 @@
-// One rule for every word from outside in a command line.
+// The one rule for text from outside in command lines.
 #include "base/interface_name.h"
 
 #include <cstring>

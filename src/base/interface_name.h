@@ -1,8 +1,8 @@
-// Interface names end up in command lines that run as root, so a name from
-// outside is looked at before it becomes part of one, and only then: a switch may be
-// configured for an interface of any name.
+// Interface names end up in command lines that run as root, so names from outside are checked
+// before they are used in one, and only then: a switch may be configured for an interface of
+// any name.
 #pragma once
 
-// True when every character is a letter, a digit or one of _ . : @ -. The empty
-// name is allowed: a deleted row without old values has one.
+// True if every character is a letter, a digit or one of _ . : @ -. The empty name is allowed,
+// because a deleted row without old values has one.
 [[nodiscard]] bool interfaceNameIsSafe(const char *name);

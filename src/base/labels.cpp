@@ -1,18 +1,18 @@
-// Builds the labels in their shared buffers.
+// Builds labels in shared buffers.
 #include "base/labels.h"
 
 #include "model/switch.h"
 #include "model/vlan.h"
 #include "platform/text.h"
 
-// Written by the helper of the same kind at each call.
+// Each is overwritten by every call of its helper.
 constinit char switchStr[512] = {};
 constinit char swPortStr[512] = {};
 constinit char swVlanStr[512] = {};
 
 namespace {
 
-// A port or VLAN that was never given to a switch has no owner to name.
+// A port or VLAN that does not belong to a switch has no owner to name.
 const char *nameOf(const Switch *sw)
 {
     return sw != nullptr ? sw->switchName : "";

@@ -1,5 +1,5 @@
-// Composes log messages and hands them to standard error or to the device's
-// logging module. Every room logs through swMgrDebug.
+// Composes log messages and passes them to standard error or to the device's logging module.
+// All logging goes through swMgrDebug.
 #include "base/log.h"
 
 #include "platform/sal.h"
@@ -10,9 +10,9 @@
 namespace {
 
 constexpr size_t textSize = 1024; // terminator included
-constexpr int sendOnly = 2;       // relay mode: no answer is waited for
+constexpr int sendOnly = 2;       // relay mode: do not wait for an answer
 
-// A text that grows up to its bound; what does not fit is cut.
+// Text that is truncated to its capacity.
 struct Text {
     char bytes[textSize];
     size_t used;
@@ -50,7 +50,7 @@ void send(int level, Text &text)
     record.moduleId = SWMGR_RELAY_MODULE_ID;
     record.level = level;
     uint32_t length = static_cast<uint32_t>(strlen(text.bytes) + 1);
-    // A lost log record must not fail the operation that wrote it.
+    // Losing a log record must not make the logged operation fail.
     static_cast<void>(relayIoctl(pSwMgrRelayCtx, LOGGING_RELAY_MODULE_ID, LOGGING_MSG_LOG, &record,
                                  static_cast<int>(sizeof(record)), text.bytes, &length, sendOnly,
                                  /*arg1=*/0, /*arg2=*/0));

@@ -1,4 +1,4 @@
-// The service's state, which every room may read. Only the lifecycle writes
+// The service's global state, readable everywhere. Only the lifecycle code writes
 // pSwMgrRelayCtx; the host writes the two flags.
 #pragma once
 
@@ -6,6 +6,6 @@
 #include "swmgr/swmgr.h"
 
 extern "C" {
-// Handle of the registration; none while the service is not registered.
+// Handle of the relay registration; null while the service is not registered.
 extern SWMGR_API RelayCtx *pSwMgrRelayCtx;
 }

@@ -1,4 +1,4 @@
-// One place where command lines are run, so that each is logged alike.
+// The only place that runs command lines, so that all of them are logged alike.
 #include "base/tool.h"
 
 #include "base/interface_name.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// A line that is not run counts as one whose program reported failure.
+// The status of a command line that is refused, as if its program had failed.
 constexpr int notRun = 1;
 
 int run(const char *func, int sourceLine, bool allowed, const char *format, va_list arguments)

@@ -1,17 +1,16 @@
-// Runs the device's command-line tools for the VLAN model and for backends.
+// Running the device's command-line tools.
 #pragma once
 
 constexpr int toolLineSize = 512; // longest command line, terminator included
 
-// Formats a command line, runs it to completion and logs line and status under
-// the caller's name, whatever the status. Returns salCmdExec's status.
+// Formats and runs a command line, then logs it with its status under the caller's name, even
+// if it succeeded. Returns salCmdExec's status.
 int toolRun(const char *func, int sourceLine, const char *format, ...)
     __attribute__((format(printf, 3, 4)));
 
-// The same for a line that takes a word from outside: `word`, which the arguments name
-// once more. Where it may not stand in a line that a shell gets (interface_name.h), the
-// reason is logged, nothing is run, and the status is 1 as of a tool that reported
-// failure; -1 without a word.
+// Like toolRun, for a line with a word from outside: `word`, which the arguments repeat. If the
+// word is not allowed in a shell command line (see interface_name.h), logs the reason, runs
+// nothing, and returns 1, as if the tool had failed; -1 if the word is null.
 int toolRunOn(const char *func, int sourceLine, const char *word, const char *format, ...)
     __attribute__((format(printf, 4, 5)));
 

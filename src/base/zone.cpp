@@ -1,4 +1,4 @@
-// The fixed assignment of interfaces to zones.
+// The fixed mapping of interfaces to zones.
 #include "base/zone.h"
 
 #include <cstring>

@@ -1,5 +1,4 @@
-// What a command to a switch carries besides its code: the declared lengths of
-// the payloads, and what holds of their bytes.
+// The lengths that are declared for command payloads.
 #pragma once
 
 #include "model/command.h"
@@ -9,17 +8,17 @@
 
 static_assert(std::endian::native == std::endian::little, "records travel little-endian");
 
-// The model's own objects travel by address with these lengths. They are the
-// sizes on the device, where pointers have 4 bytes; elsewhere the objects are
-// larger and the declared lengths stay.
+// The model's own objects are passed by address with these lengths, which are their sizes on
+// the device, where pointers have 4 bytes. Elsewhere the objects are larger, but the declared
+// lengths are the same.
 constexpr uint32_t switchVlanRecordLength = 1312; // a SwitchVlan
 constexpr uint32_t switchPortRecordLength = 140;  // a SwitchPort
 
-// What a relay request declares, whatever its command.
+// Declared by every relay request, whatever its command.
 constexpr uint32_t commandAreaLength = SWMGR_CMD_PAYLOAD_SIZE;
 
-// A payload of one of the first two lengths is taken for a model object by the
-// backends: no record that a request can declare may have them.
+// Backends take a payload with one of the two model object lengths for such an object, so no
+// request may declare them for a record.
 constexpr bool isModelObjectLength(size_t length)
 {
     return length == switchVlanRecordLength || length == switchPortRecordLength;

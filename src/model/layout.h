@@ -1,5 +1,5 @@
-// Where the fields of the model's objects lie. Programs build such objects themselves, so
-// size and offsets are part of the interface, for pointers of four and of eight bytes.
+// Sizes and field offsets of the model's objects. Programs build such objects themselves, so
+// the layout is part of the interface, for pointers of four and of eight bytes.
 #pragma once
 
 #include <cstddef>

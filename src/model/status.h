@@ -1,5 +1,5 @@
-// Statuses of the library's own making, under the names its code uses. Negative
-// is failure; what a backend or tool returned passes up unchanged.
+// The library's own status codes. Negative values are failures; results of backends and tools
+// are passed on unchanged.
 #pragma once
 
 #include "swmgr/swmgr_client.h"

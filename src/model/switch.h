@@ -1,6 +1,6 @@
-// The objects of the switch model: switches, their ports, and the nodes that
-// tie them into a hierarchy. They lie zero-filled on the heap, in intrusive
-// lists, and are never freed once listed.
+// The objects of the switch model: switches, their ports, and the nodes that link them into a
+// hierarchy. They are zero-initialised heap objects in intrusive lists, never freed once
+// listed.
 #pragma once
 
 #include "model/command.h"
@@ -11,36 +11,36 @@
 
 struct Switch;
 
-// A backend's configuration function. `payload` is the command's record or
-// none, `payloadLen` its length as the sender declares it. `replyBuf` and
-// `replyLen` are handed through and never written. Negative is failure.
+// A backend's configuration function. `payload` is the command's record or null, `payloadLen`
+// its length as declared by the sender. `replyBuf` and `replyLen` are passed through and never
+// written. Negative results are failures.
 using SwitchConfigFunc = int (*)(Switch *sw, int cmd, const void *payload, uint32_t payloadLen,
                                  void *replyBuf, uint32_t *replyLen);
 
-// Hands one command of `sw` to `lower`, one of the switches below it.
+// Passes a command of `sw` on to `lower`, one of the switches below it.
 using SwitchConfTransferFunc = int (*)(Switch *sw, Switch *lower, int cmd, const void *payload,
                                        uint32_t payloadLen, void *replyBuf, uint32_t *replyLen);
 
 struct Switch {
     SalListLink link;       // in switchTbl
-    uint32_t switchIndex;   // 1-based, in the order of adding; 0 before
+    uint32_t switchIndex;   // 1-based, in order of addition; 0 before
     char switchName[512];   // unique; also selects the backend
     char switchDevice[512]; // device node that the backend drives
-    // Switch-wide settings from the switch's row, each sent with a command of its
-    // own: 0 off, 1 on. Of the two for snooping the low byte alone travels.
+    // Switch-wide settings from the switch's row, each sent with its own command: 0 off, 1 on.
+    // For the two snooping settings only the low byte is sent.
     int32_t qosEnable;
     int32_t vlanEnable;
-    int32_t pauseFrameEnable; // any value but 1: off
+    int32_t pauseFrameEnable; // anything but 1: off
     int32_t igmpSnoopingEnable;
     int32_t mldSnoopingEnable;
-    int32_t numPorts;            // from the row; kept, not used
-    int32_t switchLevel;         // higher is nearer the top
-    int32_t lowerLvlCfgEnable;   // non-zero: the backend hands commands on to the switches below
-    SwitchConfigFunc configFunc; // none while no backend is bound
-    SwitchConfTransferFunc confTransferFunc; // none where the backend hands nothing on
-    SalList lowerLvlSwitchList;              // SwitchLowerLvlNode, each to a Switch
-    SalList portList;                        // SwitchPort
-    SalList vlanList;                        // SwitchVlan
+    int32_t numPorts;            // from the row; stored but not used
+    int32_t switchLevel;         // the highest is the top level
+    int32_t lowerLvlCfgEnable;   // non-zero: the backend passes commands on to lower switches
+    SwitchConfigFunc configFunc; // null while no backend is bound
+    SwitchConfTransferFunc confTransferFunc; // null if the backend does not pass commands on
+    SalList lowerLvlSwitchList;              // of SwitchLowerLvlNode, each pointing to a Switch
+    SalList portList;                        // of SwitchPort
+    SalList vlanList;                        // of SwitchVlan
 };
 OBJECT_SIZE(Switch, 1100, 1144);
 LIES_AT(Switch, link, 0, 0);
@@ -63,22 +63,22 @@ LIES_AT(Switch, vlanList, 1092, 1128);
 
 struct SwitchPort {
     SalListLink link;             // in its switch's portList
-    uint32_t portIndex;           // 1-based over the ports of all switches
+    uint32_t portIndex;           // 1-based, across the ports of all switches
     int32_t portNumber;           // unique within the switch
     Switch *ownerSwitch;          // the switch whose portList holds the port
-    int32_t PVID;                 // VLAN of untagged frames; kept up by the chip's backend
+    int32_t PVID;                 // VLAN of untagged frames; maintained by the chip's backend
     int32_t non8021qFramesStatus; // 1: untagged in no VLAN; written by the chip's backend
-    int32_t portType;             // from the row; kept, not used
-    char interfaceName[64];       // from the row; may be full without a terminator
+    int32_t portType;             // from the row; stored but not used
+    char interfaceName[64];       // from the row; without a terminator if full
     int32_t trustMode;            // SW_TRUST_MODE_..., sent when the port is added
-    int32_t mirroring;            // from the row; kept, not used
-    SalList mappedList;           // SwitchLowerLvlNode, each to a SwitchPort of another switch
+    int32_t mirroring;            // from the row; stored but not used
+    SalList mappedList; // of SwitchLowerLvlNode, each pointing to a SwitchPort of another switch
 
-    // From the row and kept; what is in force comes with commands 48 and 50.
+    // From the row, only stored; the effective values are set by commands 48 and 50.
     int32_t rateLimit;    // kbit/s
     int32_t schedMode;    // SW_SCHED_MODE_...
     int32_t numQueues;    // 1, 2 or 4
-    int32_t queue1Weight; // share of the bandwidth, as those of the other queues
+    int32_t queue1Weight; // share of the bandwidth, as for the other queues
     int32_t queue2Weight;
     int32_t queue3Weight;
     int32_t queue4Weight;
@@ -103,10 +103,10 @@ LIES_AT(SwitchPort, queue2Weight, 128, 152);
 LIES_AT(SwitchPort, queue3Weight, 132, 156);
 LIES_AT(SwitchPort, queue4Weight, 136, 160);
 
-// An element of lowerLvlSwitchList or of mappedList: a block of its own, since
-// a switch or port may be named in several lists.
+// An element of lowerLvlSwitchList or mappedList. It is allocated separately, since a switch or
+// port may be in several lists.
 struct SwitchLowerLvlNode {
-    SalListLink link; // in the list that it is an element of
+    SalListLink link; // in the list that contains it
     union {
         Switch *lower;      // in a lowerLvlSwitchList
         SwitchPort *mapped; // in a mappedList

@@ -1,5 +1,5 @@
-// The VLAN object: one per VLAN and switch, in the switch's vlanList. Its image,
-// from the first byte, is also the payload of commands 34, 35, 58 and 59.
+// The VLAN object: one per VLAN and switch, in the switch's vlanList. Its memory image is also
+// the payload of commands 34, 35, 58 and 59.
 #pragma once
 
 #include "model/command.h"
@@ -9,13 +9,13 @@
 struct SwitchVlan {
     SalListLink link;       // in the owner's vlanList
     int32_t vlanId;         // 802.1Q VLAN id
-    int32_t vlanIndex;      // entry in the top-level switch's VLAN table
+    int32_t vlanIndex;      // index in the top-level switch's VLAN table
     char vlanName[128];     // empty for VLANs from the database
     char interfaceName[64]; // Linux interface that carries the VLAN
     char LogicalIfName[64];
     char ingressMap[512]; // stays empty
     char egressMap[512];  // stays empty
-    uint32_t fwdMap;      // member ports, read by each backend in its own numbering
+    uint32_t fwdMap;      // member ports; each backend applies its own numbering
     uint32_t untagMap;    // member ports that send the VLAN untagged
     int32_t inSwitchOnly; // non-zero: the VLAN stays inside the switches
     Switch *ownerSwitch;  // the switch whose vlanList holds the object

@@ -1,11 +1,11 @@
-// Owns the service's single connection. Other processes write the file, and the
-// service only reads it; the busy handler waits for them.
+// Owns the service's only connection. The service only reads the file; other processes write
+// it, and the busy handler waits for them.
 #include "store/database.h"
 
 #include "base/log.h"
 #include "model/status.h"
 
-constinit sqlite3 *pDB = nullptr; // written by swMgrDBInit and swMgrDBDeinit
+constinit sqlite3 *pDB = nullptr; // set by swMgrDBInit and swMgrDBDeinit
 
 namespace {
 
@@ -17,7 +17,7 @@ extern "C" int swMgrDBInit(const char *dbPath)
 {
     if (sqlite3_open(dbPath, &pDB) != SQLITE_OK) {
         LOG_ERROR(noLabel, "Couldn't open database %s \n", dbPath != nullptr ? dbPath : "");
-        // A connection that failed to open still holds memory.
+        // SQLite allocates a connection even if opening it fails.
         static_cast<void>(swMgrDBDeinit());
         return statusFailed;
     }
@@ -28,7 +28,7 @@ extern "C" int swMgrDBInit(const char *dbPath)
 extern "C" int swMgrDBDeinit(void)
 {
     if (pDB != nullptr)
-        static_cast<void>(sqlite3_close(pDB)); // every statement of ours is finished
+        static_cast<void>(sqlite3_close(pDB)); // all statements have been finalised
     pDB = nullptr;
     return 0;
 }

@@ -1,4 +1,4 @@
-// The connection to the configuration database and its one query primitive.
+// The connection to the configuration database, and its query primitive.
 #pragma once
 
 #include "platform/database.h"
@@ -6,17 +6,16 @@
 #include "swmgr/swmgr.h"
 
 extern "C" {
-// The connection; none until swMgrDBInit succeeds and after swMgrDBDeinit.
+// The connection; null before swMgrDBInit succeeds and after swMgrDBDeinit.
 extern SWMGR_API sqlite3 *pDB;
 
-// Opens the database, which may be one in memory. 0, or -1 when it cannot be opened.
+// Opens the database, which may be in memory. Returns 0, or -1 if it cannot be opened.
 [[nodiscard]] SWMGR_API int swMgrDBInit(const char *dbPath);
 
-// Closes the connection if there is one. Always 0.
+// Closes the connection, if any. Always returns 0.
 SWMGR_API int swMgrDBDeinit(void);
 
-// Runs a statement of any kind. The table is the caller's, to be released with
-// sqlite3_free_table; none when the statement fails. The counts are those of
-// columns and of data rows.
+// Runs any statement. The caller must release the returned table with sqlite3_free_table; null
+// if the statement fails. The counts are those of the columns and the data rows.
 [[nodiscard]] SWMGR_API char **swMgrTableGet(const char *query, int32_t *nCols, int32_t *nRows);
 }

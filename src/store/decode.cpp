@@ -1,5 +1,5 @@
-// The columns of the three tables and how each is decoded. A decoder is picked
-// by the type of its field.
+// The columns of the three tables and their decoders, which are chosen by the type of the
+// field.
 #include "store/decode.h"
 
 #include "base/log.h"
@@ -14,11 +14,11 @@ namespace {
 
 constexpr size_t portListSize = 512; // terminator included
 
-// Where a value comes from, for messages.
+// Where a value comes from, for log messages.
 struct Source {
     const char *table;
     const char *column;
-    const char *func; // operation that logs
+    const char *func; // operation to log under
 };
 
 int tooLong(const Source &source, size_t length, size_t capacity)
@@ -31,7 +31,7 @@ int tooLong(const Source &source, size_t length, size_t capacity)
 
 int numberDecode(const Source &, const char *text, int32_t &field)
 {
-    static_cast<void>(decimalRead(text, field)); // a text without digits counts as 0
+    static_cast<void>(decimalRead(text, field)); // text without digits counts as 0
     return 0;
 }
 
@@ -54,11 +54,11 @@ int portListDecode(const Source &source, const char *text, uint32_t &field)
     return status;
 }
 
-// One column of a table; the rows below stand in the order of look-up.
+// One column of a table; the tables below are in lookup order.
 template <class Record>
 struct Column {
     const char *name;
-    // `text` is none when the column is missing or its value NULL.
+    // `text` is null if the column is missing or its value is NULL.
     int (*decode)(Record &record, const Source &source, const char *text);
 };
 
@@ -69,7 +69,7 @@ struct RecordOf<Field Record::*> {
     using Type = Record;
 };
 
-// A column that leaves its field alone when there is no value.
+// A column that leaves its field unchanged if there is no value.
 template <auto Member, auto Decode>
 constexpr auto valueColumn(const char *name)
 {
@@ -143,8 +143,8 @@ constexpr Column<SwitchVlanCfg> vlanColumns[] = {
     text<&SwitchVlanCfg::LogicalIfName>("LogicalIfName"),
 };
 
-// The value of a column in a row; none when there is no such column, or NULL.
-// The first column of that name counts.
+// The value of a column in a row; null if the column is missing or the value is NULL. If the
+// name occurs twice, the first column counts.
 const char *valueOf(const char *column, char **table, int nCols, int row)
 {
     if (table == nullptr || nCols <= 0)

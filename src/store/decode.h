@@ -1,9 +1,9 @@
-// Decodes one row of a result table into a configuration record. Columns are
-// found by name; a missing column or an SQL NULL leaves its field alone, except
-// that a port list then counts as empty.
+// Decodes one row of a result table into a configuration record. Columns are found by name; a
+// missing column or an SQL NULL leaves its field unchanged, except that a port list then counts
+// as empty.
 //
-// Each returns 0, or -22 without a record and for a row that must not be used, since a
-// text or port list is longer than its field. The record is then partly written.
+// Each function returns 0; -22 if the record is null, or if a text or port list is too long for
+// its field. Such a row must not be used, and the record is partly written.
 #pragma once
 
 #include "model/configuration.h"

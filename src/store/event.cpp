@@ -1,5 +1,5 @@
-// Reads the changed row, or takes it from the old values, and hands it to its
-// table's handler. Each event is dealt with completely within one call.
+// Reads the changed row, or rebuilds it from the old values, and passes it to its table's
+// handler. Each event is fully handled within one call.
 #include "store/event.h"
 
 #include "base/log.h"
@@ -12,7 +12,7 @@
 namespace {
 
 struct SwMgrTableEntry {
-    const char *tableName; // none ends the registry
+    const char *tableName; // null ends the registry
     int (*eventHandler)(sqlite3 *db, int32_t opCode, int64_t rowId, char **newTable, int nCols,
                         int nRows, char **oldTable);
 };
@@ -25,19 +25,19 @@ constexpr SwMgrTableEntry swMgrDBTableTbl[] = {
     {nullptr, nullptr},
 };
 
-// An event as it was received, and what has been found of its row.
+// A received event and the row data found for it.
 struct Event {
     char tableName[SWMGR_TABLE_NAME_SIZE + 1];
     int32_t opCode;
     int64_t rowId;
     OldValues oldValues;
 
-    ResultTable newTable; // none for a deleted row
+    ResultTable newTable; // null for a deleted row
     PointerArray oldTable;
     int nCols;
     int nRows;
 
-    // Row ids are shown and queried from their low 32 bits.
+    // Row ids are logged and queried by their low 32 bits.
     [[nodiscard]] int shownRowId() const { return static_cast<int>(rowId & 0xffffffff); }
 };
 
@@ -45,7 +45,7 @@ constexpr const char *tableNameCharacters = "abcdefghijklmnopqrstuvwxyz"
                                             "ABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                             "0123456789_";
 
-// The name becomes part of a query, so nothing else may stand in it.
+// The name becomes part of a query, so it must be a plain identifier.
 bool tableNameIsPlain(const Event &event)
 {
     const size_t length = strspn(event.tableName, tableNameCharacters);
@@ -67,10 +67,10 @@ int oldTableBuild(Event &event, const char *func)
     return statusNoMemory;
 }
 
-// Inserts, updates and kinds of change that no handler knows.
+// Inserts, updates and unknown kinds of change.
 int changedRowRead(Event &event, const char *func)
 {
-    // As if the query had failed, which it would for most of these names.
+    // Same result as a failed query, which most such names would cause anyway.
     if (!tableNameIsPlain(event))
         return statusFailed;
     const SqlText query(

@@ -1,4 +1,4 @@
-// Reads a table and feeds its rows to their handler in the table's own order.
+// Reads a table and passes its rows to the row handler in table order.
 #include "store/load.h"
 
 #include "base/log.h"
@@ -11,8 +11,8 @@ namespace {
 struct Loader {
     const char *query;
     int (*insert)(char **table, int nCols, int row);
-    const char *queryMessage; // the table cannot be read
-    const char *rowMessage;   // a row was refused
+    const char *queryMessage; // logged if the table cannot be read
+    const char *rowMessage;   // logged if a row is refused
 };
 
 int load(const Loader &loader, const char *func)
@@ -46,7 +46,7 @@ extern "C" int switchCfgLoad(void)
 
 extern "C" int switchPortCfgLoad(void)
 {
-    // A refused port is reported in the words of a refused switch.
+    // Refused ports use the message for refused switches.
     constexpr Loader loader{"SELECT * from swPortConfig", swPortCfgDBInsertHandler,
                             "failed to get list of switch ports from the database\n",
                             "failed to load switch profile\n"};

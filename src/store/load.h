@@ -1,8 +1,7 @@
-// Loads the stored configuration at the start, one table each.
+// Loads the stored configuration at startup, one table per function.
 //
-// Each returns 0 when every row was handed to the model; -22 when the table
-// cannot be read; else the negative result of the first row that failed. Rows
-// before it stay, rows after it are not tried.
+// Each returns 0 if every row was accepted; -22 if the table cannot be read; else the negative
+// result of the first row that failed. Earlier rows remain applied; later rows are not tried.
 #pragma once
 
 #include "swmgr/swmgr.h"

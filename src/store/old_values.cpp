@@ -1,4 +1,4 @@
-// Takes an old-values block apart without reading beyond its length.
+// Parses an old-values block without reading past its end.
 #include "store/old_values.h"
 
 #include <cstdlib>
@@ -18,7 +18,7 @@ int OldValues::count(uint32_t &position) const
 PointerArray OldValues::tableBuild(int nCols) const
 {
     const size_t strings = 2 * static_cast<size_t>(nCols);
-    // One entry more, so that a table of no columns is not none.
+    // One spare entry, so that a table without columns is not null.
     auto **table = static_cast<char **>(calloc(strings + 1, sizeof(char *)));
     if (table == nullptr)
         return nullptr;

@@ -1,4 +1,4 @@
-// Port lists of the database, as bit masks.
+// Port lists from the database, as bit masks.
 #include "store/port_list.h"
 
 #include "platform/number.h"
@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int32_t ports = 32; // what a mask can hold
+constexpr int32_t ports = 32; // bits in a mask
 
 } // namespace
 
@@ -20,7 +20,7 @@ extern "C" uint32_t str2num(char *list)
     for (char *text = strtok_r(list, ",", &rest); text != nullptr;
          text = strtok_r(nullptr, ",", &rest)) {
         int32_t port = 0;
-        static_cast<void>(decimalRead(text, port)); // a text without digits counts as 0
+        static_cast<void>(decimalRead(text, port)); // text without digits counts as 0
         if (port >= 0 && port < ports)
             mask |= 1u << port;
     }

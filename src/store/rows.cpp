@@ -1,4 +1,4 @@
-// Between the decoders and the model.
+// Connects the decoders with the model.
 #include "store/rows.h"
 
 #include "base/log.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-// What the model answered; a failure is reported in the words of the handler.
+// Converts the model's result, and logs a failure with the handler's message.
 int answered(int status, const char *func, const char *message)
 {
     if (status >= 0)

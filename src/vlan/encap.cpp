@@ -1,4 +1,4 @@
-// Sub-interfaces through vconfig and ifconfig. Nothing is kept in memory.
+// Manages sub-interfaces with vconfig and ifconfig. Keeps no state.
 #include "vlan/encap.h"
 
 #include "base/log.h"
@@ -10,7 +10,7 @@
 namespace {
 
 constexpr int priorities = 8;
-constexpr size_t nameSize = 64; // of a sub-interface and of a record's path
+constexpr size_t nameSize = 64; // of a sub-interface name, or of the path of an uptime record
 
 using Name = char[nameSize];
 
@@ -32,7 +32,7 @@ extern "C" int switchVlanEncapDestroy(const char *interfaceName, int32_t vlanId)
 
 extern "C" int switchVlanEncapCreate(const char *interfaceName, int32_t vlanId)
 {
-    // What an earlier life left behind goes first.
+    // Remove anything left by an earlier run.
     static_cast<void>(switchVlanEncapDestroy(interfaceName, vlanId));
     int status = TOOL_RUN_ON(interfaceName, "vconfig add %s %d", interfaceName, vlanId);
     if (status != 0)

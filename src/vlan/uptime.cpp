@@ -1,4 +1,4 @@
-// The uptime comes from /proc/uptime, whose first number is in seconds.
+// The first number in /proc/uptime is the uptime in seconds.
 #include "vlan/uptime.h"
 
 #include "model/status.h"
@@ -28,7 +28,7 @@ extern "C" int timeEventRecord(const char *path)
     const SalFile file(salFileOpen(path, "w+"));
     if (file == nullptr)
         return statusFailed;
-    // Nobody reads the record back; a full disk must not stop the VLAN.
+    // The service never reads the record; a full disk must not stop the VLAN.
     static_cast<void>(salFilePrintf(file.get(), "%u\n", uptime));
     return 0;
 }

@@ -1,4 +1,4 @@
-// VLAN objects and the order of the commands that go with each change.
+// VLAN objects, and the order of commands for each change.
 #include "vlan/vlan.h"
 
 #include "base/labels.h"
@@ -31,7 +31,7 @@ int membershipSet(Switch &sw, const SwitchVlan &vlan, const char *func)
     return status;
 }
 
-// A VLAN that was just added or changed is the last one, which saves the walk.
+// A VLAN that was just added or changed is last in the list, so check there first.
 bool isListed(Switch &sw, const SwitchVlan &vlan)
 {
     if (sw.vlanList.last == &vlan.link)
@@ -42,7 +42,7 @@ bool isListed(Switch &sw, const SwitchVlan &vlan)
     return false;
 }
 
-// Port VLANs have no bearing on the VLAN itself: no backend acts on them.
+// The result is ignored because no backend acts on port VLANs.
 void portVlanAnnounce(SwitchVlan &vlan, int32_t operation)
 {
     static_cast<void>(switchPortVlanConfigure(&vlan, operation));
@@ -169,7 +169,7 @@ extern "C" int switchVlanDisable(SwitchVlan *vlan)
         if (status < 0)
             break;
     }
-    // Also after a failure, and whatever the caller had set.
+    // Even after a failure, and whatever the caller had set.
     sw.lowerLvlCfgEnable = 1;
     return status;
 }
@@ -179,7 +179,7 @@ extern "C" int switchAllVlansDisable(Switch *sw)
     if (sw == nullptr)
         return 0;
     for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList))
-        static_cast<void>(switchVlanDisable(&vlan)); // each failure has been logged
+        static_cast<void>(switchVlanDisable(&vlan)); // failures are logged there
     return 0;
 }
 

@@ -321,7 +321,7 @@ TEST_F(Change, withoutAServiceLeavesNothingBehind)
     const Verdict verdict = carry(addForty);
     EXPECT_EQ(verdict.outcome, Outcome::unanswered);
     EXPECT_HAS(verdict.note, "is it running?");
-    EXPECT_HAS(verdict.note, "the rows are as they were");
+    EXPECT_HAS(verdict.note, "the rows were restored");
     EXPECT_EQ(rows(), soundVlans);
     EXPECT_TRUE(verdict.rowsBack);
     EXPECT_FALSE(verdict.open || verdict.asked || verdict.verified);
@@ -391,7 +391,7 @@ TEST_F(Change, thatFindsTheRowsChangedByAnotherWriterLeavesThem)
     EXPECT_EQ(verdict.outcome, Outcome::differs);
     EXPECT_FALSE(verdict.rowsBack);
     EXPECT_HAS(verdict.note, "another writer has changed row 1");
-    EXPECT_HAS(verdict.note, "the rows are left as they are");
+    EXPECT_HAS(verdict.note, "the rows are unchanged");
     EXPECT_HAS(rows(), "10 eth0 4 1");
     EXPECT_EQ(heard(), "update 1 of 10");
 }
@@ -561,7 +561,7 @@ TEST_F(Change, thatWasBrokenOffIsFinishedOrTakenBack)
     serve();
     Recovery recovery = recover();
     EXPECT_EQ(recovery.verdict.value().outcome, Outcome::applied);
-    EXPECT_EQ(text(recovery.notes), "an earlier change (VLAN 40 added) was broken off; it is "
+    EXPECT_EQ(text(recovery.notes), "an earlier change (VLAN 40 added) was interrupted; it is "
                                     "finished");
     EXPECT_EQ(heard(), "delete 4 of 40, insert 4");
     EXPECT_EQ(rows(), withForty);
@@ -676,7 +676,7 @@ TEST_F(Change, onTrialThatNobodyWatchesIsTakenBackByTheNextRun)
         ASSERT_TRUE(recovery.verdict);
         EXPECT_STREQ(outcomeText(recovery.verdict->outcome), outcomeText(way.outcome)) << way.note;
         EXPECT_HAS(recovery.verdict->note, way.note);
-        EXPECT_EQ(text(recovery.notes), "a change on trial (VLAN 40) was left alone; it is taken "
+        EXPECT_EQ(text(recovery.notes), "a change on trial (VLAN 40) was not being watched any more; it is taken "
                                         "back");
         EXPECT_HAS(rows(), way.rows);
         EXPECT_EQ(isThere(".trial"), way.stays);
@@ -773,7 +773,7 @@ TEST_F(Change, isNotVerifiedByWhatCannotBeRead)
     const Verdict verdict = look(/*mend=*/false);
     EXPECT_EQ(verdict.outcome, Outcome::differs);
     EXPECT_HAS(text(verdict.unread), "kernel: ");
-    EXPECT_HAS(verdict.note, "engine: not known whether its tools worked: no log daemon");
+    EXPECT_HAS(verdict.note, "engine: cannot tell whether its tools worked: no log daemon");
     EXPECT_HAS(verdict.idleUnread, "the engine's registers");
     write("site.json", R"({"devices": {"/dev/bcmsw": "nochip"}, "engineState": "none",
         "interfaces": {"eth0": "02:00:00:00:00:10", "eth1": "02:00:00:00:00:11"}})");

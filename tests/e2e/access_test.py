@@ -217,7 +217,7 @@ class OtherUsers(GatewayTest):
                                 capture_output=True, text=True, cwd="/")
         if client.returncode != 126:  # the build may lie where a stranger cannot go
             self.assertEqual(client.returncode, 3, client.stderr)
-            self.assertIn("this user may not talk to it", client.stderr)
+            self.assertIn("this user may not connect", client.stderr)
         self.assertTrue(self.hardware.answers(), self.hardware.said)
 
     def test_directory_that_others_may_write(self):

@@ -234,7 +234,7 @@ class Networks(Others):
         done = subprocess.run([BUILD / "bin/swctl", "--database", self.other, *map(str, ADD[:2]),
                                "33", *map(str, ADD[3:])], env=environment, user=65534, group=0,
                               extra_groups=[], capture_output=True, text=True)
-        self.assertIn("not known: whether the service serves this database", done.stderr)
+        self.assertIn("it is unknown whether the service uses this database", done.stderr)
         self.assertEqual(done.returncode, REFUSED, done.stderr)
         self.assertEqual(self.network(), self.before)
 

@@ -1,4 +1,4 @@
-// Binds the chip to its switch and dispatches the commands it understands.
+// Binds a switch to the chip and dispatches the commands that the chip supports.
 #include "backends/bcm/bcm.h"
 
 #include "backends/bcm/device.h"

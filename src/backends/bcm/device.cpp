@@ -1,4 +1,4 @@
-// Holds the chip's descriptor.
+// Owns the chip's descriptor.
 #include "backends/bcm/device.h"
 
 #include <fcntl.h>
@@ -14,5 +14,5 @@ int chipOpen(const char *path)
 void chipClose()
 {
     if (fd > 0)
-        static_cast<void>(salClose(fd)); // the descriptor is gone either way
+        static_cast<void>(salClose(fd)); // the descriptor is released even on failure
 }

@@ -1,4 +1,4 @@
-// The chip's device node and the one way in which a request reaches its driver.
+// The chip's device node, and the only path to its driver.
 #pragma once
 
 #include "backends/bcm/driver.h"
@@ -6,25 +6,25 @@
 #include "swmgr/swmgr.h"
 
 extern "C" {
-// Descriptor of the chip's device node; 0 until one was opened, negative when
-// that failed. There is one chip per process.
+// Descriptor of the chip's device node: 0 before the first open, negative if it failed. There
+// is one chip per process.
 extern SWMGR_API int32_t fd;
 }
 
-// Opens the node. The descriptor, or negative.
+// Opens the node. Returns the descriptor, or a negative value.
 [[nodiscard]] int chipOpen(const char *path);
 
-// Closes the node, if one was ever opened.
+// Closes the node if it was opened.
 void chipClose();
 
-// Sends a request with a record, passed by address. The driver's result.
+// Sends a request with a record, passed by address. Returns the driver's result.
 template <class Record>
 int driverRequest(BcmRequest request, Record &record)
 {
     return salIoctl(fd, request, &record);
 }
 
-// Sends one without a record; the argument travels as a pointer's value.
+// Sends a request without a record; the argument is passed as a pointer value.
 inline int driverRequest(BcmRequest request, intptr_t argument)
 {
     return salIoctl(fd, request,

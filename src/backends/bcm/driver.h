@@ -1,6 +1,5 @@
-// The Broadcom switch driver's ioctl interface: request numbers of type 'S' and
-// the packed little-endian records that travel with them. Numbers, direction
-// and record size follow the Linux encoding.
+// The Broadcom switch driver's ioctl interface: request numbers of type 'S', and their packed
+// little-endian records. Numbers, direction and record size follow the Linux encoding.
 #pragma once
 
 #include <cstddef>
@@ -13,7 +12,7 @@ constexpr uint32_t bcmEveryPort = (1u << bcmPortCount) - 1;
 enum BcmRequest : uint32_t {
     BCM_IOC_VLAN_ENABLE = 0x5301,              // no record
     BCM_IOC_VLAN_DISABLE = 0x5302,             // no record
-    BCM_IOC_PORT_VLAN_MEMBER_GET = 0x40045303, // result non-zero: is a member
+    BCM_IOC_PORT_VLAN_MEMBER_GET = 0x40045303, // result non-zero: member
     BCM_IOC_PORT_VLAN_MEMBER_ADD = 0x40045304,
     BCM_IOC_PORT_VLAN_MEMBER_DEL = 0x40045305,
     BCM_IOC_DEFAULT_TAG_GET = 0xc0065306,
@@ -40,7 +39,7 @@ enum BcmRequest : uint32_t {
 #pragma pack(push, 1)
 
 struct BcmPortVlanRecord {
-    uint16_t port;       // port whose forward map is meant
+    uint16_t port;       // port whose forward map is edited
     uint16_t memberPort; // port in that map
 };
 DRIVER_RECORD(BcmPortVlanRecord, 4);
@@ -49,8 +48,8 @@ static_assert(offsetof(BcmPortVlanRecord, memberPort) == 2);
 struct BcmPortTagRecord {
     uint16_t port;
     uint16_t vid;
-    uint8_t priority; // 0 when set
-    uint8_t cfi;      // 0 when set
+    uint8_t priority; // 0 on set
+    uint8_t cfi;      // 0 on set
 };
 DRIVER_RECORD(BcmPortTagRecord, 6);
 static_assert(offsetof(BcmPortTagRecord, vid) == 2);
@@ -86,7 +85,7 @@ static_assert(offsetof(BcmVlanEntryRecord, reserved) == 6);
 
 struct BcmPortStatsRecord {
     uint16_t portNumber;
-    uint8_t statistics[48]; // the driver's counters, in its own layout
+    uint8_t statistics[48]; // the driver's counters, in its layout
 };
 DRIVER_RECORD(BcmPortStatsRecord, 50);
 static_assert(offsetof(BcmPortStatsRecord, statistics) == 2);
@@ -98,7 +97,7 @@ DRIVER_RECORD(BcmEnableRecord, 4);
 
 struct BcmQueueSchedRecord {
     uint16_t portNumber;
-    uint8_t reserved; // no defined meaning, sent as 0
+    uint8_t reserved; // undefined, sent as 0
     uint8_t schedMode;
     uint8_t queue1Weight;
     uint8_t queue2Weight;

@@ -8,7 +8,7 @@
 
 namespace {
 
-constexpr int32_t uplinkOfLan = 4; // of ports 0 to 3
+constexpr int32_t uplinkOfLan = 4; // for ports 0 to 3
 constexpr int32_t uplinkOfRest = 0;
 constexpr uint32_t uplinkOnly = portBit(uplinkOfRest);
 
@@ -35,8 +35,7 @@ bool isMember(int32_t port, int32_t member)
     return memberRequest(BCM_IOC_PORT_VLAN_MEMBER_GET, port, member) != 0;
 }
 
-// Applies one request to every member of a map, lowest first, and stops at the
-// first that fails.
+// Applies a request to every member of a map, lowest first, and stops at the first failure.
 int membersRequest(BcmRequest request, int32_t port, uint32_t members)
 {
     for (const int32_t member : PortsOf{members}) {
@@ -54,8 +53,8 @@ extern "C" int bcmDefPortVlanConfig(int32_t port)
     const uint32_t wanted = isLanPort(port) ? bcmEveryPort : uplinkOnly;
     LOG_INFO(noLabel, "configuring default port VLAN #%u: [FWD %x]\n", static_cast<unsigned>(port),
              wanted);
-    // Neither map has a gap below its highest port, so there is nothing to take
-    // out; members above it are left alone.
+    // Both default maps are contiguous from port 0, so nothing needs removing below their
+    // highest port; members above it are left alone.
     for (const int32_t member : PortsOf{wanted}) {
         if (isMember(port, member))
             continue;
@@ -88,7 +87,7 @@ extern "C" int bcmPortVlanConfig(Switch *, const SwitchVlan *vlan)
     if (vlan == nullptr)
         return statusInvalid;
     for (const int32_t port : PortsOf{vlan->fwdMap}) {
-        static_cast<void>(bcmPortVlanReset(port)); // never fails
+        static_cast<void>(bcmPortVlanReset(port)); // always succeeds
         const uint32_t members = withUplink(vlan->fwdMap, port);
         LOG_INFO(noLabel, "configuring Port VLAN #%u: [PMAP:%x FWD %x]\n",
                  static_cast<unsigned>(port), members, vlan->fwdMap);
@@ -116,7 +115,7 @@ extern "C" int bcmPortVlanDeConfig(Switch *, const SwitchVlan *vlan)
                       static_cast<unsigned>(port), members);
             return status;
         }
-        static_cast<void>(bcmDefPortVlanConfig(port)); // a failure has been logged
+        static_cast<void>(bcmDefPortVlanConfig(port)); // failures are logged there
     }
     return 0;
 }

@@ -1,4 +1,4 @@
-// Derives the ports' settings from the VLANs of the switch and writes them.
+// Derives port settings from the switch's VLANs and writes them.
 #include "backends/bcm/ports.h"
 
 #include "backends/bcm/device.h"
@@ -19,14 +19,15 @@ uint32_t portsOf(Switch &sw)
     return ports;
 }
 
-// Each port gets the last VLAN of the list that sends it untagged; a port that none
-// does keeps its PVID. Returns the ports that are untagged somewhere.
+// Sets each port's PVID to the last VLAN in the list that sends the port untagged; a port
+// without one keeps its PVID. Returns the ports that are untagged in any VLAN.
 uint32_t pvidsDerive(Switch &sw, const char *func)
 {
     const uint32_t ports = portsOf(sw);
     uint32_t untagged = 0;
     for (const SwitchVlan &vlan : ListOf<SwitchVlan>(sw.vlanList)) {
-        // Most VLANs send no port untagged; then there are messages to log at most.
+        // Most VLANs have no untagged port; for them, only developer messages would be left to
+        // do.
         if ((vlan.untagMap & ports) == 0 && swMgrDevDebug == 0)
             continue;
         for (SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {

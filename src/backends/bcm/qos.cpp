@@ -1,4 +1,4 @@
-// Builds the driver's QoS records from command payloads and reports outcomes.
+// Builds the driver's QoS records from command payloads, and logs the results.
 #include "backends/bcm/qos.h"
 
 #include "backends/bcm/device.h"

@@ -1,4 +1,4 @@
-// Prints what the driver says about VLANs and tags.
+// Prints what the driver reports about VLANs and tags.
 #include "backends/bcm/show.h"
 
 #include "backends/bcm/device.h"

@@ -1,14 +1,14 @@
-// Diagnostic printers of the chip's tables, to standard output. No command
-// reaches them.
+// Diagnostics that print the chip's tables to standard output. No command uses them.
 #pragma once
 
 #include "swmgr/swmgr.h"
 
 extern "C" {
-// Prints the maps of one VLAN; a port that cannot be queried is shown with "?".
-// Always -1. The first argument plays no part.
+// Prints the maps of one VLAN, with "?" for a port that cannot be queried. Always returns -1.
+// The first argument is ignored.
 SWMGR_API int bcmVlanShow(void *unused, uint16_t vlanId);
 
-// Prints the default tag of every port. -1 if the last port's query failed, else 0.
+// Prints the default tag of every port. Returns -1 if the query of the last port failed, else
+// 0.
 SWMGR_API int bcmTagsShow(void);
 }

@@ -1,5 +1,4 @@
-// Programs the chip's VLAN table. An entry is always cleared before it is
-// written.
+// Programs the chip's VLAN table. An entry is always cleared before it is written.
 #include "backends/bcm/vlan.h"
 
 #include "backends/bcm/device.h"
@@ -58,8 +57,8 @@ extern "C" int bcmVlanMembershipUpdate(Switch *sw, const SwitchVlan *image)
     const int32_t vlanId = image->vlanId;
     const uint32_t fwdMap = image->fwdMap;
     const uint32_t untagMap = image->untagMap;
-    // A port sends one VLAN untagged. Bits beyond the chip's ports survive in
-    // other VLANs only where the image has them too.
+    // A port is untagged in only one VLAN. Bits beyond the chip's ports survive in other VLANs
+    // only if the image has them, too.
     const uint32_t kept = untagMap ^ bcmEveryPort;
     for (SwitchVlan &vlan : ListOf<SwitchVlan>(sw->vlanList)) {
         if (vlan.vlanId == vlanId) {
@@ -92,7 +91,7 @@ extern "C" int bcmVlanMembershipConfigure(uint16_t vlanId, uint32_t fwdMap, uint
                                           int32_t cpuPort)
 {
     LOG_DEVELOPER(noLabel, "Clearing VLAN Membership %d\n", vlanId);
-    static_cast<void>(bcmVlanMembershipClear(vlanId)); // a failure shows again when writing
+    static_cast<void>(bcmVlanMembershipClear(vlanId)); // on failure the write fails, too
     if (fwdMap != 0)
         fwdMap |= portBit(cpuPort);
     LOG_NOTICE(noLabel, "Modifying untag value to %d and fwdMap to %d for vlanid: %d \n",
@@ -125,7 +124,7 @@ extern "C" int bcmCPUPortNumberGet(const SwitchVlan *vlan)
 {
     int32_t zone = zoneOther;
     if (vlan != nullptr)
-        static_cast<void>(swMgrZoneTypeGet(vlan->interfaceName, &zone)); // never fails
+        static_cast<void>(swMgrZoneTypeGet(vlan->interfaceName, &zone)); // always succeeds
     return zone == zoneLan ? cpuPortLan : cpuPortOther;
 }
 
