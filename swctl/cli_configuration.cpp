@@ -55,7 +55,7 @@ constexpr OptionRow addVlanOptions[] = {noMoveOption};
 constexpr OptionRow setVlanOptions[] = {
     rowIdOption,
     noMoveOption,
-    {"--id", "ID", "New VLAN id", decimal<1, 4094>},
+    {"--id", "ID", "New VLAN id", decimal<lowestVlan, highestVlan>},
 };
 constexpr OptionRow whichRow[] = {rowIdOption};
 

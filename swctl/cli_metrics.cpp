@@ -1,47 +1,12 @@
 // The metrics command, for monitoring systems.
 #include "client/base/failure.h"
+#include "client/base/file.h"
 #include "client/base/text.h"
 #include "client/view/metrics.h"
-#include "common/descriptor.h"
 #include "swctl/commands.h"
-
-#include <fcntl.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstring>
 
 namespace swctl {
 namespace {
-
-bool writeAll(int file, std::string_view text)
-{
-    while (!text.empty()) {
-        const ssize_t written = write(file, text.data(), text.size());
-        if (written < 0 && errno != EINTR)
-            return false;
-        text.remove_prefix(written > 0 ? static_cast<size_t>(written) : 0);
-    }
-    return true;
-}
-
-// Replaces the file atomically. It is world-readable because the collector runs as its own
-// user.
-void replaceFile(const std::string &path, const std::string &text)
-{
-    constexpr mode_t everybodyReads = 0644;
-    std::string fresh = path + ".XXXXXX";
-    Descriptor file(mkostemp(fresh.data(), O_CLOEXEC));
-    const bool made = file.valid();
-    if (made && writeAll(file.get(), text) && fchmod(file.get(), everybodyReads) == 0 &&
-        close(file.release()) == 0 && rename(fresh.c_str(), path.c_str()) == 0)
-        return;
-    const int reason = errno;
-    if (made)
-        unlink(fresh.c_str());
-    throw Failure(exitUsage, "cannot write " + printable(path) + ": " + strerror(reason));
-}
 
 int runMetrics(const Call &call)
 {
@@ -56,7 +21,7 @@ int runMetrics(const Call &call)
     if (!call.has("--output"))
         fputs(text.c_str(), stdout);
     else
-        replaceFile(call.text("--output"), text);
+        publishFile(call.text("--output"), text);
     return exitDone;
 }
 

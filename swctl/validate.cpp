@@ -86,7 +86,7 @@ std::string idRanges(const std::string &text)
     const std::vector<std::string> entries = partsOf(text, ',');
     const bool good = std::all_of(entries.begin(), entries.end(), [](const std::string &entry) {
         const auto [first, last] = idRange(entry);
-        return first >= 1 && first <= last && last <= 4094;
+        return first >= lowestVlan && first <= last && last <= highestVlan;
     });
     if (!good)
         reject("'" + printable(text) +

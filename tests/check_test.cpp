@@ -143,6 +143,24 @@ TEST(Check, aFaultyRowIsFoundByItsRuleAndRefusedByTheTriggers)
         EXPECT_PRED_FORMAT2(testing::IsSubstring, rule.id, all);
 }
 
+// Without one of these a start is not what the rows say; any other counts as 0 or empty.
+TEST(Check, aMissingColumnIsAnErrorWhereTheServiceNeedsIt)
+{
+    std::string needed;
+    for (const Table &table : configurationTables())
+        for (const Column &column : columnsOf(table.name)) {
+            Database database = soundDatabase();
+            database.run((std::string("ALTER TABLE ") + table.name + " RENAME COLUMN " +
+                          column.name + " TO other")
+                             .c_str());
+            for (const Finding &finding : findingsOf(database))
+                if (finding.rule->id == std::string("column-missing") &&
+                    finding.severity == Severity::error)
+                    needed += (needed.empty() ? "" : " ") + finding.subject;
+        }
+    EXPECT_EQ(needed, "switchName switchName portNumber vlanId interfaceName fwdMap");
+}
+
 // The rule is the client's own; the service has to agree.
 TEST(Check, thePortToTheHostIsTheOneThatTheServiceAdds)
 {

@@ -11,6 +11,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 
 namespace swctl {
@@ -80,6 +81,24 @@ void replaceFile(const std::string &path, const std::string &contents)
     if (rename(fresh.c_str(), path.c_str()) != 0)
         failFile("cannot write", path);
     syncFolder(path);
+}
+
+void publishFile(const std::string &path, const std::string &contents)
+{
+    constexpr mode_t everybodyReads = 0644;
+    std::string fresh = path + ".XXXXXX";
+    Descriptor file(mkostemp(fresh.data(), O_CLOEXEC));
+    if (!file.valid())
+        failFile("cannot write", path);
+    try {
+        writeAll(file.get(), contents, path);
+        if (fchmod(file.get(), everybodyReads) != 0 || close(file.release()) != 0 ||
+            rename(fresh.c_str(), path.c_str()) != 0)
+            failFile("cannot write", path);
+    } catch (const Failure &) {
+        unlink(fresh.c_str());
+        throw;
+    }
 }
 
 std::optional<std::string> fileContents(const std::string &path, size_t most)

@@ -9,6 +9,10 @@ namespace swctl {
 // Replaces a file atomically: after a power failure it has either its old or its new contents.
 void replaceFile(const std::string &path, const std::string &contents);
 
+// Replaces a file that programs of other users read: they find the old or the new
+// contents. Not flushed to disk.
+void publishFile(const std::string &path, const std::string &contents);
+
 // A directory entry is only as durable as its directory: syncs the directory of `path`.
 void syncFolder(const std::string &path);
 

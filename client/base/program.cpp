@@ -6,10 +6,44 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <csignal>
 #include <fcntl.h>
 #include <spawn.h>
 
 namespace swctl {
+
+int startProgram(const std::string &file, const ProgramStart &start, pid_t &pid)
+{
+    std::vector<char *> words;
+    words.reserve(start.words.size() + 1);
+    for (const std::string &word : start.words)
+        words.push_back(const_cast<char *>(word.c_str())); // NOLINT: the call changes none
+    words.push_back(nullptr);
+    posix_spawn_file_actions_t actions;
+    posix_spawnattr_t attributes;
+    posix_spawn_file_actions_init(&actions);
+    posix_spawnattr_init(&attributes);
+    for (const int fd : start.silenced)
+        posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_RDWR, 0);
+    for (const auto &[ours, theirs] : start.passed)
+        posix_spawn_file_actions_adddup2(&actions, ours, theirs);
+    if (start.ownSession)
+        posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
+    const int status =
+        posix_spawnp(&pid, file.c_str(), &actions, &attributes, words.data(), environ);
+    posix_spawnattr_destroy(&attributes);
+    posix_spawn_file_actions_destroy(&actions);
+    return status;
+}
+
+int endOfProgram(pid_t pid)
+{
+    int status = 0;
+    while (waitpid(pid, &status, 0) < 0)
+        if (errno != EINTR)
+            return -1;
+    return status;
+}
 
 std::optional<std::string> outputOf(const std::vector<std::string> &words)
 {
@@ -19,19 +53,10 @@ std::optional<std::string> outputOf(const std::vector<std::string> &words)
         return std::nullopt;
     const Descriptor out(ends[0]);
     Descriptor in(ends[1]);
-    std::vector<char *> arguments;
-    arguments.reserve(words.size() + 1);
-    for (const std::string &word : words)
-        arguments.push_back(const_cast<char *>(word.c_str())); // NOLINT: the call changes none
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, in.get(), STDOUT_FILENO);
-    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, "/dev/null", O_WRONLY, 0);
     pid_t pid = 0;
-    const int failed =
-        posix_spawnp(&pid, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
+    const int failed = startProgram(
+        words.front(),
+        {.words = words, .passed = {{in.get(), STDOUT_FILENO}}, .silenced = {STDERR_FILENO}}, pid);
     in = Descriptor();
     if (failed != 0)
         return std::nullopt;
@@ -42,10 +67,7 @@ std::optional<std::string> outputOf(const std::vector<std::string> &words)
         text.append(piece, static_cast<size_t>(length));
     if (length > 0)
         kill(pid, SIGKILL);
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0 && errno == EINTR)
-        continue;
-    return status == 0 ? std::optional(text) : std::nullopt;
+    return endOfProgram(pid) == 0 ? std::optional(text) : std::nullopt;
 }
 
 } // namespace swctl

@@ -4,6 +4,7 @@
 
 #include "client/base/failure.h"
 #include "client/base/file.h"
+#include "client/base/program.h"
 #include "client/base/text.h"
 #include "client/rows/row_json.h"
 #include "common/clock.h"
@@ -12,7 +13,6 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <spawn.h>
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -50,24 +50,13 @@ void startWatcher(const std::string &databasePath, const std::string &siteFile, 
     if (!siteFile.empty())
         words.insert(words.end(), {"--site", siteFile});
     words.insert(words.end(), {"confirm", "--watch", std::to_string(seconds)});
-    std::vector<char *> arguments;
-    arguments.reserve(words.size() + 1);
-    for (std::string &word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd)
-        posix_spawn_file_actions_addopen(&actions, fd, "/dev/null", O_RDWR, 0);
-    posix_spawn_file_actions_adddup2(&actions, lockedFile, trialFd);
-    posix_spawnattr_t attributes;
-    posix_spawnattr_init(&attributes);
-    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSID);
     pid_t pid = 0;
-    const int status =
-        posix_spawn(&pid, "/proc/self/exe", &actions, &attributes, arguments.data(), environ);
-    posix_spawnattr_destroy(&attributes);
-    posix_spawn_file_actions_destroy(&actions);
+    const int status = startProgram("/proc/self/exe",
+                                    {.words = words,
+                                     .passed = {{lockedFile, trialFd}},
+                                     .silenced = {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO},
+                                     .ownSession = true},
+                                    pid);
     if (status != 0)
         throw Failure(exitUsage, std::string("a process that would take the change back cannot be "
                                              "started: ") +

@@ -1,13 +1,12 @@
 #include "client/rehearse/rehearsal.h"
 
-#include "client/base/text.h"
-
 #include "client/base/failure.h"
+#include "client/base/program.h"
+#include "client/base/text.h"
 #include "devices/chip/chip_text.h"
 #include "swmgr/swmgr_client.h"
 
 #include <fcntl.h>
-#include <spawn.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -253,15 +252,12 @@ RunningRehearsal::RunningRehearsal(const Script &wanted)
 {
     const std::string path = programPath();
     script.write(wanted.bytes());
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_adddup2(&actions, script.descriptor(), rehearsal::scriptFd);
-    posix_spawn_file_actions_adddup2(&actions, state.descriptor(), rehearsal::stateFd);
-    posix_spawn_file_actions_adddup2(&actions, events.descriptor(), rehearsal::eventsFd);
-    std::string name = program;
-    char *const arguments[] = {name.data(), nullptr};
-    const int status = posix_spawn(&pid, path.c_str(), &actions, nullptr, arguments, environ);
-    posix_spawn_file_actions_destroy(&actions);
+    const int status = startProgram(path,
+                                    {.words = {program},
+                                     .passed = {{script.descriptor(), rehearsal::scriptFd},
+                                                {state.descriptor(), rehearsal::stateFd},
+                                                {events.descriptor(), rehearsal::eventsFd}}},
+                                    pid);
     if (status != 0) {
         pid = -1;
         failRehearsal(path + ": " + strerror(status));
@@ -273,17 +269,14 @@ RunningRehearsal::~RunningRehearsal()
     if (pid <= 0)
         return;
     kill(pid, SIGKILL);
-    while (waitpid(pid, nullptr, 0) < 0 && errno == EINTR)
-        ;
+    endOfProgram(pid);
 }
 
 Rehearsal RunningRehearsal::finish()
 {
-    int status = 0;
-    while (waitpid(pid, &status, 0) < 0)
-        if (errno != EINTR)
-            failRehearsal(strerror(errno));
-    pid = -1;
+    const int status = endOfProgram(std::exchange(pid, -1));
+    if (status < 0)
+        failRehearsal(strerror(errno));
     if (!WIFEXITED(status) || WEXITSTATUS(status) != 0)
         failRehearsal(WIFSIGNALED(status)
                           ? std::string("it was killed by signal ") + strsignal(WTERMSIG(status))

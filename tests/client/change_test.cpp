@@ -506,6 +506,7 @@ TEST_F(Change, ofSettingsThatAreTakenAtAStartSaysSo)
     EXPECT_EQ(waits.outcome, Outcome::differs);
     EXPECT_EQ(text(waits.left), "port 3 of PSE: as before until the service starts again "
                                 "(restart the service)");
+    EXPECT_EQ(waits.left.at(0).wanted, "as its row says");
     EXPECT_FALSE(waits.asked);
     // Another change while that waits.
     setEntry(20, 0, 0);
@@ -676,8 +677,9 @@ TEST_F(Change, onTrialThatNobodyWatchesIsTakenBackByTheNextRun)
         ASSERT_TRUE(recovery.verdict);
         EXPECT_STREQ(outcomeText(recovery.verdict->outcome), outcomeText(way.outcome)) << way.note;
         EXPECT_HAS(recovery.verdict->note, way.note);
-        EXPECT_EQ(text(recovery.notes), "a change on trial (VLAN 40) was not being watched any more; it is taken "
-                                        "back");
+        EXPECT_EQ(text(recovery.notes),
+                  "a change on trial (VLAN 40) was not being watched any more; it is taken "
+                  "back");
         EXPECT_HAS(rows(), way.rows);
         EXPECT_EQ(isThere(".trial"), way.stays);
         EXPECT_EQ(recovery.waiting.has_value(), way.stays);
@@ -762,6 +764,10 @@ TEST_F(Change, isSeenBeforeItIsMade)
               "! port 3 of PSE: as before until the service starts again");
     EXPECT_TRUE(seen(UndoWish{1, {}}).lines.empty());
     EXPECT_THROW(seen(vlan(Kind::add, 40, {{"interfaceName", "eth7"s}})), Failure);
+    const RowWish wrong = vlan(Kind::add, 40, {{"interfaceName", "eth1"s}, {"fwdMap", "1,9"s}});
+    PreviewOptions forced;
+    forced.force = true;
+    EXPECT_HAS(text(seen(wrong, forced).reasons), "Failed to create vlan (ID=40)");
     EXPECT_EQ(rows(), soundVlans);
     EXPECT_EQ(heard(), "");
 }
