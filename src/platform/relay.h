@@ -16,9 +16,8 @@ typedef struct RelayMsgHdr {
     uint32_t reserved0; // used by the messaging itself; 0 with the stand-in
     uint32_t sender;    // module id of the sender; 0 if it is not registered
     uint32_t reserved2; // used by the messaging itself; 0 with the stand-in
-    uint32_t
-        reserved3;    // with the stand-in: number of messages lost since the sender's previous one
-    uint32_t request; // non-zero: a request; zero: a reply
+    uint32_t reserved3; // with the stand-in: messages lost since the sender's last one
+    uint32_t request;   // non-zero: a request; zero: a reply
 } RelayMsgHdr;
 
 // The minimum size of a reply buffer as seen by a handler; bytes that the sender did not
