@@ -1,4 +1,4 @@
-// Readings of the system's clocks.
+// Reading the system's clocks.
 #pragma once
 
 #include <cstdint>

@@ -1,5 +1,5 @@
-// Reads the end of a rollback journal: page number, name, its length, its checksum, and
-// the magic of a journal, where one names a second file.
+// Reads the end of a rollback journal, which holds a page number, a name, its length and
+// checksum, and the journal magic if it names a second file.
 #include "common/database_journal.h"
 
 #include "common/descriptor.h"
@@ -25,9 +25,9 @@ struct Tail {
 };
 static_assert(sizeof(Tail) == 16);
 
-constinit sqlite3_vfs limited = {};         // the default one but for its deletions
-constinit sqlite3_vfs *unlimited = nullptr; // the default one; written with the other
-constinit char database[PATH_MAX] = {};     // whose journals may go
+constinit sqlite3_vfs limited = {};         // the default VFS, with deletions limited
+constinit sqlite3_vfs *unlimited = nullptr; // the default VFS; set together with `limited`
+constinit char database[PATH_MAX] = {};     // whose journals may be deleted
 
 int deleteOwn(sqlite3_vfs * /*vfs*/, const char *name, int syncFolder)
 {
@@ -53,7 +53,7 @@ const char *contentFault(int journal)
         pread(journal, &tail, sizeof(tail), about.st_size - static_cast<off_t>(sizeof(tail)));
     if (length != static_cast<ssize_t>(sizeof(tail)))
         return "its journal cannot be read";
-    // The checksum is not looked at: whoever plants a name can make it right as well.
+    // The checksum is not verified: whoever plants a name can compute it, too.
     const bool names = memcmp(tail.magic, magic, sizeof(magic)) == 0 &&
                        memcmp(tail.length, noName, sizeof(noName)) != 0;
     return names ? "its journal names another file, which opening the database would delete; "
@@ -70,13 +70,13 @@ const char *databaseJournalFault(const char *path)
     if (realpath(path, resolved) == nullptr)
         return errno == ENOENT ? nullptr : strerror(errno);
     memcpy(resolved + strlen(resolved), ending, sizeof(ending));
-    // Non-blocking: it may be a pipe that nobody writes to.
+    // Non-blocking, because it may be a pipe without a writer.
     const Descriptor journal(open(resolved, O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
     if (journal.valid())
         return contentFault(journal.get());
     if (errno == ELOOP)
         return "its journal is a symbolic link";
-    // What this process may not read SQLite does not get to read in it either.
+    // SQLite cannot read a journal that this process may not read, either.
     return errno == ENOENT || errno == EACCES ? nullptr : strerror(errno);
 }
 

@@ -1,6 +1,5 @@
-// Owner of a file descriptor: closes it at the end of its scope unless it has been
-// handed on. Used everywhere but in the library, whose descriptors belong to the
-// platform.
+// Owner of a file descriptor, which is closed at the end of the scope unless released. Not used
+// in the library, whose descriptors belong to the platform.
 #pragma once
 
 #include <unistd.h>

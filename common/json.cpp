@@ -9,9 +9,9 @@ namespace {
 
 using Library = nlohmann::json;
 
-constexpr size_t deepest = 100; // levels of a text that is read
+constexpr size_t deepest = 100; // maximum nesting of a text to be read
 
-// A text or number as it is written.
+// A string or number as JSON text.
 std::string written(const Library &leaf)
 {
     return leaf.dump(-1, ' ', /*ensure_ascii=*/true, Library::error_handler_t::replace);
@@ -74,7 +74,7 @@ Json &Json::operator[](const std::string &name)
 void Json::need(Kind wanted, const char *name) const
 {
     if (kind != wanted)
-        throw JsonError(std::string("a value is no ") + name);
+        throw JsonError(std::string("a value is not of type ") + name);
 }
 
 bool Json::truth() const
@@ -135,11 +135,11 @@ bool Json::operator==(const Json &other) const
            objectMembers == other.objectMembers;
 }
 
-// What the library finds in a text, one call for each thing; false ends it.
+// Receives what the library parses, one call per element; returning false stops parsing.
 class JsonReader final : public nlohmann::json_sax<Library> {
 public:
     Json root;
-    std::string fault; // empty: none
+    std::string fault; // empty if none
 
     bool null() override { return take({}); }
     bool boolean(bool value) override { return take(value); }
@@ -151,7 +151,7 @@ public:
     }
     bool number_float(number_float_t value, const string_t &) override { return take(value); }
     bool string(string_t &value) override { return take(std::move(value)); }
-    bool binary(binary_t &) override { return false; } // not in a text
+    bool binary(binary_t &) override { return false; } // does not occur in text
     bool start_object(size_t) override { return open(Json::object()); }
     bool key(string_t &value) override
     {
@@ -210,12 +210,12 @@ private:
         return true;
     }
 
-    // A name that stands twice has its last value, at its first place.
+    // A duplicate name keeps its first position and its last value.
     static void keepLast(std::vector<Json::Member> &members)
     {
         std::map<std::string_view, Json::Member *> first;
         std::vector<Json::Member> kept;
-        kept.reserve(members.size()); // they do not move
+        kept.reserve(members.size()); // so that elements do not move
         for (Json::Member &member : members) {
             const auto found = first.find(member.name);
             if (found != first.end()) {
@@ -228,8 +228,8 @@ private:
         members = std::move(kept);
     }
 
-    std::vector<Json *> around;     // arrays and objects that are open
-    std::vector<std::string> names; // of the next member of each
+    std::vector<Json *> around;     // open arrays and objects
+    std::vector<std::string> names; // name of the next member of each
 };
 
 Json Json::parse(std::string_view text)
@@ -309,8 +309,8 @@ private:
             text += '\n' + std::string(level * indent, ' ');
     }
 
-    size_t indent;    // blanks of a level; 0: all on one line
-    size_t level = 0; // lists that are open
+    size_t indent;    // blanks per level; 0 writes a single line
+    size_t level = 0; // open arrays and objects
 };
 
 std::string Json::oneLine() const

@@ -1,6 +1,5 @@
-// JSON as a tree of values: what is printed is built of them, and what is read becomes
-// them. The library that knows the notation is included by one unit only, since it is
-// slow to compile.
+// JSON as a tree of values, for reading and writing. Only one unit includes the JSON library,
+// because it is slow to compile.
 #pragma once
 
 #include <concepts>
@@ -11,7 +10,7 @@
 #include <string_view>
 #include <vector>
 
-// A text that is no JSON, or a value that is not what was asked for.
+// Text that is not JSON, or a value of the wrong type.
 struct JsonError : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
@@ -43,7 +42,7 @@ public:
             push_back(value);
     }
 
-    // Not inline: every unit that prints would repeat them.
+    // Not inline, since every unit that prints would contain a copy.
     Json(const Json &);
     Json(Json &&) noexcept;
     Json &operator=(const Json &);
@@ -55,13 +54,13 @@ public:
     [[nodiscard]] static Json array();
     [[nodiscard]] static Json object();
 
-    // Throws a JsonError for a text that is no JSON, or nested too deep for any of ours.
+    // Throws a JsonError if the text is not JSON, or is nested too deeply.
     [[nodiscard]] static Json parse(std::string_view text);
     [[nodiscard]] static Json parseOrNull(std::string_view text); // null instead
 
     // To an array. Named as containers name it. NOLINTNEXTLINE(readability-identifier-naming)
     void push_back(Json value);
-    Json &operator[](const std::string &name); // of an object; made where there is none
+    Json &operator[](const std::string &name); // of an object; created if missing
 
     [[nodiscard]] bool isNull() const { return kind == Kind::null; }
     [[nodiscard]] bool isBoolean() const { return kind == Kind::boolean; }
@@ -71,7 +70,7 @@ public:
     [[nodiscard]] bool isArray() const { return kind == Kind::array; }
     [[nodiscard]] bool isObject() const { return kind == Kind::object; }
 
-    // The value; throws a JsonError where it is of another kind.
+    // The value; throws a JsonError if it has another type.
     [[nodiscard]] bool truth() const;
     [[nodiscard]] int64_t integer() const;
     [[nodiscard]] double real() const;
@@ -79,16 +78,16 @@ public:
     [[nodiscard]] const std::vector<Json> &values() const;    // of an array
     [[nodiscard]] const std::vector<Member> &members() const; // of an object, in order
 
-    // A member of an object: null where there is none, or thrown.
+    // A member of an object; if missing, find returns null and at throws.
     [[nodiscard]] const Json *find(std::string_view name) const;
     [[nodiscard]] const Json &at(std::string_view name) const;
 
     bool operator==(const Json &other) const;
 
-    // In ASCII, so that a control character or a mark that turns the writing direction
-    // around does not reach a terminal. Bytes that are no UTF-8 become U+FFFD.
+    // In ASCII, so that control characters and marks that reverse the writing direction do not
+    // reach a terminal. Bytes that are not UTF-8 become U+FFFD.
     [[nodiscard]] std::string oneLine() const;
-    [[nodiscard]] std::string lines() const; // one for each value, indented, with line ends
+    [[nodiscard]] std::string lines() const; // one value per line, indented, with line ends
 
 private:
     friend class JsonReader;
@@ -108,17 +107,17 @@ private:
     void need(Kind wanted, const char *name) const;
 
     Kind kind;
-    int64_t number; // of an integer; 0 or 1 of a boolean
+    int64_t number; // of an integer; 0 or 1 for a boolean
     double realNumber = 0;
     std::string string;
     std::vector<Json> arrayValues;
     std::vector<Member> objectMembers;
 };
 
-// A member of an object that is being made.
+// A member in the initialiser of an object.
 struct Json::Field {
     const char *name;
-    mutable Json value; // moved away
+    mutable Json value; // moved from
 };
 
 struct Json::Member {
@@ -128,8 +127,8 @@ struct Json::Member {
     bool operator==(const Member &) const = default;
 };
 
-// Whether a text can be written as it is.
+// Whether a text can be written unchanged.
 bool isUtf8(std::string_view text);
 
-// One line on standard output.
+// Prints one line to standard output.
 void printJson(const Json &json);

@@ -1,15 +1,14 @@
-// How the service's host tells clients which database it serves: a file beside the
-// messaging's sockets, locked with flock by the host for as long as it serves. It holds
-// device and inode of the database in decimal, and its path, parted by blanks, and a line
-// end. It is owned by the service's user.
+// How the service's host publishes which database it serves: in a file next to the messaging
+// sockets, locked with flock while the host serves. It has one line with device and inode of
+// the database in decimal and its path, separated by blanks. It is owned by the service's user.
 #pragma once
 
 #include <cstdlib>
 
-constexpr const char *servedFileName = "103.database"; // of the switch manager's module
+constexpr const char *servedFileName = "103.database"; // for the switch manager's module
 constexpr const char *servedFileFormat = "%ju %ju %s\n";
 
-// Where the messaging keeps its sockets.
+// The directory of the messaging sockets.
 inline const char *relayDirectory()
 {
     const char *name = getenv("RELAY_DIR");

@@ -59,7 +59,7 @@ const char *databaseRecover(const char *path)
     static char reason[256];
     char resolved[PATH_MAX];
     if (!databaseFolderResolve(path, resolved))
-        return "its folder cannot be used";
+        return "its folder is not accessible";
     sqlite3 *db = nullptr;
     // The first query of the tables rolls a hot journal back; a write-ahead log is
     // emptied and disabled, since reading one requires a writable file.

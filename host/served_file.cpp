@@ -17,7 +17,7 @@
 namespace {
 
 constinit const char *database = nullptr;
-constinit int locked = -1; // the file, open for as long as it is there
+constinit int locked = -1; // the descriptor of the file, open while it exists
 
 using Path = char[PATH_MAX];
 
@@ -52,14 +52,14 @@ void servedFilePublish()
     Path fresh;
     if (database == nullptr || locked >= 0 || !pathOf(path, "") || !pathOf(fresh, ".new"))
         return;
-    unlink(fresh); // of a service that was ended while it wrote
+    unlink(fresh); // left by a service that was ended while writing
     constexpr mode_t forEverybody = 0644;
     Descriptor file(open(fresh, O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, forEverybody));
     if (!file.valid() && errno == ENOENT)
-        return; // another messaging, which has no such folder
+        return; // another messaging implementation, which has no such folder
     if (!file.valid() || !writeTo(file.get()) || rename(fresh, path) != 0) {
         fprintf(stderr,
-                "swmgrd: %s cannot be written: %s; clients are not told which database "
+                "swmgrd: %s cannot be written: %s; clients cannot check which database "
                 "is served\n",
                 path, strerror(errno));
         unlink(fresh);
@@ -75,7 +75,7 @@ void servedFileWithdraw()
     struct stat there = {};
     if (locked < 0)
         return;
-    // Where the folder was replaced what lies there is another service's.
+    // If the folder was replaced, the file there belongs to another service.
     if (pathOf(path, "") && fstat(locked, &mine) == 0 && lstat(path, &there) == 0 &&
         mine.st_ino == there.st_ino && mine.st_dev == there.st_dev)
         unlink(path);

@@ -1,9 +1,9 @@
-// Tells clients which database is served, in a file that common/served_file.h describes:
-// a client that works on another one would have this one's service clear its network.
+// Publishes which database is served, in the file described by common/served_file.h. A client
+// that worked on another database would make this service tear down its own network.
 #pragma once
 
-// What is served from now on; called once the messaging is the process's own. Where
-// there is no folder of sockets nothing is told. The path must stay.
+// Sets the database to publish; servedFilePublish is called once the process owns the messaging
+// module. Without a folder of sockets nothing is published. The string must remain valid.
 void servedFileIs(const char *path);
 void servedFilePublish();
 void servedFileWithdraw();

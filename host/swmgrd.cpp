@@ -41,22 +41,22 @@ constexpr char usage[] =
     "                              module\n"
     "  -D, --debug                 log developer messages, with operation and source\n"
     "                              line\n"
-    "  -s, --stop-timeout SECONDS  end in the middle of the work when a stop takes\n"
-    "                              longer (default 5)\n"
-    "  -c, --require-configuration end with status 1 when the stored configuration\n"
-    "                              cannot be loaded as a whole\n"
-    "  -r, --recover               put a database in order that a crash left half\n"
-    "                              written, and end; needs write access\n"
+    "  -s, --stop-timeout SECONDS  end even if busy when stopping takes longer\n"
+    "                              than this (default 5)\n"
+    "  -c, --require-configuration end with status 1 if the stored configuration\n"
+    "                              cannot be fully loaded\n"
+    "  -r, --recover               repair a database left half written by a crash,\n"
+    "                              and end; needs write access\n"
     "  -h, --help                  show this text\n"
     "  -V, --version               show the version\n"
     "\n"
-    "RELAY_DIR names the directory of the messaging sockets (default /run/relay),\n"
-    "SAL_CMD_TIMEOUT the seconds a tool may take (default 30). SAL_VLAN=kernel has\n"
-    "sub-interfaces and VLANs of a bridge made without vconfig, ifconfig and bridge,\n"
-    "by the kernel's own requests (default tool). Readiness is told to the socket that\n"
-    "NOTIFY_SOCKET names.\n"
+    "RELAY_DIR is the directory of the messaging sockets (default /run/relay),\n"
+    "SAL_CMD_TIMEOUT the seconds a tool may take (default 30). With SAL_VLAN=kernel,\n"
+    "sub-interfaces and bridge VLANs are set by requests to the kernel instead of\n"
+    "running vconfig, ifconfig and bridge (default tool). Readiness is reported to the\n"
+    "socket in NOTIFY_SOCKET.\n"
     "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage, 3\n"
-    "stopped in the middle of its work; the next start writes every VLAN anew.\n";
+    "stopped while busy; the next start writes every VLAN again.\n";
 
 // Written by the signal handler, for a signal that arrives during the start.
 volatile sig_atomic_t stopRequested = 0;
@@ -75,7 +75,7 @@ void onStopSignal(int /*number*/)
 void onStopTimeout(int /*number*/)
 {
     childrenEnd();
-    constexpr char message[] = "swmgrd: still at work after the stop timeout, ended\n";
+    constexpr char message[] = "swmgrd: still busy after the stop timeout, ended\n";
     static_cast<void>(!write(STDERR_FILENO, message, sizeof(message) - 1));
     _exit(EXIT_CUT_OFF);
 }
@@ -180,8 +180,8 @@ int recover()
 void reportIncomplete(int status)
 {
     static_cast<void>(swMgrDebug(nullptr, SWMGR_LOG_ERROR, nullptr, 0,
-                                 "the stored configuration was not loaded whole (%d); the "
-                                 "messages before say where, and the service %s\n",
+                                 "the stored configuration was not fully loaded (%d); the "
+                                 "messages before show where, and the service %s\n",
                                  status, options.requireConfiguration ? "ends" : "runs"));
 }
 
@@ -190,11 +190,11 @@ void announceReady(int status)
     char message[128] = "READY=1\nSTATUS=Serving requests\n";
     if (status < 0)
         snprintf(message, sizeof(message),
-                 "READY=1\nSTATUS=Serving requests; the configuration was not loaded whole (%d), "
-                 "the log says where it stopped\n",
+                 "READY=1\nSTATUS=Serving requests; the configuration was not fully loaded (%d), "
+                 "the log shows where it stopped\n",
                  status);
     if (!notifyManager(message))
-        fputs("swmgrd: NOTIFY_SOCKET cannot be written to; readiness is not announced\n", stderr);
+        fputs("swmgrd: NOTIFY_SOCKET cannot be written to; readiness is not reported\n", stderr);
 }
 
 int serve()
@@ -213,7 +213,7 @@ int serve()
     if (loaded < 0)
         reportIncomplete(loaded);
     if (refused)
-        fprintf(stderr, "swmgrd: the stored configuration could not be loaded whole (%d)\n",
+        fprintf(stderr, "swmgrd: the stored configuration could not be fully loaded (%d)\n",
                 loaded);
     if (stopRequested != 0 || refused)
         swMgrInitialized = 0; // startup set it after the signal
@@ -240,7 +240,7 @@ int main(int argc, char **argv)
         return EXIT_FAILED;
     }
     if (!databaseDeletionsLimit(options.database)) {
-        fprintf(stderr, "swmgrd: database %s: SQLite cannot be kept to its own files\n",
+        fprintf(stderr, "swmgrd: database %s: cannot confine SQLite to its own files\n",
                 options.database);
         return EXIT_FAILED;
     }

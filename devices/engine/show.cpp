@@ -46,7 +46,7 @@ MapText mapText(uint32_t map)
     return result;
 }
 
-// A file written by somebody else may claim more than the table has.
+// A corrupt file may claim more entries than the table has.
 uint32_t vlanEnd(const State &state)
 {
     return std::min(state.vlanIndexEnd, vlanTableSize);

@@ -8,14 +8,14 @@ constexpr char usage[] =
     R"(usage: swchip --socket PATH [--trace[=FILE]] [--down PORT]...
        swchip --show --socket PATH [--json]
 
-Plays a five-port switch chip and its driver: a process that opens the Unix
-socket PATH as its device finds what a driver would answer.
+Simulates a five-port switch chip and its driver: a process that opens the Unix
+socket PATH as its device gets the answers of the driver.
 
   --socket PATH   where the device is
   --trace[=FILE]  write each request with its fields and result, one line each,
                   to standard output or to the end of FILE
   --down PORT     report the link of this port (0 to 4) as down
-  --show          print what the chip at PATH holds: modes, ports, VLAN table
+  --show          print the state of the chip at PATH: modes, ports, VLAN table
   --json          with --show: as JSON
   --help          print this text
   --version       print the version

@@ -135,7 +135,7 @@ bool answerPacket(Server &server, Opener &opener, size_t length)
 {
     device::RequestHeader header = {};
     if (length < sizeof(header)) {
-        traceLine(server, "packet of " + std::to_string(length) + " bytes is no request");
+        traceLine(server, "packet of " + std::to_string(length) + " bytes is not a request");
         return answer(opener, -EINVAL, nullptr, 0);
     }
     memcpy(&header, server.packet.data(), sizeof(header));

@@ -13,15 +13,15 @@ constexpr char usage[] =
     R"(usage: swcuse [--name NAME] [--trace[=FILE]] [--down PORT]...
        swcuse --show [--json] [--name NAME]
 
-Plays a five-port switch chip and its driver as the character device /dev/NAME.
-Needs root and the kernel module cuse. The device is also readable: it gives the
-chip's state as a table, or as JSON to who has written the word "json" to it.
+Simulates a five-port switch chip and its driver as the character device /dev/NAME.
+Needs root and the kernel module cuse. The device is also readable: it returns
+the chip's state as a table, or as JSON after the word "json" has been written to it.
 
   --name NAME     of the device, default bcmsw
   --trace[=FILE]  write each request with its fields and result, one line each,
                   to standard output or to the end of FILE
   --down PORT     report the link of this port (0 to 4) as down
-  --show          print what the chip behind /dev/NAME holds
+  --show          print the state of the chip behind /dev/NAME
   --json          with --show: as JSON
   --help          print this text
   --version       print the version

@@ -24,8 +24,8 @@ constexpr char usageHead[] =
        swengine reset
        swengine --help | --version
 
-Plays the tools of a packet switch engine, and vconfig and ifconfig where the
-kernel makes no VLAN sub-interfaces.
+Simulates the tools of a packet switch engine, and vconfig and ifconfig if the
+kernel does not support VLAN sub-interfaces.
 
 )";
 
@@ -37,7 +37,7 @@ Environment:
   SWENGINE_VLAN   "simulated": do not use the kernel's VLAN support
 
 Exit status: 0 done, 1 wrong arguments or no such interface, 2 well formed but
-not possible, 3 the state file cannot be used.
+not possible, 3 the state file is unusable.
 )";
 
 int usagePrint()
@@ -137,7 +137,7 @@ int call(const Tool &tool, const char *name, int count, char **words)
 
 int misused(const char *word)
 {
-    fprintf(stderr, "swengine: '%s' is no tool. Try 'swengine --help'.\n", word);
+    fprintf(stderr, "swengine: '%s' is not a tool. Try 'swengine --help'.\n", word);
     return badArguments;
 }
 

@@ -31,7 +31,7 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
         return nullptr;
     }
     if (info.st_size != 0 && info.st_size != static_cast<off_t>(sizeof(State))) {
-        snprintf(why, whySize, "%s is no state file of this version; remove it", path);
+        snprintf(why, whySize, "%s is not a state file of this version; remove it", path);
         return nullptr;
     }
     void *memory = mmap(nullptr, sizeof(State), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
@@ -44,7 +44,7 @@ State *StateFile::open(const char *path, char *why, size_t whySize)
         stateReset(*state);
     if (state->magic != stateMagic || state->version != stateVersion ||
         state->size != sizeof(State)) {
-        snprintf(why, whySize, "%s is no state file of this version; remove it", path);
+        snprintf(why, whySize, "%s is not a state file of this version; remove it", path);
         return nullptr;
     }
     return state;

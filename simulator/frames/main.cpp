@@ -266,7 +266,7 @@ int main(int argc, char **argv)
         } else if (inet_pton(AF_INET, argv[i], &address) == 1) {
             addresses.push_back(address);
         } else {
-            fprintf(stderr, "swframes: '%s' is no place. Try 'swframes --help'.\n", argv[i]);
+            fprintf(stderr, "swframes: '%s' is not a place. Try 'swframes --help'.\n", argv[i]);
             return 2;
         }
     }

@@ -1,4 +1,4 @@
-// The only place that knows which backends exist. A new one is a row here, a folder beside
+// The only place that knows which backends exist. To add one, add a row here, a folder next to
 // the others, and a test.
 #include "backends/backends.h"
 
@@ -54,6 +54,6 @@ extern "C" int switchConfigFuncUnRegister(Switch *sw)
         return statusInvalid;
     const Backend backend = backendOf(*sw);
     if (backend.unregisterFunc != nullptr)
-        static_cast<void>(backend.unregisterFunc(sw)); // it can only fail for a foreign name
+        static_cast<void>(backend.unregisterFunc(sw)); // fails only for the name of another backend
     return 0;
 }

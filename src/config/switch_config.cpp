@@ -1,5 +1,5 @@
-// The life of a switch: added, applied, disabled, detached. Every command goes to one
-// switch; passing it down the hierarchy is up to the backend.
+// Adding, applying, disabling and detaching switches. Each command goes to one switch; passing
+// it down the hierarchy is up to the backend.
 #include "config/switch_config.h"
 
 #include "backends/backends.h"
@@ -16,15 +16,15 @@
 
 namespace {
 
-// A switch-wide setting, sent as the first bytes of a payload area.
+// A switch-wide setting, sent at the start of a payload area.
 struct Setting {
     int cmd;
-    uint32_t length; // 1 sends the low byte alone
+    uint32_t length; // 1 sends only the low byte
     int32_t Switch::*value;
-    const char *message; // takes one %s, the switch's name
+    const char *message; // with one %s for the switch's name
 };
 
-// In the order in which they are sent.
+// In sending order.
 constexpr Setting settings[] = {
     {SW_CMD_VLAN_ENABLE, commandAreaLength, &Switch::vlanEnable, "Failed to enable VLAN in %s \n"},
     {SW_CMD_QOS_ENABLE, 4, &Switch::qosEnable, "Failed to enable QoS in %s \n"},

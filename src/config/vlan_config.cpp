@@ -1,5 +1,5 @@
-// Walks the switch list for each configured VLAN. Every switch gets its own object and its
-// own commands, so no switch passes them on meanwhile.
+// Configures each VLAN switch by switch. Every switch gets its own object and its own commands,
+// so switches do not pass commands on meanwhile.
 #include "config/vlan_config.h"
 
 #include "base/labels.h"
@@ -39,10 +39,10 @@ extern "C" int switchVlanConfigure(Switch *, int32_t cmd, SwitchVlanCfg *cfg)
 {
     switch (cmd) {
     case SW_CMD_VLAN_ADD:
-        static_cast<void>(switchVlanConfAdd(cfg)); // the requester is not told
+        static_cast<void>(switchVlanConfAdd(cfg)); // the requester is not notified
         return 0;
     case SW_CMD_VLAN_DELETE:
-        static_cast<void>(switchVlanConfDelete(cfg)); // the requester is not told
+        static_cast<void>(switchVlanConfDelete(cfg)); // the requester is not notified
         return 0;
     default:
         return statusFailed;

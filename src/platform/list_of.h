@@ -1,6 +1,6 @@
-// A typed walk over a sal list: `for (Switch &sw : ListOf<Switch>(switchTbl))`.
-// The current element may be removed from the list, or moved to its end: its successor is
-// determined before the body runs.
+// A typed range over a sal list: `for (Switch &sw : ListOf<Switch>(switchTbl))`. The successor
+// is determined before the body runs, so the body may remove the current element or move it to
+// the end.
 #pragma once
 
 #include "platform/sal.h"

@@ -1,13 +1,12 @@
-// Decimal numbers in texts from outside.
+// Decimal numbers in text from outside.
 #pragma once
 
 #include <cstdint>
 #include <cstdlib>
 
-// Reads the decimal number at the start of `text`: leading white space and a
-// sign are accepted, what follows the digits is ignored, and a value beyond 32
-// bits becomes the nearest one that fits. Returns false, with 0, when there is
-// no digit.
+// Reads the decimal number at the start of `text`. Leading white space and a sign are accepted,
+// anything after the digits is ignored, and a value that does not fit in 32 bits saturates.
+// Without a digit, stores 0 and returns false.
 inline bool decimalRead(const char *text, int32_t &value)
 {
     char *end = nullptr;

@@ -1,4 +1,4 @@
-// Owners of what the library borrows from the platform for the duration of a call.
+// Owners for resources that the library borrows from the platform during a call.
 #pragma once
 
 #include "platform/database.h"
@@ -12,7 +12,7 @@ struct Releaser {
     template <class T>
     void operator()(T *resource) const
     {
-        // One release per owner; the checker mistakes all instances for one function.
+        // One release per owner; cppcheck takes all instances for the same function.
         // cppcheck-suppress doubleFree
         static_cast<void>(Release(resource));
     }
@@ -23,7 +23,7 @@ using SqlText = std::unique_ptr<char, Releaser<sqlite3_free>>;
 using SalFile = std::unique_ptr<FILE, Releaser<salFileClose>>;
 using PointerArray = std::unique_ptr<char *, Releaser<free>>;
 
-// A descriptor that sal closes; negative when there is none.
+// A descriptor to be closed by sal; negative if there is none.
 class SalDescriptor {
 public:
     explicit SalDescriptor(int descriptor) : fd(descriptor) {}

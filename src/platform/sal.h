@@ -1,5 +1,5 @@
-// The device's operating-system layer: intrusive lists, command lines, device
-// nodes and files. Bound at load time like the messaging library.
+// The device's operating-system layer: intrusive lists, command lines, device nodes and files.
+// Bound at load time like the messaging library.
 #pragma once
 
 #include <stdint.h>
@@ -14,7 +14,7 @@ typedef struct SalListLink {
     struct SalListLink *next, *prev;
 } SalListLink;
 
-// Embedded in the owner of the elements; keeps append order.
+// Embedded in the owner of the elements; keeps them in order of addition.
 typedef struct SalList {
     SalListLink *first, *last;
 } SalList;
@@ -25,15 +25,15 @@ SalListLink *salListNext(SalListLink *link); // null after the last
 void salListNodeAppend(SalList *list, SalListLink *link);
 void salListNodeRemove(SalList *list, SalListLink *link);
 
-int salOpen(const char *path, int flags, int mode); // descriptor, or negative
+int salOpen(const char *path, int flags, int mode); // a descriptor, or negative
 int salClose(int fd);
 
-// What the driver returned, or a negative errno value. An integer argument
-// travels as the pointer's value.
+// Returns the driver's result or a negative errno value. An integer argument is passed as a
+// pointer value.
 int salIoctl(int fd, unsigned int request, void *arg);
 
-// Runs the line to completion. 0 on success, a positive exit status if the command
-// failed, negative if it could not be run.
+// Runs a command line to completion. Returns 0 on success, a positive exit status if the
+// command failed, a negative value if it could not be run.
 int salCmdExec(const char *commandLine, int arg1, int arg2);
 
 FILE *salFileOpen(const char *path, const char *mode);

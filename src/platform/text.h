@@ -1,5 +1,5 @@
-// Bounded text between fixed arrays: nothing is written past the destination, and nothing
-// read past a source field that lacks its terminator.
+// Bounded text in fixed-size arrays: never writes past the destination, and never reads past a
+// source field that lacks its terminator.
 #pragma once
 
 #include <cstdarg>
@@ -7,8 +7,8 @@
 #include <cstdio>
 #include <cstring>
 
-// Copies the text of a field into an array of any size and terminates it; text that does
-// not fit is truncated.
+// Copies the text of a field to an array of any size and terminates it, truncating it if
+// necessary.
 template <size_t N, size_t M>
 void textCopy(char (&to)[N], const char (&from)[M])
 {
@@ -18,7 +18,7 @@ void textCopy(char (&to)[N], const char (&from)[M])
     memset(to + length, 0, N - length);
 }
 
-// Formats into an array; text that does not fit is truncated.
+// Formats into an array, truncating the text if necessary.
 template <size_t N>
 [[gnu::format(printf, 2, 3)]] void textFormat(char (&to)[N], const char *format, ...)
 {
@@ -28,7 +28,7 @@ template <size_t N>
     va_end(arguments);
 }
 
-// Truncates a text that fills its field to the last byte.
+// Truncates a text that fills its field completely.
 template <size_t N>
 void textTerminate(char (&field)[N])
 {

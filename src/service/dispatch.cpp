@@ -1,6 +1,5 @@
-// Routes each message by its type. Messages may be short, unterminated or hostile: lengths
-// are checked here, and records are copied out of the sender's buffer before anything
-// reads them.
+// Routes each message by its type. Messages may be short, unterminated or hostile, so lengths
+// are checked here, and records are copied out of the sender's buffer before they are used.
 #include "service/dispatch.h"
 
 #include "base/log.h"
@@ -19,8 +18,8 @@ struct Request {
     int type;
     void *data;
     int length;         // of data
-    void *replyBuf;     // or none
-    uint32_t *replyLen; // or none
+    void *replyBuf;     // or null
+    uint32_t *replyLen; // or null
 
     [[nodiscard]] bool isExactly(size_t size) const
     {
@@ -36,7 +35,7 @@ struct Request {
     }
 };
 
-// The sender learns only of failures; every success is answered with 0.
+// The sender only sees failures; every success is reported as 0.
 int answer(int status)
 {
     return status < 0 ? status : 0;
@@ -60,7 +59,7 @@ int vlanRequest(const Request &request, const char *func)
     textTerminate(copy.vlan.ingressMap);
     textTerminate(copy.vlan.egressMap);
     const int status = switchVlanConfigure(top, request.type, &copy.vlan);
-    // The sender's record receives the index that the service assigned.
+    // Return the index that the service has assigned in the sender's record.
     memcpy(static_cast<char *>(request.data) + offsetof(SwMgrVlanRequest, vlan) +
                offsetof(SwitchVlanCfg, vlanIndex),
            &copy.vlan.vlanIndex, sizeof(copy.vlan.vlanIndex));

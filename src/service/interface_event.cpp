@@ -1,4 +1,4 @@
-// Turns an interface event into command 50 for the top-level switch.
+// Converts an interface event to command 50 for the top-level switch.
 #include "service/interface_event.h"
 
 #include "base/log.h"
@@ -19,7 +19,7 @@ bool carriesBandwidth(uint32_t eventCode)
            eventCode == SWMGR_IFDEV_EVENT_C;
 }
 
-// The final message of a refused event is the request handler's.
+// The request handler logs the final message about a refused event.
 int refused(int status)
 {
     LOG_AT(SWMGR_LOG_ERROR, noLabel, "swMgrIoctlHandler", __LINE__,
@@ -52,11 +52,11 @@ extern "C" int swMgrHandleIfDevEvent(const void *eventData, const void *bandwidt
         return refused(statusFailed);
     }
 
-    // However much of it the sender gave: the messaging hands over no shorter buffer.
+    // Safe however little the sender provided: a reply buffer is never shorter.
     static_assert(sizeof(SwMgrIfBandwidth) <= RELAY_REPLY_SIZE);
     SwMgrIfBandwidth bandwidth;
     memcpy(&bandwidth, bandwidthData, sizeof(bandwidth));
-    // The product wraps at 32 bits, as the senders expect.
+    // The product wraps at 32 bits, as senders expect.
     const uint32_t rate = bandwidth.totalBandwidth * bandwidth.percentage / 100;
     SwCmdRateLimit limit{};
     limit.portNumber = upstreamPort;

@@ -1,4 +1,4 @@
-// The host's entry points: start, run and stop of the service.
+// The host's entry points: starting, running and stopping the service.
 #include "swmgr/swmgr.h"
 
 #include "base/log.h"
@@ -14,16 +14,16 @@ namespace {
 constexpr int registrationMode = 2;
 constexpr int listenPeriod = 1000000;
 
-// Set by a swMgrInit that succeeds, cleared by one that fails and by swMgrDeinit.
-// The host may clear swMgrInitialized to stop the loop, so that flag cannot tell
-// whether there is still something to release.
+// Set by a successful swMgrInit, cleared by a failed one and by swMgrDeinit. The host may clear
+// swMgrInitialized to stop the loop, so that flag does not show whether there is anything left
+// to release.
 constinit bool started = false;
 
 void unregister()
 {
     if (pSwMgrRelayCtx == nullptr)
         return;
-    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // nothing can be done about a failure
+    static_cast<void>(relayUnRegister(pSwMgrRelayCtx)); // a failure here has no remedy
     pSwMgrRelayCtx = nullptr;
 }
 
@@ -50,8 +50,8 @@ extern "C" int swMgrInit(const char *dbPath)
         unregister();
         return status;
     }
-    // If the configuration could not be loaded, that has been reported; the service starts
-    // anyway, so that database events can correct it.
+    // A failure to load the configuration has been logged. The service starts anyway, so that
+    // database events can correct it.
     static_cast<void>(swMgrCfgReload());
     started = true;
     swMgrInitialized = 1;

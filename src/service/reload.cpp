@@ -1,5 +1,5 @@
-// The order of loading matters: a port needs its switch and the ports it maps onto, and a
-// VLAN is created in every existing switch.
+// The loading order matters: a port needs its switch and the ports it maps onto, and a VLAN is
+// created in every existing switch.
 #include "service/reload.h"
 
 #include "base/log.h"
@@ -12,7 +12,7 @@ namespace {
 
 struct Step {
     int (*run)();
-    const char *message; // logged when the step fails
+    const char *message; // logged if the step fails
 };
 
 constexpr Step steps[] = {
@@ -26,7 +26,7 @@ constexpr Step steps[] = {
 
 extern "C" int swMgrCfgReload(void)
 {
-    // At the first start there is no switch yet, which is not a failure.
+    // The first time there is no switch yet, which is not a failure.
     static_cast<void>(switchCfgDisable(nullptr));
     static_cast<void>(switchLibDeinit());
     static_cast<void>(switchLibInit());

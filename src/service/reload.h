@@ -1,14 +1,14 @@
-// Loading and applying the stored configuration at the start.
+// Loading and applying the stored configuration at startup.
 #pragma once
 
 #include "swmgr/swmgr.h"
 
 extern "C" {
-// Takes the VLANs of a current top-level switch down, empties the switch list,
-// loads the three tables and applies the top-level switch. Returns 0 or the
-// negative result of the step that failed; what that step did stays.
+// Disables the VLANs of the current top-level switch, if any, empties the switch list, loads
+// the three tables and applies the top-level switch. Returns 0 or the negative result of the
+// failed step, which is not undone.
 [[nodiscard]] SWMGR_API int swMgrCfgReload(void);
 
-// Applies the whole configuration of the top-level switch. -1 without one.
+// Applies the whole configuration of the top-level switch. Returns -1 if there is none.
 [[nodiscard]] SWMGR_API int swMgrCfgApply(void);
 }

@@ -1,4 +1,4 @@
-// The commands that a backend carries out, as rows of a table.
+// Tables of the commands that a backend supports.
 #pragma once
 
 #include "model/switch.h"
@@ -7,8 +7,8 @@
 
 struct BackendCommand {
     int code;
-    uint32_t length;     // the exact length that a sender declares, or anyLength
-    const char *message; // logged on arrival; takes one %d, the code
+    uint32_t length;     // exact length that the sender must declare, or anyLength
+    const char *message; // logged on arrival, with one %d for the code
     int (*run)(Switch *sw, const void *payload);
 
     static constexpr uint32_t anyLength = 0;
@@ -30,7 +30,7 @@ constexpr bool codesAreUnique(const BackendCommand (&commands)[N])
     return true;
 }
 
-// The row of a code, or none.
+// The row for a code, or null.
 template <size_t N>
 const BackendCommand *commandOf(const BackendCommand (&commands)[N], int code)
 {

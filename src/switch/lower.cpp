@@ -1,4 +1,4 @@
-// Forwards commands down the hierarchy and translates port numbers.
+// Passes commands down the hierarchy and translates port numbers.
 #include "switch/lower.h"
 
 #include "base/labels.h"
@@ -13,14 +13,14 @@
 
 namespace {
 
-// The command on its way to one lower switch, whose reply arguments it keeps.
+// A command on its way to one lower switch, with the reply arguments of the original.
 struct Transfer {
     Switch &sw;
     Switch &lower;
     int cmd;
     void *replyBuf;
     uint32_t *replyLen;
-    const char *func; // operation that logs
+    const char *func; // operation to log under
 
     [[nodiscard]] int send(const void *payload, uint32_t payloadLen) const
     {

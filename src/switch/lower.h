@@ -1,4 +1,4 @@
-// How a switch hands a command on to the switches below it, for the backends that do.
+// Passing a command on to lower switches, for backends that do so.
 #pragma once
 
 #include "model/switch.h"
@@ -12,14 +12,14 @@ struct SwitchLowerCommand {
     uint32_t *replyLen;
 };
 
-// Hands a command to every switch below through confTransferFunc, and stops at the first
-// that fails. 0, also where the last one gave something else; the failure, else. Logs
+// Passes a command on to every switch below through confTransferFunc, stopping at the first
+// failure. Returns 0, even if the last one returned a positive value, or the failure. Logs
 // under `func`.
 [[nodiscard]] int switchLowerConfig(Switch &sw, const SwitchLowerCommand &command,
                                     const char *func);
 
-// Hands a command to one of them. A rate limit goes to every port that the one named is
-// mapped onto. The lower switch's status; -1 for a rate limit without a record, of an
-// unknown port or of one that is mapped onto none.
+// Passes a command on to one switch below. A rate limit is sent for every port that the named
+// one is mapped onto. Returns the lower switch's status; -1 for a rate limit that has no
+// record, or names a port that is unknown or has no mapping.
 [[nodiscard]] int switchLowerTransfer(Switch &sw, Switch &lower, const SwitchLowerCommand &command,
                                       const char *func);

@@ -1,4 +1,4 @@
-// Reads a command's record from a payload, which need not be aligned.
+// Reading a command's record from a payload, which need not be aligned.
 #pragma once
 
 #include "model/command.h"
@@ -6,8 +6,8 @@
 #include <cstring>
 #include <type_traits>
 
-// A copy of the record at the start of a payload. Every sender provides its command's
-// complete record; a relay request even provides the whole payload area.
+// A copy of the record at the start of a payload. Every sender provides the complete record; a
+// relay request even provides the whole payload area.
 template <class Record>
 Record recordOf(const void *payload)
 {

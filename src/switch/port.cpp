@@ -1,4 +1,4 @@
-// Creates and lists ports and sends the commands that name one.
+// Creates and lists ports, and sends the commands that name a port.
 #include "switch/port.h"
 
 #include "base/labels.h"
@@ -17,7 +17,7 @@ namespace {
 
 constinit uint32_t switchPortCount = 0; // ports added since the library was loaded
 
-// The field keeps up to 64 characters and then has no terminator.
+// A name of 64 characters fills the field, leaving no terminator.
 void interfaceNameCopy(SwitchPort &port, const SwitchPortCfg &cfg)
 {
     memcpy(port.interfaceName, cfg.interfaceName,
@@ -84,7 +84,7 @@ extern "C" SwitchPort *switchPortCreate(const SwitchPortCfg *cfg)
     SwitchPort *port = portAllocate(*cfg, *sw);
     if (port == nullptr)
         return nullptr;
-    char mapping[sizeof(cfg->phyDevice)]; // modified while it is parsed
+    char mapping[sizeof(cfg->phyDevice)]; // modified by parsing
     textCopy(mapping, cfg->phyDevice);
     if (switchPortMapInit(port, mapping) < 0) {
         LOG_ERROR(swPortStrGet(port), "Failed to initiate port mappings \n");

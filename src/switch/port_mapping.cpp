@@ -1,4 +1,4 @@
-// Parses mapping texts and links ports of neighbouring levels.
+// Parses mappings and links ports of adjacent levels.
 #include "switch/port_mapping.h"
 
 #include "base/labels.h"
@@ -15,11 +15,11 @@ namespace {
 
 constexpr size_t longestSwitchName = 63;
 
-// One entry of a mapping text.
+// One entry of a mapping.
 struct Entry {
     const char *switchName;
     int32_t portNumber;
-    bool wellFormed; // with a colon, a number and a name that fits
+    bool wellFormed; // with a colon, a number, and a name that fits
 };
 
 // Splits an entry at its first colon, in place.
@@ -34,8 +34,8 @@ Entry entryRead(char *text)
     return entry;
 }
 
-// A malformed entry, or a port mapped onto its own switch, which would make
-// forwarding endless, is treated like an unknown switch.
+// A malformed entry, or one that maps a port onto its own switch and so would make commands
+// loop for ever, is treated like an unknown switch.
 Switch *switchBelow(const SwitchPort &port, const Entry &entry)
 {
     Switch *lower = entry.wellFormed ? switchByNameGet(entry.switchName) : nullptr;

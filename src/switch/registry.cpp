@@ -1,4 +1,4 @@
-// Owns the switch list and the level bookkeeping, and finds switches and ports.
+// Owns the switch list, tracks the levels, and finds switches and ports.
 #include "switch/registry.h"
 
 #include "base/log.h"
@@ -10,7 +10,7 @@
 
 #include <cstdlib>
 
-constinit SalList switchTbl = {}; // written by switchLibInit and by additions
+constinit SalList switchTbl = {}; // set by switchLibInit and by additions
 
 namespace {
 
@@ -138,7 +138,7 @@ extern "C" int switchConfig(const SwMgrSwitchCmdRequest *request, int cmd, void 
 {
     if (request == nullptr)
         return statusFailed;
-    char name[sizeof(request->switchName) + 1]; // the request's field may be full
+    char name[sizeof(request->switchName) + 1]; // the request's field may lack a terminator
     textCopy(name, request->switchName);
     Switch *sw = switchByNameGet(name);
     if (sw == nullptr)

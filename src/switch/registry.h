@@ -1,5 +1,5 @@
-// The switches of the gateway: one list, looked up by name and by level, and
-// their ports, looked up by number.
+// The gateway's switches in one list, looked up by name and by level, and their ports, looked
+// up by number.
 #pragma once
 
 #include "model/configuration.h"
@@ -8,45 +8,43 @@
 #include "swmgr/swmgr_client.h"
 
 extern "C" {
-extern SWMGR_API SalList switchTbl; // Switch, in the order of adding
+extern SWMGR_API SalList switchTbl; // of Switch, in order of addition
 
-// Makes switchTbl empty and restarts the numbering of switches. The highest
-// level seen so far is kept. Always 0.
+// Empties switchTbl and restarts the numbering of switches, but keeps the highest level seen so
+// far. Always returns 0.
 SWMGR_API int switchLibInit(void);
 
-// Does nothing: switches live as long as the process. Always 0.
+// Does nothing: switches live as long as the process. Always returns 0.
 SWMGR_API int switchLibDeinit(void);
 
-// A new switch with the record's fields, not yet listed, or none: no record,
-// name already listed, no memory.
+// Creates a switch with the record's fields, not yet listed. Null if the record is null, the
+// name is already listed, or memory runs out.
 [[nodiscard]] SWMGR_API Switch *switchCreate(const SwitchGlobalCfg *cfg);
 
-// Does nothing: the object stays allocated and listed. Always 0.
+// Does nothing: the object stays allocated and listed. Always returns 0.
 SWMGR_API int switchDestroy(Switch *sw);
 
-// The first listed switch of exactly that name, or none.
+// The first listed switch with exactly that name, or null.
 [[nodiscard]] SWMGR_API Switch *switchByNameGet(const char *name);
 
-// The first listed switch at the highest level that any created switch had,
-// or none.
+// The first listed switch at the highest level that any created switch had, or null.
 [[nodiscard]] SWMGR_API Switch *switchAtTopLevelGet(void);
 
-// The switch of that name among those below `sw`, or none.
+// The switch with that name among those below `sw`, or null.
 [[nodiscard]] SWMGR_API Switch *switchLowerLvlSwitchByNameGet(Switch *sw, const char *name);
 
-// Puts `lower` below `sw`, once. 0; -1 when either is none; -12 without memory.
+// Places `lower` below `sw`, once. Returns 0; -1 if either is null; -12 if memory runs out.
 [[nodiscard]] SWMGR_API int switchLowerLvlSwitchListAppend(Switch *sw, Switch *lower);
 
-// The first port of `sw` with that number, or none.
+// The first port of `sw` with that number, or null.
 [[nodiscard]] SWMGR_API SwitchPort *switchPortByNumberGet(Switch *sw, int number);
 
-// The same on a switch given by its name; an unknown switch is reported.
+// The same for a switch given by name; an unknown switch is logged.
 [[nodiscard]] SWMGR_API SwitchPort *switchPortByNumberAndSwitchNameGet(const char *name,
                                                                        int number);
 
-// Hands a relay request's command to the switch that it names, with the length
-// of the whole payload area, 1300. -1 when no switch has that name, else the
-// backend's result.
+// Passes a relay request's command to the switch that it names, with the length of the whole
+// payload area, 1300. Returns -1 if no switch has that name, else the backend's result.
 [[nodiscard]] SWMGR_API int switchConfig(const SwMgrSwitchCmdRequest *request, int cmd,
                                          void *replyBuf, uint32_t *replyLen);
 }

@@ -48,7 +48,7 @@ void fileTurn()
     if (length > 0 && static_cast<size_t>(length) < sizeof(kept) && rename(path, kept) == 0 &&
         fileOpen())
         return;
-    fprintf(stderr, "swlogd: cannot begin %s anew: %s\n", path, strerror(errno));
+    fprintf(stderr, "swlogd: cannot start a new %s: %s\n", path, strerror(errno));
     bound = 0;
 }
 
@@ -125,7 +125,8 @@ void outputFlush()
     const bool written = writeLines(pending, pendingSize);
     pendingSize = 0;
     if (!written && !failed)
-        fprintf(stderr, "swlogd: cannot write the log: %s; records are lost until it works again\n",
+        fprintf(stderr,
+                "swlogd: cannot write the log: %s; records are lost until writing works again\n",
                 strerror(errno));
     failed = !written;
 }

@@ -41,19 +41,19 @@ constexpr char usage[] =
     "Receives log records from the device's services and writes one line for each.\n"
     "\n"
     "  -o, --output FILE     append to FILE instead of writing to standard output;\n"
-    "                        SIGHUP opens it anew, for the rotation of logs\n"
-    "  -m, --max-size BYTES  keep FILE as FILE.1 and begin a new one when it would\n"
-    "                        grow over BYTES; K or M may follow (default 4M, 0: no\n"
-    "                        bound)\n"
-    "  -l, --level LEVEL     leave out what is less urgent than LEVEL: error,\n"
+    "                        SIGHUP reopens it, for log rotation\n"
+    "  -m, --max-size BYTES  rename FILE to FILE.1 and start a new one before it\n"
+    "                        exceeds BYTES; K or M may follow (default 4M, 0: no\n"
+    "                        limit)\n"
+    "  -l, --level LEVEL     leave out records less severe than LEVEL: error,\n"
     "                        warning, info, notice, tool, debug (default: all but\n"
     "                        tool)\n"
     "  -h, --help            show this text\n"
     "  -V, --version         show the version\n"
     "\n"
-    "A command line that the switch manager ran is a warning when it failed, and\n"
-    "\"tool\" when it did its work or had no interface to remove.\n"
-    "RELAY_DIR names the directory of the messaging sockets (default /run/relay).\n"
+    "A command line run by the switch manager is a warning if it failed, and \"tool\"\n"
+    "if it succeeded or had no interface to remove.\n"
+    "RELAY_DIR is the directory of the messaging sockets (default /run/relay).\n"
     "Exit status: 0 stopped by SIGTERM or SIGINT, 1 could not start, 2 usage.\n";
 
 void onSignal(int number)
@@ -177,7 +177,7 @@ int readArguments(int argc, char **argv)
             break;
         case 'm':
             if (!sizeRead(optarg, options.maxSize))
-                return misused("size", optarg, "a number, or one with K or M behind");
+                return misused("size", optarg, "a number, optionally followed by K or M");
             break;
         case 'l':
             if (!logRankByName(optarg, options.rank))

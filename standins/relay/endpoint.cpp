@@ -194,7 +194,8 @@ int endpointRenew(int moduleId, Endpoint &endpoint, int previous)
             complain(moduleId, fault);
         return status;
     }
-    fprintf(stderr, "librelay: module %d: its socket was gone and is there again\n", moduleId);
+    fprintf(stderr, "librelay: module %d: its socket was removed and has been created again\n",
+            moduleId);
     endpoint.listener = std::move(fresh.listener);
     if (!locked)
         endpoint.lock = std::move(fresh.lock);

@@ -57,7 +57,7 @@ struct RelayCtx {
 
 namespace {
 
-// Never waits. False: the peer has gone or does not read.
+// Never waits. False if the peer is gone or does not read.
 bool sendAnswer(int fd, const relay::FrameHeader &request, int result, void *buffer,
                 uint32_t bufferLength)
 {

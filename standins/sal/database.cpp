@@ -65,11 +65,11 @@ const char *reasonOf(int result, const char *message)
 {
     switch (result) {
     case SQLITE_INTERRUPT:
-        return "it comes to no end";
+        return "it does not end";
     case SQLITE_NOMEM:
-        return "it brings more than 64 MiB";
+        return "it returns more than 64 MiB";
     case SQLITE_TOOBIG:
-        return "it brings a value of more than 1 MiB";
+        return "it returns a value of more than 1 MiB";
     default:
         return message != nullptr ? message : sqlite3_errstr(result);
     }

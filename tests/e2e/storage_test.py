@@ -76,7 +76,7 @@ class Storage(GatewayTest):
         with self.locked():
             self.assertTrue(self.hardware.start())
             self.check_log(self.hardware, "failed to get list of switches from the database",
-                           "was not loaded whole (-22); the messages before say where")
+                           "was not fully loaded (-22); the messages before show where")
             self.assertEqual(self.hardware.ask(47, relay.switch_command(b"PSE", b"\1")), -1)
             self.assertEqual(self.hardware.swctl("vlan", "add", 77), 2)
             self.assertIn("locked", self.hardware.said)

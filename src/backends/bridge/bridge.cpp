@@ -1,5 +1,4 @@
-// Binds a bridge to its switch and dispatches the commands that Linux has a counterpart
-// for.
+// Binds a switch to a bridge and dispatches the commands that have an equivalent in Linux.
 #include "backends/bridge/bridge.h"
 
 #include "backends/bridge/membership.h"
@@ -38,8 +37,8 @@ int membershipSetRun(Switch *sw, const void *payload)
     return 0;
 }
 
-// A port's VLAN for untagged frames is set with its membership. All that is left to do is
-// to join the bridge; if the port cannot, the VLANs that it is a member of fail.
+// The VLAN of a port's untagged frames is set together with its membership, so the port only
+// needs to join the bridge. If it cannot, setting the VLANs that it is a member of will fail.
 int portConfigureRun(Switch *sw, const void *payload)
 {
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList))
@@ -48,7 +47,8 @@ int portConfigureRun(Switch *sw, const void *payload)
     return 0;
 }
 
-// A port's first command makes it join. A bridge does not take the priority from any field.
+// Joining on a port's first command. A bridge cannot take the priority from a field of the
+// frame.
 int trustModeRun(Switch *sw, const void *payload)
 {
     if (payload == nullptr)
@@ -88,8 +88,8 @@ bool isBridge(const Switch *sw)
     return sw != nullptr && strcmp(sw->switchName, "BRIDGE") == 0;
 }
 
-// As for the engine: a command that the bridge refuses because of its length goes no
-// further; for any other, the answer of the switches below counts if they get it.
+// A command that fails here is not passed on. Otherwise, if there are switches below and
+// forwarding is on, their result is returned.
 int bridgeConfig(Switch *sw, int cmd, const void *payload, uint32_t payloadLen, void *replyBuf,
                  uint32_t *replyLen)
 {

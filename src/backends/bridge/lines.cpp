@@ -1,4 +1,4 @@
-// Lines of iproute2 and ethtool, as an operator would type them.
+// Command lines of iproute2 and ethtool, as an operator would type them.
 #include "backends/bridge/lines.h"
 
 #include "base/interface_name.h"
@@ -22,7 +22,7 @@ const char *onOff(bool on)
     return on ? "on" : "off";
 }
 
-// Burst size: 10 ms worth of bytes, but always a few whole frames.
+// Burst size: the bytes of 10 ms, but at least a few whole frames.
 int burstOf(int32_t rate)
 {
     constexpr int64_t bytesPerKbit = 125;
@@ -32,8 +32,8 @@ int burstOf(int32_t rate)
     return static_cast<int>(burst < least ? least : burst > most ? most : burst);
 }
 
-// Bands count from the highest queue. The eight priorities are divided evenly among the
-// queues; a weight is a number of full frames.
+// Bands are numbered from the highest queue. The eight priorities are divided evenly among the
+// queues; a weight counts full frames.
 template <size_t N>
 void bandsOf(const PortSending &sending, char (&text)[N])
 {
@@ -120,8 +120,8 @@ int portPauseSet(const char *port, bool on, const char *func)
 
 int portSendingSet(const char *port, const PortSending &sending, const char *func)
 {
-    // Start over, since a queueing discipline that was below another one may not become the
-    // root. Deleting nothing is an error to tc, so add something first.
+    // Start over, because a queueing discipline that had a parent cannot become the root. tc
+    // fails if there is nothing to delete, so add something first.
     int status =
         outcome(toolRun(func, __LINE__, "tc qdisc replace dev %s root pfifo limit 1000", port));
     if (status == 0)

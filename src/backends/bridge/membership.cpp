@@ -1,4 +1,4 @@
-// The kernel has one VLAN per port for untagged frames, so moving it takes one line.
+// The kernel has one VLAN per port for untagged frames, so one command moves it.
 #include "backends/bridge/membership.h"
 
 #include "backends/bridge/lines.h"
@@ -29,7 +29,7 @@ uint32_t portsOf(Switch &sw)
     return ports;
 }
 
-// From now on, these ports send the VLAN tagged.
+// Makes these ports send the VLAN tagged from now on.
 int tagAtPorts(Switch &sw, int32_t vlanId, uint32_t ports, const char *func)
 {
     HeldVlan &held = heldVlan(vlanId);
@@ -57,7 +57,7 @@ int portSet(const SwitchPort &port, const SwitchVlan &vlan, HeldVlan &held, cons
     if (bit == 0 || (same && held.known))
         return 0;
     const BridgePort place(port, func);
-    if (place.status() < 0) // then it has nothing to remove
+    if (place.status() < 0) // a port outside the bridge has nothing to remove
         return member ? place.status() : 0;
     const int status = member ? portVlanAdd(place.name(), vlan.vlanId, untagged, func)
                               : portVlanDelete(place.name(), vlan.vlanId, func);
@@ -83,7 +83,7 @@ int selfSet(const SwitchVlan &vlan, HeldVlan &held, const char *func)
 
 int bridgeMembershipUpdate(Switch &sw, const SwitchVlan &image)
 {
-    // The maps may be those of one of these VLANs.
+    // Copied because the image may be one of these VLANs.
     const int32_t vlanId = image.vlanId;
     const uint32_t fwdMap = image.fwdMap;
     const uint32_t untagMap = image.untagMap;

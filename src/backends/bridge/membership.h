@@ -1,12 +1,12 @@
-// VLANs of a bridge. Only differences are applied: what stays on a port is not touched.
+// VLANs of a bridge. Only differences are applied; whatever stays the same is not touched.
 #pragma once
 
 #include "model/vlan.h"
 
-// 34: a VLAN's new maps. Its untagged ports are removed from the untagged ports of every
-// other VLAN, here and in the kernel. 0; -1 if a tool failed.
+// 34: takes a VLAN's new maps. The ports in its untag map become tagged in every other VLAN, in
+// memory and in the kernel. Returns 0; -1 if a tool failed.
 [[nodiscard]] int bridgeMembershipUpdate(Switch &sw, const SwitchVlan &image);
 
-// 35: sets a VLAN's members in the kernel. 0; -22 for an invalid id or port, -1 if a tool
-// failed or a port cannot join.
+// 35: sets a VLAN's members in the kernel. Returns 0; -22 for an invalid id or port; -1 if a
+// tool failed or a port cannot join.
 [[nodiscard]] int bridgeMembershipSet(Switch &sw, const SwitchVlan &vlan);

@@ -1,4 +1,4 @@
-// Creates the bridge, adds its ports, and keeps track of what it was given.
+// Creates the bridge, adds its ports, and keeps track of their settings.
 #include "backends/bridge/ports.h"
 
 #include "backends/bridge/lines.h"
@@ -14,12 +14,12 @@
 
 namespace {
 
-// Written by bridgeBegin, and as ports and VLANs are put into the kernel.
+// Set by bridgeBegin, and updated along with the kernel.
 constinit char bridge[16] = {};
 constinit uint32_t joined = 0; // ports
 constinit HeldVlan held[highestVlan + 1] = {};
 
-// Whether there is a bridge of that name with VLAN filtering.
+// Whether an interface is a bridge with VLAN filtering.
 bool isBridge(const char *interface)
 {
     char path[96];
@@ -70,7 +70,7 @@ BridgePort::BridgePort(const SwitchPort &port, const char *func) : text(), outco
     if (bit == 0 || !linkNameIsGood(text)) {
         LOG_AT(SWMGR_LOG_ERROR, swPortStrGet(&port), func, __LINE__,
                "The port has no interface that can join a bridge\n");
-        // No line can be formed for such a name, which is as if the tool had failed.
+        // No command line is possible with this name, so the result is that of a failed tool.
         outcome = bit == 0 ? statusInvalid : statusFailed;
         return;
     }

@@ -1,5 +1,5 @@
-// Settings of the bridge and of how its ports send. The kernel has none for trust mode and
-// switch-wide QoS.
+// Settings of the bridge, and of how its ports send. The kernel has no equivalent for trust
+// mode and switch-wide QoS.
 #include "backends/bridge/settings.h"
 
 #include "backends/bridge/lines.h"
@@ -16,17 +16,16 @@
 
 namespace {
 
-constexpr int32_t heaviest = 1000; // weight of a queue
+constexpr int32_t heaviest = 1000; // maximum weight of a queue
 
-// Both kinds of multicast are snooped or neither. Written by commands 56 and 57.
+// The kernel snoops both kinds of multicast or neither. Set by commands 56 and 57.
 constinit bool igmp = false;
 constinit bool mld = false;
 
-// Whether pause frames have been enabled since the service started. Written by command 49.
+// Whether pause frames have been enabled since the service started. Set by command 49.
 constinit bool paused = false;
 
-// The ports' settings, by number, since the service started. Written by commands 48 and
-// 50.
+// The settings of each port number since the service started. Set by commands 48 and 50.
 constinit PortSending sendings[portMaskBits] = {};
 
 int snoop(bool &kind, const void *payload, const char *func)
@@ -53,7 +52,7 @@ int32_t weightOf(int32_t weight)
     return std::clamp(weight, 1, heaviest);
 }
 
-// False for an invalid number of queues or mode.
+// False if the number of queues or the mode is invalid.
 bool queuesRead(const SwCmdQueueSched &sched, PortSending &sending)
 {
     if (sched.numQueues != 1 && sched.numQueues != 2 && sched.numQueues != 4)
@@ -64,13 +63,13 @@ bool queuesRead(const SwCmdQueueSched &sched, PortSending &sending)
     for (int i = 0; i < 4; ++i)
         sending.weights[i] = weightOf(weights[i]);
     switch (sched.schedMode) {
-    case SW_SCHED_MODE_CODE_0: // each before those below it
+    case SW_SCHED_MODE_CODE_0: // strict priority
         sending.strict = sched.numQueues;
         return true;
-    case SW_SCHED_MODE_CODE_1: // all by weight
+    case SW_SCHED_MODE_CODE_1: // weighted
         sending.strict = 0;
         return true;
-    case SW_SCHED_MODE_CODE_2: // the highest before the others, those by weight
+    case SW_SCHED_MODE_CODE_2: // the highest has strict priority, the rest are weighted
         sending.strict = 1;
         return true;
     default:
@@ -123,13 +122,13 @@ int bridgePauseFrame(Switch *sw, const void *payload)
     if (payload == nullptr)
         return statusFailed;
     const bool enable = recordOf<int32_t>(payload) == 1;
-    // Most links start with pause frames off, and many refuse the setting.
+    // Most links start with pause frames off, and many reject the setting.
     if (!enable && !paused)
         return 0;
     paused = enable;
     for (const SwitchPort &port : ListOf<SwitchPort>(sw->portList)) {
         const BridgePort place(port, __func__);
-        // Many interfaces have no pause frames; the log says which.
+        // Many interfaces do not support pause frames; the log shows which.
         if (place.status() == 0)
             static_cast<void>(portPauseSet(place.name(), enable, __func__));
     }

@@ -1,5 +1,5 @@
-// The bridge's settings besides VLANs. Each takes the switch and the command's record, at
-// any address.
+// The bridge's settings other than VLANs. Each takes the switch and the command's record, which
+// need not be aligned.
 #pragma once
 
 #include "model/switch.h"

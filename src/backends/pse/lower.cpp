@@ -1,4 +1,4 @@
-// The engine's names for passing commands on.
+// The engine's exported functions for passing commands on.
 #include "backends/pse/lower.h"
 
 #include "model/status.h"

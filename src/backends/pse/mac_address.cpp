@@ -1,4 +1,4 @@
-// Asks the kernel through a socket, as ifconfig does.
+// Queries the kernel through a socket, like ifconfig.
 #include "backends/pse/mac_address.h"
 
 #include "model/status.h"

@@ -1,5 +1,5 @@
-// The VLAN's maps refer to the switch below: a port of the engine carries the VLAN if one
-// of the ports that it is mapped onto does.
+// The VLAN's maps refer to the switch below: a port of the engine carries the VLAN if one of
+// the ports that it is mapped onto does.
 #include "backends/pse/membership.h"
 
 #include "backends/pse/mac_address.h"
@@ -15,15 +15,15 @@ namespace {
 
 constexpr int32_t cpuPort = 2;
 
-// One VLAN in the engine's tables.
+// A VLAN as written to the engine's tables.
 struct Membership {
-    uint32_t mbMap;   // member ports, bit n for port n
-    uint32_t etagMap; // ports that send it tagged: every member
-    int32_t isWan;    // 1 when the interface is in the WAN zone
+    uint32_t mbMap;   // member ports; bit n is port n
+    uint32_t etagMap; // ports that send it tagged, which is every member
+    int32_t isWan;    // 1 if the interface is in the WAN zone
     char macAddr[macTextSize];
 };
 
-// The engine counts the ports below from 1: number n is bit n - 1.
+// The engine numbers the lower ports from 1: number n is bit n - 1.
 bool carries(SwitchPort &port, uint32_t fwdMap)
 {
     for (const SwitchLowerLvlNode &node : ListOf<SwitchLowerLvlNode>(port.mappedList)) {
@@ -44,7 +44,7 @@ int memberAdd(Membership &membership, const SwitchPort &port, const SwitchVlan &
     membership.etagMap |= bits;
 
     int32_t zone = zoneOther;
-    static_cast<void>(swMgrZoneTypeGet(vlan.interfaceName, &zone)); // never fails
+    static_cast<void>(swMgrZoneTypeGet(vlan.interfaceName, &zone)); // always succeeds
     membership.isWan = zone == zoneWan ? 1 : 0;
     const int status = switchMacAddressByIfNameGet(vlan.interfaceName, membership.macAddr);
     if (status < 0)

@@ -1,5 +1,5 @@
-// Pause frames: bit 31 of three of the engine's registers, read and written
-// back by a shell pipeline around the register tool.
+// Pause frames are controlled by bit 31 of three of the engine's registers, which shell
+// pipelines read and write back with the register tool.
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
@@ -14,13 +14,13 @@ namespace {
 
 constexpr int pauseBit = 31;
 
-// In the order in which they are written. 0x70000014 in between is not one of them.
+// In writing order. 0x70000014 in between does not belong to them.
 constexpr unsigned registers[] = {0x7000000c, 0x70000010, 0x70000018};
 
 using Pipeline = char[toolLineSize];
 
-// The texts are the device's own and must not change. awk needs bit functions; the clear
-// pipeline's "^" is exponentiation in awk, not an exclusive or.
+// The texts are given by the device and must not change. awk needs bit functions; "^" in the
+// clear pipeline is exponentiation in awk, not exclusive or.
 void setPipeline(Pipeline &line, unsigned reg)
 {
     textFormat(
@@ -51,7 +51,7 @@ extern "C" int psePauseFrameConfigure(Switch *sw, const void *payload)
             setPipeline(line, reg);
         else
             clearPipeline(line, reg);
-        // Only fixed text and our own numbers reach this shell.
+        // The shell gets only fixed text and our own numbers.
         status = system(line); // NOLINT(cert-env33-c)
         if (status < 0) {
             LOG_ERROR(switchStrGet(sw), "Pause Frame configuration failed \n");

@@ -1,4 +1,4 @@
-// Binds the engine to its switch and dispatches its commands.
+// Binds a switch to the engine and dispatches its commands.
 #include "backends/pse/pse.h"
 
 #include "backends/pse/lower.h"
@@ -75,8 +75,8 @@ extern "C" int pseSwitchConfig(Switch *sw, int cmd, const void *payload, uint32_
             return statusInvalid;
         status = command->run(sw, payload);
     }
-    // The sender gets the answer of the switches below; a failure of the engine's own tool
-    // has been logged.
+    // The sender gets the result of the switches below; a failure of the engine's own tool has
+    // been logged.
     if (sw->lowerLvlCfgEnable != 0)
         return pseLowerSwitchConfig(sw, cmd, payload, payloadLen, replyBuf, replyLen);
     if (command == nullptr)

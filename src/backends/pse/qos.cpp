@@ -1,4 +1,4 @@
-// QoS on or off: the engine's rate limiter as a whole.
+// Turning QoS on or off controls the engine's rate limiter as a whole.
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"

@@ -1,4 +1,4 @@
-// Queue count of the engine, scheduling mode and queue weights of its ports.
+// The engine's number of queues, and the scheduling mode and queue weights of its ports.
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
@@ -14,7 +14,7 @@ namespace {
 
 constexpr double ln2 = 0.6931471805599453;
 
-// A value of a command and the engine's code for it.
+// A value in a command and the engine's code for it.
 struct Code {
     int32_t value;
     int code;
@@ -33,14 +33,14 @@ const Code *codeOf(const Code (&codes)[N], int32_t value)
     return nullptr;
 }
 
-// The exponent of the highest power of two that is not above the weight. A
-// weight below 1 counts as 1.
+// The exponent of the highest power of two that is not above the weight. A weight below 1
+// counts as 1.
 int weightCode(int32_t weight)
 {
     return weight > 1 ? static_cast<int>(std::log(static_cast<double>(weight)) / ln2) : 0;
 }
 
-// Mode and weights go to the port that the command names, or to every one.
+// Sets mode and weights of the port that the command names, or of every port.
 int portsConfigure(Switch &sw, const SwCmdQueueSched &sched, int modeCode, const char *func)
 {
     for (const SwitchPort &port : ListOf<SwitchPort>(sw.portList)) {
@@ -81,7 +81,7 @@ extern "C" int pseQueueSchedConfigure(Switch *sw, const void *payload)
         LOG_ERROR(switchStrGet(sw), "Failed to set number of queues in switch\n");
         return status;
     }
-    // No switch has no ports; the number of queues is the engine's as a whole.
+    // Without a switch there are no ports; the number of queues is global to the engine.
     status = sw != nullptr ? portsConfigure(*sw, sched, mode->code, __func__) : 0;
     if (status != 0)
         return status;

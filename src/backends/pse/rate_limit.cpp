@@ -14,10 +14,10 @@ struct Band {
     int32_t lowest; // kbit/s
     int32_t highest;
     int32_t unit; // kbit/s per step
-    int code;     // the engine's name of the unit
+    int code;     // the engine's code for the unit
 };
 
-// Rates below the first unit are expressed in the second, where they become 0.
+// Rates below the first unit use the second one, where they become 0.
 constexpr Band bands[] = {
     {64, 8128, 64, 0},
     {INT32_MIN, 130048, 1024, 1},

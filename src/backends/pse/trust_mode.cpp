@@ -1,4 +1,4 @@
-// Trust mode of a port: which field of a frame decides its priority.
+// A port's trust mode: the field of a frame that determines its priority.
 #include "backends/pse/settings.h"
 #include "base/labels.h"
 #include "base/log.h"
@@ -9,8 +9,7 @@
 
 namespace {
 
-// The mode that sets each of the five flags, in the order of the tool's
-// arguments.
+// The mode that sets each of the five flags, in the order of the tool's arguments.
 constexpr int32_t modeOfFlag[SW_TRUST_MODE_COUNT] = {SW_TRUST_MODE_FLAG_1, SW_TRUST_MODE_FLAG_2,
                                                      SW_TRUST_MODE_FLAG_3, SW_TRUST_MODE_FLAG_4,
                                                      SW_TRUST_MODE_FLAG_5};
