@@ -116,7 +116,8 @@ int change(const Call &call, GatewayView gateway, const Wish &wish)
     options.told = progressOn("changes announced");
     const Globals &globals = call.globals;
     const ChangeLock lock = lockChanges(globals);
-    const InterruptionTold interruption;
+    options.reached = changeReached;
+    const InterruptionTold interruption(InterruptionTold::Work::change);
     History history(globals.database);
     refuseDuringTrial(options.offline ? trialOf(globals.database)
                                       : recoverFirst(gateway, history).waiting);

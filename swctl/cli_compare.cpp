@@ -1,4 +1,5 @@
 // The commands that compare database and hardware: diff, repair, recover, rehearse.
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/change/repair.h"
 #include "client/rehearse/event_text.h"
@@ -42,7 +43,7 @@ int runRepair(const Call &call)
 {
     const Globals &globals = call.globals;
     const ChangeLock lock = lockChanges(globals);
-    const InterruptionTold interruption;
+    const InterruptionTold interruption(InterruptionTold::Work::repair);
     const Verdict verdict = repairOrLook(call);
     if (globals.json)
         printJson(verdictJson(verdict));
@@ -51,19 +52,36 @@ int runRepair(const Call &call)
     return outcomeStatus(verdict.outcome);
 }
 
+// Rolls back what a writer of any kind left when it was interrupted. False: nothing was left.
+bool rollBack(const std::string &path)
+{
+    const char *const anyPage = "PRAGMA schema_version";
+    try {
+        Database(path, Access::read).run(anyPage);
+        return false;
+    } catch (const JournalLeft &) {
+        Database(path, Access::write).run(anyPage);
+        return true;
+    }
+}
+
 int runRecover(const Call &call)
 {
     const Globals &globals = call.globals;
     const ChangeLock lock = lockChanges(globals);
-    const InterruptionTold interruption;
+    const InterruptionTold interruption(InterruptionTold::Work::repair);
     std::optional<Verdict> verdict;
+    const bool restored = rollBack(globals.database);
     if (isUnfinished(globals.database)) {
         GatewayView gateway = openGateway(globals, Access::write);
         History history(globals.database);
         verdict = recoverFirst(gateway, history).verdict;
     }
     if (globals.json)
-        printJson(verdict ? verdictJson(*verdict) : Json{{"outcome", "nothing unfinished"}});
+        printJson(verdict ? verdictJson(*verdict)
+                          : Json{{"outcome", restored ? "rows restored" : "nothing unfinished"}});
+    else if (!verdict && restored)
+        printf("A writer's journal was rolled back: the rows are as before it began.\n");
     else if (!verdict)
         printf("No change is unfinished.\n");
     else

@@ -50,10 +50,10 @@ struct Held {
     std::string unread; // why it is not known; empty: it is
     const Device *device = nullptr;
     VlanEntry entry;
-    std::string text;          // the entry, in words
-    bool subInterface = false; // on the interface named in the request
+    std::string text;         // the entry, in words
+    std::string subInterface; // on the interface named in the request, or on any if none is
 
-    [[nodiscard]] bool none() const { return entry.empty() && !subInterface; }
+    [[nodiscard]] bool none() const { return entry.empty() && subInterface.empty(); }
 };
 
 // If the gateway cannot be read, the request is sent anyway.
@@ -87,8 +87,10 @@ Held heldOf(GatewayView &gateway, const SwitchVlanCfg &vlan)
         }
         held.entry = reading.held->entry(vlan.vlanId);
         held.text = reading.held->vlanText(vlan.vlanId);
-        held.subInterface = kernel.held->interfaces.contains(std::string(vlan.interfaceName) + "." +
-                                                             std::to_string(vlan.vlanId));
+        for (const auto &[name, sub] : kernel.held->interfaces)
+            if (sub.vlanId == vlan.vlanId &&
+                (vlan.interfaceName[0] == '\0' || sub.parent == vlan.interfaceName))
+                held.subInterface = name;
     } catch (const Failure &failure) {
         held.unread = failure.what();
     }
@@ -103,12 +105,12 @@ std::string faultOf(const Held &held, const SwitchVlanCfg &vlan, bool added)
     const std::string part = std::string("the ") + held.device->part;
     if (added && (vlan.fwdMap & ~held.entry.members) != 0)
         return part + " has " + held.text + " for it";
-    if (added && wantsSubInterface && !held.subInterface)
+    if (added && wantsSubInterface && held.subInterface.empty())
         return "its sub-interface does not exist";
     if (!added && !held.entry.empty())
         return part + " still has its entry";
-    if (!added && held.subInterface)
-        return "its sub-interface still exists";
+    if (!added && !held.subInterface.empty())
+        return "its sub-interface " + held.subInterface + " still exists";
     return {};
 }
 
@@ -130,6 +132,9 @@ int runVlanRequest(const Call &call, int type)
         what += "; not verified: " + after.unread;
     else if (!added && before.unread.empty() && before.none())
         what += "; it did not exist before";
+    else if (added && before.unread.empty() && !before.none() &&
+             faultOf(before, request.vlan, added).empty())
+        what += "; it existed before";
     return reportAnswer(globals, what, status, log,
                         after.unread.empty() ? faultOf(after, request.vlan, added) : std::string());
 }

@@ -5,6 +5,7 @@
 #include "client/base/time_text.h"
 #include "client/gateway/devices.h"
 #include "client/gateway/gateway_view.h"
+#include "client/service/served_file.h"
 #include "client/view/status.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
@@ -102,14 +103,19 @@ void printStatus(const Status &status)
 {
     printf("%s\n", status.health());
     printService(status);
+    if (!status.verdict.otherFile.empty())
+        printField("database", otherFileText(status.verdict.otherFile));
     printVlans(status);
     if (!status.unfinished.empty())
         printField("change", "interrupted: " + status.unfinished +
                                  "; 'swctl recover' finishes or reverts it");
     if (status.trial)
-        printField("change", "on trial until " + clockText(status.trial->deadline) + ": " +
-                                 status.trial->changes.what + " " + status.trial->changes.verb +
-                                 "; 'swctl confirm' keeps it");
+        printField("change",
+                   (status.trial->isLeft() ? "on trial, overdue since " : "on trial until ") +
+                       clockText(status.trial->deadline) + ": " + status.trial->changes.what + " " +
+                       status.trial->changes.verb +
+                       (status.trial->isLeft() ? "; 'swctl recover' takes it back"
+                                               : "; 'swctl confirm' keeps it"));
     if (!status.failuresUnknown.empty())
         printField("failures", "not known: " + status.failuresUnknown);
     const size_t all = status.failures.size();

@@ -20,7 +20,7 @@ namespace {
 int takeBack(const Globals &globals, const Trial &trial)
 {
     GatewayView gateway = openGateway(globals, Access::write);
-    const InterruptionTold interruption;
+    const InterruptionTold interruption(InterruptionTold::Work::repair);
     History history(globals.database);
     const Verdict verdict = takeBackTrial(gateway, history, trial);
     if (globals.json)

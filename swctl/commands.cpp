@@ -3,6 +3,9 @@
 #include "client/service/service.h"
 #include "swctl/validate.h"
 
+#include <algorithm>
+#include <iterator>
+
 namespace swctl {
 namespace {
 
@@ -30,7 +33,8 @@ constexpr OptionRow globalOptions[] = {
      .environment = "SWMGR_SITE"},
     {"--wait", "SECONDS",
      "Seconds to wait for another swctl (default 10) and for each answer of the service "
-     "(default 180), 0 to 3600; 0 means no wait for the other swctl and one second for an answer",
+     "(default 180, of commands that only read 3), 0 to 3600; 0 means no wait for the other "
+     "swctl and one second for an answer",
      decimal<0, 3600>},
     {"--json", nullptr, "Print JSON"},
     {.name = "--complete", .type = "KIND", .help = nullptr, .alone = true},
@@ -128,6 +132,16 @@ Globals globalsOf(const Call &call)
         globals.wait = call.integer("--wait");
     globals.json = call.flag("--json");
     return globals;
+}
+
+bool onlyReads(const CommandRow &command)
+{
+    constexpr const CommandRow *readers[] = {
+        &commands::vlanShow, &commands::show,        &commands::log,
+        &commands::history,  &commands::diff,        &commands::status,
+        &commands::metrics,  &commands::explainVlan, &commands::explainInterface,
+        &commands::watch};
+    return std::find(std::begin(readers), std::end(readers), &command) != std::end(readers);
 }
 
 } // namespace swctl

@@ -9,6 +9,10 @@ namespace swctl {
 extern const CommandTable commandTable;
 extern const CommandTable changeTable; // for batches: changes of single rows
 
+// Whether the command gives up soon on a service that does not answer, and prints what is
+// known without it.
+bool onlyReads(const CommandRow &command);
+
 Globals globalsOf(const Call &call); // for a call that was parsed with the full table
 
 namespace commands {

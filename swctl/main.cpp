@@ -76,8 +76,11 @@ int parseAndRun(const std::vector<std::string> &words)
         return failure.status;
     }
     useRelayDirectory(parsed.call.globals.relayDirectory);
+    constexpr int readersWait = 3; // s; whoever changes something waits longer
     if (parsed.call.has("--wait"))
         limitAnswers(parsed.call.globals.wait);
+    else if (onlyReads(parsed.call.command()))
+        limitAnswers(readersWait, /*once=*/true);
     return run(parsed.call);
 }
 

@@ -2,6 +2,7 @@
 
 #include "client/base/text.h"
 #include "client/base/time_text.h"
+#include "client/service/served_file.h"
 #include "client/service/service.h"
 
 #include <algorithm>
@@ -80,6 +81,8 @@ std::string headline(const Verdict &verdict)
 // The lines below the headline, for all outcomes.
 void printDetails(FILE *stream, const Verdict &verdict)
 {
+    if (!verdict.otherFile.empty())
+        tell(stream, "  database: " + otherFileText(verdict.otherFile));
     for (const Difference &difference : verdict.left)
         tell(stream, "  ! " + difference.text());
     tellEach(stream, "not read: ", verdict.unread);
@@ -143,6 +146,7 @@ Json verdictJson(const Verdict &verdict)
             {"withoutEffect", differencesJson(verdict.idle)},
             {"leftAlone", verdict.foreign},
             {"unread", verdict.unread},
+            {"otherFile", verdict.otherFile.empty() ? Json() : Json(verdict.otherFile)},
             {"settled", verdict.settled},
             {"reasons", verdict.reasons},
             {"note", verdict.note},
@@ -206,7 +210,7 @@ void printVerdict(const Verdict &verdict, bool offline)
 
 void printDifferences(const Verdict &verdict, bool verbose)
 {
-    if (verdict.left.empty() && verdict.unread.empty())
+    if (verdict.left.empty() && verdict.unread.empty() && verdict.otherFile.empty())
         printf("Nothing differs.\n");
     printDetails(stdout, verdict);
     if (!verbose)

@@ -29,4 +29,10 @@ struct Unanswered : Failure {
     explicit Unanswered(const std::string &what) : Failure(exitUnreachable, what) {}
 };
 
+// The database has the journal of a writer that was interrupted, which this run may not roll
+// back.
+struct JournalLeft : Failure {
+    using Failure::Failure;
+};
+
 } // namespace swctl

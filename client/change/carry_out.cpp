@@ -3,6 +3,7 @@
 #include "client/base/text.h"
 #include "client/change/pending.h"
 #include "client/change/refusal.h"
+#include "client/change/untagged_loss.h"
 #include "client/records/journal.h"
 #include "client/records/trial.h"
 #include "client/service/request_log.h"
@@ -132,6 +133,9 @@ void verifyChange(GatewayView &gateway, const History &history, Prepared &prepar
         if (!waiting.empty())
             difference.remedy = Remedy::restart;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    for (const std::string &loss :
+         untaggedLosses(prepared.before->database(), prepared.after->database()))
+        addNote(verdict, loss);
     conclude(verdict, std::move(settled), Outcome::applied);
 }
 
@@ -148,6 +152,12 @@ void verifyAsItIs(GatewayView &gateway, const History &history, const ChangeOpti
         pendingSettings(gateway, history, *prepared.after, *prepared.after, verdict.changes);
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
     conclude(verdict, std::move(settled), Outcome::applied);
+}
+
+void enter(const ChangeOptions &options, Stage stage)
+{
+    if (options.reached != nullptr)
+        options.reached(stage);
 }
 
 void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &wish,
@@ -177,6 +187,7 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
         if (!options.force)
             refuseStop(gateway, *prepared.before, prepared.target, changes);
     }
+    enter(options, Stage::writing);
     if (!options.offline)
         journal.begin(changes);
     try {
@@ -196,6 +207,7 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
 void announceAndVerify(GatewayView &gateway, const History &history, const ChangeOptions &options,
                        Prepared &prepared, Verdict &verdict)
 {
+    enter(options, Stage::announced);
     RequestLog log;
     size_t sent = 0;
     try {

@@ -7,12 +7,20 @@
 
 namespace swctl {
 
+// How far a change has come, for whoever has to say so when it is interrupted.
+enum class Stage {
+    planned,  // nothing was written or sent
+    writing,  // the rows may be committed
+    announced // they are, and the service may have been notified
+};
+
 struct ChangeOptions {
-    bool verify = true;   // read back, settle, read back again
-    bool offline = false; // only write the rows
-    bool force = false;   // even if checks would refuse the change
-    int onTrial = 0;      // s until it is undone unless confirmed; 0: no trial
-    Progress told{};      // called for each announcement, if set
+    bool verify = true;                     // read back, settle, read back again
+    bool offline = false;                   // only write the rows
+    bool force = false;                     // even if checks would refuse the change
+    int onTrial = 0;                        // s until it is undone unless confirmed; 0: no trial
+    Progress told{};                        // called for each announcement, if set
+    void (*reached)(Stage stage) = nullptr; // called before each stage, if set
 };
 
 // If there is nothing to change, only compares hardware and rows. The caller holds the lock,

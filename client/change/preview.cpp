@@ -5,6 +5,7 @@
 #include "client/base/text.h"
 #include "client/change/pending.h"
 #include "client/change/refusal.h"
+#include "client/change/untagged_loss.h"
 #include "client/gateway/devices.h"
 #include "client/rehearse/event_text.h"
 #include "swmgr/swmgr_client.h"
@@ -100,8 +101,14 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
         refuseErrors(gateway, before, after.database(), seen.changes);
         refuseStop(gateway, before, targetOfStart(gateway, after), seen.changes);
     }
+    // A running service does not do all that a fresh start would.
     const Rehearsal rehearsedBefore = gateway.rehearseStart(before)->finish();
-    const Rehearsal rehearsedAfter = gateway.rehearseStart(after)->finish();
+    Script script = gateway.startScript(options.offline ? after : before);
+    if (!options.offline) {
+        script.image(after.image());
+        addRequests(script, seen.changes);
+    }
+    const Rehearsal rehearsedAfter = rehearse(script);
     const Target old = targetOf(rehearsedBefore, before.database());
     const Target now = targetOf(rehearsedAfter, after.database());
     for (const Device *device : devices()) {
@@ -114,12 +121,10 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
         for (const Difference &difference :
              pendingSettings(gateway, history, before, after, seen.changes))
             seen.lines.push_back("! " + difference.text());
-    if (options.offline)
-        return seen;
-    Script script = gateway.startScript(before);
-    script.image(after.image());
-    addRequests(script, seen.changes);
-    takeEvents(rehearse(script), seen);
+    for (const std::string &loss : untaggedLosses(before.database(), after.database()))
+        seen.lines.push_back("! " + loss);
+    if (!options.offline)
+        takeEvents(rehearsedAfter, seen);
     return seen;
 }
 

@@ -1,20 +1,41 @@
 #include "client/change/recover.h"
 
+#include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/change/carry_out.h"
 #include "client/records/journal.h"
 #include "client/rows/row_json.h"
 #include "client/service/served_file.h"
 #include "client/service/service.h"
+#include "common/clock.h"
+
+#include <algorithm>
+#include <ctime>
 
 namespace swctl {
 namespace {
 
 constexpr int longestWait = 3600; // s that the watching process waits for another swctl
+constexpr int longestPause = 60;  // s between its attempts
+
+// An interrupted change whose rows stand. It may have been recorded before the interruption.
+void rememberRecovered(History &history, Verdict &verdict)
+{
+    const std::vector<HistoryEntry> entries = history.entries();
+    if (!entries.empty() && toJson(entries.back().changes) == toJson(verdict.changes))
+        return;
+    try {
+        static_cast<void>(history.add(millisecondsNow(CLOCK_REALTIME),
+                                      verdict.verified ? outcomeText(verdict.outcome) : "written",
+                                      verdict.changes, verdict.verified));
+    } catch (const Failure &failure) {
+        addNote(verdict, std::string("not in the history: ") + failure.what());
+    }
+}
 
 // Completes an interrupted change or undoes it, depending on whether its rows were committed.
 // If the service does not answer, its next start applies the rows.
-std::optional<Verdict> recoverChange(GatewayView &gateway)
+std::optional<Verdict> recoverChange(GatewayView &gateway, History &history)
 {
     const Journal journal(gateway.databasePath());
     std::optional<ChangeSet> changes = journal.unfinished();
@@ -37,6 +58,8 @@ std::optional<Verdict> recoverChange(GatewayView &gateway)
                         GatewayView::Extent::whole, true),
                  Outcome::applied);
     }
+    if (done)
+        rememberRecovered(history, verdict);
     journal.end();
     return verdict;
 }
@@ -49,6 +72,24 @@ int entryOf(const Trial &trial, const History &history)
     return own ? entries.back().number : 0;
 }
 
+// One attempt of the watching process.
+int attemptTakeBack(const std::string &databasePath, const std::string &siteFile)
+{
+    try {
+        ChangeLock lock(databasePath);
+        lock.wait(longestWait);
+        const std::optional<Trial> trial =
+            watchedTrialStands(databasePath) ? trialOf(databasePath) : std::nullopt;
+        if (!trial)
+            return exitDone; // confirmed, or already undone
+        GatewayView gateway(Database(databasePath, Access::write), siteFile);
+        History history(databasePath);
+        return outcomeStatus(takeBackTrial(gateway, history, *trial).outcome);
+    } catch (const Failure &failure) {
+        return failure.status;
+    }
+}
+
 } // namespace
 
 bool isUnfinished(const std::string &databasePath)
@@ -59,14 +100,16 @@ bool isUnfinished(const std::string &databasePath)
 Recovery recoverUnfinished(GatewayView &gateway, History &history)
 {
     Recovery recovery;
-    recovery.verdict = recoverChange(gateway);
+    recovery.verdict = recoverChange(gateway, history);
     if (recovery.verdict)
         recovery.notes.push_back(recovery.verdict->note);
     recovery.waiting = trialOf(gateway.databasePath());
-    if (recovery.waiting && !recovery.waiting->watched) {
+    if (recovery.waiting && recovery.waiting->isLeft()) {
         recovery.verdict = takeBackTrial(gateway, history, *recovery.waiting);
         recovery.notes.push_back("a change on trial (" + recovery.waiting->changes.what +
-                                 ") was not being watched any more; it is taken back");
+                                 (recovery.waiting->watched
+                                      ? ") was not confirmed in time; it is taken back"
+                                      : ") was not being watched any more; it is taken back"));
         if (recovery.verdict->outcome != Outcome::unanswered)
             recovery.waiting.reset();
     }
@@ -107,16 +150,14 @@ Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial
 int watchTrial(const std::string &databasePath, const std::string &siteFile, int seconds)
 {
     awaitTrialEnd(databasePath, seconds);
-    ChangeLock lock(databasePath);
-    lock.wait(longestWait);
-    if (!watchedTrialStands(databasePath))
-        return exitDone; // confirmed, or already undone
-    const std::optional<Trial> trial = trialOf(databasePath);
-    if (!trial)
-        return exitDone;
-    GatewayView gateway(Database(databasePath, Access::write), siteFile);
-    History history(databasePath);
-    return outcomeStatus(takeBackTrial(gateway, history, *trial).outcome);
+    // A writer's lock, a full disk or a service that does not answer end sooner or later.
+    // Between the attempts anybody else may confirm or undo it.
+    for (int pause = 1;; pause = std::min(2 * pause, longestPause)) {
+        const int status = attemptTakeBack(databasePath, siteFile);
+        if (!watchedTrialStands(databasePath))
+            return status;
+        awaitTrialEnd(databasePath, pause);
+    }
 }
 
 } // namespace swctl

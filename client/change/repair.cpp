@@ -59,6 +59,12 @@ Verdict lookOver(GatewayView &gateway, const History &history, bool allVlans, bo
         if (!waiting.empty() && mend)
             difference.remedy = Remedy::restart;
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
+    const ServedFile served = servedFile(gateway.databasePath());
+    if (served.serving == Serving::anotherFile) {
+        verdict.otherFile = served.path;
+        for (Difference &difference : settled.left)
+            difference.remedy = Remedy::file;
+    }
     noteStop(target, snapshot.database(), verdict);
     noteIdle(gateway.site(), target, settled.actual, verdict);
     conclude(verdict, std::move(settled), Outcome::applied);

@@ -43,7 +43,9 @@ void conclude(Verdict &verdict, Settled settled, Outcome otherwise)
         verdict.foreign.push_back(name);
     verdict.unread = settled.actual.unread();
     noteTools(verdict, settled.actual);
-    verdict.outcome = verdict.left.empty() && verdict.unread.empty() ? otherwise : Outcome::differs;
+    verdict.outcome = verdict.left.empty() && verdict.unread.empty() && verdict.otherFile.empty()
+                          ? otherwise
+                          : Outcome::differs;
 }
 
 } // namespace swctl

@@ -31,6 +31,7 @@ struct Verdict {
     std::vector<Difference>
         idle;               // differences that do not count; only diff and repair look for them
     std::string idleUnread; // those that could not be read, and why
+    std::string otherFile;  // the database that the service uses instead; empty: it uses this one
     std::vector<std::string> foreign; // sub-interfaces that belong to others and are left alone
     std::vector<std::string> reasons; // lines of the service's log that explain the result
     std::vector<std::string> settled; // what was announced again

@@ -57,6 +57,8 @@ std::string Difference::mend() const
         return (firstStep.empty() ? "" : firstStep + ", then ") + "restart the service";
     case Remedy::rows:
         return "mend the row at which a start stops; 'swctl check' names it";
+    case Remedy::file:
+        return "select the database that the service uses with --database";
     }
     return "swctl repair";
 }

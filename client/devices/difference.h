@@ -18,7 +18,8 @@ enum class DifferenceKind {
 enum class Remedy {
     repair,  // announcing the VLAN again
     restart, // of the service
-    rows     // a start stops at one of them: until that is mended nothing else can be
+    rows,    // a start stops at one of them: until that is mended nothing else can be
+    file     // none: the service uses another database
 };
 
 struct Difference {

@@ -65,6 +65,12 @@ void startWatcher(const std::string &databasePath, const std::string &siteFile, 
 
 } // namespace
 
+bool Trial::isLeft() const
+{
+    constexpr int64_t grace = 5; // s in which a watcher that is alive does it
+    return !watched || deadline + grace < time(nullptr);
+}
+
 std::optional<Trial> trialOf(const std::string &databasePath)
 {
     const std::string path = trialPath(databasePath);

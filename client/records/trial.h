@@ -15,6 +15,9 @@ struct Trial {
     ChangeSet changes;
     int64_t deadline = 0; // seconds since 1970
     bool watched = false; // its process is running
+
+    // Its process should have undone it, or never will.
+    [[nodiscard]] bool isLeft() const;
 };
 
 // The change that awaits confirmation.

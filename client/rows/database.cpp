@@ -236,7 +236,7 @@ void Database::copyTo(Database &other) const
     if (backup != nullptr)
         sqlite3_backup_finish(backup);
     if (result != SQLITE_DONE)
-        throw Failure(exitUsage, "database " + printable(path) + ": " + sqlite3_errstr(result));
+        failWith(result, sqlite3_errstr(result));
 }
 
 void Database::deserialise(const std::string &image)
@@ -265,8 +265,17 @@ std::string Database::serialised() const
 
 void Database::fail() const
 {
-    throw Failure(exitUsage,
-                  "database " + printable(path) + ": " + printable(sqlite3_errmsg(handle.get())));
+    failWith(sqlite3_extended_errcode(handle.get()), sqlite3_errmsg(handle.get()));
+}
+
+void Database::failWith(int code, const char *words) const
+{
+    const std::string which = "database " + printable(path) + ": ";
+    // Only a writer may roll back what an interrupted writer left.
+    if (code == SQLITE_READONLY_ROLLBACK || code == SQLITE_READONLY_RECOVERY)
+        throw JournalLeft(exitUsage, which + "a writer was interrupted and left its journal; "
+                                             "'swctl recover' restores the rows");
+    throw Failure(exitUsage, which + printable(words));
 }
 
 void Database::run(const char *sql)

@@ -95,6 +95,7 @@ public:
     void updateRow(const std::string &table, const Row &row); // all columns
 
     [[noreturn]] void fail() const; // throws with SQLite's last reason
+    [[noreturn]] void failWith(int code, const char *words) const;
 
 private:
     friend class Statement;

@@ -121,6 +121,11 @@ ServedFile servedFile(const std::string &databasePath)
     return {Serving::anotherFile, served->path};
 }
 
+std::string otherFileText(const std::string &path)
+{
+    return "the service uses another file, " + printable(path) + "; the hardware follows that one";
+}
+
 void refuseAnotherFile(const std::string &databasePath)
 {
     const ServedFile served = servedFile(databasePath);

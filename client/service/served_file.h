@@ -20,6 +20,9 @@ struct ServedFile {
 
 ServedFile servedFile(const std::string &databasePath);
 
+// "the service uses another file, PATH; the hardware follows that one"
+std::string otherFileText(const std::string &path);
+
 // Throws with exitRefused if the service uses another file.
 void refuseAnotherFile(const std::string &databasePath);
 

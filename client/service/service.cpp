@@ -9,21 +9,25 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <set>
 
 namespace swctl {
 namespace {
 
 constexpr int relayWaitMode = 1; // makes relayIoctl wait for the answer
 
+bool asksOnce = false;
+std::set<int> silentModules; // that let a timeout pass
+
 std::string whyNot(int module, int result)
 {
     const char *name = module == LOGGING_RELAY_MODULE_ID ? "log daemon" : "switch manager";
     const char *directory = getenv("RELAY_DIR");
     const char *advice = result == -ENOENT || result == -ECONNREFUSED ? "is it running?"
-                         : result == -EACCES     ? "this user may not connect"
-                         : result == -ETIMEDOUT  ? "it does not answer"
-                         : result == -ECONNRESET ? "it ended before answering"
-                                                 : "try again";
+                         : result == -EACCES                          ? "this user may not connect"
+                         : result == -ETIMEDOUT                       ? "it does not answer"
+                         : result == -ECONNRESET                      ? "it ended before answering"
+                                                                      : "try again";
     return "the " + std::string(name) + " cannot be reached (relay module " +
            std::to_string(module) + (directory != nullptr ? " in " + printable(directory) : "") +
            ": " + strerror(-result) + "); " + advice;
@@ -37,13 +41,16 @@ void useRelayDirectory(const std::string &directory)
         setenv("RELAY_DIR", directory.c_str(), /*overwrite=*/1);
 }
 
-void limitAnswers(int seconds)
+void limitAnswers(int seconds, bool once)
 {
+    asksOnce = once;
     setenv("RELAY_TIMEOUT", std::to_string(std::max(seconds, 1)).c_str(), /*overwrite=*/1);
 }
 
 int exchange(int module, int requestType, std::string_view data, std::string &buffer)
 {
+    if (silentModules.contains(module))
+        throw Unanswered(whyNot(module, -ETIMEDOUT));
     std::string sent(data); // relayIoctl takes a writable buffer
     auto length = static_cast<uint32_t>(buffer.size());
     errno = 0;
@@ -55,6 +62,8 @@ int exchange(int module, int requestType, std::string_view data, std::string &bu
     // errno to the reason.
     if (result < 0 && errno != 0) {
         const std::string reason = whyNot(module, result);
+        if (asksOnce && result == -ETIMEDOUT)
+            silentModules.insert(module);
         if (result == -ECONNRESET || result == -ETIMEDOUT)
             throw Unanswered(reason);
         throw Failure(exitUnreachable, reason);

@@ -13,8 +13,9 @@ namespace swctl {
 // The directory of the service's sockets; if empty, RELAY_DIR applies.
 void useRelayDirectory(const std::string &directory);
 
-// The timeout for each answer, in whole seconds, at least 1.
-void limitAnswers(int seconds);
+// The timeout for each answer, in whole seconds, at least 1. With `once`, a module that has let
+// it pass is not asked again in this run.
+void limitAnswers(int seconds, bool once = false);
 
 // Sends a request to a module and waits for the answer. `buffer` is sent as the reply buffer
 // unless empty. Returns the handler's result; throws with exitUnreachable if there is no

@@ -2,6 +2,7 @@
 
 #include "client/base/number.h"
 #include "client/check/check_context.h"
+#include "client/service/served_file.h"
 
 #include <algorithm>
 
@@ -32,6 +33,12 @@ Inspection inspect(GatewayView &gateway, const std::set<int> &vlanIds, const std
         gateway.read(snapshot, inspection.target, vlanIds, GatewayView::Extent::touched, {}, ports);
     inspection.differences = counting(differences(inspection.target, inspection.actual));
     inspection.unread = inspection.actual.unread();
+    const ServedFile served = servedFile(gateway.databasePath());
+    if (served.serving == Serving::anotherFile) {
+        inspection.unread.push_back("database: " + otherFileText(served.path));
+        for (Difference &difference : inspection.differences)
+            difference.remedy = Remedy::file;
+    }
     return inspection;
 }
 

@@ -109,8 +109,10 @@ void addDifferences(Exposition &out, const Status &status)
 {
     out.family("differences", "gauge",
                "Entries that are not as a fresh start would give them, by what mends them.");
-    constexpr std::pair<Remedy, const char *> remedies[] = {
-        {Remedy::repair, "repair"}, {Remedy::restart, "restart"}, {Remedy::rows, "rows"}};
+    constexpr std::pair<Remedy, const char *> remedies[] = {{Remedy::repair, "repair"},
+                                                            {Remedy::restart, "restart"},
+                                                            {Remedy::rows, "rows"},
+                                                            {Remedy::file, "file"}};
     for (const auto &[remedy, word] : remedies) {
         const auto count = std::count_if(
             status.verdict.left.begin(), status.verdict.left.end(),

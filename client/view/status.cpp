@@ -44,7 +44,9 @@ Status statusOf(GatewayView &gateway)
     if (serviceAnswers())
         status.start = serviceStart();
     else
-        status.unreachable = "it does not answer; is it running?";
+        status.unreachable = serviceStart()
+                                 ? "it runs but does not answer: it is busy, starting or stopped"
+                                 : "it does not answer; is it running?";
     if (status.start)
         status.load = lastLoadSince(*status.start);
     else
@@ -67,9 +69,9 @@ ExitStatus Status::exitStatus() const
 {
     if (!unreachable.empty())
         return exitUnreachable;
-    const bool fine = verdict.outcome == Outcome::applied && unfinished.empty() &&
-                      std::all_of(failures.begin(), failures.end(), isOfKernel) &&
-                      verdict.startStops.empty();
+    const bool fine =
+        verdict.outcome == Outcome::applied && unfinished.empty() && !(trial && trial->isLeft()) &&
+        std::all_of(failures.begin(), failures.end(), isOfKernel) && verdict.startStops.empty();
     return fine ? exitDone : exitDiffers;
 }
 

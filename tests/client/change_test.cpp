@@ -568,10 +568,15 @@ TEST_F(Change, thatWasBrokenOffIsFinishedOrTakenBack)
     EXPECT_EQ(rows(), withForty);
     EXPECT_FALSE(isUnfinished(databaseFile()));
     EXPECT_EQ(differing(), "");
+    const auto recorded = [this] { return History(databaseFile()).entries(); };
+    ASSERT_EQ(recorded().size(), 1u);
+    EXPECT_EQ(recorded()[0].outcome + ": " + recorded()[0].changes.what, "applied: VLAN 40");
+    EXPECT_TRUE(recorded()[0].verified);
 
     sql("DELETE FROM vlanEncapIf WHERE rowid = 4; DELETE FROM sqlite_sequence");
     leave(/*written=*/false);
     recovery = recover();
+    EXPECT_EQ(recorded().size(), 1u) << "what was taken back never happened";
     EXPECT_EQ(recovery.verdict.value().outcome, Outcome::applied);
     EXPECT_HAS(recovery.notes.at(0), "it is taken back");
     EXPECT_EQ(heard(), "request 38 of 40");
@@ -756,8 +761,8 @@ TEST_F(Change, isSeenBeforeItIsMade)
     offline.offline = true;
     EXPECT_TRUE(seen(addForty, offline).actions.empty());
     EXPECT_EQ(text(seen(vlan(Kind::remove, 20)).lines),
-              "- VLAN 20  BCM 1T 2U 4T; ! port 2 PVID 20 -> 1 (VLAN 20 loses its untagged "
-              "traffic); - eth0.20");
+              "- VLAN 20  BCM 1T 2U 4T; - eth0.20; ! port 2 is now untagged in no VLAN: its "
+              "untagged frames are dropped");
     EXPECT_EQ(text(seen(vlan(Kind::set, 20, {{"fwdMap", "1,2,3"s}})).lines),
               "~ VLAN 20  BCM 1T 2U 4T -> 1T 2U 3T 4T");
     EXPECT_EQ(text(seen(port(Kind::set, "PSE", 3, {{"trustMode", int64_t{2}}})).lines),

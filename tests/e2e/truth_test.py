@@ -1,0 +1,170 @@
+"""What swctl says is so: of another database, of what was interrupted, of a trial whose end
+meets trouble, of a service that does not answer, of requests that change nothing."""
+
+import json
+import os
+import signal
+import sqlite3
+import subprocess
+import sys
+import time
+
+from gateway import BUILD, GatewayTest, main
+
+APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
+ADD = ("vlan", "add", 9, "--interface", "eth0", "--ports", "1,2")
+
+# Writes so much that SQLite spills pages into the file, and dies in the middle.
+BROKEN_WRITER = """
+import os, sqlite3, sys
+writer = sqlite3.connect(sys.argv[1], isolation_level=None)
+writer.execute("PRAGMA cache_size = 1")
+writer.execute("BEGIN IMMEDIATE")
+writer.execute("UPDATE vlanEncapIf SET LogicalIfName = 'half done'")
+writer.execute("CREATE TABLE filler AS SELECT zeroblob(100000)")
+os.kill(os.getpid(), 9)
+"""
+
+
+class Truth(GatewayTest):
+    def setUp(self):
+        self.hardware = self.gateway()
+        self.hardware.start_log_daemon()
+        self.assertTrue(self.hardware.start())
+
+    def swctl(self, status, *arguments):
+        self.assertEqual(self.hardware.swctl(*arguments), status, self.hardware.said)
+        return self.hardware.said
+
+    def ids(self):
+        return {row["vlanId"] for row in self.hardware.rows("vlanEncapIf").values()}
+
+    def test_of_a_database_that_the_service_does_not_use(self):
+        other = ("--database", self.hardware.state / "other.db")
+        self.swctl(APPLIED, *other, "init", "--template", "gateway")
+        self.swctl(APPLIED, *other, *ADD, "--offline")
+        for command in (("status",), ("diff",), ("vlan", "show", 9),
+                        ("explain", "vlan", 9, "port", 1)):
+            said = self.swctl(DIFFERS, *other, *command)
+            self.assertIn("the service uses another file", " ".join(said.split()), command)
+            self.assertNotIn("swctl repair", said, command)
+        self.assertIn("swmgr_healthy 0", self.swctl(APPLIED, *other, "metrics"))
+        found = json.loads(self.swctl(DIFFERS, *other, "--json", "diff"))
+        self.assertTrue(found["otherFile"].endswith("switch.db"), found)
+        self.swctl(APPLIED, "status")
+
+    def test_of_a_change_that_was_recovered(self):
+        self.swctl(APPLIED, "vlan", "add", 8, "--interface", "eth0", "--ports", "1")
+        self.hardware.inside("arm", victim="swmgrd", steps=12)
+        self.swctl(UNANSWERED, *ADD)
+        self.assertTrue(self.hardware.start())
+        self.swctl(APPLIED, "recover")
+        history = json.loads(self.swctl(APPLIED, "--json", "history"))
+        self.assertEqual([(one["what"], one["verb"], one["outcome"]) for one in history[-2:]],
+                         [("VLAN 8", "added", "applied"), ("VLAN 9", "added", "unanswered")])
+        self.assertEqual(len({one["number"] for one in history}), len(history))
+        self.swctl(APPLIED, "undo")
+        self.assertEqual(self.ids() & {8, 9}, {8})
+
+    def test_of_a_trial_whose_end_meets_a_lock(self):
+        self.swctl(APPLIED, *ADD, "--confirm", 1)
+        writer = sqlite3.connect(self.hardware.database, isolation_level=None)
+        writer.execute("BEGIN IMMEDIATE")
+        time.sleep(12)  # more than its process waits for a writer
+        said = self.swctl(DIFFERS, "status")
+        self.assertIn("overdue since", " ".join(said.split()))
+        writer.execute("ROLLBACK")
+        writer.close()
+        for _ in range(300):
+            if 9 not in self.ids():
+                break
+            time.sleep(0.1)
+        self.assertNotIn(9, self.ids())
+        for _ in range(100):
+            if self.hardware.swctl("status") == APPLIED:
+                break
+            time.sleep(0.1)
+        self.assertNotIn("on trial", self.swctl(APPLIED, "status"))
+
+    def test_of_a_trial_that_is_overdue(self):
+        """Its process lives and does nothing: the next command takes it back first."""
+        self.swctl(APPLIED, *ADD, "--confirm", 2)
+        watchers = subprocess.run(["pgrep", "-f", f"{self.hardware.database} .*confirm --watch"],
+                                  capture_output=True, text=True, check=False).stdout.split()
+        self.assertEqual(len(watchers), 1)
+        os.kill(int(watchers[0]), signal.SIGSTOP)
+        try:
+            time.sleep(8)
+            self.swctl(DIFFERS, "status")
+            said = self.swctl(APPLIED, "vlan", "add", 7, "--interface", "eth0", "--ports", "1")
+            self.assertIn("not confirmed in time", said)
+        finally:
+            os.kill(int(watchers[0]), signal.SIGCONT)
+        self.assertEqual(self.ids() & {7, 9}, {7})
+
+    def test_of_a_service_that_does_not_answer(self):
+        self.hardware.inside("end", name="swmgrd", number=int(signal.SIGSTOP), timeout=0.1)
+        began = time.monotonic()
+        said = self.swctl(UNANSWERED, "status")
+        self.assertIn("runs but does not answer", " ".join(said.split()))
+        self.assertIn("swmgr_up 0", self.swctl(APPLIED, "metrics"))
+        self.hardware.swctl("diff")
+        self.assertLess(time.monotonic() - began, 60)  # 180 s each before they gave up
+        self.hardware.inside("end", name="swmgrd", number=int(signal.SIGCONT), timeout=0.1)
+        self.swctl(APPLIED, "status")
+
+    def test_of_a_database_that_a_writer_left_in_the_middle(self):
+        self.assertEqual(self.hardware.stop(), 0)
+        before = self.hardware.rows("vlanEncapIf")
+        done = subprocess.run([sys.executable, "-c", BROKEN_WRITER, self.hardware.database],
+                              check=False)
+        self.assertEqual(done.returncode, -9)
+        for command in (("status",), ("vlan", "list"), ("diff",)):
+            said = self.swctl(USAGE, *command)
+            self.assertIn("'swctl recover' restores the rows", " ".join(said.split()), command)
+        self.assertIn("rolled back", self.swctl(APPLIED, "recover"))
+        self.assertEqual(self.hardware.rows("vlanEncapIf"), before)
+        self.assertIn("No change is unfinished", self.swctl(APPLIED, "recover"))
+
+    def test_of_requests_that_change_nothing(self):
+        row = next(iter(self.hardware.rows("vlanEncapIf").values()))
+        vlan, parent = row["vlanId"], row["interfaceName"]
+        add = ("request", "vlan-add", vlan, "--interface", parent, "--ports", 1)
+        self.assertIn("existed before", self.swctl(APPLIED, *add))
+        said = self.swctl(DIFFERS, "request", "vlan-delete", vlan)
+        self.assertIn(f"sub-interface {parent}.{vlan} still exists", " ".join(said.split()))
+
+    def test_of_untagged_frames_that_go_nowhere(self):
+        self.swctl(APPLIED, *ADD[:3], "--interface", "eth0", "--ports", "0", "--untagged", "0")
+        loss = "port 0 is now untagged in no VLAN: its untagged frames are dropped"
+        tag = self.tag(0)
+        said = self.swctl(APPLIED, "vlan", "delete", 9, "--dry-run")
+        self.assertIn(loss, " ".join(said.split()))
+        self.assertNotIn("PVID", said)
+        self.assertIn(loss, " ".join(self.swctl(APPLIED, "vlan", "delete", 9).split()))
+        self.assertEqual(self.tag(0), tag, "as the dry run had it")
+        self.assertIn("dropped", self.swctl(APPLIED, "explain", "vlan", 9, "port", 0))
+
+    def tag(self, port):
+        stats = json.loads(self.swctl(APPLIED, "--json", "port", "stats", port))
+        return stats[0]["defaultTag"]
+
+    def test_of_an_interruption_before_anything_was_written(self):
+        holder = sqlite3.connect(self.hardware.database, isolation_level=None)
+        holder.execute("BEGIN IMMEDIATE")
+        environment = dict(os.environ, RELAY_DIR=self.hardware.relay,
+                           SWMGR_DATABASE=str(self.hardware.database))
+        waiting = subprocess.Popen([BUILD / "bin/swctl", *map(str, ADD)], env=environment,
+                                   stderr=subprocess.PIPE, text=True)
+        time.sleep(1.5)
+        waiting.send_signal(signal.SIGTERM)
+        said = waiting.communicate()[1]
+        holder.close()
+        self.assertEqual(waiting.returncode, REFUSED, said)
+        self.assertIn("interrupted: nothing was written or sent", said)
+        self.assertNotIn(9, self.ids())
+        self.assertIn("No change is unfinished", self.swctl(APPLIED, "recover"))
+
+
+if __name__ == "__main__":
+    main()
