@@ -3,10 +3,13 @@
 #include "gateway.h"
 
 #include "client/base/failure.h"
+#include "client/check/check.h"
 #include "client/rows/check_rows.h"
+#include "client/rows/columns.h"
 #include "client/rows/row_json.h"
 #include "swmgr/swmgr_client.h"
 
+#include <algorithm>
 #include <cstring>
 
 using namespace std::string_literals;
@@ -370,6 +373,60 @@ TEST_F(Rows, areReadAsTheServiceReadsThem)
     const Row port = database.rowById("swPortConfig", 2).value();
     EXPECT_EQ(nameOf("swPortConfig", port), "port 1 of BCM");
     EXPECT_EQ(nameOf("swGlobalCfg", port), "switch BCM");
+}
+
+TEST_F(Rows, areSaidToHoldWhatTheServiceTakes)
+{
+    const auto refusedAtAStart = [this](const Table &table, const Column &column, size_t length) {
+        Transaction transaction(database, Access::write);
+        const std::vector<Row> all = database.rows(table.name);
+        database.update(table.name, all.back().rowId, {{column.name, std::string(length, '7')}});
+        Snapshot snapshot(database);
+        const std::optional<StoppedAt> stopped =
+            view().rehearseStart(snapshot)->finish().stoppedAt();
+        const std::string why =
+            std::string(table.name) + "." + column.name + " is too long: " + std::to_string(length);
+        return stopped && stopped->table == table.name &&
+               std::any_of(stopped->reasons.begin(), stopped->reasons.end(),
+                           [&](const std::string &line) { return line.find(why) != line.npos; });
+    };
+    startChip();
+    size_t texts = 0;
+    for (const Table &table : configurationTables())
+        for (const Column &column : columnsOf(table.name)) {
+            const auto most = static_cast<size_t>(column.most);
+            if (column.isNumber())
+                continue;
+            ++texts;
+            EXPECT_FALSE(refusedAtAStart(table, column, most)) << column.name;
+            EXPECT_TRUE(refusedAtAStart(table, column, most + 1)) << column.name;
+        }
+    EXPECT_EQ(texts, 11u);
+}
+
+// An older database may lack a column; without some of them no row means anything.
+TEST_F(Rows, withoutAColumnAreOnlyWrongWhereNoneMeansAnything)
+{
+    const auto errors = [](const std::string &switches, const std::string &ports,
+                           const std::string &vlans) {
+        Database older = Database::inMemory();
+        older.run(("CREATE TABLE swGlobalCfg (" + switches + "); CREATE TABLE swPortConfig (" +
+                   ports + "); CREATE TABLE vlanEncapIf (" + vlans + ")")
+                      .c_str());
+        std::string text;
+        for (const Finding &finding : checkConfiguration(older, {}))
+            if (finding.severity == Severity::error)
+                text += finding.table + " " + finding.subject + ";";
+        return text;
+    };
+    const char *ports = "switchName, portNumber", *vlans = "vlanId, interfaceName, fwdMap";
+    EXPECT_EQ(errors("switchName", ports, vlans), "");
+    EXPECT_EQ(errors("switchLevel", ports, vlans), "swGlobalCfg switchName;");
+    EXPECT_EQ(errors("switchName", "switchName", vlans), "swPortConfig portNumber;");
+    EXPECT_EQ(errors("switchName", "portNumber", vlans), "swPortConfig switchName;");
+    EXPECT_EQ(errors("switchName", ports, "vlanId, fwdMap"), "vlanEncapIf interfaceName;");
+    EXPECT_EQ(errors("switchName", ports, "untagMap"),
+              "vlanEncapIf vlanId;vlanEncapIf interfaceName;vlanEncapIf fwdMap;");
 }
 
 } // namespace
