@@ -183,7 +183,6 @@ const Table &tableOf(std::string_view name); // throws std::out_of_range for ano
 
 // The columns of a table; none for another name.
 std::span<const Column> columnsOf(std::string_view table);
-const Column *findColumn(std::string_view table, std::string_view name); // null: there is none
 
 // Made from the rows: data/schema.sql and data/configuration.schema.json.
 std::string databaseSchema();
