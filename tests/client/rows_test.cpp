@@ -3,6 +3,7 @@
 #include "gateway.h"
 
 #include "client/base/failure.h"
+#include "client/base/number.h"
 #include "client/check/check.h"
 #include "client/rows/check_rows.h"
 #include "client/rows/columns.h"
@@ -11,6 +12,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 
 using namespace std::string_literals;
 
@@ -427,6 +429,64 @@ TEST_F(Rows, withoutAColumnAreOnlyWrongWhereNoneMeansAnything)
     EXPECT_EQ(errors("switchName", ports, "vlanId, fwdMap"), "vlanEncapIf interfaceName;");
     EXPECT_EQ(errors("switchName", ports, "untagMap"),
               "vlanEncapIf vlanId;vlanEncapIf interfaceName;vlanEncapIf fwdMap;");
+}
+
+TEST_F(Rows, areKnownAgainAsTheyWereStored)
+{
+    // A column of numbers makes a number of the text.
+    ChangeSet changes{"", "", {}, {}};
+    changes.rows = {{"vlanEncapIf", row(1), with(row(1), "vlanId", "11"s)},
+                    {"vlanEncapIf", std::nullopt, with(fresh(0), "vlanId", "40"s)}};
+    writeRows(database, changes);
+    EXPECT_TRUE(rowsAreAfter(database, changes));
+    for (const auto &[at, vlanId] : {std::pair{size_t{0}, 11}, {size_t{1}, 40}}) {
+        const Row &stored = changes.rows[at].after.value();
+        EXPECT_TRUE(stored.sameAs(with(stored, "vlanId", int64_t{vlanId})));
+    }
+    ChangeSet back = reversed(changes);
+    EXPECT_NO_THROW(writeRows(database, back));
+    EXPECT_EQ(vlanRows(database), "10 eth0 0,1 1; 20 eth0 1,2 2; 30 eth1 1,3 ");
+}
+
+TEST(Columns, sayWhichNumbersTheyAccept)
+{
+    struct Case {
+        int64_t least, most, gap;
+        const char *values;
+    };
+    constexpr int64_t none = Column::noGap, maxInt = std::numeric_limits<int32_t>::max();
+    for (const auto &[least, most, gap, values] : {Case{0, 4094, none, "0 to 4094"},
+                                                   {1, maxInt, none, "1 and more"},
+                                                   {0, 2, none, "0 to 2"},
+                                                   {0, 1, none, "0 and 1"},
+                                                   {0, 3, 2, "0, 1 and 3"},
+                                                   {1, 4, 3, "1, 2 and 4"}}) {
+        Column column = columnsOf(portTableName).back();
+        column.least = least;
+        column.most = most;
+        column.gap = gap;
+        EXPECT_EQ(column.values(), values);
+        for (int64_t value = least - 1; value < least + 6; ++value)
+            EXPECT_EQ(column.accepts(value), value >= least && value <= most && value != gap)
+                << value << " of " << values;
+    }
+}
+
+TEST(Columns, haveOptionsThatScriptsRelyOnAndInitialValuesThatTheyAccept)
+{
+    std::string options;
+    for (const Table &table : configurationTables())
+        for (const Column &column : columnsOf(table.name)) {
+            options += column.isIdentity() ? "" : " "s + column.option;
+            EXPECT_TRUE(!column.isNumber() || *column.standard == '\0' ||
+                        column.accepts(toInt(column.standard)))
+                << column.name;
+        }
+    EXPECT_EQ(options, " --level --device --ports --vlan --qos --pause-frames --igmp-snooping "
+                       "--mld-snooping --interface --map --type --pvid --mirroring --trust-mode "
+                       "--rate-limit --sched-mode --queues --weight1 --weight2 --weight3 --weight4 "
+                       "--interface --logical --ports --untagged --switch-only --ingress-map "
+                       "--egress-map");
 }
 
 } // namespace
