@@ -13,6 +13,8 @@
 #include <algorithm>
 #include <cstring>
 #include <limits>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace std::string_literals;
 
@@ -343,6 +345,40 @@ TEST_F(Rows, ofAFileThatCannotBeUsedAreRefusedWithTheReason)
     Database read(databaseFile(), Access::read);
     EXPECT_THROW(read.remove("vlanEncapIf", 1), Failure);
     EXPECT_THROW(read.run("SELECT \"nothing\" FROM vlanEncapIf"), Failure) << "no text";
+}
+
+TEST_F(Rows, waitForAnotherWriterToFinish)
+{
+    int began[2];
+    ASSERT_EQ(pipe(began), 0);
+    const pid_t other = fork();
+    if (other == 0) {
+        Database writes(databaseFile(), Access::write);
+        const Transaction transaction(writes, Access::write);
+        const bool told = ::write(began[1], "", 1) == 1;
+        usleep(200000);
+        _exit(told ? 0 : 1);
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(began[0], &byte, 1), 1);
+    EXPECT_NO_THROW(Transaction(database, Access::write));
+    int status = -1;
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 0);
+    close(began[0]);
+    close(began[1]);
+}
+
+TEST_F(Rows, ofAForeignSchemaReachNothingBeyondTheTables)
+{
+    sql("CREATE VIRTUAL TABLE module USING fts5(word);"
+        "CREATE VIEW reaching AS SELECT word FROM module");
+    try {
+        database.run("SELECT * FROM reaching");
+        ADD_FAILURE() << "a module is reached";
+    } catch (const Failure &failure) {
+        EXPECT_HAS(failure.what(), "unsafe use of virtual table");
+    }
 }
 
 TEST_F(Rows, areReadAsTheServiceReadsThem)
