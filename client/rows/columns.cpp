@@ -139,14 +139,6 @@ std::span<const Column> columnsOf(std::string_view table)
     return {};
 }
 
-const Column *findColumn(std::string_view table, std::string_view name)
-{
-    for (const Column &column : columnsOf(table))
-        if (column.name == name)
-            return &column;
-    return nullptr;
-}
-
 std::string databaseSchema()
 {
     std::string sql =

@@ -183,7 +183,6 @@ const Table &tableOf(std::string_view name); // throws std::out_of_range if unkn
 
 // The columns of a table; empty if the table is unknown.
 std::span<const Column> columnsOf(std::string_view table);
-const Column *findColumn(std::string_view table, std::string_view name); // null if unknown
 
 // The generated contents of data/schema.sql and data/configuration.schema.json.
 std::string databaseSchema();

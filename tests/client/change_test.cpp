@@ -459,6 +459,30 @@ TEST_F(Change, isNotBegunWhereAStartWouldStopAndDidNotBefore)
     EXPECT_NE(refused(stops), "");
 }
 
+TEST_F(Change, thatWouldStopAStartIsRefusedUnlessItIsForced)
+{
+    serve();
+    // No rule knows which devices there are.
+    const RowWish wish = {Kind::set,
+                          "swGlobalCfg",
+                          "switch BCM",
+                          {{"switchName", "BCM"s}},
+                          {{"switchDevice", "/dev/none"s}}};
+    const std::string why = "1 refused: switch BCM: a start of the service would stop at row 1";
+    EXPECT_EQ(refusal(wish).substr(0, why.size()), why);
+    EXPECT_FALSE(isThere(".change") || isThere(".history"));
+    GatewayView gateway = view();
+    EXPECT_THROW(preview(gateway, wish, {}), Failure);
+    EXPECT_EQ(gateway.database().rows("swGlobalCfg").at(0).text("switchDevice"), "/dev/bcmsw");
+    PreviewOptions seen;
+    seen.force = true;
+    EXPECT_NO_THROW(preview(gateway, wish, seen));
+    ChangeOptions force;
+    force.force = true;
+    EXPECT_EQ(refusal(wish, force), "not refused: differs");
+    EXPECT_EQ(gateway.database().rows("swGlobalCfg").at(0).text("switchDevice"), "/dev/none");
+}
+
 TEST_F(Change, isRefusedForAFileThatTheServiceDoesNotServe)
 {
     serve();

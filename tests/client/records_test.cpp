@@ -7,12 +7,19 @@
 #include "client/records/trial.h"
 
 #include <algorithm>
+#include <csignal>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
 #include <fstream>
+#include <poll.h>
 #include <pwd.h>
 #include <sys/file.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
 
 using namespace std::string_literals;
 
@@ -105,6 +112,19 @@ TEST_F(Records, ofTheHistoryLoseTheOlderHalfWhenThereAreTooMany)
     EXPECT_GT(std::filesystem::file_size(databaseFile() + ".history"), after);
 }
 
+TEST_F(Records, ofTheHistoryThatAreLargeGoWithTheOldOnes)
+{
+    History history(databaseFile());
+    ChangeSet large = removal(1);
+    large.what = std::string(1200000, 'x');
+    for (const ChangeSet &changes : {removal(2), removal(2), large, removal(2), removal(2)})
+        history.add(1000, "applied", changes, true);
+    const std::vector<HistoryEntry> all = History(databaseFile()).entries();
+    ASSERT_EQ(all.size(), 2u);
+    EXPECT_EQ(all.front().number, 4);
+    EXPECT_EQ(all.back().number, 5);
+}
+
 TEST_F(Records, ofTheHistoryTellWhatTheServiceHasNotHeard)
 {
     History history(databaseFile());
@@ -170,6 +190,98 @@ TEST_F(Records, areChangedByOneAtATime)
     ends.join();
     EXPECT_TRUE(second.held());
     EXPECT_THROW(ChangeLock("/nonexistent/db"), Failure);
+}
+
+TEST_F(Records, areForTheirGroupAndLeadNowhereElse)
+{
+    const mode_t mask = umask(0);
+    const ChangeLock own(databaseFile());
+    const Journal journal(databaseFile());
+    History history(databaseFile());
+    journal.begin(removal(1));
+    history.add(1000, "applied", removal(1), true);
+    umask(mask);
+    for (const char *suffix : {".lock", ".change", ".history"}) {
+        struct stat about = {};
+        ASSERT_EQ(stat((databaseFile() + suffix).c_str(), &about), 0);
+        EXPECT_EQ(about.st_mode & 07777, 0660u) << suffix;
+    }
+    write("elsewhere", "");
+    ASSERT_EQ(symlink(file("elsewhere").c_str(), file("other.db.lock").c_str()), 0);
+    EXPECT_THROW(ChangeLock(file("other.db")), Failure);
+}
+
+TEST_F(Records, areNotHeldByTheProcessThatWatches)
+{
+    {
+        const ChangeLock own(databaseFile());
+        ASSERT_TRUE(own.held());
+        beginTrial(databaseFile(), file("site.json"), removal(2), 600);
+    }
+    usleep(100000); // a process that does not understand its words is gone by then
+    EXPECT_TRUE(trialOf(databaseFile())->watched);
+    EXPECT_TRUE(ChangeLock(databaseFile()).held());
+    endTrial(databaseFile());
+}
+
+// Whoever reads what swctl prints would wait for its end for as long.
+TEST_F(Records, ofATrialLeaveTheOutputAlone)
+{
+    int output[2];
+    ASSERT_EQ(pipe(output), 0);
+    const pid_t caller = fork();
+    if (caller == 0) {
+        for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
+            dup2(output[1], fd);
+        close(output[1]);
+        beginTrial(databaseFile(), "", removal(2), 600);
+        _exit(0);
+    }
+    close(output[1]);
+    int status = -1;
+    EXPECT_EQ(waitpid(caller, &status, 0), caller);
+    EXPECT_EQ(status, 0);
+    pollfd end = {output[0], POLLIN, 0};
+    EXPECT_EQ(poll(&end, 1, 5000), 1);
+    EXPECT_EQ(end.revents, POLLHUP);
+    EXPECT_TRUE(trialOf(databaseFile())->watched);
+    close(output[0]);
+    endTrial(databaseFile());
+}
+
+// In a process of its own, as it has the trial's file at a fixed descriptor.
+TEST_F(Records, ofATrialAreAwaitedAsleepWhateverTheTerminalSends)
+{
+    constexpr int trialFd = 3;
+    write("switch.db.trial", "{}");
+    int begins[2];
+    ASSERT_EQ(pipe(begins), 0);
+    const pid_t watcher = fork();
+    if (watcher == 0) {
+        const int kept = open((databaseFile() + ".trial").c_str(), O_RDONLY);
+        const int tell = fcntl(begins[1], F_DUPFD, 10);
+        dup2(kept, trialFd);
+        std::thread([tell] {
+            usleep(100000);
+            static_cast<void>(::write(tell, "", 1) == 1);
+        }).detach();
+        awaitTrialEnd(databaseFile(), 30);
+        _exit(watchedTrialStands(databaseFile()) ? 1 : 0);
+    }
+    char byte = 0;
+    ASSERT_EQ(read(begins[0], &byte, 1), 1);
+    kill(watcher, SIGINT);
+    kill(watcher, SIGHUP);
+    usleep(100000);
+    endTrial(databaseFile());
+    int status = -1;
+    rusage used = {};
+    EXPECT_EQ(wait4(watcher, &status, 0, &used), watcher);
+    EXPECT_EQ(status, 0);
+    EXPECT_EQ(used.ru_utime.tv_sec + used.ru_stime.tv_sec, 0);
+    EXPECT_LT(used.ru_utime.tv_usec + used.ru_stime.tv_usec, 80000) << "us of the processor";
+    close(begins[0]);
+    close(begins[1]);
 }
 
 TEST_F(Records, ofATrialHoldTheChangeItsEndAndWhetherAProcessWatches)

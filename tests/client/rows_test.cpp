@@ -3,11 +3,18 @@
 #include "gateway.h"
 
 #include "client/base/failure.h"
+#include "client/base/number.h"
+#include "client/check/check.h"
 #include "client/rows/check_rows.h"
+#include "client/rows/columns.h"
 #include "client/rows/row_json.h"
 #include "swmgr/swmgr_client.h"
 
+#include <algorithm>
 #include <cstring>
+#include <limits>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace std::string_literals;
 
@@ -341,6 +348,40 @@ TEST_F(Rows, ofAFileThatCannotBeUsedAreRefusedWithTheReason)
     EXPECT_THROW(read.run("SELECT \"nothing\" FROM vlanEncapIf"), Failure) << "no text";
 }
 
+TEST_F(Rows, waitForAnotherWriterToFinish)
+{
+    int began[2];
+    ASSERT_EQ(pipe(began), 0);
+    const pid_t other = fork();
+    if (other == 0) {
+        Database writes(databaseFile(), Access::write);
+        const Transaction transaction(writes, Access::write);
+        const bool told = ::write(began[1], "", 1) == 1;
+        usleep(200000);
+        _exit(told ? 0 : 1);
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(began[0], &byte, 1), 1);
+    EXPECT_NO_THROW(Transaction(database, Access::write));
+    int status = -1;
+    EXPECT_EQ(waitpid(other, &status, 0), other);
+    EXPECT_EQ(status, 0);
+    close(began[0]);
+    close(began[1]);
+}
+
+TEST_F(Rows, ofAForeignSchemaReachNothingBeyondTheTables)
+{
+    sql("CREATE VIRTUAL TABLE module USING fts5(word);"
+        "CREATE VIEW reaching AS SELECT word FROM module");
+    try {
+        database.run("SELECT * FROM reaching");
+        ADD_FAILURE() << "a module is reached";
+    } catch (const Failure &failure) {
+        EXPECT_HAS(failure.what(), "unsafe use of virtual table");
+    }
+}
+
 TEST_F(Rows, areReadAsTheServiceReadsThem)
 {
     sql("UPDATE vlanEncapIf SET fwdMap = '1, 2,07,x,31,32,-1', untagMap = NULL, inSwitchOnly = 2 "
@@ -371,6 +412,118 @@ TEST_F(Rows, areReadAsTheServiceReadsThem)
     const Row port = database.rowById("swPortConfig", 2).value();
     EXPECT_EQ(nameOf("swPortConfig", port), "port 1 of BCM");
     EXPECT_EQ(nameOf("swGlobalCfg", port), "switch BCM");
+}
+
+TEST_F(Rows, areSaidToHoldWhatTheServiceTakes)
+{
+    const auto refusedAtAStart = [this](const Table &table, const Column &column, size_t length) {
+        Transaction transaction(database, Access::write);
+        const std::vector<Row> all = database.rows(table.name);
+        database.update(table.name, all.back().rowId, {{column.name, std::string(length, '7')}});
+        Snapshot snapshot(database);
+        const std::optional<StoppedAt> stopped =
+            view().rehearseStart(snapshot)->finish().stoppedAt();
+        const std::string why =
+            std::string(table.name) + "." + column.name + " is too long: " + std::to_string(length);
+        return stopped && stopped->table == table.name &&
+               std::any_of(stopped->reasons.begin(), stopped->reasons.end(),
+                           [&](const std::string &line) { return line.find(why) != line.npos; });
+    };
+    startChip();
+    size_t texts = 0;
+    for (const Table &table : configurationTables())
+        for (const Column &column : columnsOf(table.name)) {
+            const auto most = static_cast<size_t>(column.most);
+            if (column.isNumber())
+                continue;
+            ++texts;
+            EXPECT_FALSE(refusedAtAStart(table, column, most)) << column.name;
+            EXPECT_TRUE(refusedAtAStart(table, column, most + 1)) << column.name;
+        }
+    EXPECT_EQ(texts, 11u);
+}
+
+// An older database may lack a column; without some of them no row means anything.
+TEST_F(Rows, withoutAColumnAreOnlyWrongWhereNoneMeansAnything)
+{
+    const auto errors = [](const std::string &switches, const std::string &ports,
+                           const std::string &vlans) {
+        Database older = Database::inMemory();
+        older.run(("CREATE TABLE swGlobalCfg (" + switches + "); CREATE TABLE swPortConfig (" +
+                   ports + "); CREATE TABLE vlanEncapIf (" + vlans + ")")
+                      .c_str());
+        std::string text;
+        for (const Finding &finding : checkConfiguration(older, {}))
+            if (finding.severity == Severity::error)
+                text += finding.table + " " + finding.subject + ";";
+        return text;
+    };
+    const char *ports = "switchName, portNumber", *vlans = "vlanId, interfaceName, fwdMap";
+    EXPECT_EQ(errors("switchName", ports, vlans), "");
+    EXPECT_EQ(errors("switchLevel", ports, vlans), "swGlobalCfg switchName;");
+    EXPECT_EQ(errors("switchName", "switchName", vlans), "swPortConfig portNumber;");
+    EXPECT_EQ(errors("switchName", "portNumber", vlans), "swPortConfig switchName;");
+    EXPECT_EQ(errors("switchName", ports, "vlanId, fwdMap"), "vlanEncapIf interfaceName;");
+    EXPECT_EQ(errors("switchName", ports, "untagMap"),
+              "vlanEncapIf vlanId;vlanEncapIf interfaceName;vlanEncapIf fwdMap;");
+}
+
+TEST_F(Rows, areKnownAgainAsTheyWereStored)
+{
+    // A column of numbers makes a number of the text.
+    ChangeSet changes{"", "", {}, {}};
+    changes.rows = {{"vlanEncapIf", row(1), with(row(1), "vlanId", "11"s)},
+                    {"vlanEncapIf", std::nullopt, with(fresh(0), "vlanId", "40"s)}};
+    writeRows(database, changes);
+    EXPECT_TRUE(rowsAreAfter(database, changes));
+    for (const auto &[at, vlanId] : {std::pair{size_t{0}, 11}, {size_t{1}, 40}}) {
+        const Row &stored = changes.rows[at].after.value();
+        EXPECT_TRUE(stored.sameAs(with(stored, "vlanId", int64_t{vlanId})));
+    }
+    ChangeSet back = reversed(changes);
+    EXPECT_NO_THROW(writeRows(database, back));
+    EXPECT_EQ(vlanRows(database), "10 eth0 0,1 1; 20 eth0 1,2 2; 30 eth1 1,3 ");
+}
+
+TEST(Columns, sayWhichNumbersTheyAccept)
+{
+    struct Case {
+        int64_t least, most, gap;
+        const char *values;
+    };
+    constexpr int64_t none = Column::noGap, maxInt = std::numeric_limits<int32_t>::max();
+    for (const auto &[least, most, gap, values] : {Case{0, 4094, none, "0 to 4094"},
+                                                   {1, maxInt, none, "1 and more"},
+                                                   {0, 2, none, "0 to 2"},
+                                                   {0, 1, none, "0 and 1"},
+                                                   {0, 3, 2, "0, 1 and 3"},
+                                                   {1, 4, 3, "1, 2 and 4"}}) {
+        Column column = columnsOf(portTableName).back();
+        column.least = least;
+        column.most = most;
+        column.gap = gap;
+        EXPECT_EQ(column.values(), values);
+        for (int64_t value = least - 1; value < least + 6; ++value)
+            EXPECT_EQ(column.accepts(value), value >= least && value <= most && value != gap)
+                << value << " of " << values;
+    }
+}
+
+TEST(Columns, haveOptionsThatScriptsRelyOnAndInitialValuesThatTheyAccept)
+{
+    std::string options;
+    for (const Table &table : configurationTables())
+        for (const Column &column : columnsOf(table.name)) {
+            options += column.isIdentity() ? "" : " "s + column.option;
+            EXPECT_TRUE(!column.isNumber() || *column.standard == '\0' ||
+                        column.accepts(toInt(column.standard)))
+                << column.name;
+        }
+    EXPECT_EQ(options, " --level --device --ports --vlan --qos --pause-frames --igmp-snooping "
+                       "--mld-snooping --interface --map --type --pvid --mirroring --trust-mode "
+                       "--rate-limit --sched-mode --queues --weight1 --weight2 --weight3 --weight4 "
+                       "--interface --logical --ports --untagged --switch-only --ingress-map "
+                       "--egress-map");
 }
 
 } // namespace
