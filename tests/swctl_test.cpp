@@ -270,7 +270,7 @@ TEST_F(Swctl, framesAtAPortOfABridgeAreExplainedByWhatTheKernelHolds)
           "untagged   in VLAN 10, to 0T, wlan0 and the host", "port 2 of", "dropped: lan3 is down",
           "lan3: in br0, down, should be in br0, up", "mend it: restart the service", "port 3 of",
           "lan4: in no bridge, up, should be", "to have it swctl vlan set 10 --ports 0,1,2,3",
-          "port 4 of", "see to it that there is an interface lan5"}) {
+          "port 4 of", "create the interface lan5"}) {
         from = std::min(result.out.find(part, from), result.out.size());
         EXPECT_NE(from, result.out.size()) << part << " is missing in\n" << result.out;
     }
