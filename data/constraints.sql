@@ -84,7 +84,7 @@ BEGIN
       (SELECT ifnull(sum(length(m.t) - length(replace(m.t, ',' || p.e || ',', ''))), 0) FROM
       (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig WHERE rowid < NEW.rowid) p,
       (SELECT ',' || replace(NEW.phyDevice, ',', ',,') || ',' AS t) m);
-    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
+    SELECT RAISE(ABORT, 'bridge-port-interface: a bridge port needs a network interface of its own')
     WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
       OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
       o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND
@@ -127,7 +127,7 @@ BEGIN
       (SELECT ifnull(sum(length(m.t) - length(replace(m.t, ',' || p.e || ',', ''))), 0) FROM
       (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig WHERE rowid < NEW.rowid) p,
       (SELECT ',' || replace(NEW.phyDevice, ',', ',,') || ',' AS t) m);
-    SELECT RAISE(ABORT, 'bridge-port-interface: a port of the bridge is no interface of its own')
+    SELECT RAISE(ABORT, 'bridge-port-interface: a bridge port needs a network interface of its own')
     WHERE NEW.switchName = 'BRIDGE' AND (length(ifnull(NEW.interfaceName, '')) NOT BETWEEN 1 AND 15
       OR NEW.interfaceName LIKE '-%' OR EXISTS (SELECT 1 FROM swPortConfig o WHERE
       o.rowid <> NEW.rowid AND o.switchName = 'BRIDGE' AND

@@ -22,11 +22,11 @@ FrameFate forwarded(int port, int vlanId, const VlanEntry &entry, uint32_t reach
     fate.vlanId = vlanId;
     const uint32_t to = entry.members & reach & ~portBit(port);
     if (entry.members == 0)
-        fate.dropped = "there is no " + vlanText(vlanId);
+        fate.dropped = vlanText(vlanId) + " does not exist";
     else if ((entry.members & portBit(port)) == 0)
-        fate.dropped = "port " + std::to_string(port) + " is no member of " + vlanText(vlanId);
+        fate.dropped = "port " + std::to_string(port) + " is not a member of " + vlanText(vlanId);
     else if (to == 0)
-        fate.dropped = vlanText(vlanId) + " has no other port that it may go to";
+        fate.dropped = vlanText(vlanId) + " has no other port to forward to";
     else
         fate.to = to;
     fate.bare = fate.to & entry.untagged;
@@ -44,12 +44,12 @@ void checkUntagged(const Configuration &all, size_t row, uint32_t members, int p
         const std::string number = std::to_string(port);
         if ((members & portBit(port)) == 0)
             faults.push_back({"untag-without-membership", &all.vlanTable, row, number,
-                              "port " + number + " is in untagMap and not in fwdMap"});
+                              "port " + number + " is in untagMap but not in fwdMap"});
         for (size_t earlier = row; earlier-- > 0;)
             if ((all.vlans[earlier].untagged.mask & portBit(port)) != 0) {
                 faults.push_back({"untag-twice", &all.vlanTable, row, number,
-                                  "port " + number + " is untagged in VLAN " +
-                                      std::to_string(all.vlans[earlier].id) + " too"});
+                                  "port " + number + " is also untagged in VLAN " +
+                                      std::to_string(all.vlans[earlier].id)});
                 break;
             }
     }

@@ -1,6 +1,6 @@
-// What the client has to know of a device that carries a switch out. Each device is one
-// implementation of this interface in a folder of its own; client/gateway/devices.cpp
-// lists them, and everything else walks that list.
+// What the client needs from a device that implements a switch. Each device implements this
+// interface in its own folder; client/gateway/devices.cpp lists them, and all other code
+// iterates over that list.
 #pragma once
 
 #include "client/devices/difference.h"
@@ -25,10 +25,10 @@
 
 namespace swctl {
 
-// Called now and then with how many VLANs of how many have been read.
+// Called periodically while VLANs are read.
 using Progress = std::function<void(size_t done, size_t all)>;
 
-// A port of a switch, as its row has it.
+// A port of a switch, as described by its row.
 struct DevicePort {
     int32_t number = 0;
     std::string interfaceName; // empty: none
@@ -38,19 +38,19 @@ struct DevicePort {
 struct VlanEntry {
     uint32_t members = 0;
     uint32_t untagged = 0;
-    uint32_t host = 0; // ports that lead to the host, as far as the device itself knows
+    uint32_t host = 0; // ports towards the host, if the device itself knows them
 
     [[nodiscard]] bool empty() const { return members == 0 && untagged == 0; }
 };
 
-// How a VLAN's frames get to the host.
+// How a VLAN's frames reach the host.
 struct HostSide {
-    std::string text;      // "from chip ports 1T 2U, through 0T"; empty: not by this device
+    std::string text;      // "from chip ports 1T 2U, through 0T"; empty: not through this device
     std::string ports;     // "1T 2U"; empty: its ports have no numbers
     std::string hostPorts; // "0T"
 };
 
-// What one device holds of VLANs: what a rehearsed start leaves in it, or what was read.
+// A device's VLAN state: either what a rehearsed start leaves in it, or what was read back.
 class DeviceState {
 public:
     DeviceState() = default;
@@ -58,12 +58,12 @@ public:
     DeviceState(const DeviceState &) = delete;
     DeviceState &operator=(const DeviceState &) = delete;
 
-    [[nodiscard]] virtual std::string label() const = 0;          // its own name, as "br0"
+    [[nodiscard]] virtual std::string label() const = 0;          // its own name, e.g. "br0"
     [[nodiscard]] virtual std::string vlanText(int id) const = 0; // "1T 2U", "-" for none
-    [[nodiscard]] virtual Json vlanJson(int id) const = 0;        // the same for programs
-    [[nodiscard]] virtual std::set<int> vlanIds() const = 0;      // that it has entries of
+    [[nodiscard]] virtual Json vlanJson(int id) const = 0;        // the same, machine-readable
+    [[nodiscard]] virtual std::set<int> vlanIds() const = 0;      // VLANs that have an entry
     [[nodiscard]] virtual VlanEntry entry(int /*id*/) const { return {}; }
-    // The VLAN of the port's untagged frames; none where it has none, or cannot be known.
+    // The VLAN of the port's untagged frames; none if there is none or it is unknown.
     [[nodiscard]] virtual std::optional<int> defaultTag(const DevicePort & /*port*/) const
     {
         return std::nullopt;
@@ -74,76 +74,76 @@ public:
 using StateRef = std::shared_ptr<const DeviceState>;
 
 struct DeviceReading {
-    StateRef held;      // null: it was not read
-    std::string reason; // why; next to what was read: what is missing in it
+    StateRef held;      // null: not read
+    std::string reason; // why not; if `held` is set: what it lacks
 };
 
 // What to read of a device.
 struct ReadOrder {
     const Site &site;
     std::string node;              // switchDevice of its row
-    std::vector<DevicePort> ports; // of its rows
-    std::set<int> ids;             // VLANs; each device leaves out what it cannot have
-    bool whole = false;            // every VLAN of `wanted` as well, and all that can be found
-    std::set<int> untaggedAt;      // the VLANs of untagged frames at these ports as well, and
-                                   // where frames that arrive there may go
-    const DeviceState *wanted;     // by a fresh start; may be null
+    std::vector<DevicePort> ports; // from its rows
+    std::set<int> ids;             // VLANs; a device skips ids that it does not support
+    bool whole = false;            // also every VLAN of `wanted` and any others found
+    std::set<int> untaggedAt;      // ports: also read the VLANs of their untagged frames and
+                                   // where frames that arrive there may be forwarded
+    const DeviceState *wanted;     // after a fresh start; may be null
     const Part<FailedTools> &tools;
     const Progress &progress;
 };
 
-// What is asked about frames at one port of a switch.
+// A question about frames at one port of a switch.
 struct PortQuestion {
     DevicePort port;
     int vlanId;
     std::vector<DevicePort> ports;     // of the switch
-    std::map<int, uint32_t> hostPorts; // by VLAN of the rows, of Device::hostPorts
-    const DeviceState &wanted;         // by a fresh start
+    std::map<int, uint32_t> hostPorts; // by VLAN id in the rows, from Device::hostPorts
+    const DeviceState &wanted;         // after a fresh start
     const DeviceReading &actual;
-    const std::vector<Difference> &differences; // of the gateway, those that count
+    const std::vector<Difference> &differences; // of the whole gateway, only those that count
 };
 
 struct PortAnswer {
-    std::string wanted; // how the port takes part, by a fresh start
-    std::string held;   // by the device itself or, where it has no query, by the log
+    std::string wanted; // the port's membership after a fresh start
+    std::string held;   // its membership now: from the device or, if it has no query, the log
     bool read = false;  // `held` was read from the device
-    std::string basis;  // what the next three are judged by
-    FrameFate tagged;   // of a frame with the VLAN's id
+    std::string basis;  // what `tagged`, `untagged` and `sends` are based on
+    FrameFate tagged;   // of a frame tagged with the VLAN's id
     FrameFate untagged;
     std::string sends;               // how the VLAN's frames leave the port; empty: never
-    std::vector<Difference> differs; // that touch them
-    std::vector<std::string> unread; // parts that might have been, and why they were not
-    std::string remedyInterface{};   // the interface of a row that gives the port the VLAN;
-                                     // empty: it is a member, or a row does not do it
+    std::vector<Difference> differs; // that affect these frames
+    std::vector<std::string> unread; // readable parts that were not read, each with the reason
+    std::string remedyInterface{};   // interface for a VLAN row that would make the port a
+                                     // member; empty: it is one, or no row can make it one
 };
 
-// Rows as a device checks them, and where they are to work.
+// What a device needs besides the rows to check them.
 struct Surroundings {
-    std::optional<std::set<std::string>> interfaces; // that exist; none: not looked up
-    std::set<std::string> unsupported;               // names of devices that the machine lacks
+    std::optional<std::set<std::string>> interfaces; // that exist; none: unknown
+    std::set<std::string> unsupported; // names of devices that this machine does not support
 };
 
-// What a device finds in the rows.
+// A fault that a device finds in a row.
 struct RowFault {
     const char *rule;
     const TableRows *table;
     size_t row;
-    std::string subject; // what in the row, as a column, a port or a mapping; may be empty
+    std::string subject; // the column, port or mapping at fault; may be empty
     std::string message;
 };
 
 struct DeviceFacts {
-    const char *name;        // of the switch; it selects the backend in the service, too
-    const char *part;        // "chip": in keys of differences, metrics and JSON
-    const char *words;       // in a sentence, e.g. "the chip"
-    const char *preview;     // what stands before a VLAN's entry in a preview; null: no entries
-    int portCount;           // it has the ports 0 to portCount - 1
-    int firstPort;           // the number from which a row's numPorts counts
-    const char *beyondPorts; // what a row for another port leads to, behind a message; ""
-    bool hasQuery;           // it can be asked what it holds
-    bool portsAreInterfaces; // each port is the network interface that its row names
-    bool takesLists;         // the port lists of a VLAN's row name its ports
-    std::span<const int> commands; // SW_CMD_* that it takes by a request
+    const char *name;              // of the switch; also selects the backend in the service
+    const char *part;              // e.g. "chip"; used in difference keys, metrics and JSON
+    const char *words;             // for use in a sentence, e.g. "the chip"
+    const char *preview;           // prefix of a VLAN's entry in a preview; null: no entries
+    int portCount;                 // ports are 0 to portCount - 1
+    int firstPort;                 // number of the first port that a row's numPorts counts
+    const char *beyondPorts;       // appended to the message about a row with any other port number
+    bool hasQuery;                 // its state can be read back
+    bool portsAreInterfaces;       // each port is the network interface that its row names
+    bool takesLists;               // the port lists in a VLAN's row refer to its ports
+    std::span<const int> commands; // SW_CMD_* that it accepts in a request
 };
 
 class Device : public DeviceFacts {
@@ -151,20 +151,20 @@ public:
     Device(const Device &) = delete;
     Device &operator=(const Device &) = delete;
 
-    // The ports that lead a VLAN to the host and that its row need not name.
+    // The ports that connect a VLAN to the host; the VLAN's row need not list them.
     [[nodiscard]] virtual uint32_t hostPorts(std::string_view /*interface*/,
                                              bool /*inSwitchOnly*/) const
     {
         return 0;
     }
 
-    // What a start leaves in it. `ports` are those of its rows.
+    // The state after a rehearsed start. `ports` are those of its rows.
     [[nodiscard]] virtual StateRef wanted(const Rehearsal &start,
                                           const std::vector<DevicePort> &ports) const = 0;
-    [[nodiscard]] virtual StateRef nothing() const = 0; // what it holds where no switch is one
+    [[nodiscard]] virtual StateRef nothing() const = 0; // for a configuration without such a switch
     [[nodiscard]] virtual DeviceReading read(const ReadOrder &order) const = 0;
 
-    // States and counters of its ports, in order; none: it has no request for them.
+    // States and counters of its ports, in order; none if it has no request for them.
     [[nodiscard]] virtual std::optional<Part<std::vector<PortState>>>
     readPorts(const Site & /*site*/, const std::string & /*node*/) const
     {
@@ -174,20 +174,20 @@ public:
     virtual void compare(const DeviceState &wanted, const DeviceState &actual,
                          std::vector<Difference> &all) const = 0;
 
-    // Settings that are otherwise than after a start and touch no VLAN's frames. `unread`
-    // gets what could not be read, and why.
+    // Settings that deviate from a fresh start but do not affect any VLAN's frames. `unread`
+    // receives what could not be read, and why.
     virtual void compareIdle(const DeviceState & /*wanted*/, const Site & /*site*/,
                              std::vector<Difference> & /*all*/, std::string & /*unread*/) const
     {
     }
 
-    // What changes at its ports apart from entries, as lines of a preview.
+    // Preview lines for changes at its ports other than VLAN entries.
     virtual void previewPorts(const DeviceState & /*before*/, const DeviceState & /*after*/,
                               std::vector<std::string> & /*lines*/) const
     {
     }
 
-    // Whether two courses of the service leave it with equal settings.
+    // Whether two rehearsals leave it with equal settings.
     [[nodiscard]] virtual bool endsAlike(const Rehearsal & /*one*/,
                                          const Rehearsal & /*other*/) const
     {
@@ -204,13 +204,13 @@ public:
                        std::vector<RowFault> & /*faults*/) const
     {
     }
-    // The port lists of VLANs as lists of its ports.
+    // Checks the port lists of VLANs as lists of its own ports.
     virtual void checkLists(const Configuration & /*all*/, std::vector<RowFault> & /*faults*/) const
     {
     }
-    // Whether this machine can carry such a switch out; none: not known.
+    // Whether this machine supports such a switch; none: unknown.
     [[nodiscard]] virtual std::optional<bool> supportedHere() const { return std::nullopt; }
-    // The interface that a start makes for the switch; empty: none.
+    // The interface that a start creates for the switch; empty: none.
     [[nodiscard]] virtual std::string madeInterface(const Row & /*switchRow*/) const { return {}; }
 
 protected:
@@ -220,14 +220,15 @@ protected:
 
 // --- shared by devices ----------------------------------------------------------
 
-// An entry of a VLAN in the device that is otherwise than wanted.
+// A VLAN entry in the device that differs from the wanted one.
 Difference entryDifference(const Device &device, int vlanId, std::string wanted, std::string found);
 
-// A frame that gets into a VLAN at a port of a device whose ports have numbers; `reach` has
-// the ports that frames from there may go to.
+// The fate of a frame that enters a VLAN at a numbered port; `reach` is the mask of ports
+// that frames from that port may be forwarded to.
 FrameFate forwarded(int port, int vlanId, const VlanEntry &entry, uint32_t reach);
 
-// A VLAN's port in both lists of its row, held against the rows of `ports`.
+// Checks the row's untagged ports below `ports`: each must be in `members`, and must not be
+// untagged in an earlier row.
 void checkUntagged(const Configuration &all, size_t row, uint32_t members, int ports,
                    std::vector<RowFault> &faults);
 

@@ -56,7 +56,7 @@ std::string Difference::mend() const
     case Remedy::restart:
         return (firstStep.empty() ? "" : firstStep + ", then ") + "restart the service";
     case Remedy::rows:
-        return "mend the row at which a start stops; 'swctl check' names it";
+        return "fix the row at which a start stops; 'swctl check' names it";
     }
     return "swctl repair";
 }

@@ -1,4 +1,4 @@
-// Something that is otherwise than a fresh start from the database would have it.
+// A deviation from what a fresh start from the database would produce.
 #pragma once
 
 #include <string>
@@ -7,42 +7,42 @@
 namespace swctl {
 
 enum class DifferenceKind {
-    entry,        // a VLAN's ports in a device
-    defaultTag,   // VLAN of a port's untagged frames
-    subInterface, // of the kernel: missing, left over, down, other maps
-    link,         // an interface of a device: not there, not in it, down
-    setting,      // that the service takes only at its start
+    entry,        // the ports of a VLAN in a device
+    defaultTag,   // the VLAN of a port's untagged frames
+    subInterface, // in the kernel: missing, stale, down, or with other priority maps
+    link,         // an interface of a device: missing, not attached to it, down
+    setting,      // that the service applies only at startup
 };
 
-// What mends a difference.
+// What fixes a difference.
 enum class Remedy {
-    repair,  // announcing the VLAN again
-    restart, // of the service
-    rows     // a start stops at one of them: until that is mended nothing else can be
+    repair,  // announce the VLAN again
+    restart, // restart the service
+    rows     // a start stops at a row: until that row is fixed, nothing else can be
 };
 
 struct Difference {
     DifferenceKind kind{};
-    const char *part = ""; // of the gateway, as "chip"; of an entry or a link
-    bool byQuery = true;   // false: the log says that writing it failed
+    const char *part = ""; // of the gateway, e.g. "chip"; set for an entry or a link
+    bool byQuery = true;   // false: inferred from a failed write in the log
     int vlanId = 0;        // 0: none
-    int port = -1;         // of a default tag; -1: none
-    std::string wanted{};  // in the words of the network, as "1T 2T 3U"
-    std::string found{};   //
-    bool counts = true;    // false: has no effect on any frame
+    int port = -1;         // for a default tag; -1: none
+    std::string wanted{};  // for display, e.g. "1T 2T 3U"
+    std::string found{};   // likewise
+    bool counts = true;    // false: no effect on any frame
     bool inRows = true;    // a row of the database has this VLAN
-    std::string parent{};  // of a sub-interface; of a link its own name
+    std::string parent{};  // of a sub-interface; for a link, its own name
     Remedy remedy = Remedy::repair;
-    std::string firstStep{}; // what has to be done before `remedy`; empty: nothing
+    std::string firstStep{}; // to be done before `remedy`; empty: nothing
 
-    // The same thing is different in the same way.
+    // Whether both describe the same deviation of the same object.
     [[nodiscard]] bool sameAs(const Difference &other) const;
-    [[nodiscard]] std::string key() const;  // as "chip-entry"
+    [[nodiscard]] std::string key() const;  // e.g. "chip-entry"
     [[nodiscard]] std::string text() const; // one line
-    [[nodiscard]] std::string mend() const; // the command that mends it
+    [[nodiscard]] std::string mend() const; // what to run or do to fix it
 };
 
-// Those that have an effect on frames.
+// Only those that affect frames.
 std::vector<Difference> counting(std::vector<Difference> all);
 
 } // namespace swctl

@@ -15,9 +15,9 @@ Part<FailedTools> readFailedTools()
     try {
         FailedTools failed;
         RequestLog log;
-        static_cast<void>(log.take()); // the daemon has everything by then
+        static_cast<void>(log.take()); // after this the log daemon has every record
         if (!log.available())
-            throw Failure(exitUnreachable, "nobody hears the service's log");
+            throw Failure(exitUnreachable, "no log daemon");
         const Hearing heard = failedTools([&](const LogLine &line) {
             ToolLine tool;
             ToolEntry entry;
@@ -33,7 +33,7 @@ Part<FailedTools> readFailedTools()
         if (heard.lost != 0)
             part.reason = std::to_string(heard.lost) + " records were lost, so there may be more";
     } catch (const Failure &) {
-        part.reason = "no log daemon is running that could tell which tools failed";
+        part.reason = "no log daemon is running to report failed tools";
     }
     return part;
 }

@@ -1,4 +1,4 @@
-// Tools of the service that failed last, by its log.
+// Tools run by the service whose last run failed, according to its log.
 #pragma once
 
 #include "client/rehearse/hardware_state.h"
@@ -9,13 +9,13 @@
 
 namespace swctl {
 
-// Lines, each with the status that it returned.
+// Command lines, each with its exit status.
 struct FailedTools {
-    std::map<int, std::vector<std::string>> ofVlans; // that wrote an entry of a VLAN
+    std::map<int, std::vector<std::string>> ofVlans; // that write an entry of that VLAN
     std::vector<std::string> others;
 };
 
-// With a reason next to what is held, there may be more.
+// If both `held` and `reason` are set, the list may be incomplete.
 Part<FailedTools> readFailedTools();
 
 } // namespace swctl

@@ -27,8 +27,8 @@ std::string membersText(uint32_t members, uint32_t untagged)
 std::string partText(bool member, bool untagged)
 {
     if (!member)
-        return untagged ? "no member, though in the untag map" : "no member";
-    return untagged ? "member, sends without tag" : "member, sends tagged";
+        return untagged ? "not a member, but in the untag map" : "not a member";
+    return untagged ? "member, sends untagged" : "member, sends tagged";
 }
 
 std::string FrameFate::text() const

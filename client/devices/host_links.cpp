@@ -27,7 +27,7 @@ int uptimeVlan(const std::string &name)
     return name == start + std::to_string(vlanId) + ".Uptime" ? vlanId : -1;
 }
 
-// A record outlives the interfaces of its boot where the folder is kept.
+// In a persistent folder a record outlives the boot whose interfaces it describes.
 bool isOfThisBoot(int folder, const char *name)
 {
     const int64_t boot = millisecondsNow(CLOCK_REALTIME) - millisecondsNow(CLOCK_BOOTTIME);
@@ -36,7 +36,7 @@ bool isOfThisBoot(int folder, const char *name)
            about.st_mtim.tv_sec >= boot / 1000;
 }
 
-// A folder that is not there holds no records; one that cannot be read is said.
+// A missing folder means no records; an unreadable one is reported.
 void readUptimeFiles(const std::string &path, Part<Kernel> &part)
 {
     const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir(path.c_str()), closedir);

@@ -1,4 +1,4 @@
-// The VLAN sub-interfaces of the host's kernel: as they are, and what differs.
+// The VLAN sub-interfaces in the host's kernel, and how they differ from what is wanted.
 #pragma once
 
 #include "client/devices/difference.h"
@@ -9,13 +9,13 @@
 
 namespace swctl {
 
-// The VLAN sub-interfaces and the uptime records. With a reason next to what is held,
-// the sub-interfaces were read and the records were not.
+// Reads the VLAN sub-interfaces and the uptime records. If both `held` and `reason` are set,
+// the sub-interfaces were read but the records were not.
 Part<Kernel> readKernel(const Site &site);
 
 void compareKernel(const Kernel &wanted, const Kernel &actual, std::vector<Difference> &all);
 
-// "up", and what of its priority maps is not as it should be.
+// "up" or "down", and which priority maps are not the identity.
 std::string stateText(const SubInterface &sub);
 
 } // namespace swctl

@@ -1,4 +1,3 @@
-// Asks rows, history and journal.
 #include "client/devices/own_links.h"
 
 #include "client/base/failure.h"
@@ -16,7 +15,7 @@ std::string linkName(const std::string &parent, int vlanId)
     return parent + "." + std::to_string(vlanId);
 }
 
-// What is told of sub-interfaces and their parents.
+// The sub-interfaces and parents that rows, history and journal mention.
 class Account {
 public:
     void take(const Row &row)
@@ -28,8 +27,9 @@ public:
         links.insert(linkName(parent, toInt(row.text("vlanId"))));
     }
 
-    // A start or a request may have got to any row that once stood there. What was seen
-    // to be gone is gone: one of that name has been made by somebody else since.
+    // A start or a request may have applied any row that was ever in the database. If a
+    // sub-interface was verified to be removed, one of that name was made by something else
+    // since.
     void take(const ChangeSet &changes, bool seenGone)
     {
         for (const RowChange &change : changes.rows)
@@ -47,7 +47,7 @@ public:
     [[nodiscard]] bool names(const std::string &name, const SubInterface &sub,
                              const std::set<int> &uptimeFiles) const
     {
-        // The service's tools give no other name.
+        // The service's tools use no other naming scheme.
         return name == linkName(sub.parent, sub.vlanId) &&
                (links.contains(name) ||
                 (uptimeFiles.contains(sub.vlanId) && parents.contains(sub.parent)));
@@ -58,7 +58,7 @@ private:
     std::set<std::string> parents;
 };
 
-// A file that cannot be read tells of nothing: its reader says so where that matters.
+// An unreadable file contributes nothing; where that matters, its reader reports it.
 template <class Read>
 void takeIfReadable(const Read &read)
 {
@@ -73,7 +73,7 @@ void takePast(const std::string &databasePath, Account &account)
 {
     takeIfReadable([&] {
         for (const HistoryEntry &entry : History(databasePath).entries())
-            if (entry.outcome != "refused") // then nothing was different from before
+            if (entry.outcome != "refused") // a refused change changed nothing
                 account.take(entry.changes, entry.verified && entry.outcome == "applied");
     });
     takeIfReadable([&] {
@@ -96,7 +96,7 @@ std::map<std::string, SubInterface> setForeignApart(Kernel &kernel, const Kernel
         if (!wanted.interfaces.contains(name) && !account.names(name, sub, {}))
             foreign[name] = sub;
     if (foreign.empty())
-        return foreign; // the past need not be read
+        return foreign; // no need to read the history
     Account past;
     takePast(databasePath, past);
     for (const Row &row : vlanRows)

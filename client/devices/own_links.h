@@ -1,5 +1,5 @@
-// Which VLAN sub-interfaces of this machine are the switch manager's own. Other programs
-// make some, too: a container's network, an administrator by hand.
+// Tells the switch manager's own VLAN sub-interfaces from others on this machine, such as
+// those of a container network or an administrator.
 #pragma once
 
 #include "client/rehearse/hardware_state.h"
@@ -11,10 +11,11 @@
 
 namespace swctl {
 
-// Takes out of `kernel` the sub-interfaces that are not the system's own, and gives them
-// back. Its own is one that `wanted` or a row asks for, or that this system made by its
-// own account: the history beside the database or an unfinished change names it, or there
-// is an uptime record of its VLAN and one of these names its parent.
+// Moves the sub-interfaces that are not the switch manager's own out of `kernel` and returns
+// them. Its own are those that `wanted` or a row asks for, and those that it is on record as
+// having made: the history beside the database or an unfinished change names the
+// sub-interface, or its VLAN has an uptime record and a row, the history or an unfinished
+// change names its parent.
 std::map<std::string, SubInterface> setForeignApart(Kernel &kernel, const Kernel &wanted,
                                                     const std::vector<Row> &vlanRows,
                                                     const std::string &databasePath);

@@ -20,8 +20,6 @@
 namespace swctl {
 namespace {
 
-// Not the one that keeps the order of members: that looks at all for each.
-
 constexpr size_t mostSite = 1024 * 1024; // bytes
 constexpr size_t mostDevices = 64;
 constexpr size_t mostInterfaces = 4096;
@@ -49,10 +47,10 @@ HardwareAddress addressOf(const std::string &text)
 {
     HardwareAddress address{};
     for (size_t i = 0; i < address.size(); ++i) {
-        const char *pair = text.c_str() + 3 * i; // there: the length is looked at first
+        const char *pair = text.c_str() + 3 * i; // not read unless the length fits
         if (text.size() != 3 * address.size() - 1 || isxdigit(static_cast<uint8_t>(pair[0])) == 0 ||
             isxdigit(static_cast<uint8_t>(pair[1])) == 0 || (i != 0 && pair[-1] != ':'))
-            refuse("'" + text + "' is no hardware address");
+            refuse("'" + text + "' is not a hardware address");
         address[i] = static_cast<uint8_t>(strtoul(pair, nullptr, 16));
     }
     return address;
@@ -62,17 +60,17 @@ std::string textOf(const std::string &name, const Json &value)
 {
     std::string text = value.isText() ? value.text() : std::string();
     if (text.empty() || text.size() > longestPath || text.find('\0') != std::string::npos)
-        refuse("'" + name + "' needs a text of 1 to " + std::to_string(longestPath) +
+        refuse("'" + name + "' needs a string of 1 to " + std::to_string(longestPath) +
                " characters");
     return text;
 }
 
-// The members of the object `value`, no more than `most`.
+// Calls `take` for each member of the object `value`; refuses more than `most`.
 template <class Take>
 void eachMember(const std::string &name, const Json &value, size_t most, const Take &take)
 {
     if (!value.isObject() || value.members().size() > most)
-        refuse("'" + name + "' needs an object of at most " + std::to_string(most) + " members");
+        refuse("'" + name + "' needs an object with at most " + std::to_string(most) + " members");
     for (const auto &[member, of] : value.members())
         take(member, of);
 }
@@ -81,7 +79,7 @@ void takeInterface(const std::string &name, const Json &address, Interfaces &int
 {
     if (name.empty() || name.size() >= IFNAMSIZ ||
         name.find_first_of(" \t\n/") != std::string::npos)
-        refuse("'" + name + "' is no name of an interface");
+        refuse("'" + name + "' is not an interface name");
     interfaces[name] = addressOf(textOf(name, address));
 }
 
@@ -103,7 +101,7 @@ Site siteOf(const Json &json, const std::string &folder)
         else if (name == "uptime")
             site.uptimeFolder = placed(folder, textOf(name, value));
         else
-            refuse("there is no member '" + name + "'");
+            refuse("unknown member '" + name + "'");
     });
     return site;
 }
@@ -112,12 +110,12 @@ Site readSite(const std::string &path)
 {
     const std::optional<std::string> text = fileContents(path, mostSite);
     if (!text)
-        throw Failure(exitUsage, "site " + printable(path) + ": there is no such file");
+        throw Failure(exitUsage, "site " + printable(path) + ": no such file");
     try {
         return siteOf(Json::parse(*text), folderOf(path));
     } catch (const std::exception &error) {
         std::string_view what = error.what();
-        if (what.starts_with('[')) // the parser's begin with "[...] "
+        if (what.starts_with('[')) // messages of the parser begin with "[...] "
             what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
         throw Failure(exitUsage,
                       "site " + printable(path) + ": " + printable(what.substr(0, longestReason)));

@@ -1,5 +1,5 @@
-// Where things are. On the gateway itself they are where the rows and the kernel
-// say; a simulated gateway, or a desk, has a file site.json that tells otherwise.
+// Where devices, interfaces and files are. On the gateway itself, the rows and the kernel
+// determine that; a simulated gateway or a workstation overrides it in a file site.json.
 #pragma once
 
 #include "client/rehearse/rehearsal.h"
@@ -10,20 +10,20 @@
 namespace swctl {
 
 struct Site {
-    std::map<std::string, std::string> devices; // node as in the rows: path that leads to it
-    std::optional<Interfaces> interfaces;       // none: those of this machine
-    std::string engineState;                    // keeps the sub-interfaces; empty: the kernel does
+    std::map<std::string, std::string> devices; // node as in the rows: path to open instead
+    std::optional<Interfaces> interfaces;       // none: use those of this machine
+    std::string engineState; // file that holds the sub-interfaces; empty: the kernel does
     std::string uptimeFolder = "/var";
 
-    // What to open for a device of a row.
+    // The path to open for a row's device node.
     [[nodiscard]] std::string devicePath(const std::string &device) const;
 };
 
-// Looks for the file: `explicitFile`, SWMGR_SITE, site.json beside the database or
-// beside the messaging's directory. Throws when a file that is there is no site.
+// Reads the first of `explicitFile`, $SWMGR_SITE, site.json beside the database, and
+// site.json beside the messaging directory. Throws if that file is not a valid site.
 Site findSite(const std::string &databasePath, const std::string &explicitFile);
 
-// The interfaces of the site, or those that this machine has now.
+// The site's interfaces, or else those of this machine now.
 Interfaces interfacesOf(const Site &site);
 
 } // namespace swctl

@@ -15,11 +15,11 @@
 namespace swctl {
 namespace {
 
-constexpr size_t datagramSize = 64 * 1024; // more than the kernel puts into one
-constexpr int attempts = 5;                // while interfaces come and go
+constexpr size_t datagramSize = 64 * 1024; // more than the kernel sends in one
+constexpr int attempts = 5;                // while interfaces keep changing
 constexpr time_t answerTimeout = 2;        // seconds
 
-// The structure at the front; zero when there are fewer bytes.
+// The structure at the front; zero-filled if there are too few bytes.
 template <class T>
 T front(std::string_view bytes)
 {
@@ -34,7 +34,7 @@ std::string_view after(std::string_view bytes, size_t length)
     return bytes.substr(std::min(length, bytes.size()));
 }
 
-// Calls `take` with type and bytes of each attribute, up to the first broken one.
+// Calls `take` with the type and payload of each attribute, up to the first malformed one.
 template <class Take>
 void eachAttribute(std::string_view bytes, const Take &take)
 {
@@ -52,7 +52,7 @@ std::string text(std::string_view bytes)
     return std::string(bytes.substr(0, bytes.find('\0')));
 }
 
-// The kernel names only what is mapped to other than 0.
+// The kernel lists only priorities mapped to a value other than 0.
 template <size_t N>
 void takeMap(std::string_view bytes, std::array<uint8_t, N> &map)
 {
@@ -92,7 +92,7 @@ bool sendQuestion(int socket)
     question.head.nlmsg_flags = NLM_F_REQUEST | NLM_F_DUMP;
     question.attribute.rta_len = sizeof(question.attribute) + sizeof(question.filter);
     question.attribute.rta_type = IFLA_EXT_MASK;
-    question.filter = RTEXT_FILTER_SKIP_STATS; // most of a long answer otherwise
+    question.filter = RTEXT_FILTER_SKIP_STATS; // they would be most of the reply
     return send(socket, &question, sizeof(question), 0) == sizeof(question);
 }
 
@@ -113,7 +113,7 @@ int receiveAll(int socket, LinkDump &dump)
     return status;
 }
 
-// A socket of its own for each attempt: what is left of a broken list goes with it.
+// Uses a new socket for each attempt, so that the rest of an interrupted dump is discarded.
 int ask(LinkDump &dump)
 {
     const Descriptor socket(::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_ROUTE));

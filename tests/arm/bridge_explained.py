@@ -45,7 +45,7 @@ def frames(said):
                      f"10.{arrives}.0.{other + 1}")
             if goes["host"]:
                 sends = said[goes["vlan"], asker]["sends"]
-                back(asker, tag, {"tagged": goes["vlan"], "without tag": 0, None: None}[sends],
+                back(asker, tag, {"tagged": goes["vlan"], "untagged": 0, None: None}[sends],
                      f"10.{goes['vlan']}.0.254")
     return lines
 

@@ -162,8 +162,8 @@ TEST(Difference, isToldOfEveryPartThatWasRead)
          "bridge-link alone: lan1: in no bridge, up, should be in br0, up" + restarts +
              "; bridge-entry: VLAN 10 in the bridge: -, should be br0, lan1 U" + restarts},
         {[](Sides &s) { s.heldBridge->bridge.links.erase("lan1"); },
-         "bridge-link alone: lan1: not there, should be in br0, up -> see to it that there is an "
-         "interface lan1, then restart the service"},
+         "bridge-link alone: lan1: missing, should be in br0, up -> create the interface lan1, then "
+         "restart the service"},
         {[](Sides &s) { s.heldBridge->bridge.filtering = false; },
          "bridge-link alone: br0: VLAN filtering off, up, should be VLAN filtering on, up" +
              restarts},
@@ -182,8 +182,8 @@ TEST(Difference, isToldOfEveryPartThatWasRead)
              s.heldChip->chip.vlans.clear();
              s.actual.kernel.held->interfaces.clear();
          },
-         "chip-entry: VLAN 10 in the chip: -, should be 0T 1U -> mend the row at which a start "
-         "stops; 'swctl check' names it; sub-interface: eth0.10: missing, should be up -> mend "
+         "chip-entry: VLAN 10 in the chip: -, should be 0T 1U -> fix the row at which a start "
+         "stops; 'swctl check' names it; sub-interface: eth0.10: missing, should be up -> fix "
          "the row at which a start stops; 'swctl check' names it"},
         {[](Sides &s) {
              s.heldChip->chip.vlans[30] = {0x01, 0};
@@ -239,9 +239,9 @@ TEST(Difference, ofPauseFramesIsOneBitOfARegister)
     comparePauses(wanted, found, all);
     ASSERT_EQ(all.size(), 2u);
     EXPECT_EQ(all[0].text(), "pause frames of register " + registerName(pauseRegisters[0]) +
-                                 ": on, by a fresh start off");
+                                 ": on, should be off");
     EXPECT_EQ(all[1].text(), "pause frames of register " + registerName(pauseRegisters[1]) +
-                                 ": off, by a fresh start on");
+                                 ": off, should be on");
     EXPECT_FALSE(all[0].counts);
     EXPECT_EQ(all[0].mend(), "restart the service");
     EXPECT_EQ(registerName(0x700), "0x00000700");
@@ -418,8 +418,8 @@ TEST_F(View, ofABridgeComparesWhatItsToolsSay)
     const Case cases[] = {
         {br0 + "," + lan1 + "," + lan2, soundVlans, ""},
         {br0 + "," + lan1, R"({"ifname":"lan1","vlans":[{"vlan":10},{"vlan":20}]})",
-         "bridge-link alone: lan2: not there, should be in br0, up -> see to it that there is an "
-         "interface lan2, then restart the service; bridge-entry: VLAN 10 in the bridge: lan1 T, "
+         "bridge-link alone: lan2: missing, should be in br0, up -> create the interface lan2, then "
+         "restart the service; bridge-entry: VLAN 10 in the bridge: lan1 T, "
          "should be lan1 T, lan2 U -> restart the service"},
         {br0 + "," + lan1 + R"(,{"ifname":"lan2","master":"br0","flags":[]})", soundVlans,
          "bridge-link alone: lan2: in br0, down, should be in br0, up -> restart the service"},

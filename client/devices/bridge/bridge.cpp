@@ -38,7 +38,7 @@ void takeVlan(const Words &words, Bridge &bridge)
         return;
     }
     const bool untagged = words.back() == "untagged";
-    if (untagged) // a port has one VLAN for frames without a tag
+    if (untagged) // a port has only one PVID
         for (auto &[other, members] : bridge.vlans)
             if (const auto found = members.find(words[interfacePlace]);
                 found != members.end() && found->second == Tagging::untagged)
@@ -72,7 +72,7 @@ void takeLine(const Words &words, Bridge &bridge)
     }
 }
 
-// The value of a member; null where there is none.
+// The value of a member; a JSON null if there is none.
 const Json &memberOf(const Json &json, const char *name)
 {
     static const Json none;
@@ -92,7 +92,7 @@ int numberOf(const Json &json, const char *name, int otherwise)
     return value.isInteger() ? static_cast<int>(value.integer()) : otherwise;
 }
 
-// Whether a list among the members has this text.
+// Whether the member `name` is a list that contains `text`.
 bool lists(const Json &json, const char *name, std::string_view text)
 {
     const Json &list = memberOf(json, name);
@@ -111,7 +111,7 @@ Tagging taggingOf(const Json &range)
                      : Tagging::tagged;
 }
 
-// What one of iproute2's programs prints as JSON.
+// The JSON array that one of iproute2's programs prints.
 Part<Json> listOf(const std::vector<std::string> &words)
 {
     Part<Json> part;
@@ -121,14 +121,14 @@ Part<Json> listOf(const std::vector<std::string> &words)
     line += "'";
     const std::optional<std::string> output = outputOf(words);
     if (!output) {
-        part.reason = line + " fails; is iproute2 there?";
+        part.reason = line + " failed; is iproute2 installed?";
         return part;
     }
     Json printed = Json::parseOrNull(*output);
     if (printed.isArray())
         part.held = std::move(printed);
     else
-        part.reason = line + " prints no JSON";
+        part.reason = line + " did not print a JSON array";
     return part;
 }
 
@@ -160,7 +160,7 @@ bool isThere(const std::string &path)
     return access(path.c_str(), F_OK) == 0;
 }
 
-// The kernel's configuration has this line; none: it has no such file.
+// Whether the kernel's configuration contains this line; none if the file is not available.
 std::optional<bool> configured(const std::string &wanted)
 {
     utsname system{};

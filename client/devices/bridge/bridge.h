@@ -1,5 +1,5 @@
-// VLANs of a bridge: as the lines of a rehearsed start would put them into the kernel,
-// and as the kernel has them.
+// The VLANs of a bridge: as a rehearsed start would configure them, and as the kernel has
+// them.
 #pragma once
 
 #include "client/rehearse/hardware_state.h"
@@ -14,39 +14,39 @@ namespace swctl {
 
 struct Event;
 
-// How an interface takes part in a VLAN.
+// An interface's membership in a VLAN.
 enum class Tagging {
     tagged,
-    untagged,    // both ways: frames without a tag are the VLAN's
-    untaggedOut, // sends it untagged, and takes untagged frames for another VLAN or none
-    untaggedIn   // the other way round
+    untagged,    // in both directions
+    untaggedOut, // on egress only: received untagged frames belong to another VLAN or none
+    untaggedIn   // on ingress only
 };
 
-using BridgeVlan = std::map<std::string, Tagging>; // by interface, the bridge's own included
+using BridgeVlan = std::map<std::string, Tagging>; // by interface, including the bridge itself
 
 // An interface that is the bridge or might be one of its ports.
 struct BridgeLink {
     std::string master; // bridge that it is a port of; empty: none
-    bool up = false;    // set up; whether a cable is in it does not matter
+    bool up = false;    // administratively, whatever the carrier
 };
 
 struct Bridge {
     std::string name;                        // empty: no switch is a bridge
-    std::optional<bool> filtering, snooping; // of VLANs, of multicast; none: nothing says so
-    std::map<std::string, BridgeLink> links; // by interface, the bridge's own included
+    std::optional<bool> filtering, snooping; // VLAN filtering, multicast snooping; none: unknown
+    std::map<std::string, BridgeLink> links; // by interface, including the bridge itself
     std::map<int, BridgeVlan> vlans;
-    std::map<int, BridgeVlan> foreign; // of ports that no row names
+    std::map<int, BridgeVlan> foreign; // VLANs of ports that no row names
 };
 
-// What the lines about bridges among these would leave, on a machine without one.
+// The bridge that the commands among these events would create on a machine without one.
 Bridge bridgeOf(const std::vector<Event> &events);
 
-// What the kernel holds of the bridge of that name and of these interfaces, by
-// "ip -j -d link" and "bridge -j vlan show".
+// The kernel's state of the bridge of that name and of these interfaces, read with
+// "ip -j -d link show" and "bridge -j vlan show".
 Part<Bridge> readBridge(const std::string &name, const std::set<std::string> &ports);
 
-// Whether bridges of this kernel can keep VLANs apart: by a bridge that is there, or by
-// the kernel's configuration; none where neither tells.
+// Whether this kernel's bridges support VLAN filtering, judged by an existing bridge or else
+// by the kernel's configuration; none if neither is available.
 std::optional<bool> bridgesFilter();
 
 constexpr bool sendsUntagged(Tagging tagging)
@@ -54,14 +54,14 @@ constexpr bool sendsUntagged(Tagging tagging)
     return tagging == Tagging::untagged || tagging == Tagging::untaggedOut;
 }
 
-// The VLAN of frames that arrive there without a tag; 0: they are dropped.
+// The VLAN of untagged frames received there; 0: they are dropped.
 int untaggedVlan(const Bridge &bridge, const std::string &interface);
 
-// "lan1 T, lan2 U, br0"; "-" for none. u and p: one half of U alone.
+// "lan1 T, lan2 U, br0"; "-" for none. u: untagged on egress only, p: on ingress only (PVID).
 std::string bridgeText(const Bridge &bridge, int vlanId);
 
-// "in br0, up"; of the bridge itself "VLAN filtering on, up"; noLink where there is none.
-constexpr const char *noLink = "not there";
+// "in br0, up"; for the bridge itself "VLAN filtering on, up"; noLink if it does not exist.
+constexpr const char *noLink = "missing";
 std::string linkText(const Bridge &bridge, const std::string &interface);
 
 } // namespace swctl

@@ -70,11 +70,11 @@ public:
     }
 };
 
-// A bridge is read as a whole; `ids` are those of its VLANs that are compared.
+// A bridge is always read completely; `ids` only selects the VLANs to compare.
 DeviceReading BridgeDevice::read(const ReadOrder &order) const
 {
     if (!order.site.engineState.empty())
-        return {nullptr, "a simulated gateway has none"};
+        return {nullptr, "a simulated gateway has no bridge"};
     std::set<std::string> interfaces;
     for (const DevicePort &port : order.ports)
         interfaces.insert(port.interfaceName);
@@ -99,8 +99,8 @@ DeviceReading BridgeDevice::read(const ReadOrder &order) const
     return {state, {}};
 }
 
-// No VLAN can be put onto a port that is not in the bridge, and the service has its ports
-// join once. True when a port is not where it belongs.
+// VLANs can only be set on ports that are in the bridge, and the service adds its ports only
+// at startup. True if an interface is missing or in the wrong bridge.
 bool compareLinks(const Bridge &wanted, const Bridge &actual, std::vector<Difference> &all)
 {
     const auto differ = [&](const std::string &name, const std::string &should,
@@ -121,9 +121,9 @@ bool compareLinks(const Bridge &wanted, const Bridge &actual, std::vector<Differ
             continue;
         differ(name, linkText(wanted, name), linkText(actual, name));
         if (found == actual.links.end() && name != wanted.name)
-            all.back().firstStep = "see to it that there is an interface " + printable(name);
+            all.back().firstStep = "create the interface " + printable(name);
     }
-    // A request may have switched it since, and no VLAN depends on it.
+    // A request may have changed it since, and no VLAN depends on it.
     if (wanted.snooping && actual.snooping && *wanted.snooping != *actual.snooping) {
         const auto state = [](bool on) {
             return std::string("multicast snooping ") + (on ? "on" : "off");
@@ -140,7 +140,7 @@ void BridgeDevice::compare(const DeviceState &wanted, const DeviceState &actual,
     const BridgeState &should = bridgeStateOf(wanted);
     const BridgeState &held = bridgeStateOf(actual);
     if (should.bridge.name.empty())
-        return; // no start gets as far as the bridge
+        return; // a start stops before the bridge
     std::vector<Difference> links;
     const bool apart = compareLinks(should.bridge, held.bridge, links);
     for (const int id : held.ids) {

@@ -1,5 +1,5 @@
-// A bridge of the kernel as a switch: its ports are network interfaces, and the kernel can
-// be asked for everything.
+// A Linux bridge as a switch: its ports are network interfaces, and all of its state can be
+// read from the kernel.
 #pragma once
 
 #include "client/devices/bridge/bridge.h"
@@ -23,8 +23,8 @@ struct BridgeState final : DeviceState {
     [[nodiscard]] HostSide hostSide(int id, uint32_t hostPorts) const override;
 
     Bridge bridge;
-    std::set<int> ids;             // VLANs that are compared
-    std::vector<DevicePort> ports; // by the rows
+    std::set<int> ids;             // VLANs to compare
+    std::vector<DevicePort> ports; // from the rows
 };
 
 PortAnswer explainBridgePort(const PortQuestion &question);

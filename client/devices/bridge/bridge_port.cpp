@@ -1,4 +1,4 @@
-// What becomes of a frame at a port of a bridge.
+// What happens to a frame at a port of a bridge.
 #include "client/devices/bridge/bridge_device.h"
 
 #include "client/base/port_mask.h"
@@ -21,7 +21,7 @@ bool isPort(const Bridge &bridge, const std::string &interface)
     return found != bridge.links.end() && found->second.master == bridge.name;
 }
 
-// Why a frame at this port goes nowhere, whatever its VLAN; empty: it may go on.
+// Why a frame at this port is dropped whatever its VLAN; empty: it is not.
 std::string closed(const Bridge &bridge, const std::string &interface)
 {
     if (!isPort(bridge, interface))
@@ -32,7 +32,7 @@ std::string closed(const Bridge &bridge, const std::string &interface)
     return {};
 }
 
-// Where a frame leaves that got into its VLAN at `from`.
+// Adds the egress ports of a frame that entered its VLAN at `from`.
 void leave(const Bridge &bridge, const std::vector<DevicePort> &ports, const std::string &from,
            FrameFate &fate)
 {
@@ -61,25 +61,25 @@ FrameFate fateOf(const Bridge &bridge, const PortQuestion &question, int vlanId)
     fate.vlanId = vlanId;
     const auto members = bridge.vlans.find(vlanId);
     if (!bridge.filtering.value_or(false))
-        fate.unknown = "VLAN filtering is off: tags are not looked at";
+        fate.unknown = "VLAN filtering is off, so tags are ignored";
     else if (fate.dropped = closed(bridge, port.interfaceName); !fate.dropped.empty())
         return fate;
     else if (vlanId == 0)
         fate.dropped = "the port is untagged in no VLAN";
     else if (members == bridge.vlans.end())
-        fate.dropped = "there is no " + vlanText(vlanId);
+        fate.dropped = vlanText(vlanId) + " does not exist";
     else if (!members->second.contains(port.interfaceName))
         fate.dropped =
-            "port " + std::to_string(port.number) + " is no member of " + vlanText(vlanId);
+            "port " + std::to_string(port.number) + " is not a member of " + vlanText(vlanId);
     if (!fate.unknown.empty() || !fate.dropped.empty())
         return fate;
     leave(bridge, question.ports, port.interfaceName, fate);
     if (fate.to == 0 && fate.others.empty() && !fate.host)
-        fate.dropped = vlanText(vlanId) + " has no other port that it may go to";
+        fate.dropped = vlanText(vlanId) + " has no other port to forward to";
     return fate;
 }
 
-// The port's part in the VLAN; null: none.
+// The port's membership in the VLAN; null if none.
 const Tagging *partIn(const Bridge &bridge, int vlanId, const std::string &interface)
 {
     const auto members = bridge.vlans.find(vlanId);
@@ -104,8 +104,8 @@ PortAnswer explainBridgePort(const PortQuestion &question)
     const Bridge &wanted = static_cast<const BridgeState &>(question.wanted).bridge;
     const Bridge &judged = held != nullptr ? held->bridge : wanted;
     PortAnswer all;
-    all.basis =
-        held != nullptr ? "what the kernel holds" : "a fresh start, since the kernel was not read";
+    all.basis = held != nullptr ? "the state read from the kernel"
+                                : "a fresh start, because the kernel could not be read";
     all.read = held != nullptr;
     all.wanted = partOf(wanted, question.vlanId, interface);
     all.held = held != nullptr ? partOf(judged, question.vlanId, interface)
@@ -115,7 +115,7 @@ PortAnswer explainBridgePort(const PortQuestion &question)
     all.untagged = fateOf(judged, question, untagged);
     if (const Tagging *part = partIn(judged, question.vlanId, interface);
         part != nullptr && closed(judged, interface).empty())
-        all.sends = sendsUntagged(*part) ? "without tag" : "tagged";
+        all.sends = sendsUntagged(*part) ? "untagged" : "tagged";
     const std::set<int> concerned{question.vlanId, untagged, untaggedVlan(wanted, interface)};
     for (const Difference &difference : question.differences)
         if (difference.kind != DifferenceKind::link

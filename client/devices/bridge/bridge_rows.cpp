@@ -1,4 +1,4 @@
-// What a bridge asks of rows.
+// The rules that a bridge adds for rows.
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
 #include "client/devices/bridge/bridge_device.h"
@@ -7,15 +7,16 @@ namespace swctl {
 namespace {
 
 constexpr Rule rules[] = {
-    {switchTableName, "bridge-kernel", Severity::error, "the kernel's bridges keep no VLANs apart",
-     "Membership, tags and the VLAN of untagged frames are kept by the kernel's VLAN filtering; "
-     "a bridge without it forwards every frame to every port, and a start ends at its row.",
+    {switchTableName, "bridge-kernel", Severity::error,
+     "the kernel's bridges have no VLAN filtering",
+     "Membership, tags and the VLAN of untagged frames depend on the kernel's VLAN filtering; a "
+     "bridge without it ignores VLANs when it forwards, and a start stops at its row.",
      "Use a kernel with CONFIG_BRIDGE_VLAN_FILTERING."},
     {portTableName, "bridge-port-interface", Severity::error,
-     "a port of the bridge is no interface of its own",
-     "A port of a bridge is the interface that its row names; one that is not there, or that two "
-     "rows name, cannot join, and a start ends at its row.",
-     "Name the port's own interface, as 'swctl port set BRIDGE 1 --interface lan1'."},
+     "a bridge port needs a network interface of its own",
+     "A bridge port is the interface that its row names; one that does not exist, or that two "
+     "rows name, cannot join the bridge, and a start stops at its row.",
+     "Name the port's own interface, e.g. 'swctl port set BRIDGE 1 --interface lan1'."},
 };
 
 constexpr Guard guards[] = {
@@ -36,7 +37,6 @@ bool isOfBridge(const PortRow &port)
     return port.owner == bridgeDevice().name;
 }
 
-// A port of a bridge is an interface, which joins it.
 void checkPort(const Configuration &all, const Surroundings &where, size_t row,
                std::vector<RowFault> &faults)
 {
@@ -46,14 +46,15 @@ void checkPort(const Configuration &all, const Surroundings &where, size_t row,
     };
     const std::string name = interfaceOf(all, row);
     if (name.empty() || name.size() > longestInterfaceName || name.front() == '-') {
-        add("", "'" + printable(name) + "' is no interface that could join the bridge");
+        add("",
+            "'" + printable(name) + "' is not the name of an interface that could join the bridge");
         return;
     }
     for (size_t i = 0; i < row; ++i)
         if (isOfBridge(all.ports[i]) && interfaceOf(all, i) == name)
-            add("", printable(name) + " is the interface of an earlier row too");
+            add("", "an earlier row already uses the interface " + printable(name));
     if (where.interfaces && !where.interfaces->contains(name))
-        add(name, "there is no interface " + printable(name) + " here");
+        add(name, "there is no interface " + printable(name) + " on this machine");
 }
 
 } // namespace
@@ -75,13 +76,13 @@ void checkBridgeRows(const Configuration &all, const Surroundings &where,
         if (all.switches[row].name == bridgeDevice().name &&
             where.unsupported.contains(bridgeDevice().name))
             faults.push_back({"bridge-kernel", &all.switchTable, row, "",
-                              "the kernel of this machine has no VLAN filtering in bridges"});
+                              "this machine's kernel has no VLAN filtering for bridges"});
     for (size_t row = 0; row < all.ports.size(); ++row)
         if (isOfBridge(all.ports[row]))
             checkPort(all, where, row, faults);
 }
 
-// Of a VLAN's ports each is a row of the bridge.
+// Every port in a VLAN's lists needs a row of the bridge.
 void checkBridgeLists(const Configuration &all, std::vector<RowFault> &faults)
 {
     uint32_t rows = 0;
@@ -95,7 +96,7 @@ void checkBridgeLists(const Configuration &all, std::vector<RowFault> &faults)
             faults.push_back(
                 {"port-missing", &all.vlanTable, row, "fwdMap " + number,
                  "port " + number +
-                     " in fwdMap is none of the bridge; the service refuses the VLAN"});
+                     " in fwdMap is not a port of the bridge; the service refuses the VLAN"});
         }
         checkUntagged(all, row, vlan.members.mask, bridgeDevice().portCount, faults);
     }

@@ -19,7 +19,7 @@ constexpr DeviceFacts facts = {
     .preview = "BCM",
     .portCount = chipPortCount,
     .firstPort = 0,
-    .beyondPorts = "; no VLAN can be added or changed with this row",
+    .beyondPorts = "; with this row no VLAN can be added or changed",
     .hasQuery = true,
     .portsAreInterfaces = false,
     .takesLists = true,
@@ -31,7 +31,7 @@ const ChipState &chipStateOf(const DeviceState &state)
     return static_cast<const ChipState &>(state);
 }
 
-// Ports at which an untagged frame gets into a VLAN.
+// Ports that are untagged in some VLAN.
 std::array<bool, chipPortCount> untaggedPorts(const Chip &chip)
 {
     std::array<bool, chipPortCount> takes{};
@@ -106,7 +106,7 @@ public:
     }
 };
 
-// The VLANs of untagged frames at these ports, as they are and as they should be.
+// The actual and the wanted VLANs of untagged frames at these ports.
 std::set<int> untaggedVlans(const std::set<int> &ports, const Chip *wanted, const Chip *held)
 {
     std::set<int> ids;
@@ -187,7 +187,7 @@ void ChipDevice::previewPorts(const DeviceState &before, const DeviceState &afte
                                     old.takesUntagged[port]));
 }
 
-// The default tag of a port that takes no untagged frames has no effect.
+// The default tag has no effect on a port that accepts no untagged frames.
 bool ChipDevice::endsAlike(const Rehearsal &one, const Rehearsal &other) const
 {
     const chip::Model &a = one.state().chip;

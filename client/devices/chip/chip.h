@@ -1,5 +1,5 @@
-// The five-port switch chip: it keeps a VLAN table of its own, and its driver can be asked
-// for every entry.
+// The five-port switch chip. It has its own VLAN table, which its driver can read back entry
+// by entry.
 #pragma once
 
 #include "client/devices/device.h"
@@ -20,19 +20,19 @@ struct ChipState final : DeviceState {
     Chip chip;
     std::set<int> ids; // VLANs whose entries were read
 
-    // Of a start only, since the driver cannot be asked for them:
-    bool run = false;                                // it got as far as the chip
+    // Set only for a rehearsed start, because the driver cannot report them:
+    bool run = false;                                // the start reached the chip
     bool vlanMode = false;                           // 802.1Q is on
-    std::array<bool, chipPortCount> takesUntagged{}; // an untagged frame has an effect
+    std::array<bool, chipPortCount> takesUntagged{}; // the port is untagged in some VLAN
     std::array<bool, chipPortCount> tagsAlone{};     // untagged frames are dropped
 };
 
-// An empty entry for a VLAN that the chip does not have.
+// The chip's entry for a VLAN; empty if it has none.
 ChipVlan entryOf(const Chip &chip, int vlanId);
 
 std::string membersText(const ChipVlan &vlan);
 
-// The port to the host: of VLANs of the LAN's interface, and of all others.
+// The host port: for VLANs on the LAN's interface, and for all others.
 constexpr const char *chipLanInterface = "eth0";
 constexpr int chipLanHostPort = 4;
 constexpr int chipHostPort = 0;

@@ -11,7 +11,7 @@
 namespace swctl {
 namespace {
 
-// What the driver answered, thrown when it refuses.
+// Thrown with the driver's status when it refuses a request.
 struct Refusal {
     int status;
 };
@@ -40,7 +40,7 @@ public:
     {
         const int status =
             salIoctl(fd, request,
-                     reinterpret_cast<void *>(argument)); // NOLINT: as the driver has it
+                     reinterpret_cast<void *>(argument)); // NOLINT: the driver takes a number here
         if (status < 0)
             throw Refusal{status};
         return status;

@@ -1,5 +1,5 @@
-// Reading back what the chip holds, by the driver's GET requests. What cannot be read says
-// why; nothing is thrown.
+// Reads the chip's state with the driver's GET requests. A failure is returned as the reason,
+// never thrown.
 #pragma once
 
 #include "client/devices/device.h"
@@ -9,13 +9,13 @@
 
 namespace swctl {
 
-// Entries of these VLANs and the ports' default tags. `node` is the device node of the
-// switch's row. Ten requests a VLAN: a port may be in the untag map without being a
-// member, so that neither map says what need not be asked.
+// Reads the entries of these VLANs and the ports' default tags. `node` is the device node in
+// the switch's row. Each VLAN takes ten requests, one per port and map: a port may be in the
+// untag map without being a member, so neither map makes a request for the other redundant.
 Part<Chip> readChip(const Site &site, const std::string &node, const std::set<int> &vlanIds,
                     const Progress &progress = {});
 
-// Default tag, link, statistics and forward map of each port, and no VLAN.
+// Reads each port's default tag, link state, statistics and forward map, but no VLANs.
 Part<Chip> readChipPorts(const Site &site, const std::string &node);
 
 } // namespace swctl

@@ -1,4 +1,4 @@
-// What becomes of a frame at a port of the chip.
+// What happens to a frame at a port of the chip.
 #include "client/devices/chip/chip.h"
 
 #include "client/base/port_mask.h"
@@ -17,7 +17,7 @@ FrameFate fateOf(const PortQuestion &question, const ChipState &wanted, const Ch
 {
     FrameFate fate;
     if (!wanted.vlanMode)
-        fate.unknown = "a start leaves 802.1Q off on the chip: tags are not looked at";
+        fate.unknown = "a start leaves 802.1Q off on the chip, so tags are ignored";
     else if (vlanId == 0)
         fate.unknown = "the port's default tag names no VLAN";
     if (!fate.unknown.empty())
@@ -44,22 +44,22 @@ PortAnswer explainChipPort(const PortQuestion &question)
     const auto *held = static_cast<const ChipState *>(question.actual.held.get());
     const ChipState &judged = held != nullptr ? *held : wanted;
     PortAnswer all;
-    all.basis =
-        held != nullptr ? "what the chip holds" : "a fresh start, since the chip was not read";
+    all.basis = held != nullptr ? "the state read from the chip"
+                                : "a fresh start, because the chip could not be read";
     all.read = held != nullptr;
     all.wanted = partOf(wanted, question.vlanId, port);
     all.held = held != nullptr ? partOf(*held, question.vlanId, port)
                                : "not read: " + question.actual.reason;
     all.tagged = fateOf(question, wanted, judged, question.vlanId);
     all.untagged = fateOf(question, wanted, judged, judged.chip.ports[at].pvid);
-    // The driver cannot be asked for this; a start sets it for every port.
+    // The driver cannot report this; a start sets it on every port.
     if (wanted.tagsAlone[at] && all.untagged.unknown.empty()) {
         all.untagged = {};
-        all.untagged.dropped = "the port is untagged in no VLAN and takes tagged frames alone";
+        all.untagged.dropped = "the port is untagged in no VLAN and accepts only tagged frames";
     }
     const VlanEntry entry = judged.entry(question.vlanId);
     if ((entry.members & portBit(port)) != 0)
-        all.sends = (entry.untagged & portBit(port)) != 0 ? "without tag" : "tagged";
+        all.sends = (entry.untagged & portBit(port)) != 0 ? "untagged" : "tagged";
     const std::set<int> concerned{question.vlanId, wanted.chip.ports[at].pvid,
                                   judged.chip.ports[at].pvid};
     for (const Difference &difference : question.differences)

@@ -1,4 +1,4 @@
-// What the chip asks of rows.
+// The rules that the chip adds for rows.
 #include "client/devices/chip/chip.h"
 
 #include "client/base/port_mask.h"
@@ -9,16 +9,16 @@ namespace {
 
 constexpr Rule rules[] = {
     {switchTableName, "switch-device-missing", Severity::error, "the chip has no device node",
-     "Every request to the chip goes through its node; without one it cannot be opened, and a "
-     "start ends there.",
+     "Every request to the chip goes through its device node; without one the chip cannot be "
+     "opened, and a start stops there.",
      "Name it: 'swctl switch add BCM --device PATH', or set switchDevice in its row."},
     {vlanTableName, "port-without-row", Severity::warning,
      "a port list names a port that no row describes",
-     "The chip's table gets the port, but its default tag is not set.",
+     "The port is added to the chip's table, but its default tag is not set.",
      "Add the port: 'swctl port add BCM PORT'."},
 };
 
-// The chip's ports as entries of a list, for a query.
+// The chip's ports as list entries, for a query.
 std::string portEntries()
 {
     std::string values;
@@ -27,8 +27,8 @@ std::string portEntries()
     return "(SELECT ',' || column1 || ',' AS e FROM (VALUES " + values + ")) n";
 }
 
-// A list names a port of two digits, or one digit that no port of the chip has. Where another
-// device takes the lists and there is no chip, they are that device's.
+// A list has a port number of two digits, or of one digit that is not a port of the chip. If
+// there is no chip and another device takes the lists, the rule does not apply.
 std::string portMissing()
 {
     const std::string beyond = "'*[" + std::to_string(chipPortCount) + "-9]*'";
@@ -71,7 +71,7 @@ constexpr Guard guards[] = {
 
 constexpr uint32_t everyPort = (1u << chipPortCount) - 1;
 
-// Ports of the chip that have a row; all where no switch is a chip, which is said of the
+// The chip's ports that have a row; all of them if there is no chip, which is reported for the
 // switches.
 uint32_t portsOfRows(const Configuration &all)
 {
@@ -99,11 +99,11 @@ void checkList(const Configuration &all, size_t row, const char *column, const P
                 "'" + printable(entry.text) + "' in " + column + " is read as port " + number);
         if (entry.number >= 0 && entry.number < chipPortCount)
             continue;
-        const char *fate = "; it is left out";
+        const char *fate = "; it is ignored";
         if (entry.number >= chipPortCount && entry.number < 16)
             fate = "; the chip refuses the VLAN";
         add("port-missing", entry.text,
-            "port " + number + " in " + column + " is none of the chip" + fate);
+            "port " + number + " in " + column + " is not a port of the chip" + fate);
     }
     for (const int port : portsIn(list.mask & everyPort & ~ports)) {
         const std::string number = std::to_string(port);
@@ -140,7 +140,7 @@ void checkChipLists(const Configuration &all, std::vector<RowFault> &faults)
         const VlanRow &vlan = all.vlans[row];
         checkList(all, row, "fwdMap", vlan.members, ports, faults);
         checkList(all, row, "untagMap", vlan.untagged, ports, faults);
-        // The chip adds the port towards the processor to a VLAN that has members.
+        // The service adds the host port to a VLAN that has members.
         uint32_t members = vlan.members.mask;
         if (members != 0)
             members |= chip.hostPorts(vlan.interfaceName, vlan.inSwitchOnly);

@@ -10,7 +10,7 @@
 namespace swctl {
 namespace {
 
-// A request's payload has not the length that the trust mode's command takes.
+// Without the trust mode command: a request's payload does not have the length that it takes.
 constexpr int commands[] = {SW_CMD_QOS_ENABLE, SW_CMD_QUEUE_SCHED, SW_CMD_PAUSE_FRAME,
                             SW_CMD_RATE_LIMIT};
 
@@ -28,8 +28,8 @@ constexpr DeviceFacts facts = {
     .commands = commands,
 };
 
-// An entry of the VLAN table without the index at which it stands: that depends on
-// the order in which VLANs came, and nothing looks at it.
+// The entries of the VLAN table without their indexes: an index depends only on the order in
+// which VLANs were added, and nothing uses it.
 std::vector<std::string> vlanEntriesOf(const engine::State &state)
 {
     std::vector<std::string> entries;
@@ -139,17 +139,18 @@ PortAnswer EngineDevice::explain(const PortQuestion &question) const
     const bool untagged = (entry.untagged & portBit(port)) != 0;
     const auto *log = static_cast<const EngineLog *>(question.actual.held.get());
     PortAnswer all;
-    all.basis = "a fresh start, since the engine's tools have no query";
+    all.basis = "a fresh start, because the engine cannot be read";
     all.wanted = partText(member, untagged);
-    all.held = log == nullptr                          ? "not known: " + question.actual.reason
-               : log->failed.contains(question.vlanId) ? "not known; by the log a tool failed"
-                                                       : "not known; by the log no tool failed";
+    all.held = log == nullptr ? "not known: " + question.actual.reason
+               : log->failed.contains(question.vlanId)
+                   ? "not known; a tool failed according to the log"
+                   : "not known; no tool failed according to the log";
     if (log == nullptr)
         all.unread.push_back(std::string(part) + ": " + question.actual.reason);
     all.tagged = forwarded(port, question.vlanId, entry, ~uint32_t{0});
     all.untagged.unknown = "the engine's tools set no default tag";
     if (member)
-        all.sends = untagged ? "without tag" : "tagged";
+        all.sends = untagged ? "untagged" : "tagged";
     for (const Difference &difference : question.differences)
         if (difference.vlanId == question.vlanId && difference.kind != DifferenceKind::defaultTag)
             all.differs.push_back(difference);
@@ -209,7 +210,7 @@ std::string EngineLog::label() const
 
 std::string EngineLog::vlanText(int id) const
 {
-    return failed.contains(id) ? "a tool failed, by the log" : "no tool failed, by the log";
+    return failed.contains(id) ? "a tool failed (from the log)" : "no tool failed (from the log)";
 }
 
 Json EngineLog::vlanJson(int id) const

@@ -1,5 +1,5 @@
-// The packet switch engine: tools write its tables, and none of them reads an entry back.
-// What is known of it is what a start gives it, and which tools failed.
+// The packet switch engine. Its tables are written by tools, none of which can read an entry
+// back. All that is known is what a start writes and which tools failed.
 #pragma once
 
 #include "client/devices/device.h"
@@ -11,17 +11,17 @@
 
 namespace swctl {
 
-// The switch that commands go to unless another one is named: it hands them down.
+// The default target of switch commands; it passes them on to the switches below.
 constexpr const char *engineName = "PSE";
 
 const Device &engineDevice();
 
-// What a start gives it.
+// The state after a start.
 struct EngineState final : DeviceState {
     struct Vlan {
         uint32_t members = 0;
-        uint32_t tagged = 0; // of them those that send tags
-        uint32_t host = 0;   // ports that lead to the host's address
+        uint32_t tagged = 0; // members that send it tagged
+        uint32_t host = 0;   // ports that lead to the host's MAC address
     };
 
     [[nodiscard]] std::string label() const override;
@@ -32,18 +32,18 @@ struct EngineState final : DeviceState {
     [[nodiscard]] Vlan vlanOf(int id) const;
 
     std::map<int, Vlan> vlans;
-    bool pausesSet = false; // the start set its pause frames
+    bool pausesSet = false; // the start wrote its pause frame registers
     PauseRegisters pauses{};
 };
 
-// What the log says of it.
+// What is known of it from the log.
 struct EngineLog final : DeviceState {
     [[nodiscard]] std::string label() const override;
     [[nodiscard]] std::string vlanText(int id) const override;
     [[nodiscard]] Json vlanJson(int id) const override;
     [[nodiscard]] std::set<int> vlanIds() const override;
 
-    std::map<int, std::vector<std::string>> failed; // lines, by VLAN
+    std::map<int, std::vector<std::string>> failed; // command lines, by VLAN
 };
 
 void checkEngineRows(const Configuration &all, std::vector<RowFault> &faults);

@@ -1,5 +1,5 @@
-// What the engine asks of rows. It stands over the chip: its ports are mapped onto the
-// chip's, and it hands its VLAN mode down.
+// The rules that the engine adds for rows. It is above the chip in the hierarchy: its ports
+// are mapped onto the chip's, and it passes its VLAN mode on to the chip.
 #include "client/base/port_mask.h"
 #include "client/devices/chip/chip.h"
 #include "client/devices/engine/engine.h"
@@ -11,24 +11,24 @@ namespace {
 
 constexpr Rule rules[] = {
     {switchTableName, "vlan-mode-differs", Severity::warning,
-     "the chip gets another VLAN mode than its row says",
-     "The top switch hands its own vlanEnable down at the end of a start, after the chip's own.",
+     "the chip ends up with a different VLAN mode than its row has",
+     "At the end of a start the top switch passes its own vlanEnable on to the chip, overriding "
+     "the chip's.",
      "Give both switches the same vlanEnable."},
     {vlanTableName, "shifted-ports", Severity::warning,
-     "engine and chip carry a VLAN at different ports",
-     "Number n of a list is port n to the chip, while the engine takes it for its port that is "
-     "mapped onto port n+1 of the chip.",
-     "Put both n and n-1 into the list for a port n of the chip that the engine shall reach, or "
-     "leave it where the difference is meant."},
+     "the engine and the chip carry a VLAN on different ports",
+     "The chip takes number n in a list as its port n, but the engine takes it as its port that "
+     "is mapped onto port n+1 of the chip.",
+     "To have the engine reach port n of the chip, list both n and n-1; leave the row as it is if "
+     "the difference is intended."},
 };
 
-// Whether a mapping is onto a port of the chip.
 bool isOntoChip(const std::string &entry)
 {
     return entry.starts_with(std::string(chipDevice().name) + ":");
 }
 
-// The end of a start applies the top switch, which hands its VLAN mode down.
+// A start ends by applying the top switch, which passes its VLAN mode on.
 void checkVlanMode(const Configuration &all, std::vector<RowFault> &faults)
 {
     const SwitchRow *top = nullptr;
@@ -47,10 +47,10 @@ void checkVlanMode(const Configuration &all, std::vector<RowFault> &faults)
             faults.push_back({"vlan-mode-differs", &all.switchTable, i, "",
                               "vlanEnable is " + std::to_string(all.switches[i].vlanEnable) +
                                   "; the chip ends up with " + std::to_string(top->vlanEnable) +
-                                  " of switch " + top->name});
+                                  ", the value of switch " + top->name});
 }
 
-// Ports of the chip that the engine's ports are mapped onto.
+// The chip's ports that engine ports are mapped onto.
 uint32_t reachedPorts(const Configuration &all)
 {
     uint32_t reached = 0;
@@ -66,7 +66,7 @@ uint32_t reachedPorts(const Configuration &all)
     return reached;
 }
 
-// The engine's port above chip port n carries a VLAN when the list has n - 1.
+// The engine port mapped onto chip port n carries a VLAN if the list has n - 1.
 void checkShift(const Configuration &all, std::vector<RowFault> &faults)
 {
     const uint32_t reached = reachedPorts(all);
@@ -76,8 +76,8 @@ void checkShift(const Configuration &all, std::vector<RowFault> &faults)
         const uint32_t byEngine = members << 1 & reached;
         if (byChip != byEngine)
             faults.push_back({"shifted-ports", &all.vlanTable, row, "",
-                              "of the chip ports below the engine, the chip carries it at " +
-                                  portListText(byChip) + ", the engine above " +
+                              "of the chip ports below the engine, the chip carries it on " +
+                                  portListText(byChip) + ", the engine on " +
                                   portListText(byEngine)});
     }
 }

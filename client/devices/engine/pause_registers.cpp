@@ -54,7 +54,7 @@ Part<PauseRegisters> readPauseRegisters(const Site &site)
                 : std::nullopt;
         const size_t place = said ? said->find(label) : std::string::npos;
         if (place == std::string::npos) {
-            part.reason = std::string(registerTool) + " gives no value";
+            part.reason = std::string(registerTool) + " printed no value";
             return part;
         }
         values[i] = static_cast<uint32_t>(
@@ -74,7 +74,7 @@ void comparePauses(const PauseRegisters &wanted, const PauseRegisters &found,
         difference.kind = DifferenceKind::setting;
         difference.wanted = (wanted[i] & pauseBit) != 0 ? "on" : "off";
         difference.found = "pause frames of register " + registerName(pauseRegisters[i]) + ": " +
-                           ((found[i] & pauseBit) != 0 ? "on" : "off") + ", by a fresh start " +
+                           ((found[i] & pauseBit) != 0 ? "on" : "off") + ", should be " +
                            difference.wanted;
         difference.counts = false;
         difference.remedy = Remedy::restart;

@@ -1,4 +1,4 @@
-// The engine's registers for pause frames, the one part of it that can be asked.
+// The engine's registers for pause frames, the only part of it that can be read.
 #pragma once
 
 #include "client/devices/difference.h"
@@ -20,12 +20,12 @@ std::string registerName(uint32_t address); // "0x7000000c"
 
 PauseRegisters pauseRegistersOf(const engine::State &state);
 
-// By the engine's register tool; of a simulated gateway from the file of its tools.
+// Uses the engine's register tool, or on a simulated gateway the state file of its tools.
 struct Site;
 Part<PauseRegisters> readPauseRegisters(const Site &site);
 
-// Registers whose pause frames, bit 31, are otherwise. They count as no difference: a
-// request may have switched them since, and no VLAN depends on them.
+// Adds the registers whose pause frame bit differs. These differences do not count: a request
+// may have changed the bit since, and no VLAN depends on it.
 void comparePauses(const PauseRegisters &wanted, const PauseRegisters &found,
                    std::vector<Difference> &all);
 
