@@ -147,7 +147,7 @@ void Checker::checkNumber(const TableRows &table, const Row &row, const Column &
             refused ? Severity::error : Severity::warning);
 }
 
-// --- the rehearsed start ------------------------------------------
+// --- the rehearsed start ---------------------------------------------------
 
 // The first line that states a reason.
 std::string reasonOf(const StoppedAt &stop)
@@ -327,7 +327,7 @@ bool Checker::isMade(const std::string &interface) const
         });
 }
 
-// --- each device's own rules -------------------------------------------
+// --- each device's own rules -----------------------------------------------
 
 void Checker::checkDevices()
 {

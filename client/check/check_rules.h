@@ -11,7 +11,7 @@ namespace swctl {
 
 const char *severityName(Severity severity);
 
-// In the order in which 'swctl check' lists them.
+// In the order in which findings of the same severity are listed.
 const std::vector<Rule> &checkRules();
 const Rule *ruleById(std::string_view id); // null if unknown
 
