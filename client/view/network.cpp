@@ -80,7 +80,7 @@ void readVlans(Database &database, const Rehearsal &start, Network &network)
     }
 }
 
-// --- membership --------------------------------------------------
+// --- membership ------------------------------------------------------------
 
 // The ports of a switch: those in its rows, and those that are members of a VLAN.
 std::vector<DevicePort> columnsOf(const SwitchConfig &sw, uint32_t members)
