@@ -1,4 +1,4 @@
-// explain: what becomes of a VLAN's frames at a port, and how an interface stands.
+// 'explain': what happens to a VLAN's frames at a port, and the state of an interface.
 #include "client/base/failure.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
@@ -17,13 +17,13 @@ namespace {
 
 constexpr const char *everyPort = "all";
 
-// What stands behind the colon, or all of it where there is none.
+// The part after the last colon, or all of it if there is none.
 std::string portWord(const std::string &text)
 {
     return text.substr(text.rfind(':') + 1); // npos + 1 is 0
 }
 
-// The first switch, in the order of the devices, that a start brings up; empty: there is none.
+// The first switch, in the order of the devices, that a start sets up; empty: none.
 std::string firstSwitch(const Inspection &inspection)
 {
     for (const Device *device : devices())
@@ -32,7 +32,7 @@ std::string firstSwitch(const Inspection &inspection)
     return {};
 }
 
-// The ports that are asked for. Their switch: by its name, else the first.
+// The requested ports. Without a switch name, they are those of the first switch.
 std::vector<PortName> portsOf(const Inspection &inspection, const std::string &text)
 {
     const size_t colon = text.rfind(':');
@@ -44,14 +44,14 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
             found = &sw;
     if (found == nullptr)
         throw Failure(exitUsage, port.switchName.empty()
-                                     ? "the database has no switch that a start brings up"
+                                     ? "the database has no switch that a start sets up"
                                      : "there is no switch '" + printable(port.switchName) +
                                            "' in the database");
     port.device = found->device;
     if (port.device == nullptr)
         throw Failure(
             exitDiffers,
-            "a fresh start does not bring up switch '" + printable(found->name) + "'" +
+            "a fresh start does not set up switch '" + printable(found->name) + "'" +
                 (inspection.network.stop ? ": " + stopText(*inspection.network.stop) : ""));
     const int highest = port.device->portCount - 1;
     std::set<int> rows;
@@ -68,8 +68,8 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
         throw Failure(exitUsage, "switch '" + printable(port.switchName) + "' has ports 0 to " +
                                      std::to_string(highest));
     if (port.device->portsAreInterfaces && !rows.contains(*numbers.begin()))
-        throw Failure(exitUsage, "no row has port " + word + " of switch '" +
-                                     printable(port.switchName) + "', so it is no interface");
+        throw Failure(exitUsage, "no row describes port " + word + " of switch '" +
+                                     printable(port.switchName) + "', so it has no interface");
     std::vector<PortName> ports;
     ports.reserve(numbers.size());
     for (const int number : numbers) {
@@ -79,7 +79,7 @@ std::vector<PortName> portsOf(const Inspection &inspection, const std::string &t
     return ports;
 }
 
-// Ports before they are known to be there, as "3" or "PSE:3".
+// Checks only the syntax, e.g. "3" or "PSE:3"; the port need not exist.
 std::string portText(const std::string &text)
 {
     const std::string word = portWord(text);
@@ -89,8 +89,8 @@ std::string portText(const std::string &text)
                                word.find_first_not_of("0123456789") == std::string::npos));
     if (!good)
         throw Failure(exitUsage, "'" + printable(text) +
-                                     "' is no port; 3 is the chip's, PSE:3 one of switch PSE, "
-                                     "PSE:all are all that its rows have");
+                                     "' is not a port; use 3 for a port of the first switch, PSE:3 "
+                                     "for one of switch PSE, PSE:all for all ports in its rows");
     return text;
 }
 
@@ -109,7 +109,7 @@ const char *verdictOf(bool asWanted, const std::vector<std::string> &unread,
                                                 : "not all of it could be read";
 }
 
-// What both kinds of answer end with.
+// The common end of both kinds of explanation.
 template <class Explanation>
 void printWhy(const Explanation &all, const std::vector<std::string> &unread,
               const std::vector<Difference> &differs)
@@ -118,14 +118,14 @@ void printWhy(const Explanation &all, const std::vector<std::string> &unread,
         printLine("not read", part);
     for (const Difference &difference : differs) {
         printf("  ! %s\n", difference.text().c_str());
-        printf("    To mend it: %s\n", difference.mend().c_str());
+        printf("    To fix it: %s\n", difference.mend().c_str());
     }
     for (const std::string &reason : all.reasons)
         printLine("because", reason);
     for (const Finding &finding : all.findings) {
         printLine(severityName(finding.severity),
                   finding.name + ": " + finding.message + " (" + finding.rule->id + ")");
-        printLine("mend", finding.rule->mend);
+        printLine("fix", finding.rule->mend);
     }
 }
 
@@ -139,15 +139,15 @@ void printPortExplanation(const PortExplanation &all)
         printLine("database", row);
     if (all.rows.empty())
         printLine("database", "no row has this VLAN");
-    printLine("should be", answer.wanted + ", by a fresh start");
+    printLine("should be", answer.wanted + ", after a fresh start");
     printLine("is", answer.held);
     printLine("tagged", answer.tagged.text());
     printLine("untagged", answer.untagged.text());
-    printLine("sends", answer.sends.empty() ? "no frame of this VLAN" : answer.sends);
-    printLine("judged by", answer.basis);
+    printLine("sends", answer.sends.empty() ? "no frames of this VLAN" : answer.sends);
+    printLine("based on", answer.basis);
     printWhy(all, answer.unread, answer.differs);
     if (!all.remedy.empty())
-        printLine("to have it", all.remedy);
+        printLine("to add it", all.remedy);
 }
 
 Json fateJson(const FrameFate &fate)
@@ -234,7 +234,7 @@ void printInterface(const InterfaceExplanation &all)
     std::string ports;
     for (const std::string &port : all.ports)
         ports += (ports.empty() ? "" : ", ") + port;
-    printLine("rows", ports.empty() ? "no port has " + all.parent : ports);
+    printLine("rows", ports.empty() ? "no port row names " + all.parent : ports);
     for (const SubInterfaceState &sub : all.subs) {
         printLine(sub.name, "");
         printLine("should be", sub.wanted);
@@ -242,7 +242,7 @@ void printInterface(const InterfaceExplanation &all)
         printLine("gets", "frames of VLAN " + std::to_string(sub.vlanId) + " " + sub.gets.text);
     }
     if (all.subs.empty())
-        printLine("VLANs", "no row has " + all.name);
+        printLine("VLANs", "no row names " + all.name);
     printWhy(all, all.unread, all.differs);
 }
 
@@ -300,14 +300,14 @@ constexpr OptionRow vlanArguments[] = {
      .required = true},
     {.name = "PORT",
      .type = "PORT",
-     .help = "Port of the chip, SWITCH:PORT, or 'all'",
+     .help = "Port of the first switch, SWITCH:PORT, or 'all'",
      .check = portText,
      .required = true},
 };
 constexpr OptionRow interfaceArguments[] = {
     {.name = "NAME",
      .type = "INTERFACE",
-     .help = "Interface, as eth0 or eth0.20",
+     .help = "Interface, e.g. eth0 or eth0.20",
      .required = true},
 };
 
@@ -316,9 +316,8 @@ constexpr OptionRow interfaceArguments[] = {
 constexpr CommandRow commands::explainVlan = {
     "explain",
     "vlan",
-    "Explain what happens to a VLAN's frames at a port: what the row says, what the chip or the "
-    "bridge holds, where a tagged and an untagged frame goes, and why; status 0 as wanted, 4 "
-    "different",
+    "Explain what happens to a VLAN's frames at a port: the row, the current state of the switch, "
+    "where tagged and untagged frames go, and why; exit status 0 if as wanted, 4 if different",
     "  swctl explain vlan 20 port 3\n  swctl explain vlan 20 port PSE:3 --json\n"
     "  swctl explain vlan 20 port BRIDGE:all",
     runExplainVlan,
@@ -328,8 +327,7 @@ constexpr CommandRow commands::explainInterface = {
     "explain",
     "interface",
     "Explain the state of an interface or of a VLAN's sub-interface, what reaches it, and why; "
-    "status "
-    "0 as wanted, 4 different",
+    "exit status 0 if as wanted, 4 if different",
     "  swctl explain interface eth0\n  swctl explain interface eth0.20",
     runExplainInterface,
     {interfaceArguments}};

@@ -1,4 +1,4 @@
-// One VLAN: its row, what a fresh start makes of it, and what the gateway holds.
+// 'vlan show': a VLAN's row, what a fresh start makes of it, and its actual state.
 #include "client/base/failure.h"
 #include "client/base/number.h"
 #include "client/base/text.h"
@@ -21,13 +21,13 @@ namespace {
 struct VlanView {
     int id = 0;
     Inspection inspection;
-    std::vector<Row> rows;               // more than one when the id is there twice
+    std::vector<Row> rows;               // more than one if the id occurs twice
     std::vector<Difference> differences; // of this VLAN
 
     [[nodiscard]] bool equal() const { return differences.empty() && inspection.unread.empty(); }
 };
 
-// A port's default tag concerns the VLAN that it has and the one that it should have.
+// A default tag concerns both the VLAN that it names and the one that it should name.
 bool concerns(const Difference &difference, int id)
 {
     return difference.vlanId == id || (difference.kind == DifferenceKind::defaultTag &&
@@ -47,7 +47,7 @@ VlanView viewOf(const Globals &globals, int id)
     return view;
 }
 
-// The VLAN's sub-interfaces that should be there or are.
+// The VLAN's wanted and actual sub-interfaces: name, wanted state, actual state.
 std::map<std::string, std::pair<std::string, std::string>> interfacesOf(const VlanView &view)
 {
     std::map<std::string, std::pair<std::string, std::string>> states;
@@ -100,7 +100,7 @@ void printRow(const Row &row)
     printf("  %s\n", text.c_str());
 }
 
-// Parts that are not known, those that only the log knows as well.
+// Parts that could not be read, including the log of devices that only the log covers.
 std::vector<std::string> unreadOf(const Inspection &seen)
 {
     std::vector<std::string> unread = seen.unread;
@@ -122,7 +122,7 @@ void printView(const VlanView &view)
     for (const std::string &part : unreadOf(view.inspection))
         printf("not read: %s\n", shown(part).c_str());
     for (const Difference &difference : view.differences)
-        printf("! %s\n  To mend it: %s\n", difference.text().c_str(), difference.mend().c_str());
+        printf("! %s\n  To fix it: %s\n", difference.text().c_str(), difference.mend().c_str());
     if (view.equal())
         printf("Nothing differs.\n");
 }
@@ -174,8 +174,8 @@ int runVlanShow(const Call &call)
 constexpr CommandRow commands::vlanShow = {
     "vlan",
     "show",
-    "Show one VLAN: its row, what a fresh start would make of it, what chip and kernel hold "
-    "now, and what the log says of the engine's tools",
+    "Show one VLAN: its row, what a fresh start would make of it, the current state of the "
+    "switches and the kernel, and what the log reports about the engine's tools",
     "  swctl vlan show 20\n  swctl vlan show 20 --json",
     runVlanShow,
     {keyOf(vlanOptions)}};

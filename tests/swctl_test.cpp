@@ -268,8 +268,8 @@ TEST_F(Swctl, framesAtAPortOfABridgeAreExplainedByWhatTheKernelHolds)
          {"port 0 of", "tagged     in VLAN 10, to 1U, wlan0 and the host",
           "untagged   dropped: the port is untagged in no VLAN", "port 1 of",
           "untagged   in VLAN 10, to 0T, wlan0 and the host", "port 2 of", "dropped: lan3 is down",
-          "lan3: in br0, down, should be in br0, up", "mend it: restart the service", "port 3 of",
-          "lan4: in no bridge, up, should be", "to have it swctl vlan set 10 --ports 0,1,2,3",
+          "lan3: in br0, down, should be in br0, up", "fix it: restart the service", "port 3 of",
+          "lan4: in no bridge, up, should be", "to add it  swctl vlan set 10 --ports 0,1,2,3",
           "port 4 of", "create the interface lan5"}) {
         from = std::min(result.out.find(part, from), result.out.size());
         EXPECT_NE(from, result.out.size()) << part << " is missing in\n" << result.out;
@@ -420,8 +420,8 @@ VLAN  interface     1    2    3     0    1    2    3    4
 PVID                -    -    -     1   30    1   20 4000
 
 T tagged  U untagged  C CPU port (CU: untagged)  . not a member
-note: VLAN 4000: port 4 is in untagMap and not in fwdMap
-note: VLAN 30: port 1 is untagged in VLAN 10 too
+note: VLAN 4000: port 4 is in untagMap but not in fwdMap
+note: VLAN 30: port 1 is also untagged in VLAN 10
 note: 'swctl check' reports 2 errors and 4 warnings
 )");
     // The port to the host shows where the row names it as well, and where a start stops.

@@ -48,7 +48,7 @@ private:
                       const std::map<std::string, size_t> &rowOfPort);
     void checkVlans();
     void checkInterface(size_t row);
-    [[nodiscard]] bool isMade(const std::string &interface) const; // by a start, for a switch
+    [[nodiscard]] bool isMade(const std::string &interface) const; // a start creates it
     void checkDevices();
 
     const Configuration &all;
@@ -82,13 +82,13 @@ void Checker::addTable(const char *rule, const char *table, std::string subject,
 void Checker::checkTable(const TableRows &table)
 {
     if (table.columns.empty()) {
-        addTable("table-missing", table.name, "", "there is no such table", Severity::error);
+        addTable("table-missing", table.name, "", "the table does not exist", Severity::error);
         return;
     }
     for (const Column &column : columnsOf(table.name)) {
         if (!table.columns.contains(column.name))
             addTable("column-missing", table.name, column.name,
-                     std::string("there is no column ") + column.name + "; it counts as " +
+                     std::string("column ") + column.name + " does not exist; it counts as " +
                          (column.isNumber() ? "0" : "empty") + " in every row",
                      column.needed ? Severity::error : Severity::warning);
         for (const Row &row : table.rows)
@@ -117,14 +117,14 @@ void Checker::checkText(const TableRows &table, const Row &row, const Column &co
             Severity::error);
     constexpr const char *allowed = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ"
                                     "0123456789_.:@-";
-    // Of ports only those that are interfaces reach a command line by their name.
+    // The interface name of a port reaches a command line only if the port is that interface.
     const Device *owner =
         column.holds == Holds::portInterface ? deviceOf(row.text("switchName")) : nullptr;
     const bool reachesLine =
         column.holds == Holds::interface || (owner != nullptr && owner->portsAreInterfaces);
     if (reachesLine && text.find_first_not_of(allowed) != std::string::npos)
         add("interface-bad-name", table, row, column.name,
-            "'" + printable(text) + "' is no interface name", Severity::error);
+            "'" + printable(text) + "' is not a valid interface name", Severity::error);
 }
 
 void Checker::checkNumber(const TableRows &table, const Row &row, const Column &column,
@@ -142,14 +142,14 @@ void Checker::checkNumber(const TableRows &table, const Row &row, const Column &
     const bool refused = column.outside == Outside::refused;
     if ((refused || column.outside == Outside::misleading) && !column.accepts(value))
         add("value-range", table, row, column.name,
-            std::string(column.name) + " is " + std::to_string(value) + "; it takes " +
+            std::string(column.name) + " is " + std::to_string(value) + "; valid values are " +
                 column.values(),
             refused ? Severity::error : Severity::warning);
 }
 
-// --- a start, as it was rehearsed ------------------------------------------
+// --- the rehearsed start ---------------------------------------------------
 
-// The first message that is a reason.
+// The first line that states a reason.
 std::string reasonOf(const StoppedAt &stop)
 {
     for (const std::string &line : stop.reasons)
@@ -168,16 +168,16 @@ void Checker::checkStart()
             static_cast<size_t>(stop->row) >= table->rows.size())
             continue;
         const auto row = static_cast<size_t>(stop->row);
-        std::string message = "a start stops here and leaves out all rows after it";
+        std::string message = "a start stops here and skips all later rows";
         const std::string reason = reasonOf(*stop);
         if (!reason.empty())
-            message += "; the service says: " + printable(reason);
+            message += "; the service reports: " + printable(reason);
         add("start-stops", *table, row, "", std::move(message));
         return;
     }
     addTable("start-stops", switchTableName, "",
-             all.switches.empty() ? "there is no switch; a start has nothing to apply"
-                                  : "a start takes every row and then fails to apply them",
+             all.switches.empty() ? "there is no switch, so a start has nothing to apply"
+                                  : "a start reads every row and then fails to apply them",
              Severity::error);
 }
 
@@ -193,11 +193,11 @@ void Checker::checkSwitches()
         for (size_t j = 0; j < i; ++j) {
             if (all.switches[j].name == sw.name)
                 add("switch-duplicate", all.switchTable, i, "",
-                    "an earlier row describes the switch as well");
+                    "an earlier row describes the same switch");
             else if (all.switches[j].level == sw.level)
                 add("same-level", all.switchTable, i, all.switches[j].name,
-                    "level " + std::to_string(sw.level) + " is that of switch " +
-                        printable(all.switches[j].name) + " too");
+                    "switch " + printable(all.switches[j].name) + " is also on level " +
+                        std::to_string(sw.level));
         }
     }
 }
@@ -213,8 +213,7 @@ void Checker::checkPorts()
             add("port-without-switch", all.portTable, i, "",
                 "there is no switch named '" + printable(port.owner) + "'");
         if (!seen.emplace(port.owner, port.number).second)
-            add("port-duplicate", all.portTable, i, "",
-                "an earlier row describes the port as well");
+            add("port-duplicate", all.portTable, i, "", "an earlier row describes the same port");
         checkPortNumber(i);
     }
     checkMappings();
@@ -237,13 +236,13 @@ void Checker::checkPortNumber(size_t row)
         if (all.switches[i].name == port.owner && stated > 0 &&
             port.number >= stated + device->firstPort)
             add("port-beyond-count", all.portTable, row, "",
-                "the switch's row says that it has " + std::to_string(stated) + " ports");
+                "numPorts of the switch's row is " + std::to_string(stated));
     }
 }
 
 void Checker::checkMappings()
 {
-    std::map<std::string, size_t> rowOfPort; // of "BCM:3", the first
+    std::map<std::string, size_t> rowOfPort; // first row of e.g. "BCM:3"
     for (size_t i = 0; i < all.ports.size(); ++i)
         rowOfPort.emplace(all.ports[i].owner + ":" + std::to_string(all.ports[i].number), i);
     for (size_t i = 0; i < all.ports.size(); ++i) {
@@ -262,12 +261,12 @@ void Checker::checkMapping(size_t row, const std::string &entry,
     const auto lower = rowOfPort.find(entry);
     const std::string start = "it is mapped onto " + printable(entry);
     if (entry.starts_with(port.owner + ":"))
-        add("mapping-own-switch", all.portTable, row, entry, start + ", which is its own switch");
+        add("mapping-own-switch", all.portTable, row, entry, start + ", a port of its own switch");
     else if (lower == rowOfPort.end())
         add("mapping-nowhere", all.portTable, row, entry,
             start + (rowOfPort.contains(entryAsRead(entry))
                          ? ", which is not written as SWITCH:PORT"
-                         : "; no row describes such a port"));
+                         : ", which no row describes"));
     else if (lower->second > row)
         add("mapping-later-row", all.portTable, row, entry,
             start + ", whose row comes after this one");
@@ -277,7 +276,7 @@ void Checker::checkMapping(size_t row, const std::string &entry,
                 if (above.name == port.owner && below.name == all.ports[lower->second].owner &&
                     below.level > above.level)
                     add("mapping-level", all.portTable, row, entry,
-                        start + "; switch " + printable(below.name) + " is on the higher level " +
+                        start + "; switch " + printable(below.name) + " is on a higher level, " +
                             std::to_string(below.level));
 }
 
@@ -290,11 +289,10 @@ void Checker::checkVlans()
         const VlanRow &vlan = all.vlans[i];
         if (vlan.id < lowestVlan || vlan.id > highestVlan)
             add("vlan-id-range", all.vlanTable, i, "",
-                "the id is outside 1 to 4094; it reaches the chip as " +
+                "the id is outside 1 to 4094; the chip receives it as " +
                     std::to_string(static_cast<uint16_t>(vlan.id)));
         if (!seen.insert(vlan.id).second)
-            add("vlan-duplicate", all.vlanTable, i, "",
-                "an earlier row describes the VLAN as well");
+            add("vlan-duplicate", all.vlanTable, i, "", "an earlier row describes the same VLAN");
         checkInterface(i);
     }
 }
@@ -305,7 +303,7 @@ void Checker::checkInterface(size_t row)
     const std::string &name = vlan.interfaceName;
     if (name.empty()) {
         add("interface-missing", all.vlanTable, all.vlanTable.rows[row], "",
-            "it has no interface; a sub-interface cannot be made",
+            "it has no interface, so no sub-interface can be created",
             vlan.inSwitchOnly ? Severity::warning : Severity::error);
         return;
     }
@@ -313,10 +311,10 @@ void Checker::checkInterface(size_t row)
     if (sub.size() > longestInterfaceName)
         add("interface-name-long", all.vlanTable, row, "",
             "the sub-interface " + printable(sub) + " would have " + std::to_string(sub.size()) +
-                " characters; Linux takes 15");
+                " characters; Linux allows 15");
     if (context.where.interfaces && !context.where.interfaces->contains(name) && !isMade(name))
         add("interface-unknown", all.vlanTable, row, name,
-            "there is no interface " + printable(name) + " here");
+            "there is no interface " + printable(name) + " on this machine");
 }
 
 bool Checker::isMade(const std::string &interface) const
@@ -329,7 +327,7 @@ bool Checker::isMade(const std::string &interface) const
         });
 }
 
-// --- what each device asks of them -------------------------------------------
+// --- each device's own rules -----------------------------------------------
 
 void Checker::checkDevices()
 {
@@ -340,7 +338,7 @@ void Checker::checkDevices()
     bool listed = std::any_of(devices().begin(), devices().end(), takesLists);
     for (const Device *device : devices()) {
         device->check(all, context.where, faults);
-        // Without any such switch the lists are judged as those of the first device.
+        // Without such a switch, the lists are checked as those of the first device.
         if (takesLists(device) || (!listed && device->takesLists)) {
             device->checkLists(all, faults);
             listed = true;
@@ -366,7 +364,7 @@ std::vector<Finding> Checker::run()
     return std::move(found);
 }
 
-// Where in the load a start stops: tables in the order in which they are read.
+// Where a start stops: the table, in load order, and the row.
 std::pair<size_t, int64_t> placeOf(const Finding &finding)
 {
     size_t table = 0;
@@ -375,7 +373,7 @@ std::pair<size_t, int64_t> placeOf(const Finding &finding)
             break;
         ++table;
     }
-    // What fails once every row was read comes last.
+    // A failure after all rows were read comes last.
     return finding.rowId == 0 ? std::pair{size_t{9}, int64_t{0}} : std::pair{table, finding.rowId};
 }
 
@@ -393,7 +391,7 @@ bool isWorseThanAny(const Finding &finding, const std::vector<Finding> &before)
 
 bool Finding::sameAs(const Finding &other) const
 {
-    // A row may have been written anew, or have got another name.
+    // The row may have been rewritten under a new rowid, or renamed.
     return rule == other.rule && table == other.table && subject == other.subject &&
            (rowId == other.rowId || name == other.name);
 }

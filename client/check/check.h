@@ -1,6 +1,6 @@
-// Checks the rows of a configuration against a table of rules, each with an id,
-// a reason and a remedy. What the service would do with the rows as a whole is
-// not judged here: that comes from a rehearsal of a start, where one is given.
+// Checks the rows of a configuration against a table of rules, each with an id, a reason and
+// a remedy. What the service would do with the rows as a whole is not judged here; that is
+// taken from a rehearsed start, if there is one.
 #pragma once
 
 #include "client/devices/device.h"
@@ -22,27 +22,27 @@ struct Finding {
     Severity severity;
     std::string table;
     int64_t rowId;       // 0: the table as a whole
-    std::string name;    // of the row, as "VLAN 30" or "port 3 of BCM"
-    std::string subject; // what in the row, as a column, a port or a mapping; may be empty
-    std::string message; // outcome, then reason
+    std::string name;    // of the row, e.g. "VLAN 30" or "port 3 of BCM"
+    std::string subject; // the column, port or mapping at fault; may be empty
+    std::string message; // the outcome, then the reason
 
-    [[nodiscard]] bool sameAs(const Finding &other) const; // at the same row, about the same thing
+    [[nodiscard]] bool sameAs(const Finding &other) const; // same rule, row and subject
 };
 
 struct CheckContext {
     Surroundings where{};
-    const Rehearsal *start = nullptr; // of a start from this very database; null: not rehearsed
+    const Rehearsal *start = nullptr; // from this database; null: not rehearsed
 };
 
-// The devices that this machine is known to lack.
+// The names of devices that this machine is known not to support.
 std::set<std::string> unsupportedHere();
 
-// All findings, by rule and then in the order of the rows. Reads the tables one
-// after the other: a transaction around the call makes them fit together.
+// All findings, by severity and rule, then in row order. Reads the tables one after the other;
+// wrap the call in a transaction for a consistent view.
 std::vector<Finding> checkConfiguration(Database &database, const CheckContext &context);
 
-// The findings of that severity or worse after a change that were not there
-// before it. A start that comes further than before is not worse.
+// The findings after a change, of that severity or worse, that did not exist before it. A
+// start that stops later than before is not worse.
 std::vector<Finding> newFindings(const std::vector<Finding> &before,
                                  const std::vector<Finding> &after, Severity least);
 

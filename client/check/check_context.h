@@ -1,4 +1,4 @@
-// What a check of this gateway's rows needs to know of the gateway.
+// The check context of a gateway.
 #pragma once
 
 #include "client/check/check.h"
@@ -6,7 +6,7 @@
 
 namespace swctl {
 
-// Its interfaces and what its kernel can do. No start is rehearsed.
+// Its interfaces and the devices that it does not support, without a rehearsed start.
 CheckContext checkContextOf(const GatewayView &gateway);
 
 } // namespace swctl

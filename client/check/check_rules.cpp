@@ -1,6 +1,6 @@
-// The rules that hold for every device, and what SQL can say of rules and columns. Adding
-// one: a row here, its condition among the guards where SQL can express it, and the place
-// in check.cpp that finds it. Those of one device are in its own folder.
+// The rules that apply to every device, and the SQL triggers for rules and columns. To add a
+// rule, add a row here, a guard if SQL can express it, and the code in check.cpp that finds
+// it. Rules of a single device are in its own folder.
 #include "client/check/check_rules.h"
 
 #include "client/gateway/devices.h"
@@ -15,108 +15,109 @@ namespace {
 constexpr auto error = Severity::error;
 constexpr auto warning = Severity::warning;
 
-// In the order in which findings are shown: what stops a start, then the tables
-// from the switches to the VLANs.
+// In the order in which they are listed: the rules for any row, then those for switches, ports
+// and VLANs.
 constexpr Rule general[] = {
     {nullptr, "start-stops", error, "a start of the service stops at this row",
-     "The service does not go on after a row that it cannot apply, so all later rows and tables "
-     "are missing in the switches.",
-     "Correct the row by the reason shown, or delete it, then restart the service."},
-    {nullptr, "table-missing", error, "a table is not there",
+     "The service stops at a row that it cannot apply, so no later row or table reaches the "
+     "switches.",
+     "Correct the row for the reason shown, or delete it, then restart the service."},
+    {nullptr, "table-missing", error, "a table does not exist",
      "The service reads the tables one after the other and stops at the first that is missing.",
      "Create it with schema.sql, which leaves existing tables alone."},
-    {nullptr, "column-missing", error, "a column is not there",
-     "The service finds columns by their exact names, and one that is missing counts as 0 or "
-     "empty in every row.",
-     "Add it with ALTER TABLE as schema.sql declares it; upper and lower case matter."},
+    {nullptr, "column-missing", error, "a column does not exist",
+     "The service looks columns up by their exact names, and a missing one counts as 0 or empty "
+     "in every row.",
+     "Add it with ALTER TABLE as schema.sql declares it; column names are case-sensitive."},
     {nullptr, "text-too-long", error, "a text is longer than its field",
-     "The service refuses a row whose text does not fit, and a start ends there.",
+     "The service refuses a row whose text does not fit, and a start stops there.",
      "Shorten the text."},
-    {nullptr, "interface-bad-name", error, "an interface name has a character that none may have",
-     "The names of a VLAN's interface and of a bridge's port become part of command lines; one "
-     "with any other character than letters, digits and _ . : @ - reaches none, and a start ends "
-     "at its row.",
-     "Give the name of the interface as 'ip link' shows it."},
-    {nullptr, "number-text", warning, "a number is not written as one",
-     "The service reads the digits at the start, takes 0 where there are none, and clamps what "
-     "does not fit 32 bits to the nearest number that does.",
-     "Write the number that is meant, with decimal digits alone."},
+    {nullptr, "interface-bad-name", error, "an interface name has an invalid character",
+     "The names of a VLAN's interface and of a bridge's port become part of command lines; the "
+     "service refuses a name with characters other than letters, digits and _ . : @ -, and a "
+     "start stops at its row.",
+     "Use the name that 'ip link' shows."},
+    {nullptr, "number-text", warning, "a value is not a plain number",
+     "The service reads the leading digits, or 0 if there are none, and clamps the value to 32 "
+     "bits.",
+     "Write the intended number with decimal digits only."},
     {nullptr, "value-range", error, "a number is outside its range",
-     "A value that switches do not know is refused or ignored, so what is in force is not what "
-     "the row says; a PVID beyond 4094 even stops every VLAN of the chip.",
-     "Give a value of the range shown."},
+     "A value that a switch does not support is refused or ignored, so the setting in effect is "
+     "not the one in the row; a PVID above 4094 even stops every VLAN of the chip.",
+     "Use a value in the range shown."},
     {switchTableName, "switch-unknown-name", error, "no backend drives a switch of this name",
      "The name selects the backend, so a switch with another name cannot be set up, and a start "
-     "ends there.",
-     "Name the switch BCM (the chip), PSE (the engine) or BRIDGE (of Linux), in capitals."},
-    {switchTableName, "switch-duplicate", error, "two rows describe one switch",
-     "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
-    {switchTableName, "same-level", warning, "two switches are on one level",
-     "The first row of the highest level is the top of the hierarchy, so the order of rows "
-     "decides which switch gets requests for VLANs and bandwidth.",
+     "stops there.",
+     "Name the switch BCM (the chip), PSE (the engine) or BRIDGE (a Linux bridge), in capitals."},
+    {switchTableName, "switch-duplicate", error, "two rows describe the same switch",
+     "The service refuses the second row, and a start stops there.", "Delete one of the rows."},
+    {switchTableName, "same-level", warning, "two switches are on the same level",
+     "The first row with the highest level is the top of the hierarchy, so the order of rows "
+     "decides which switch receives requests for VLANs and bandwidth.",
      "Give the engine a higher level than the chip."},
-    {portTableName, "port-without-switch", error, "the switch of a port is not there",
-     "The service cannot make a port of an unknown switch, and a start ends there.",
+    {portTableName, "port-without-switch", error, "the switch of a port does not exist",
+     "The service cannot create a port of an unknown switch, and a start stops there.",
      "Correct switchName, or add the switch."},
-    {portTableName, "port-duplicate", error, "two rows describe one port",
-     "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
+    {portTableName, "port-duplicate", error, "two rows describe the same port",
+     "The service refuses the second row, and a start stops there.", "Delete one of the rows."},
     {portTableName, "port-number-range", error, "the switch does not have this port",
-     "The chip has the ports 0 to 4 and refuses any other, after which no VLAN can be added or "
-     "changed; the engine has 0 to 7 and its tools refuse any other.",
+     "The chip has ports 0 to 4 and refuses any other, after which no VLAN can be added or "
+     "changed; the engine has ports 0 to 7 and its tools refuse any other.",
      "Correct the number, or delete the row."},
     {portTableName, "port-beyond-count", warning,
-     "the port lies beyond the switch's number of ports",
-     "numPorts and the rows of the ports contradict each other; the service uses the rows.",
-     "Correct numPorts, or delete the row of the port."},
+     "a port number exceeds the switch's number of ports",
+     "numPorts and the port rows contradict each other; the service uses the rows.",
+     "Correct numPorts, or delete the port's row."},
     {portTableName, "mapping-own-switch", error, "a port is mapped onto its own switch",
-     "Commands would go round for ever, so the service refuses the row, and a start ends there.",
+     "Commands would loop forever, so the service refuses the row, and a start stops there.",
      "Map the port onto a port of the switch below."},
     {portTableName, "mapping-nowhere", error, "a port is mapped onto a port that no row describes",
-     "The service refuses a row that leads nowhere, and a start ends there.",
-     "Write SWITCH:PORT with commas between, and add the rows of those ports first."},
+     "The service refuses such a row, and a start stops there.",
+     "Write SWITCH:PORT entries separated by commas, and add the rows of those ports first."},
     {portTableName, "mapping-later-row", error, "a port is mapped onto a port of a later row",
-     "Rows are applied in the table's order and the lower port is not there yet, so a start ends "
-     "at this row.",
+     "Rows are applied in table order, and the lower port does not exist yet, so a start stops at "
+     "this row.",
      "Delete the row of the upper port and add it again, so that it comes last."},
     {portTableName, "mapping-level", warning,
      "a port is mapped onto a switch that is not below its own",
-     "Commands go down along the mappings, while the levels say which switch is the top.",
+     "Commands are passed down along the mappings, but the levels determine the top switch.",
      "Give the upper switch the higher level."},
     {vlanTableName, "vlan-id-range", error, "a VLAN id is outside 1 to 4094",
-     "Ids reach the chip as 16 bits, so another id is refused, or overwrites the VLAN that has "
-     "the same lower bits.",
-     "Give an id from 1 to 4094."},
-    {vlanTableName, "vlan-duplicate", error, "two rows describe one VLAN",
-     "The service refuses the second row, and a start ends there.", "Delete one of the rows."},
+     "The chip receives ids as 16 bits, so any other id is refused or overwrites the VLAN with "
+     "the same low bits.",
+     "Use an id from 1 to 4094."},
+    {vlanTableName, "vlan-duplicate", error, "two rows describe the same VLAN",
+     "The service refuses the second row, and a start stops there.", "Delete one of the rows."},
     {vlanTableName, "interface-missing", error, "a VLAN has no interface",
-     "There is nothing to make the sub-interface on, and the engine cannot look up the hardware "
-     "address that it needs.",
+     "Without it there is no parent for the sub-interface, and the engine cannot look up the "
+     "hardware address that it needs.",
      "Name the interface that carries it: 'swctl vlan set ID --interface NAME'."},
     {vlanTableName, "interface-name-long", error,
      "the name of the sub-interface is longer than 15 characters",
-     "Linux accepts no longer names, so the sub-interface is not made; the service goes on "
-     "without it.",
+     "Linux does not accept longer names, so the sub-interface is not created; the service "
+     "continues without it.",
      "Use an interface with a shorter name."},
     {vlanTableName, "interface-unknown", error, "the interface of a VLAN does not exist",
-     "The sub-interface cannot be made, and where the engine carries the VLAN the service stops "
-     "for want of a hardware address.",
+     "The sub-interface cannot be created, and if the engine carries the VLAN, the service stops "
+     "for lack of a hardware address.",
      "Correct the name, or create the interface first."},
-    {vlanTableName, "list-text", error, "an entry of a port list is no plain number",
-     "The service reads the digits at the start of an entry and takes port 0 where there are "
-     "none: 1-3 means port 1, x means port 0.",
-     "Write plain numbers with commas between, such as 1,2,3."},
+    {vlanTableName, "list-text", error, "an entry of a port list is not a plain number",
+     "The service reads the leading digits of an entry, or port 0 if there are none: 1-3 means "
+     "port 1, x means port 0.",
+     "Write plain numbers separated by commas, such as 1,2,3."},
     {vlanTableName, "port-missing", error, "a port list names a port that the chip does not have",
-     "The chip has the ports 0 to 4: it refuses a VLAN with one from 5 to 15, and a higher one "
-     "is cut off on the way.",
-     "Take the port out of the list."},
+     "The chip has ports 0 to 4: it refuses a VLAN with a port from 5 to 15, and higher "
+     "ones are cut off before they reach it.",
+     "Remove the port from the list."},
     {vlanTableName, "untag-without-membership", error,
-     "a port sends a VLAN untagged that it is no member of",
-     "Untagged frames from that port would get a VLAN that the port is not in, and are lost.",
-     "Add the port to fwdMap, or take it out of untagMap."},
-    {vlanTableName, "untag-twice", error, "a port sends two VLANs untagged",
-     "Untagged frames from that port belong to the last of these VLANs; the others can be left "
-     "by that port but not entered.",
-     "Leave the port untagged in one VLAN."},
+     "a port is untagged in a VLAN that it is not a member of",
+     "Untagged frames received on that port belong to a VLAN that the port is not in, so they "
+     "are dropped.",
+     "Add the port to fwdMap, or remove it from untagMap."},
+    {vlanTableName, "untag-twice", error, "a port is untagged in two VLANs",
+     "Untagged frames received on that port belong to the last of these VLANs; in the others the "
+     "port only sends.",
+     "Make the port untagged in only one VLAN."},
 };
 
 std::string quotedName(const Device &device)
@@ -149,7 +150,7 @@ std::string portBeyond()
     return sql;
 }
 
-// The entries of NEW.phyDevice that name a port of the rows, by their length.
+// The total length of the entries of NEW.phyDevice that name a port in the rows.
 #define MAPPED_LENGTH(rows)                                                                        \
     "(SELECT ifnull(sum(length(m.t) - length(replace(m.t, ',' || p.e || ',', ''))), 0) FROM\n"     \
     "      (SELECT DISTINCT switchName || ':' || portNumber AS e FROM swPortConfig" rows ") p,\n"  \
@@ -191,7 +192,7 @@ bool isNameCharacter(char c)
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || c == '.';
 }
 
-// What a $word of a guard of that device stands for.
+// The expansion of a $word in a guard of that device.
 std::string wordMeant(std::string_view word, const Device &device)
 {
     if (word == "self")
@@ -200,7 +201,7 @@ std::string wordMeant(std::string_view word, const Device &device)
         [&](const Device &other) { return other.takesLists && other.name != device.name; });
 }
 
-// A condition with #, @ and $ written out.
+// A condition with #, @ and $ expanded.
 std::string expanded(std::string_view condition, const Device *device)
 {
     std::string sql;
@@ -229,7 +230,7 @@ std::string expanded(std::string_view condition, const Device *device)
     return sql;
 }
 
-// One statement of a trigger: refuses where the condition holds.
+// A trigger statement that refuses the row if the condition holds.
 std::string refusal(const std::string &rule, const std::string &fault, const std::string &condition,
                     const Device *device = nullptr)
 {
@@ -240,7 +241,7 @@ std::string refusal(const std::string &rule, const std::string &fault, const std
 std::string listRefusal(const std::string &column)
 {
     const std::string list = "@" + column;
-    return refusal("list-text", column + " holds numbers with commas between",
+    return refusal("list-text", column + " holds numbers separated by commas",
                    list + " GLOB '*[^0-9,]*' OR " + list + " GLOB '*,0[0-9]*'\n" +
                        "      OR instr(',' || NEW." + column + " || ',', ', ,')");
 }
@@ -252,7 +253,7 @@ std::string columnRefusals(const Column &column)
     if (column.isNumber()) {
         if (column.outside != Outside::refused)
             return {};
-        return refusal("value-range", place + " takes " + column.values(),
+        return refusal("value-range", place + " accepts " + column.values(),
                        "#" + name + " NOT BETWEEN " + std::to_string(column.least) + " AND " +
                            std::to_string(column.most));
     }
@@ -260,10 +261,10 @@ std::string columnRefusals(const Column &column)
     std::string sql = refusal("text-too-long", place + " holds at most " + most + " bytes",
                               "length(CAST(NEW." + name + " AS BLOB)) > " + most);
     if (column.holds == Holds::interface)
-        sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
+        sql += refusal("interface-bad-name", place + " accepts letters, digits and _ . : @ -",
                        "NEW." + name + " GLOB '*[^a-zA-Z0-9_.:@-]*'");
     if (column.holds == Holds::portInterface)
-        sql += refusal("interface-bad-name", place + " takes letters, digits and _ . : @ -",
+        sql += refusal("interface-bad-name", place + " accepts letters, digits and _ . : @ -",
                        "NEW.switchName IN (" + quotedNames([](const Device &device) {
                            return device.portsAreInterfaces;
                        }) + ") AND NEW." +
@@ -295,7 +296,7 @@ std::string refusalsOf(const std::string &table)
     return sql;
 }
 
-// What is about any row first, then from the switches to the VLANs.
+// The rules for any row first, then those for switches, ports and VLANs.
 std::vector<Rule> allRules()
 {
     std::vector<Rule> all;
@@ -313,14 +314,14 @@ std::vector<Rule> allRules()
 }
 
 constexpr const char *head =
-    "-- Triggers that refuse what 'swctl check' calls an error in a row, as far as SQL\n"
-    "-- can tell: a guard against writers that do not check. Optional; each message\n"
+    "-- Triggers that refuse rows in which 'swctl check' would find an error, for rules that\n"
+    "-- SQL can express: a guard against writers that do not check. Optional; each message\n"
     "-- begins with the rule, which 'swctl check --explain RULE' explains.\n"
     "--\n"
-    "-- Only the row that is written is looked at. What other rows lose when a port or\n"
-    "-- a switch is deleted or renamed is found by 'swctl check'.\n"
+    "-- Only the row being written is checked. Run 'swctl check' to find rows that break when\n"
+    "-- a port or a switch is deleted or renamed.\n"
     "--\n"
-    "-- Made by 'swctl check --triggers'. Taken out again by DROP TRIGGER.\n";
+    "-- Generated by 'swctl check --triggers'. Remove with DROP TRIGGER.\n";
 
 } // namespace
 

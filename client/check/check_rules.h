@@ -1,4 +1,4 @@
-// The rules that a configuration must keep: those of all devices, and each device's own.
+// The rules for a configuration: the general ones and each device's own.
 #pragma once
 
 #include "client/rows/rule.h"
@@ -11,11 +11,11 @@ namespace swctl {
 
 const char *severityName(Severity severity);
 
-// In the order in which findings are shown.
+// In the order in which findings of the same severity are listed.
 const std::vector<Rule> &checkRules();
-const Rule *ruleById(std::string_view id); // null: there is none
+const Rule *ruleById(std::string_view id); // null if unknown
 
-// The rules as far as SQL can express them, as triggers that refuse a row.
+// Triggers that refuse a row, for those rules that SQL can express.
 std::string constraintTriggers();
 
 } // namespace swctl

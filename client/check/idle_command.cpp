@@ -17,10 +17,10 @@ using rehearsal::Kind;
 {
     throw Failure(exitRefused, "refused: command " + std::to_string(command) + " for " +
                                    printable(switchName) + ": " + why +
-                                   "; nothing was sent. --force sends it all the same");
+                                   "; nothing was sent. --force sends it anyway");
 }
 
-// "; BRIDGE has one" for other kinds of switches that do; empty: none does.
+// "; BRIDGE has one" if other kinds of switches support the command; else empty.
 std::string othersWith(int command, const std::string &switchName)
 {
     std::string names;

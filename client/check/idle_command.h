@@ -1,5 +1,5 @@
-// Whether a switch command would do anything: the library is asked, in a rehearsal
-// that starts from the database and then gets the command.
+// Whether a switch command would have any effect, determined by a rehearsal that starts from
+// the database and then sends the command.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -9,8 +9,8 @@
 
 namespace swctl {
 
-// Throws with exitRefused when nothing would act on the command, when it would be
-// refused, or when a tool or the driver would not take its values.
+// Throws with exitRefused if nothing would act on the command, or if the service, a tool or
+// the driver would reject it.
 void refuseIdleCommand(GatewayView &gateway, const std::string &switchName, int command,
                        std::string_view request);
 

@@ -1,4 +1,4 @@
-// Tells the switch manager's own VLAN sub-interfaces from others on this machine, such as
+// Separates the switch manager's own VLAN sub-interfaces from others on this machine, such as
 // those of a container network or an administrator.
 #pragma once
 

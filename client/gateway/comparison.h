@@ -1,5 +1,5 @@
-// What a fresh start from the database would give, held against what devices and kernel
-// hold.
+// Compares what a fresh start from the database would produce with the state of the devices
+// and the kernel.
 #pragma once
 
 #include "client/devices/device.h"
@@ -12,44 +12,44 @@
 
 namespace swctl {
 
-// What a fresh start would give.
+// What a fresh start would produce.
 struct Target {
-    std::map<const Device *, StateRef> devices; // all of them, unless no start was rehearsed
+    std::map<const Device *, StateRef> devices; // all devices; empty if no start was rehearsed
     Kernel kernel;
     std::set<int> vlanIds; // in the rows
     int loadStatus = 0;
     std::optional<StoppedAt> stopped;
 
-    [[nodiscard]] const DeviceState *find(const Device &device) const; // null: not rehearsed
-    [[nodiscard]] const DeviceState &of(const Device &device) const;   // of a rehearsed start
+    [[nodiscard]] const DeviceState *find(const Device &device) const; // null if not rehearsed
+    [[nodiscard]] const DeviceState &of(const Device &device) const;   // must be rehearsed
 };
 
-// `database` has the rows that were started from.
+// `database` must hold the rows that the rehearsal started from.
 Target targetOf(const Rehearsal &rehearsal, Database &database);
 
 struct Actual {
     std::map<const Device *, DeviceReading> devices;
-    Part<Kernel> kernel;                         // without the sub-interfaces of others
-    std::map<std::string, SubInterface> foreign; // these, by name
+    Part<Kernel> kernel;                         // only the switch manager's own sub-interfaces
+    std::map<std::string, SubInterface> foreign; // all others, by name
     Part<FailedTools> tools;
 
     [[nodiscard]] const DeviceReading &of(const Device &device) const;
 
-    // What could be asked and was not read, and why, as "chip: ...".
+    // What is readable but was not read, each with the reason, e.g. "chip: ...".
     [[nodiscard]] std::vector<std::string> unread() const;
 };
 
-// Everything that differs, by VLAN and port. What was not read does not differ:
-// that it is unknown is the caller's to say.
+// Everything that differs, sorted by VLAN. What was not read does not count as different; the
+// caller has to report it as unknown.
 std::vector<Difference> differences(const Target &target, const Actual &actual);
 
-// The VLAN ids that the rows name.
+// The VLAN ids in the rows.
 std::set<int> vlanIdsIn(Database &database);
 
-// The device node or interface of the first switch that is this device; none: no row has one.
+// The device node or interface in the first switch row for this device; none if it has no row.
 std::optional<std::string> nodeOf(Database &database, const Device &device);
 
-// The ports of the rows.
+// The device's ports, from the rows.
 std::vector<DevicePort> portsOf(Database &database, const Device &device);
 
 } // namespace swctl

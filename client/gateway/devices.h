@@ -1,5 +1,5 @@
-// The devices that carry switches out. A switch's name chooses its device, as it chooses
-// the backend in the service.
+// The devices that implement switches. A switch's name selects its device here just as it
+// selects the backend in the service.
 #pragma once
 
 #include "client/devices/device.h"
@@ -9,9 +9,9 @@
 
 namespace swctl {
 
-// In the order of messages that list them.
+// In the order in which messages list them.
 std::span<const Device *const> devices();
 
-const Device *deviceOf(std::string_view switchName); // null: there is none
+const Device *deviceOf(std::string_view switchName); // null if unknown
 
 } // namespace swctl

@@ -12,8 +12,8 @@
 namespace swctl {
 namespace {
 
-// Of the rows' devices those that are there; a name that no device has when none
-// is, since an empty list would stand for all.
+// The device nodes in the rows that exist. If none do, a name that no device has, because an
+// empty list would mean all of them.
 std::vector<std::string> devicesThere(Database &database, const Site &site)
 {
     std::vector<std::string> devices;
@@ -68,7 +68,7 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
         const std::optional<std::string> node = nodeOf(snapshot.database(), *device);
         DeviceReading &reading = actual.devices[device];
         if (!node && device->hasQuery)
-            reading.held = device->nothing(); // no switch is one: there is nothing to read
+            reading.held = device->nothing(); // no such switch, so nothing to read
         else
             reading = device->read({.site = place,
                                     .node = node.value_or(""),

@@ -1,5 +1,5 @@
-// The gateway that a command works on: its database, what a fresh start from it
-// would give, and what it holds.
+// The gateway that a command works on: its database, what a fresh start from it would
+// produce, and the gateway's actual state.
 #pragma once
 
 #include "client/devices/site.h"
@@ -20,29 +20,30 @@ public:
 
     [[nodiscard]] Database &database() { return rows; }
     [[nodiscard]] const std::string &databasePath() const { return rows.file(); }
-    [[nodiscard]] const std::string &siteFile() const { return given; } // as it was given
+    [[nodiscard]] const std::string &siteFile() const { return given; } // as passed in
     [[nodiscard]] const Interfaces &interfaces() const { return known; }
     [[nodiscard]] const Site &site() const { return place; }
 
-    // Begins to rehearse a fresh start from the database as it is in `snapshot`.
+    // Starts to rehearse a fresh start from the database as of `snapshot`.
     std::unique_ptr<RunningRehearsal> rehearseStart(Snapshot &snapshot) const;
 
-    // A script that starts from it, to which requests can be added.
+    // A script for that start, to which requests can be added.
     [[nodiscard]] Script startScript(Snapshot &snapshot) const;
 
-    // What of the devices' tables is read.
+    // Which VLANs are read from the devices' tables.
     enum class Extent {
-        whole,  // what the target, a sub-interface or `moreIds` name
-        touched // what `moreIds` name, and sub-interfaces that no row has
+        whole,  // those in the target, of sub-interfaces, and `moreIds`
+        touched // `moreIds`, and those of sub-interfaces that no row has
     };
 
-    // Everything as far as that; of the devices in `snapshot`. Of the ports in `untaggedAt`
-    // also what their untagged frames get, and where frames from there may go.
+    // Reads the kernel, the log and, to that extent, the devices; their nodes and ports come
+    // from `snapshot`. For the ports in `untaggedAt`, also reads the VLAN of their untagged
+    // frames and where frames from them may be forwarded.
     Actual read(Snapshot &snapshot, const Target &target, const std::set<int> &moreIds,
                 Extent extent, const Progress &progress = {},
                 const std::set<int> &untaggedAt = {}) const;
 
-    // These VLANs of the device behind `node`.
+    // Reads these VLANs from the device at `node`.
     [[nodiscard]] DeviceReading readDevice(const Device &device, const std::string &node,
                                            const std::set<int> &ids);
 
@@ -53,7 +54,7 @@ private:
     Interfaces known;
 };
 
-// What a fresh start from these rows would give.
+// What a fresh start from these rows would produce.
 Target targetOfStart(const GatewayView &gateway, Snapshot &snapshot);
 
 } // namespace swctl

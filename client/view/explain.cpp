@@ -32,7 +32,7 @@ bool hasWord(const std::string &line, const std::string &word)
     return (" " + line + " ").find(" " + word + " ") != std::string::npos;
 }
 
-// About the rows of these VLANs, or about others because of them.
+// Findings about the rows of these VLANs, or that mention them.
 std::vector<Finding> findingsOf(const Inspection &inspection, const std::set<int> &vlanIds)
 {
     std::vector<Finding> findings;
@@ -44,7 +44,7 @@ std::vector<Finding> findingsOf(const Inspection &inspection, const std::set<int
     return findings;
 }
 
-// Of the lines that failed last those that are about these sub-interfaces.
+// Adds the failed commands that concern these VLANs' sub-interfaces.
 void kernelReasons(const Inspection &inspection, const std::set<int> &vlanIds,
                    std::vector<std::string> &reasons)
 {
@@ -63,7 +63,7 @@ void kernelReasons(const Inspection &inspection, const std::set<int> &vlanIds,
         }
 }
 
-// Why a start does not get as far as these VLANs.
+// Adds why a start stops before it reaches these VLANs.
 void stopReasons(const Inspection &inspection, const std::set<int> &vlanIds,
                  std::vector<std::string> &reasons)
 {
@@ -84,7 +84,7 @@ std::vector<std::string> reasonsOf(const Inspection &inspection, const std::set<
     return reasons;
 }
 
-// What has the rows name the port as a member.
+// The command that makes the port a member in the rows.
 std::string remedyOf(const Inspection &inspection, const PortExplanation &all,
                      const std::string &interface)
 {
@@ -97,7 +97,7 @@ std::string remedyOf(const Inspection &inspection, const PortExplanation &all,
                   portBit(all.port.number));
 }
 
-// By VLAN, the ports of the device that lead a row's frames to the host.
+// By VLAN, the device's ports that connect it to the host.
 std::map<int, uint32_t> hostPortsOf(const Network &network, const Device &device)
 {
     std::map<int, uint32_t> ports;
@@ -130,7 +130,7 @@ std::string stateOf(const Kernel &kernel, const std::string &name)
     return found != kernel.interfaces.end() ? stateText(found->second) : "none";
 }
 
-// How the sub-interface gets its frames: by the last device that brings them to the host.
+// How frames reach the sub-interface: through the last device that delivers them to the host.
 HostSide hostSideOf(const Inspection &inspection, int vlanId)
 {
     HostSide all;
@@ -159,12 +159,12 @@ SubInterfaceState subInterface(const Inspection &inspection, const std::string &
     sub.held = kernel.held ? stateOf(*kernel.held, name) : "not read";
     if (const auto other = inspection.actual.foreign.find(name);
         other != inspection.actual.foreign.end())
-        sub.held = stateText(other->second) + ", made by others";
+        sub.held = stateText(other->second) + ", not made by the switch manager";
     sub.gets = hostSideOf(inspection, vlanId);
     return sub;
 }
 
-// Name and VLAN of the parent's sub-interfaces that should be there or are.
+// Names and VLANs of the parent's wanted and actual sub-interfaces.
 std::map<std::string, int> subInterfacesOf(const Inspection &inspection, const std::string &parent)
 {
     std::map<std::string, int> names;

@@ -1,5 +1,5 @@
-// What becomes of a frame at a port, and why: by the rows, by what a fresh start
-// would give and by what is held.
+// Explains what happens to frames at a port or an interface and why, from the rows, the
+// outcome of a fresh start, and the actual state.
 #pragma once
 
 #include "client/view/explanation.h"
@@ -9,7 +9,7 @@
 
 namespace swctl {
 
-// What becomes of the VLAN's frames and of untagged ones at a port.
+// What happens to the VLAN's frames and to untagged frames at a port.
 PortExplanation explainPort(const Inspection &inspection, const PortName &port, int vlanId);
 
 struct SubInterfaceState {
@@ -23,7 +23,7 @@ struct InterfaceExplanation {
     std::string name;
     bool exists = false;
     std::string parent;             // the interface that the rows name
-    std::vector<std::string> ports; // whose row names it, as "port 1 of PSE"
+    std::vector<std::string> ports; // whose row names it, e.g. "port 1 of PSE"
     std::vector<SubInterfaceState> subs;
     std::vector<Difference> differs;
     std::vector<Finding> findings;
@@ -33,7 +33,7 @@ struct InterfaceExplanation {
     [[nodiscard]] bool asWanted() const { return exists && differs.empty() && unread.empty(); }
 };
 
-// `name` is an interface, as "eth0", or a VLAN's sub-interface, as "eth0.20".
+// `name` is an interface such as "eth0" or a VLAN sub-interface such as "eth0.20".
 InterfaceExplanation explainInterface(const Inspection &inspection,
                                       const std::vector<Row> &portRows, const std::string &name);
 

@@ -1,4 +1,4 @@
-// What is said about frames at a port.
+// The explanation of a VLAN at a port.
 #pragma once
 
 #include "client/view/inspection.h"
@@ -8,7 +8,6 @@
 
 namespace swctl {
 
-// A port of a switch that takes part in VLANs.
 struct PortName {
     std::string switchName;
     int number = 0;
@@ -18,11 +17,11 @@ struct PortName {
 struct PortExplanation {
     PortName port;
     int vlanId = 0;
-    std::vector<std::string> rows;    // what each row of the VLAN says of the port
-    PortAnswer answer;                // of the device
+    std::vector<std::string> rows;    // each row of the VLAN, as text
+    PortAnswer answer;                // from the device
     std::vector<Finding> findings;    // about the VLAN's rows
-    std::vector<std::string> reasons; // failed commands and lines of a start's log
-    std::string remedy;               // what gives the port the VLAN; empty: nothing to be had
+    std::vector<std::string> reasons; // failed commands and lines from a start's log
+    std::string remedy;               // command that makes the port a member; empty: none
 
     [[nodiscard]] bool asWanted() const { return answer.differs.empty() && answer.unread.empty(); }
 };

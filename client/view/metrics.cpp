@@ -1,8 +1,8 @@
-// Gathers and writes metrics.
+// Collects and prints metrics.
 //
-// The text is in the classic format, which the text file collector and `promtool check
-// metrics` read: there a counter's family has its `_total` in HELP and TYPE, too, where
-// OpenMetrics leaves it out. The closing `# EOF` of OpenMetrics is a comment to both.
+// The text is in the classic format, which the textfile collector and `promtool check metrics`
+// read: unlike in OpenMetrics, HELP and TYPE of a counter include the `_total` suffix. The
+// closing `# EOF` of OpenMetrics is just a comment to both.
 #include "client/view/metrics.h"
 
 #include "client/base/text.h"
@@ -35,7 +35,7 @@ std::string quoted(const std::string &value)
 
 class Exposition {
 public:
-    // Begins a family; its samples follow.
+    // Starts a family; its samples follow.
     void family(const char *familyName, const char *type, const char *help)
     {
         name = std::string("swmgr_") + familyName;
@@ -96,9 +96,9 @@ void addService(Exposition &out, const Facts &facts)
     out.sample(1, {{"version", SWMGR_VERSION}});
     out.gauge("up", facts.up ? 1 : 0, "Whether the service answers.");
     if (facts.start) {
-        // Worked out from two clocks: beyond the second it would differ from look to look.
+        // Derived from two clocks, so anything below a second would vary from call to call.
         out.gauge("start_time_seconds", static_cast<uint64_t>((*facts.start + 500) / 1000),
-                  "When the service started, since 1970.");
+                  "Unix time at which the service started.");
     }
     out.family("part_readable", "gauge", "Whether a part of the gateway could be read.");
     for (const auto &[part, readable] : facts.read)
@@ -108,7 +108,7 @@ void addService(Exposition &out, const Facts &facts)
 void addDifferences(Exposition &out, const Status &status)
 {
     out.family("differences", "gauge",
-               "Entries that are not as a fresh start would give them, by what mends them.");
+               "Deviations from what a fresh start would produce, by what fixes them.");
     constexpr std::pair<Remedy, const char *> remedies[] = {{Remedy::repair, "repair"},
                                                             {Remedy::restart, "restart"},
                                                             {Remedy::rows, "rows"},
@@ -124,54 +124,55 @@ void addDifferences(Exposition &out, const Status &status)
 void addStatus(Exposition &out, const Status &status)
 {
     out.gauge("healthy", status.exitStatus() == exitDone ? 1 : 0,
-              "Whether swctl status says healthy.");
+              "Whether swctl status reports healthy.");
     if (status.load.unknown.empty())
         out.gauge("last_load_success", status.load.stopped ? 0 : 1,
-                  "Whether the service took the whole configuration when it started.");
+                  "Whether the service loaded the whole configuration when it started.");
     out.gauge("next_start_stops", status.verdict.startStops.empty() ? 0 : 1,
-              "Whether a start from the database would stop at a row, as rehearsed.");
+              "Whether a rehearsed start from the database stops at a row.");
     out.gauge("vlans_configured", status.vlans, "VLANs in the database.");
     if (const std::optional<size_t> applied = status.applied())
-        out.gauge("vlans_applied", *applied, "VLANs that are as a fresh start would have them.");
+        out.gauge("vlans_applied", *applied,
+                  "VLANs in the state that a fresh start would produce.");
     out.gauge("vlans_different", status.different.size(),
-              "VLANs of the database that are otherwise, as far as could be read.");
+              "VLANs of the database found to differ from that state.");
     addDifferences(out, status);
     out.gauge("change_unfinished", status.unfinished.empty() ? 0 : 1,
-              "Whether a change was broken off and waits for swctl recover.");
+              "Whether a change was interrupted and waits for swctl recover.");
     out.gauge("change_on_trial", status.trial ? 1 : 0, "Whether a change waits for swctl confirm.");
     if (status.trial) {
         out.family("trial_deadline_seconds", "gauge",
-                   "When the change on trial is taken back, since 1970.");
+                   "Unix time at which the change on trial is reverted.");
         out.seconds(status.trial->deadline * 1000);
     }
     if (status.failuresUnknown.empty())
         out.gauge("tools_failed", status.failures.size(),
-                  "Command lines of tools that failed and have not succeeded since.");
+                  "Tool command lines that failed and have not succeeded since.");
 }
 
 void addCounts(Exposition &out, const LogCounts &counts)
 {
     const SwMgrLogCounters &all = counts.counters;
     out.family("log_start_time_seconds", "gauge",
-               "When the log daemon started, since 1970; its counters begin there.");
+               "Unix time at which the log daemon started; its counters start there.");
     out.seconds(counts.heard.since / nanosecondsPerMillisecond);
-    out.counter("log_records_total", counts.records, "Records that the log daemon took.");
+    out.counter("log_records_total", counts.records, "Records that the log daemon received.");
     out.counter("log_records_lost_total", counts.heard.lost,
-                "Records that senders could not get to the log daemon.");
-    out.counter("tool_runs_total", all.toolRuns, "Command lines of tools that the service ran.");
+                "Records that senders could not deliver to the log daemon.");
+    out.counter("tool_runs_total", all.toolRuns, "Tool command lines that the service ran.");
     out.counter("tool_failures_total", all.toolFailures,
-                "Of them, those that failed; removals of interfaces that were not there left out.");
+                "Those that failed, except removals of interfaces that did not exist.");
     const std::pair<const char *, const SwMgrLogRequests &> kinds[] = {
         {"database", all.databaseEvents},
         {"interface", all.interfaceEvents},
         {"malformed", all.malformed}};
     out.family("requests_total", "counter",
-               "Requests by the service's log, which has no line for VLAN requests and switch "
-               "commands that are in order.");
+               "Requests in the service's log, which does not record successful VLAN requests "
+               "and switch commands.");
     for (const auto &[kind, requests] : kinds)
         out.sample(requests.received, {{"kind", kind}});
     out.family("requests_refused_total", "counter",
-               "Requests that were refused, switch commands too.");
+               "Requests that were refused, including switch commands.");
     for (const auto &[kind, requests] : kinds)
         out.sample(requests.refused, {{"kind", kind}});
     out.sample(all.switchCommands.refused, {{"kind", "switch_command"}});
@@ -189,7 +190,7 @@ void addPorts(Exposition &out, const Facts &facts)
     each(
         "port_link_up", "Whether a port of the chip has a link.",
         [](const PortState &port) { return uint64_t{port.linkUp}; });
-    each("port_default_vlan", "VLAN of a chip port's untagged frames.",
+    each("port_default_vlan", "VLAN of untagged frames received on a chip port.",
          [](const PortState &port) { return uint64_t{port.pvid}; });
 }
 
@@ -197,7 +198,7 @@ Database openDatabase(const std::string &path, Facts &facts)
 {
     facts.read["database"] = false;
     Database database(path, Access::read);
-    static_cast<void>(database.rows(switchTableName)); // a file that is no database throws here
+    static_cast<void>(database.rows(switchTableName)); // throws if the file is not a database
     facts.read["database"] = true;
     return database;
 }
@@ -239,7 +240,7 @@ Facts factsOf(const std::string &databasePath, const std::string &siteFile)
         for (const Device *device : devices())
             if (isUnread(*facts.status, device->part))
                 facts.read[device->part] = false;
-    } catch (const std::exception &failure) { // whatever it is, the rest is told
+    } catch (const std::exception &failure) { // whatever failed, report the rest
         facts.reason = failure.what();
     }
     facts.up = facts.status ? facts.status->unreachable.empty() : serviceAnswers();

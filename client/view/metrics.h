@@ -1,4 +1,4 @@
-// A gateway's state as text for a monitoring system.
+// A gateway's state in the text format of a monitoring system.
 #pragma once
 
 #include "client/rehearse/hardware_state.h"
@@ -12,18 +12,19 @@
 
 namespace swctl {
 
-// What is known of a gateway. What is none gives no line: a number would be made up.
+// What is known about a gateway. An unset member produces no sample, since any value would be
+// made up.
 struct Facts {
     bool up = false;
     std::optional<int64_t> start; // of the service, ms since 1970
-    std::optional<Status> status; // none: database or rehearsal are in the way
-    std::string reason;           // why there is none
+    std::optional<Status> status; // none: the database or the rehearsal failed
+    std::string reason;           // why it failed
     std::optional<LogCounts> counts;
     struct Ports {
-        std::string node; // of the switch's row
+        std::string node; // from the switch's row
         std::vector<PortState> states;
     };
-    std::vector<Ports> ports;         // of each device that has a request for them
+    std::vector<Ports> ports;         // of each device that can report them
     std::map<std::string, bool> read; // part of the gateway: whether it could be read
 };
 

@@ -20,7 +20,7 @@ bool hasBit(uint32_t mask, int32_t bit)
     return (mask & portBit(bit)) != 0;
 }
 
-// The start's status for each row of a table as far as it came.
+// The start's status for each row of a table that it reached.
 std::vector<int> rowStatuses(const Rehearsal &start, const char *table)
 {
     std::vector<int> statuses;
@@ -80,9 +80,9 @@ void readVlans(Database &database, const Rehearsal &start, Network &network)
     }
 }
 
-// --- who takes part in what --------------------------------------------------
+// --- membership ------------------------------------------------------------
 
-// The ports of a switch: those of its rows, and those that take part in a VLAN.
+// The ports of a switch: those in its rows, and those that are members of a VLAN.
 std::vector<DevicePort> columnsOf(const SwitchConfig &sw, uint32_t members)
 {
     std::map<int32_t, DevicePort> ports;

@@ -1,5 +1,5 @@
-// The network as the database has it and as a fresh start from it would have it:
-// the rows, and beside them what the rehearsed service leaves in chip and engine.
+// The network as described by the database and as a fresh start from it would set it up: the
+// rows, and the device state that the rehearsed service produces.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -23,14 +23,14 @@ struct PortConfig : DevicePort {
 struct SwitchConfig {
     std::string name;
     std::string node;               // device node or interface; empty: none
-    const Device *device = nullptr; // null where the start did not come that far
+    const Device *device = nullptr; // null if the start did not set it up
     int32_t level = 0;              // the highest is the top-level switch
     bool vlanEnabled = false;
     bool qosEnabled = false;
     std::vector<PortConfig> ports; // in the order of the rows
 };
 
-// What a start makes of a row.
+// What a start does with a row.
 enum class Fate {
     applied,
     stopsHere,
@@ -45,28 +45,28 @@ struct VlanConfig {
     Fate fate = Fate::missing;
 };
 
-// Where a start ends early, and what is missing then.
+// Where a start stops early, and what is missing as a result.
 struct Stop {
-    std::string table;                // empty: at no row
-    int row = 0;                      // in the table's own order, from 1; 0: at none
-    std::string name;                 // of the row, as "VLAN 30"
-    int status = 0;                   // of the service
+    std::string table;                // empty: not at a row
+    int row = 0;                      // in table order, from 1; 0: not at a row
+    std::string name;                 // of the row, e.g. "VLAN 30"
+    int status = 0;                   // returned by the service
     std::vector<std::string> reasons; // lines of its log
-    std::vector<std::string> missing; // switches and ports, as "port 3 of BCM"
-    std::vector<int32_t> vlans;       // that are not applied
+    std::vector<std::string> missing; // switches and ports, e.g. "port 3 of BCM"
+    std::vector<int32_t> vlans;       // not applied
 };
 
-// How one port takes part in one VLAN.
+// The membership of one port in one VLAN.
 struct Cell {
     bool member = false;
-    bool untagged = false; // of a member: sent without tag
+    bool untagged = false; // a member that sends untagged
     bool cpu = false;      // the port through which the VLAN reaches the host
 };
 
 struct PortColumn {
     size_t owner; // index of the switch
     int32_t port;
-    std::optional<int32_t> pvid; // none for a port that has no default tag
+    std::optional<int32_t> pvid; // none if the port has no default tag
 };
 
 struct Network {
@@ -79,12 +79,12 @@ struct Network {
     size_t warnings = 0;            // about the rows
 };
 
-// Where the start from this database ended early; none when it took every row.
+// Where the start from this database stopped early; none if it applied every row.
 std::optional<Stop> stopOf(Database &database, const Rehearsal &start);
 
 Network networkOf(GatewayView &gateway);
 
-// The same of a start that was rehearsed already, without notes about the rows.
+// The same for an already rehearsed start, without notes about the rows.
 Network networkOf(Snapshot &snapshot, const Rehearsal &start, const Target &target);
 
 // The name of the switch that owns a column.
@@ -93,7 +93,7 @@ inline const std::string &ownerName(const Network &network, const PortColumn &co
     return network.switches[column.owner].name;
 }
 
-// Whether a column is the first one of its switch.
+// Whether a column is the first of its switch.
 bool beginsSwitch(const Network &network, size_t column);
 
 } // namespace swctl

@@ -11,7 +11,7 @@
 namespace swctl {
 namespace {
 
-// What became of a sub-interface is read from the kernel itself.
+// Commands for sub-interfaces, whose outcome is read from the kernel instead.
 bool isOfKernel(const LogLine &line)
 {
     return line.text.starts_with("cmd (vconfig ") || line.text.starts_with("cmd (ifconfig ") ||
@@ -27,7 +27,7 @@ void takeFailures(Status &status)
                 status.failures.push_back(line);
         }));
     } catch (const Failure &) {
-        status.failuresUnknown = "no log daemon is running that could tell";
+        status.failuresUnknown = "no log daemon is running";
     }
 }
 
@@ -50,7 +50,7 @@ Status statusOf(GatewayView &gateway)
     if (status.start)
         status.load = lastLoadSince(*status.start);
     else
-        status.load.unknown = "since when the service is up is not known";
+        status.load.unknown = "it is not known when the service started";
     if (const std::optional<ChangeSet> changes = Journal(gateway.databasePath()).unfinished())
         status.unfinished = changes->what + " " + changes->verb;
     status.trial = trialOf(gateway.databasePath());

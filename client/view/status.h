@@ -1,5 +1,5 @@
-// Whether all is well with a gateway: its service, rows against hardware, changes
-// that are not done, tools that failed.
+// The health of a gateway: its service, rows compared with hardware, unfinished changes, and
+// failed tools.
 #pragma once
 
 #include "client/change/verdict.h"
@@ -16,17 +16,17 @@ namespace swctl {
 
 struct Status {
     std::string unreachable;      // why; empty: the service answers
-    std::optional<int64_t> start; // of the service, ms since 1970; none: not known
+    std::optional<int64_t> start; // of the service, ms since 1970; none: unknown
     LastLoad load;
-    Verdict verdict;         // rows against hardware
+    Verdict verdict;         // rows compared with hardware
     size_t vlans = 0;        // in the rows
-    std::set<int> different; // of them
-    std::string unfinished;  // what a broken-off change was about
+    std::set<int> different; // VLANs in the rows that differ
+    std::string unfinished;  // description of an interrupted change
     std::optional<Trial> trial;
-    std::vector<LogLine> failures; // tools that failed last, oldest first
-    std::string failuresUnknown;   // why
+    std::vector<LogLine> failures; // tools whose last run failed, oldest first
+    std::string failuresUnknown;   // why they are unknown; empty: they are known
 
-    // How many VLANs are as a fresh start would have them; none: not all was read.
+    // How many VLANs are as a fresh start would set them up; none if something was not read.
     [[nodiscard]] std::optional<size_t> applied() const;
     [[nodiscard]] ExitStatus exitStatus() const; // done, differs or unreachable
     [[nodiscard]] const char *health() const;    // "healthy", "not healthy", "not reachable"

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char *tables[] = {switchTableName, portTableName, vlanTableName};
 
-// Every column that holds something.
+// All non-empty columns.
 std::string valuesOf(const Row &row)
 {
     std::string text;
@@ -41,7 +41,7 @@ std::vector<std::string> partsOf(const std::string &text)
     return parts;
 }
 
-// The parts of a text that another one does not have.
+// The parts of `text` that `other` does not have.
 std::string partsBesides(const std::string &text, const std::string &other)
 {
     const std::vector<std::string> known = partsOf(other);
@@ -83,7 +83,7 @@ std::vector<SceneChange> changesBetween(const Scene &before, const Scene &after)
     return all;
 }
 
-Watcher::Watcher(GatewayView &onlyLookedAt) : gateway(onlyLookedAt) {}
+Watcher::Watcher(GatewayView &observed) : gateway(observed) {}
 
 bool Watcher::databaseMoved()
 {
@@ -164,7 +164,7 @@ void Watcher::addDevice(Scene &scene, const Device &device, bool table)
 
 void Watcher::addService(Scene &scene)
 {
-    // Who serves the socket is asked of the kernel: a request would be logged each time.
+    // Asks the kernel which process serves the socket: a request would be logged each time.
     const std::optional<int64_t> start = serviceStart();
     const std::string text = start ? "up since " + dateText(*start / 1000) : "not reachable";
     scene[{0, "service"}] = text;

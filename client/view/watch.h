@@ -1,5 +1,5 @@
-// What there is to be seen of a gateway, as one text for each subject, so that two
-// moments can be held against each other.
+// The observable state of a gateway, one text per subject, so that two moments can be
+// compared.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -11,27 +11,27 @@
 
 namespace swctl {
 
-// By VLAN, 0 for none, and subject, as "row", "chip" or "eth0.30".
+// By VLAN, 0 for none, and subject, e.g. "row 3", "chip" or "eth0.30".
 using Scene = std::map<std::pair<int, std::string>, std::string>;
 
 struct SceneChange {
     int vlanId = 0; // 0: none
     std::string subject;
-    std::string was, is; // empty: not there
+    std::string was, is; // empty: absent
 
     [[nodiscard]] std::string text() const; // "! VLAN 30 chip: 1T 2T -> 1T 2T 3U"
 };
 
-// Everything of `after` that is otherwise than before, by VLAN.
+// All changes from `before` to `after`, by VLAN.
 std::vector<SceneChange> changesBetween(const Scene &before, const Scene &after);
 
 class Watcher {
 public:
-    explicit Watcher(GatewayView &onlyLookedAt);
+    explicit Watcher(GatewayView &observed); // not modified
 
-    // The rows, the ports of devices, sub-interfaces and the service. The devices' VLAN
-    // tables, of the chip ten requests for each VLAN, only where `table` says so; else as
-    // they were.
+    // Reads the rows, the devices' ports, the sub-interfaces and the service. The devices' VLAN
+    // tables, which take ten requests per VLAN on the chip, are read only if `table` is set or
+    // they are not known yet; otherwise the last reading is used.
     Scene observe(bool table);
 
     // Whether another process has written to the database since the last call.
@@ -44,9 +44,9 @@ private:
     void addService(Scene &scene);
 
     GatewayView &gateway;
-    std::string version;                     // of the database's contents
-    std::set<int> ids;                       // VLANs that were seen in rows or sub-interfaces
-    std::map<const Device *, Scene> entries; // of VLAN tables, as read last
+    std::string version;                     // of the database's content
+    std::set<int> ids;                       // VLANs seen in rows or sub-interfaces so far
+    std::map<const Device *, Scene> entries; // VLAN tables as last read
 };
 
 } // namespace swctl

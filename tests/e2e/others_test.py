@@ -64,7 +64,7 @@ class Interfaces(Others):
             self.assertIn(f"left alone: {name}", said)
         self.assertEqual(json.loads(self.swctl(APPLIED, "--json", "diff"))["leftAlone"],
                          sorted(self.FOREIGN))
-        self.assertIn("made by others", self.swctl(APPLIED, "explain", "interface", "eth0.77"))
+        self.assertIn("not made by the switch manager", self.swctl(APPLIED, "explain", "interface", "eth0.77"))
         # What the service refuses is taken back, and nothing else.
         self.swctl(REFUSED, "vlan", "add", 13, "--interface", "eth9", "--ports", "1", "--force")
         self.assertLessEqual(set(self.FOREIGN), self.links())
