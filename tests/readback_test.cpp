@@ -34,7 +34,7 @@ TEST_F(Readback, ofASiteOfAnotherKindIsRefusedAndNoneIsTakenFromTheCurrentFolder
              {std::string(100000, '['), "nested more than 100 levels"},
              {R"({"devices":)", "parse error"},
              {R"({"devices":["/dev/x"]})", "'devices' needs an object"},
-             {R"({"interfaces":{"eth0":"02:00:00:00:00:10:11"}})", "no hardware address"}})
+             {R"({"interfaces":{"eth0":"02:00:00:00:00:10:11"}})", "is not a hardware address"}})
         try {
             ADD_FAILURE() << findSite("", put("site.json", text)).uptimeFolder << text;
         } catch (const Failure &failure) {

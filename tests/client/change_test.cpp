@@ -13,10 +13,13 @@
 #include "common/served_file.h"
 
 #include <algorithm>
+#include <csignal>
 #include <fcntl.h>
 #include <fstream>
 #include <sys/file.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 using namespace std::string_literals;
 
@@ -362,7 +365,9 @@ TEST_F(Change, thatIsNotVerifiedIsNotSaidToBe)
     options.told = {};
     EXPECT_EQ(heard(), "insert 4");
     serve({}, Reply::refuse);
-    EXPECT_EQ(carry(vlan(Kind::remove, 40), options).outcome, Outcome::refused);
+    const Verdict refused = carry(vlan(Kind::remove, 40), options);
+    EXPECT_EQ(refused.outcome, Outcome::refused);
+    EXPECT_FALSE(refused.verified);
     EXPECT_EQ(rows(), withForty);
 }
 
@@ -382,6 +387,9 @@ TEST_F(Change, ofNothingLooksAllTheSame)
     ChangeOptions options;
     options.verify = false;
     EXPECT_FALSE(carry(nothing, options).verified);
+    ChangeOptions offline;
+    offline.offline = true;
+    EXPECT_FALSE(carry(nothing, offline).verified);
 }
 
 TEST_F(Change, thatFindsTheRowsChangedByAnotherWriterLeavesThem)
@@ -521,6 +529,10 @@ TEST_F(Change, saysWhyTheServiceRefusesIt)
     said.emplace_back("(switch=PSE) no room in the table");
     said.emplace_back("cmd (vlan_table_func 1 20) returned (1).");
     EXPECT_EQ(carry(addForty).outcome, Outcome::differs);
+    serve({}, Reply::complain);
+    const Verdict differs = carry(vlan(Kind::remove, 30));
+    EXPECT_EQ(differs.outcome, Outcome::differs);
+    EXPECT_HAS(text(differs.reasons), "(switch=PSE) no room for delete 3 of 30");
 }
 
 TEST_F(Change, ofSettingsThatAreTakenAtAStartSaysSo)
@@ -686,7 +698,7 @@ TEST_F(Change, onTrialThatNobodyWatchesIsTakenBackByTheNextRun)
          "UPDATE vlanEncapIf SET fwdMap = '4' WHERE rowid = 4",
          Outcome::differs,
          "another writer has changed row 4",
-         "",
+         "10 eth0 0,1 1; 20 eth0 1,2 2; 30 eth1 1,3 ; 40 eth1 4 4",
          false},
         {{}, "", Outcome::applied, "", soundVlans, false},
     };
@@ -709,7 +721,7 @@ TEST_F(Change, onTrialThatNobodyWatchesIsTakenBackByTheNextRun)
         EXPECT_EQ(text(recovery.notes),
                   "a change on trial (VLAN 40) was not being watched any more; it is taken "
                   "back");
-        EXPECT_HAS(rows(), way.rows);
+        EXPECT_EQ(rows(), way.rows);
         EXPECT_EQ(isThere(".trial"), way.stays);
         EXPECT_EQ(recovery.waiting.has_value(), way.stays);
         static_cast<void>(unlink((databaseFile() + ".trial").c_str()));
@@ -770,6 +782,25 @@ TEST_F(Change, ofTheHardwareByOthersIsSeenAndMended)
     EXPECT_EQ(text(look(/*mend=*/false).unread), "");
 }
 
+TEST_F(Change, ofTheHardwareIsMendedInThreeRoundsAtMost)
+{
+    sql("INSERT INTO vlanEncapIf (vlanId, interfaceName, fwdMap) VALUES (40, 'eth1', '3'), "
+        "(50, 'eth1', '3')");
+    restart();
+    for (const int id : {10, 20, 30, 40, 50})
+        setEntry(id, 0, 0);
+    // Each round succeeds with one VLAN: with its update first, then with its two events.
+    using enum Reply;
+    std::vector<Reply> script(19, ignore);
+    for (const size_t at : {0, 5, 6, 13, 14})
+        script[at] = accept;
+    serve(script, accept);
+    const std::string left = text(look(/*mend=*/true).left);
+    const std::string sent = heard();
+    EXPECT_EQ(std::count(sent.begin(), sent.end(), ','), 18) << sent;
+    EXPECT_HAS(left, "VLAN 50 in the chip: -");
+}
+
 TEST_F(Change, isSeenBeforeItIsMade)
 {
     serve();
@@ -799,6 +830,182 @@ TEST_F(Change, isSeenBeforeItIsMade)
     EXPECT_HAS(text(seen(wrong, forced).reasons), "Failed to create vlan (ID=40)");
     EXPECT_EQ(rows(), soundVlans);
     EXPECT_EQ(heard(), "");
+}
+
+TEST_F(Change, ofABridgeIsSeenBeforeItIsMade)
+{
+    sql("DELETE FROM swGlobalCfg; DELETE FROM swPortConfig; DELETE FROM vlanEncapIf; INSERT INTO "
+        "swGlobalCfg (switchName, switchDevice, switchLevel, vlanEnable) VALUES ('BRIDGE', "
+        "'br0', 1, 1); INSERT INTO swPortConfig (switchName, portNumber, interfaceName) VALUES "
+        "('BRIDGE', 1, 'lan1'), ('BRIDGE', 2, 'lan2'); INSERT INTO vlanEncapIf (vlanId, fwdMap, "
+        "untagMap) VALUES (10, '1,2', '2')");
+    const std::pair<RowWish, std::string> cases[] = {
+        {vlan(Kind::add, 20, {{"fwdMap", "1"s}}), "+ VLAN 20  bridge br0, lan1 T"},
+        {vlan(Kind::set, 10, {{"untagMap", ""s}}),
+         "~ VLAN 10  bridge br0, lan1 T, lan2 U -> br0, lan1 T, lan2 T"},
+        {vlan(Kind::remove, 10), "- VLAN 10  bridge br0, lan1 T, lan2 U"},
+    };
+    PreviewOptions options;
+    options.force = true; // whatever this machine's kernel can do
+    for (const auto &[wish, expected] : cases) {
+        GatewayView gateway = view();
+        EXPECT_EQ(text(preview(gateway, wish, options).lines), expected);
+    }
+}
+
+TEST_F(Change, isSeenWithItsOwnCommandsAndItsRefusalAlone)
+{
+    // The chip's switch is not the first row.
+    sql("UPDATE swGlobalCfg SET rowid = rowid + 10 WHERE switchName = 'BCM'");
+    GatewayView gateway = view();
+    const Preview added = preview(gateway, addForty, {});
+    EXPECT_EQ(added.lines.at(0), "+ VLAN 40  BCM 0T 3T 4U");
+    EXPECT_HAS(text(added.actions), "VLAN_ENTRY_SET vlan 40 fwd 0x19 (0,3,4) untag 0x10 (4)");
+    for (const char *other : {"vlan 10 ", "vlan 20 ", "eth0"})
+        EXPECT_LACKS(text(added.actions), other);
+    EXPECT_EQ(text(added.reasons), "");
+    // Each value longer than its field.
+    sql("INSERT INTO vlanEncapIf (vlanId, interfaceName) VALUES (50, '" + std::string(70, 'x') +
+        "')");
+    PreviewOptions force;
+    force.force = true;
+    const std::string long80(80, 'y');
+    const Preview refused =
+        preview(gateway, vlan(Kind::add, 60, {{"interfaceName", long80}}), force);
+    EXPECT_EQ(text(refused.reasons),
+              "vlanEncapIf.interfaceName is too long: 80 characters, at most 63 fit");
+}
+
+TEST_F(Change, ofASettingWaitsForAStartWhereThatMakesADifference)
+{
+    struct Setting {
+        const char *owner;
+        int64_t port; // below 0: of the switch
+        const char *column;
+        Value value;
+        bool waits;
+    };
+    // A start configures the switch on top.
+    const Setting settings[] = {
+        {"PSE", 1, "trustMode", int64_t{2}, true},
+        {"PSE", 1, "mirroring", int64_t{1}, false},
+        {"PSE", 1, "phyDevice", "BCM:0"s, true},
+        {"PSE", -1, "pauseFrameEnable", int64_t{1}, true},
+        {"BCM", -1, "vlanEnable", int64_t{0}, false},
+        {"BCM", 3, "PVID", int64_t{77}, false},
+        {"BCM", 0, "portType", int64_t{1}, false},
+        {"BCM", -1, "numPorts", int64_t{4}, false},
+    };
+    const Setting ofTheChipAlone[] = {
+        {"BCM", -1, "vlanEnable", int64_t{0}, true},
+        {"BCM", 0, "portType", int64_t{1}, false},
+    };
+    const History history(databaseFile());
+    const auto check = [&](const Setting &one) {
+        GatewayView gateway = view();
+        Snapshot before(gateway.database());
+        const Transaction transaction(gateway.database(), Access::write);
+        const RowWish ofSwitch = {Kind::set,
+                                  "swGlobalCfg",
+                                  "switch",
+                                  {{"switchName", std::string(one.owner)}},
+                                  {{one.column, one.value}}};
+        ChangeSet changes =
+            planOf(gateway.database(),
+                   one.port < 0 ? ofSwitch
+                                : port(Kind::set, one.owner, one.port, {{one.column, one.value}}));
+        writeRows(gateway.database(), changes);
+        Snapshot after(gateway.database());
+        EXPECT_EQ(!pendingSettings(gateway, history, before, after, changes).empty(), one.waits)
+            << one.column << " of " << one.owner;
+    };
+    for (const Setting &one : settings)
+        check(one);
+    sql("DELETE FROM swGlobalCfg WHERE switchName = 'PSE'; DELETE FROM swPortConfig WHERE "
+        "switchName = 'PSE'");
+    for (const Setting &one : ofTheChipAlone)
+        check(one);
+}
+
+TEST_F(Change, ofASettingWaitsForNobodyWhereThereIsNoService)
+{
+    ChangeOptions offline;
+    offline.offline = true;
+    carry(port(Kind::set, "PSE", 3, {{"trustMode", int64_t{2}}}), offline);
+    EXPECT_EQ(differing(), "");
+}
+
+TEST_F(Change, ofVlansBesideASettingIsComparedWithTheVlansAsTheyAreThen)
+{
+    serve();
+    const BatchWish mixed{"2 commands",
+                          {vlan(Kind::set, 20, {{"fwdMap", "0,2"s}}),
+                           port(Kind::set, "BCM", 2, {{"portType", int64_t{7}}})}};
+    const Verdict verdict = carry(mixed);
+    EXPECT_STREQ(outcomeText(verdict.outcome), "applied") << text(verdict.left);
+    EXPECT_EQ(heard(), "update 2 of 20");
+}
+
+TEST_F(Change, whoseCommitFailsLeavesNothingBehind)
+{
+    serve();
+    int ready[2];
+    ASSERT_EQ(pipe(ready), 0);
+    const pid_t reader = fork();
+    if (reader == 0) {
+        Database other(databaseFile(), Access::read);
+        const Transaction transaction(other, Access::read);
+        const size_t rows = other.rows("vlanEncapIf").size();
+        if (rows == 3 && ::write(ready[1], "", 1) == 1)
+            pause();
+        _exit(1);
+    }
+    char byte = 0;
+    ASSERT_EQ(::read(ready[0], &byte, 1), 1);
+    ChangeOptions trial;
+    trial.onTrial = 600;
+    EXPECT_HAS(refusal(addForty, trial), "2 database ");
+    kill(reader, SIGKILL);
+    waitpid(reader, nullptr, 0);
+    close(ready[0]);
+    close(ready[1]);
+    EXPECT_EQ(rows(), soundVlans);
+    EXPECT_FALSE(isThere(".change") || isThere(".trial") || isThere(".history"));
+    EXPECT_EQ(heard(), "");
+}
+
+TEST_F(Change, thatCannotBeRecordedSaysSo)
+{
+    ASSERT_EQ(mkdir((databaseFile() + ".history").c_str(), 0700), 0);
+    startLog();
+    serve();
+    const Verdict verdict = carry(addForty);
+    EXPECT_EQ(verdict.outcome, Outcome::applied);
+    EXPECT_HAS(verdict.note, "not in the history: ");
+    EXPECT_HAS(verdict.note, "switch.db.history is not what swctl wrote there");
+}
+
+TEST_F(Change, ofTheHardwareIsToldWithWhereAStartStopsAndWhatIsIdle)
+{
+    startLog();
+    setTag(3, 30); // untagged in no VLAN
+    setEntry(20, 6, 6);
+    const Verdict sound = look(/*mend=*/false);
+    EXPECT_EQ(sound.changes.what + " " + sound.changes.verb, "gateway compared");
+    EXPECT_EQ(sound.startStops, "");
+    EXPECT_LACKS(sound.note, "start");
+    EXPECT_EQ(sound.unreached, 0u);
+    EXPECT_EQ(text(sound.idle), "port 3 default tag: 30, should be 1 (no effect: the port is "
+                                "untagged in no VLAN) (swctl repair)");
+    sql("UPDATE vlanEncapIf SET LogicalIfName = '" + std::string(70, 'x') + "' WHERE rowid = 2");
+    const Verdict stops = look(/*mend=*/false);
+    EXPECT_HAS(stops.startStops, "would stop at row 2 of vlanEncapIf");
+    EXPECT_HAS(stops.note, stops.startStops.c_str());
+    EXPECT_EQ(stops.unreached, 2u);
+    sql("UPDATE swPortConfig SET interfaceName = '" + std::string(70, 'x') + "' WHERE rowid = 2");
+    EXPECT_EQ(look(/*mend=*/false).unreached, 3u);
+    sql("DELETE FROM vlanEncapIf; DELETE FROM swPortConfig; DELETE FROM swGlobalCfg");
+    EXPECT_HAS(look(/*mend=*/false).startStops, "there is no switch in the database");
 }
 
 TEST_F(Change, isNotVerifiedByWhatCannotBeRead)

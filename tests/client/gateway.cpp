@@ -351,7 +351,7 @@ int Played::answerService(int type, const std::string &data, const std::string &
     {
         const std::lock_guard guard(lock);
         messages.push_back(text);
-        if (reply == Reply::refuse || reply == Reply::spoil)
+        if (reply == Reply::refuse || reply == Reply::spoil || reply == Reply::complain)
             said.push_back("(switch=PSE) no room for " + text);
     }
     const bool acts = reply == Reply::accept || reply == Reply::spoil || reply == Reply::stayAway;

@@ -28,6 +28,7 @@ namespace swctl::test {
 enum class Reply {
     accept,     // acts, answers 0
     ignore,     // answers 0 only
+    complain,   // says why it does nothing, answers 0
     refuse,     // answers -22 only
     spoil,      // acts, answers -22
     stayAway,   // acts, and answers when nobody waits any more

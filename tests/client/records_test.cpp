@@ -224,6 +224,18 @@ TEST_F(Records, areNotHeldByTheProcessThatWatches)
     endTrial(databaseFile());
 }
 
+// One that was confirmed has nothing to do with the next.
+TEST_F(Records, ofATrialAreWatchedByTheirOwnProcessAlone)
+{
+    for (int times = 0; times < 2; ++times) {
+        endTrial(databaseFile());
+        beginTrial(databaseFile(), "", removal(2), 600);
+    }
+    usleep(600000); // by then the first process has looked
+    EXPECT_TRUE(isOnTrial(databaseFile()));
+    endTrial(databaseFile());
+}
+
 // Whoever reads what swctl prints would wait for its end for as long.
 TEST_F(Records, ofATrialLeaveTheOutputAlone)
 {
