@@ -1,6 +1,7 @@
 // swmgrd, the process in which the switch manager runs: sets the library's two flags
 // from its arguments, starts the service, and stops it on a signal.
 #include "base/log.h"
+#include "common/arguments.h"
 #include "common/database_journal.h"
 #include "common/exit_status.h"
 #include "common/signals.h"
@@ -125,15 +126,8 @@ int optionTake(int option)
     case 'r':
         options.recover = true;
         return -1;
-    case 'h':
-        fputs(usage, stdout);
-        return EXIT_STOPPED;
-    case 'V':
-        puts("swmgrd " SWMGR_VERSION);
-        return EXIT_STOPPED;
     default:
-        fputs("Try 'swmgrd --help'.\n", stderr);
-        return EXIT_USAGE;
+        return commonOptionTake(option, "swmgrd", usage);
     }
 }
 
@@ -154,17 +148,11 @@ int readArguments(int argc, char **argv)
     for (int option = 0;
          status < 0 && (option = getopt_long(argc, argv, "d:fDs:crhV", known, nullptr)) != -1;)
         status = optionTake(option);
-    if (status >= 0)
-        return status;
-    if (optind < argc) {
-        fprintf(stderr, "swmgrd: unexpected argument '%s'\nTry 'swmgrd --help'.\n", argv[optind]);
-        return EXIT_USAGE;
-    }
-    if (options.database == nullptr) {
-        fputs("swmgrd: --database FILE is missing\nTry 'swmgrd --help'.\n", stderr);
-        return EXIT_USAGE;
-    }
-    return -1;
+    if (status < 0)
+        status = noMoreArguments("swmgrd", optind, argc, argv);
+    if (status < 0 && options.database == nullptr)
+        status = misusedProgram("swmgrd", "--database FILE is missing");
+    return status;
 }
 
 int recover()

@@ -1,6 +1,7 @@
 // Options of the programs that simulate the chip.
 #include "simulator/chip/program.h"
 
+#include "common/arguments.h"
 #include "common/exit_status.h"
 
 #include <getopt.h>
@@ -38,12 +39,8 @@ int optionTake(const Program &program, int letter, Choice &choice, Model &model)
     case 'j':
         choice.json = true;
         return -1;
-    case 'h':
-        return fputs(program.usage, stdout) < 0 ? EXIT_FAILED : EXIT_STOPPED;
-    case 'V':
-        return printf("%s " SWMGR_VERSION "\n", program.name) < 0 ? EXIT_FAILED : EXIT_STOPPED;
     default:
-        return misused(program, "unknown or incomplete option");
+        return commonOptionTake(letter, program.name, program.usage);
     }
 }
 
@@ -51,8 +48,7 @@ int optionTake(const Program &program, int letter, Choice &choice, Model &model)
 
 int misused(const Program &program, const char *why)
 {
-    fprintf(stderr, "%s: %s\nTry '%s --help'.\n", program.name, why, program.name);
-    return EXIT_USAGE;
+    return misusedProgram(program.name, why);
 }
 
 Choice choiceRead(const Program &program, int argc, char **argv, Model &model)
@@ -71,8 +67,8 @@ Choice choiceRead(const Program &program, int argc, char **argv, Model &model)
     for (int letter;
          choice.status < 0 && (letter = getopt_long(argc, argv, "h", options, nullptr)) != -1;)
         choice.status = optionTake(program, letter, choice, model);
-    if (choice.status < 0 && optind != argc)
-        choice.status = misused(program, "unexpected argument");
+    if (choice.status < 0)
+        choice.status = noMoreArguments(program.name, optind, argc, argv);
     return choice;
 }
 

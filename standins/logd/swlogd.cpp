@@ -1,5 +1,6 @@
 // swlogd, the logging module: receives log records as relay module 20, prints or appends
 // them, and keeps the last ones for clients that follow the log.
+#include "common/arguments.h"
 #include "common/clock.h"
 #include "common/exit_status.h"
 #include "common/log_rank.h"
@@ -183,22 +184,11 @@ int readArguments(int argc, char **argv)
             if (!logRankByName(optarg, options.rank))
                 return misused("level", optarg, logRankList);
             break;
-        case 'h':
-            fputs(usage, stdout);
-            return EXIT_STOPPED;
-        case 'V':
-            puts("swlogd " SWMGR_VERSION);
-            return EXIT_STOPPED;
         default:
-            fputs("Try 'swlogd --help'.\n", stderr);
-            return EXIT_USAGE;
+            return commonOptionTake(option, "swlogd", usage);
         }
     }
-    if (optind < argc) {
-        fprintf(stderr, "swlogd: unexpected argument '%s'\nTry 'swlogd --help'.\n", argv[optind]);
-        return EXIT_USAGE;
-    }
-    return -1;
+    return noMoreArguments("swlogd", optind, argc, argv);
 }
 
 } // namespace
