@@ -26,13 +26,13 @@ void entryLines(const DeviceState &before, const DeviceState &after, const char 
     for (const int id : ids) {
         const std::string was = before.vlanText(id);
         const std::string is = after.vlanText(id);
-        const std::string vlan = vlanText(id) + "  " + device + " ";
+        std::string line = vlanText(id) + "  " + device + " ";
         if (!now.contains(id))
-            lines.push_back("- " + vlan + was);
+            lines.push_back("- " + line.append(was));
         else if (!old.contains(id))
-            lines.push_back("+ " + vlan + is);
+            lines.push_back("+ " + line.append(is));
         else if (was != is)
-            lines.push_back("~ " + vlan + was + " -> " + is);
+            lines.push_back("~ " + line.append(was).append(" -> ").append(is));
     }
 }
 

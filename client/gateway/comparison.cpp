@@ -10,20 +10,19 @@ namespace swctl {
 
 const DeviceState *Target::find(const Device &device) const
 {
-    const auto found = devices.find(&device);
-    return found != devices.end() ? found->second.get() : nullptr;
+    return devices.empty() ? nullptr : &of(device);
 }
 
 const DeviceState &Target::of(const Device &device) const
 {
-    return *devices.at(&device);
+    return *devices.at(device);
 }
 
 Target targetOf(const Rehearsal &rehearsal, Database &database)
 {
     Target target;
     for (const Device *device : devices())
-        target.devices[device] = device->wanted(rehearsal, portsOf(database, *device));
+        target.devices[*device] = device->wanted(rehearsal, portsOf(database, *device));
     target.kernel = rehearsal.kernel();
     target.vlanIds = vlanIdsIn(database);
     target.loadStatus = rehearsal.loadStatus();
@@ -33,7 +32,7 @@ Target targetOf(const Rehearsal &rehearsal, Database &database)
 
 const DeviceReading &Actual::of(const Device &device) const
 {
-    return devices.at(&device);
+    return devices.at(device);
 }
 
 std::vector<std::string> Actual::unread() const

@@ -7,14 +7,42 @@
 #include <map>
 #include <optional>
 #include <set>
+#include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace swctl {
 
+// A value for each device.
+template <class T>
+class PerDevice {
+public:
+    T &operator[](const Device &device)
+    {
+        for (auto &[known, value] : all)
+            if (known == &device)
+                return value;
+        return all.emplace_back(&device, T()).second;
+    }
+
+    [[nodiscard]] const T &at(const Device &device) const
+    {
+        for (const auto &[known, value] : all)
+            if (known == &device)
+                return value;
+        throw std::out_of_range("nothing is known of a device");
+    }
+
+    [[nodiscard]] bool empty() const { return all.empty(); }
+
+private:
+    std::vector<std::pair<const Device *, T>> all;
+};
+
 // What a fresh start would produce.
 struct Target {
-    std::map<const Device *, StateRef> devices; // all devices; empty if no start was rehearsed
+    PerDevice<StateRef> devices; // all devices; empty if no start was rehearsed
     Kernel kernel;
     std::set<int> vlanIds; // in the rows
     int loadStatus = 0;
@@ -28,7 +56,7 @@ struct Target {
 Target targetOf(const Rehearsal &rehearsal, Database &database);
 
 struct Actual {
-    std::map<const Device *, DeviceReading> devices;
+    PerDevice<DeviceReading> devices;
     Part<Kernel> kernel;                         // only the switch manager's own sub-interfaces
     std::map<std::string, SubInterface> foreign; // all others, by name
     Part<FailedTools> tools;

@@ -66,7 +66,7 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
         ids.insert(target.vlanIds.begin(), target.vlanIds.end());
     for (const Device *device : devices()) {
         const std::optional<std::string> node = nodeOf(snapshot.database(), *device);
-        DeviceReading &reading = actual.devices[device];
+        DeviceReading &reading = actual.devices[*device];
         if (!node && device->hasQuery)
             reading.held = device->nothing(); // no such switch, so nothing to read
         else

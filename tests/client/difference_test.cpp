@@ -57,12 +57,12 @@ Sides::Sides()
     heldChip->chip = chip->chip;
     heldBridge->bridge = bridge->bridge;
     heldChip->ids = heldBridge->ids = {10, 20, 30};
-    target.devices[&chipDevice()] = chip;
-    target.devices[&engineDevice()] = std::make_shared<EngineState>();
-    target.devices[&bridgeDevice()] = bridge;
-    actual.devices[&chipDevice()].held = heldChip;
-    actual.devices[&engineDevice()].held = engine;
-    actual.devices[&bridgeDevice()].held = heldBridge;
+    target.devices[chipDevice()] = chip;
+    target.devices[engineDevice()] = std::make_shared<EngineState>();
+    target.devices[bridgeDevice()] = bridge;
+    actual.devices[chipDevice()].held = heldChip;
+    actual.devices[engineDevice()].held = engine;
+    actual.devices[bridgeDevice()].held = heldBridge;
     actual.kernel.held = target.kernel;
 }
 
@@ -116,8 +116,8 @@ TEST(Difference, isToldOfEveryPartThatWasRead)
          },
          ""},
         {[](Sides &s) {
-             for (auto &[device, reading] : s.actual.devices)
-                 reading.held = nullptr;
+             for (const Device *device : devices())
+                 s.actual.devices[*device].held = nullptr;
              s.actual.kernel.held.reset();
          },
          ""},
