@@ -91,6 +91,7 @@ std::vector<DevicePort> columnsOf(const SwitchConfig &sw, uint32_t members)
     for (const int port : portsIn(members))
         ports.emplace(port, DevicePort{port, {}});
     std::vector<DevicePort> columns;
+    columns.reserve(ports.size());
     for (auto &[number, port] : ports)
         columns.push_back(std::move(port));
     return columns;
