@@ -15,7 +15,6 @@
 #include <poll.h>
 #include <pwd.h>
 #include <sys/file.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <thread>
@@ -262,7 +261,7 @@ TEST_F(Records, ofATrialLeaveTheOutputAlone)
 }
 
 // In a process of its own, as it has the trial's file at a fixed descriptor.
-TEST_F(Records, ofATrialAreAwaitedAsleepWhateverTheTerminalSends)
+TEST_F(Records, ofATrialAreAwaitedWhateverTheTerminalSends)
 {
     constexpr int trialFd = 3;
     write("switch.db.trial", "{}");
@@ -287,11 +286,8 @@ TEST_F(Records, ofATrialAreAwaitedAsleepWhateverTheTerminalSends)
     usleep(100000);
     endTrial(databaseFile());
     int status = -1;
-    rusage used = {};
-    EXPECT_EQ(wait4(watcher, &status, 0, &used), watcher);
+    EXPECT_EQ(waitpid(watcher, &status, 0), watcher);
     EXPECT_EQ(status, 0);
-    EXPECT_EQ(used.ru_utime.tv_sec + used.ru_stime.tv_sec, 0);
-    EXPECT_LT(used.ru_utime.tv_usec + used.ru_stime.tv_usec, 80000) << "us of the processor";
     close(begins[0]);
     close(begins[1]);
 }
