@@ -250,6 +250,19 @@ class GatewayTest(unittest.TestCase):
                 self.fail(f"not logged: {text!r}; the last that was: {log[-1500:]}")
 
 
+class ServedTest(GatewayTest):
+    """Tests with a gateway whose service and log daemon run, and what swctl answers."""
+
+    def setUp(self):
+        self.hardware = self.gateway()
+        self.hardware.start_log_daemon()
+        self.assertTrue(self.hardware.start())
+
+    def swctl(self, status, *arguments):
+        self.assertEqual(self.hardware.swctl(*arguments), status, self.hardware.said)
+        return self.hardware.said
+
+
 def main():
     """Runs the module's tests, or reports that no sandbox is possible here."""
     probe = subprocess.run([TOP / "simulator/sandbox", "--build", BUILD, "--", "true"],

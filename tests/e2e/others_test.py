@@ -11,22 +11,13 @@ import subprocess
 import unittest
 
 import relay
-from gateway import BUILD, GatewayTest, main
+from gateway import BUILD, ServedTest, main
 
 APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
 ADD = ("vlan", "add", 9, "--interface", "eth0", "--ports", "1,2")
 
 
-class Others(GatewayTest):
-    def setUp(self):
-        self.hardware = self.gateway()
-        self.hardware.start_log_daemon()
-        self.assertTrue(self.hardware.start())
-
-    def swctl(self, status, *arguments):
-        self.assertEqual(self.hardware.swctl(*arguments), status, self.hardware.said)
-        return self.hardware.said
-
+class Others(ServedTest):
     def make(self, parent, vlan):
         done = self.hardware.inside("run", argv=["vconfig", "add", parent, str(vlan)])
         self.assertEqual(done["status"], 0, done)

@@ -9,7 +9,7 @@ import subprocess
 import sys
 import time
 
-from gateway import BUILD, GatewayTest, main
+from gateway import BUILD, ServedTest, main
 
 APPLIED, REFUSED, USAGE, UNANSWERED, DIFFERS = range(5)
 ADD = ("vlan", "add", 9, "--interface", "eth0", "--ports", "1,2")
@@ -26,16 +26,7 @@ os.kill(os.getpid(), 9)
 """
 
 
-class Truth(GatewayTest):
-    def setUp(self):
-        self.hardware = self.gateway()
-        self.hardware.start_log_daemon()
-        self.assertTrue(self.hardware.start())
-
-    def swctl(self, status, *arguments):
-        self.assertEqual(self.hardware.swctl(*arguments), status, self.hardware.said)
-        return self.hardware.said
-
+class Truth(ServedTest):
     def ids(self):
         return {row["vlanId"] for row in self.hardware.rows("vlanEncapIf").values()}
 
