@@ -133,18 +133,17 @@ struct RowFault {
 };
 
 struct DeviceFacts {
-    const char *name = nullptr;    // of the switch; also selects the backend in the service
-    const char *part = nullptr;    // e.g. "chip"; used in difference keys, metrics and JSON
-    const char *words = nullptr;   // for use in a sentence, e.g. "the chip"
-    const char *preview = nullptr; // prefix of a VLAN's entry in a preview; null: no entries
-    int portCount = 0;             // ports are 0 to portCount - 1
-    int firstPort = 0;             // number of the first port that a row's numPorts counts
-    const char *beyondPorts =
-        nullptr;           // appended to the message about a row with any other port number
-    bool hasQuery = false; // its state can be read back
-    bool portsAreInterfaces = false; // each port is the network interface that its row names
-    bool takesLists = false;         // the port lists in a VLAN's row refer to its ports
-    std::span<const int> commands;   // SW_CMD_* that it accepts in a request
+    const char *name = nullptr;        // of the switch; also selects the backend in the service
+    const char *part = nullptr;        // e.g. "chip"; used in difference keys, metrics and JSON
+    const char *words = nullptr;       // for use in a sentence, e.g. "the chip"
+    const char *preview = nullptr;     // prefix of a VLAN's entry in a preview; null: no entries
+    int portCount = 0;                 // ports are 0 to portCount - 1
+    int firstPort = 0;                 // number of the first port that a row's numPorts counts
+    const char *beyondPorts = nullptr; // added to the message about a row with another port
+    bool hasQuery = false;             // its state can be read back
+    bool portsAreInterfaces = false;   // each port is the network interface that its row names
+    bool takesLists = false;           // the port lists in a VLAN's row refer to its ports
+    std::span<const int> commands;     // SW_CMD_* that it accepts in a request
 };
 
 class Device : public DeviceFacts {
