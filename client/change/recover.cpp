@@ -18,11 +18,18 @@ namespace {
 constexpr int longestWait = 3600; // s that the watching process waits for another swctl
 constexpr int longestPause = 60;  // s between its attempts
 
+// The number of the newest entry if it is that change; 0 if swctl was killed before writing it.
+int entryOf(const ChangeSet &changes, const History &history)
+{
+    const std::vector<HistoryEntry> entries = history.entries();
+    const bool own = !entries.empty() && toJson(entries.back().changes) == toJson(changes);
+    return own ? entries.back().number : 0;
+}
+
 // An interrupted change whose rows stand. It may have been recorded before the interruption.
 void rememberRecovered(History &history, Verdict &verdict)
 {
-    const std::vector<HistoryEntry> entries = history.entries();
-    if (!entries.empty() && toJson(entries.back().changes) == toJson(verdict.changes))
+    if (entryOf(verdict.changes, history) != 0)
         return;
     try {
         static_cast<void>(history.add(millisecondsNow(CLOCK_REALTIME),
@@ -62,14 +69,6 @@ std::optional<Verdict> recoverChange(GatewayView &gateway, History &history)
         rememberRecovered(history, verdict);
     journal.end();
     return verdict;
-}
-
-// The newest entry belongs to the trial, unless swctl was killed before writing it.
-int entryOf(const Trial &trial, const History &history)
-{
-    const std::vector<HistoryEntry> entries = history.entries();
-    const bool own = !entries.empty() && toJson(entries.back().changes) == toJson(trial.changes);
-    return own ? entries.back().number : 0;
 }
 
 // One attempt of the watching process.
@@ -118,7 +117,7 @@ Recovery recoverUnfinished(GatewayView &gateway, History &history)
 
 Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial)
 {
-    const TakeBackWish wish{entryOf(trial, history), trial.changes};
+    const TakeBackWish wish{entryOf(trial.changes, history), trial.changes};
     ChangeOptions options;
     options.force = true; // restore the old state even if checks would refuse it
     // Don't involve a service that now uses another file.
