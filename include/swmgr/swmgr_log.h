@@ -25,9 +25,10 @@ extern "C" {
 #endif
 
 enum {
-    LOGGING_MSG_FOLLOW = 33,  // SwMgrLogFollowRequest
-    LOGGING_MSG_TOOLS = 34,   // the same request; see below
-    LOGGING_MSG_COUNTERS = 35 // the same request; SwMgrLogCounters follow the answer's head
+    LOGGING_MSG_FOLLOW = 33,   // SwMgrLogFollowRequest
+    LOGGING_MSG_TOOLS = 34,    // the same request; see below
+    LOGGING_MSG_COUNTERS = 35, // the same request; SwMgrLogCounters follow the answer's head
+    LOGGING_MSG_SETTINGS = 36  // the same request; see below
 };
 
 enum {
@@ -77,6 +78,13 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, textLength) == 28);
 // they are about the same entry of the same table. Removing a missing interface is not
 // a failure. Records that did not reach the daemon are missing. The line of the last
 // failed load of the configuration is included, right after the errors logged before it.
+
+// LOGGING_MSG_SETTINGS asks for the lines about settings that no device can report: of each
+// setting the newest one since the daemon's start, the newest last, whoever sent the request
+// for it. Such lines are those of the engine's tools for QoS, rate limits, queues and trust
+// modes, those of tc and ethtool for a bridge's ports, "VLAN Enable status STATE" for the
+// chip's VLAN mode with the lines that report its failure, and those of a bandwidth that an
+// interface event set. In their entries `dropped` is the number of records lost since.
 
 // Requests of one kind, as far as the switch manager's records show.
 typedef struct SwMgrLogRequests {

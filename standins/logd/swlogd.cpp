@@ -11,6 +11,7 @@
 #include "standins/logd/line.h"
 #include "standins/logd/output.h"
 #include "standins/logd/ring.h"
+#include "standins/logd/settings.h"
 
 #include <cerrno>
 #include <climits>
@@ -121,6 +122,7 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
     entry.number = logd::ringAppend(entry, text);
     logd::failureNote(entry, text);
     logd::counterNote(entry, text);
+    logd::settingNote(entry, text);
     return 0;
 }
 
@@ -138,6 +140,8 @@ int onMessage(void * /*arg*/, RelayMsgHdr *header, int type, void *data, int len
         return logd::failuresAnswer(data, length, reply, replyLength);
     case LOGGING_MSG_COUNTERS:
         return logd::countersAnswer(data, length, reply, replyLength);
+    case LOGGING_MSG_SETTINGS:
+        return logd::settingsAnswer(data, length, reply, replyLength);
     default:
         return -EINVAL;
     }
