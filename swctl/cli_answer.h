@@ -9,10 +9,14 @@ namespace swctl {
 
 class RequestLog;
 
-// Prints the result, as text or JSON, and returns the exit status. `log` must have been created
+// Print the result, as text or JSON, and return the exit status. `log` must have been created
 // before the request was sent.
-int reportAnswer(const Globals &globals, const std::string &what, int status);
-// `fault` describes what turned out not to be as requested; empty if nothing.
+
+// Of a request whose effect nobody looks at: at best it was sent.
+int reportSent(const Globals &globals, const std::string &what, int status, RequestLog &log);
+
+// Of a request whose effect was looked at. `fault` describes what turned out not to be as
+// requested; empty if nothing.
 int reportAnswer(const Globals &globals, const std::string &what, int status, RequestLog &log,
                  const std::string &fault = {});
 

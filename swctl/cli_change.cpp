@@ -102,7 +102,7 @@ int change(const Call &call, const Wish &wish)
     return change(call, gatewayFor(call), wish);
 }
 
-int change(const Call &call, GatewayView gateway, const Wish &wish)
+int change(const Call &call, GatewayView gateway, const Wish &wish, std::vector<NamedRequest> named)
 {
     if (call.has("--confirm") && (call.flag("--dry-run") || call.flag("--offline")))
         throw Failure(exitUsage, "--confirm does not go with --dry-run or --offline");
@@ -112,6 +112,7 @@ int change(const Call &call, GatewayView gateway, const Wish &wish)
     options.offline = call.flag("--offline");
     options.verify = !call.flag("--no-verify");
     options.force = call.flag("--force");
+    options.named = std::move(named);
     options.onTrial = call.integer("--confirm");
     options.told = progressOn("changes announced");
     const Globals &globals = call.globals;

@@ -30,7 +30,8 @@ Progress progressOn(const char *what);
 // Carries out a change under the lock and reports the result; with --dry-run, only shows the
 // effects. `gateway` comes from gatewayFor.
 GatewayView gatewayFor(const Call &call);
-int change(const Call &call, GatewayView gateway, const Wish &wish);
+int change(const Call &call, GatewayView gateway, const Wish &wish,
+           std::vector<NamedRequest> named = {});
 int change(const Call &call, const Wish &wish);
 
 } // namespace swctl

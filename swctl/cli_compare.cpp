@@ -3,6 +3,7 @@
 #include "client/base/text.h"
 #include "client/change/repair.h"
 #include "client/rehearse/event_text.h"
+#include "client/service/service.h"
 #include "common/json.h"
 #include "swctl/cli_change.h"
 #include "swctl/commands.h"
@@ -65,6 +66,16 @@ bool rollBack(const std::string &path)
     }
 }
 
+// A start of the service does not send all settings. Nothing is said of a service that does not
+// answer: what is unfinished in the rows can be recovered without it.
+std::vector<std::string> sentAfterStart(const Globals &globals)
+{
+    if (!serviceAnswers())
+        return {};
+    GatewayView gateway = openGateway(globals, Access::read);
+    return sendAfterStart(gateway);
+}
+
 int runRecover(const Call &call)
 {
     const Globals &globals = call.globals;
@@ -77,15 +88,22 @@ int runRecover(const Call &call)
         History history(globals.database);
         verdict = recoverFirst(gateway, history).verdict;
     }
-    if (globals.json)
-        printJson(verdict ? verdictJson(*verdict)
-                          : Json{{"outcome", restored ? "rows restored" : "nothing unfinished"}});
-    else if (!verdict && restored)
+    const std::vector<std::string> sent = sentAfterStart(globals);
+    if (globals.json) {
+        Json json = verdict ? verdictJson(*verdict)
+                            : Json{{"outcome", restored ? "rows restored" : "nothing unfinished"}};
+        json["sent"] = sent;
+        printJson(json);
+        return verdict ? outcomeStatus(verdict->outcome) : exitDone;
+    }
+    if (!verdict && restored)
         printf("A writer's journal was rolled back: the rows are as before it began.\n");
     else if (!verdict)
         printf("No change is unfinished.\n");
     else
         printRepair(*verdict);
+    for (const std::string &line : sent)
+        printLines(stdout, "  " + line);
     return verdict ? outcomeStatus(verdict->outcome) : exitDone;
 }
 
@@ -148,7 +166,8 @@ constexpr CommandRow commands::repair = {
 
 constexpr CommandRow commands::recover = {
     nullptr, "recover",
-    "Finish or revert a change that was interrupted; the unit and the init script run it",
+    "Finish or revert a change that was interrupted, and send the settings that a start of the "
+    "service does not send; the unit and the init script run it after each start",
     "  swctl recover", runRecover};
 
 constexpr CommandRow commands::rehearse = {

@@ -129,7 +129,7 @@ int runBatch(const Call &call)
     }
     const std::string what =
         std::to_string(wishes.size()) + (wishes.size() == 1 ? " command" : " commands");
-    return change(call, BatchWish{what, std::move(wishes)});
+    return change(call, BatchWish{what, std::move(wishes), "done"});
 }
 
 constexpr OptionRow outputFile[] = {

@@ -129,14 +129,13 @@ int runVlanRequest(const Call &call, int type)
     if (status < 0)
         return reportAnswer(globals, what, status, log);
     if (!after.unread.empty())
-        what += "; not verified: " + after.unread;
-    else if (!added && before.unread.empty() && before.none())
+        return reportSent(globals, what + "; not verified: " + after.unread, status, log);
+    if (!added && before.unread.empty() && before.none())
         what += "; it did not exist before";
     else if (added && before.unread.empty() && !before.none() &&
              faultOf(before, request.vlan, added).empty())
         what += "; it existed before";
-    return reportAnswer(globals, what, status, log,
-                        after.unread.empty() ? faultOf(after, request.vlan, added) : std::string());
+    return reportAnswer(globals, what, status, log, faultOf(after, request.vlan, added));
 }
 
 int runVlanAdd(const Call &call)
@@ -169,9 +168,10 @@ int runBandwidth(const Call &call)
         throw Failure(exitUsage, call.text("PERCENT") + " % of " + call.text("TOTAL") +
                                      " kbit/s exceeds the maximum of " + std::to_string(mostRate) +
                                      " kbit/s");
+    RequestLog log;
     const int status =
         ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_IFDEV_EVENT, bytesOf(event), bytesOf(bandwidth));
-    return reportAnswer(call.globals, "bandwidth of " + call.text("INTERFACE"), status);
+    return reportSent(call.globals, "bandwidth of " + call.text("INTERFACE"), status, log);
 }
 
 constexpr OptionRow bandwidthOptions[] = {
@@ -230,9 +230,10 @@ int runEvent(const Call &call)
     event.rowId = call.number("ROWID");
     const auto operation = operations.find(call.text("OPCODE"));
     event.opCode = operation != operations.end() ? operation->second : call.integer("OPCODE");
+    RequestLog log;
     const int status =
         ask(SWMGR_RELAY_MODULE_ID, SWMGR_MSG_DB_EVENT, sized(bytesOf(event), call), oldBlock(call));
-    return reportAnswer(call.globals, "event for " + table, status);
+    return reportSent(call.globals, "event for " + table, status, log);
 }
 
 int runCommand(const Call &call)
@@ -245,9 +246,10 @@ int runCommand(const Call &call)
     const std::string &name = call.text("--switch");
     memcpy(request.switchName, name.data(), std::min(name.size(), sizeof(request.switchName)));
     memcpy(request.payload, payload.data(), payload.size());
+    RequestLog log;
     const int status =
         ask(SWMGR_RELAY_MODULE_ID, call.integer("CODE"), sized(bytesOf(request), call));
-    return reportAnswer(call.globals, "command " + call.text("CODE") + " for " + name, status);
+    return reportSent(call.globals, "command " + call.text("CODE") + " for " + name, status, log);
 }
 
 std::string operationCode(const std::string &text)

@@ -97,6 +97,8 @@ void printVlans(const Status &status)
                            " more; 'swctl diff' shows all");
     for (const std::string &part : status.verdict.unread)
         printField("not read", part);
+    for (const std::string &setting : status.verdict.unknown)
+        printField("not known", setting);
 }
 
 void printStatus(const Status &status)

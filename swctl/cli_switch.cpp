@@ -1,145 +1,208 @@
-// Commands sent to one switch and not stored: rate-limit, queues, qos, pause-frames, vlan-mode
-// and snooping.
+// Settings of switches and ports by name: rate-limit, queues, qos, pause-frames, vlan-mode and
+// snooping. Each is a change of rows, after which the service is sent what they ask for.
 #include "client/base/failure.h"
 #include "client/base/number.h"
 #include "client/base/text.h"
-#include "client/base/wire.h"
 #include "client/check/idle_command.h"
 #include "client/devices/engine/engine.h"
-#include "client/devices/engine/pause_registers.h"
-#include "client/devices/site.h"
-#include "client/service/request_log.h"
+#include "client/devices/settings.h"
+#include "client/gateway/devices.h"
+#include "client/plan/wish.h"
 #include "client/service/service.h"
-#include "swctl/cli_answer.h"
+#include "swctl/cli_change.h"
 #include "swctl/commands.h"
 #include "swctl/validate.h"
 
-#include <optional>
+#include <algorithm>
 
 namespace swctl {
 namespace {
 
 constexpr const char *everyPort = "all";
 constexpr int64_t leastRate = 64; // kbit/s, the engine limiter's finest step
-constexpr int weightedQueues = 4; // queues that have a weight in the record
+constexpr int weightedQueues = 4; // queues that have a weight in the row
 
-// The service silently ignores a port that is not in the rows.
-void refuseUnknownPort(Database &database, const Call &call, const std::string &port)
+// The switch that is meant if none is named: the first that has the request.
+std::string usualSwitch(Database &database, int command)
 {
-    const std::string &name = call.text("--switch");
-    if (port == everyPort)
-        return;
-    if (database
-            .rowsWhere("swPortConfig", {{"switchName", name}, {"portNumber", int64_t{toInt(port)}}})
-            .empty())
-        throw Failure(exitRefused, "refused: " + printable(name) + " has no port " + port +
-                                       " in the database; nothing was sent");
+    for (const Device *device : devices())
+        if (nodeOf(database, *device) && std::find(device->commands.begin(), device->commands.end(),
+                                                   command) != device->commands.end())
+            return device->name;
+    return engineName;
 }
 
-// The service ignores the exit status of the pipelines that it runs for pause frames, so the
-// registers are read back. Returns the fault; if empty, they are as requested, or `told`
-// explains why that is unknown.
-std::string pauseFault(const Site &site, bool on, std::string &told)
+std::string switchOf(const Call &call, Database &database, int command)
 {
-    const Part<PauseRegisters> registers = readPauseRegisters(site);
-    if (!registers.held)
-        told += " (not verified: " + registers.reason + ")";
-    else
-        for (size_t i = 0; i < registers.held->size(); ++i)
-            if (((*registers.held)[i] & pauseBit) != (on ? pauseBit : 0))
-                return "register " + registerName(pauseRegisters[i]) + " has them " +
-                       (on ? "off" : "on");
-    return {};
+    return call.has("--switch") ? call.text("--switch") : usualSwitch(database, command);
 }
 
-// `port` must have a row; "all" is not checked.
-int send(const Call &call, const std::string &what, int command, std::string_view payload,
-         const std::string &port = everyPort)
+// Said before the request is rehearsed, which would only show that nothing happens.
+void refuseMissingRow(Database &database, const RowWish &wish)
 {
-    const Globals &globals = call.globals;
-    const std::string &name = call.text("--switch");
-    std::optional<GatewayView> gateway; // not needed with --force
-    if (!call.flag("--force")) {
-        gateway.emplace(Database(globals.database, Access::read), globals.site);
-        refuseUnknownPort(gateway->database(), call, port);
-        refuseIdleCommand(*gateway, name, command, switchRequest(name, payload));
-    }
-    RequestLog log;
-    const int status = askSwitch(name, command, payload);
-    std::string told = what + " for " + name;
-    std::string fault;
-    if (command == SW_CMD_PAUSE_FRAME && status >= 0)
-        fault = pauseFault(gateway ? gateway->site() : findSite(globals.database, globals.site),
-                           call.integer("STATE") == 1, told);
-    return reportAnswer(globals, told, status, log, fault);
+    if (database.rowsWhere(wish.table, wish.key).empty())
+        throw Failure(exitUsage, "there is no " + printable(wish.name) + " in the database");
+}
+
+// The rows and requests of one command.
+struct Settings {
+    std::vector<RowWish> wishes;
+    std::vector<NamedRequest> requests;
+};
+
+// A request that would change nothing on the hardware is refused, since its row would neither.
+void add(const Call &call, GatewayView &gateway, const std::string &name, SettingRequest request,
+         Settings &settings)
+{
+    if (!call.flag("--force") && !call.flag("--offline"))
+        refuseIdleCommand(gateway, name, request.command, switchRequest(name, request.record));
+    settings.requests.push_back({name, std::move(request)});
+}
+
+RowWish switchWish(const std::string &name, std::vector<Assignment> values)
+{
+    return {RowWish::Kind::set,
+            switchTableName,
+            "switch " + name,
+            {{"switchName", name}},
+            std::move(values)};
+}
+
+RowWish portWish(const std::string &name, int port, std::vector<Assignment> values)
+{
+    return {RowWish::Kind::set,
+            portTableName,
+            "port " + std::to_string(port) + " of " + name,
+            {{"switchName", name}, {"portNumber", int64_t{port}}},
+            std::move(values)};
+}
+
+int changeSettings(const Call &call, GatewayView gateway, Settings settings,
+                   const std::string &name)
+{
+    std::vector<RowWish> &wishes = settings.wishes;
+    const Wish wish = wishes.size() == 1 ? Wish(wishes.front())
+                                         : Wish(BatchWish{name, std::move(wishes), "changed"});
+    return change(call, std::move(gateway), wish, std::move(settings.requests));
 }
 
 int runRateLimit(const Call &call)
 {
     if (call.flag("--off") == call.has("--rate"))
         throw Failure(exitUsage, "give either --rate or --off");
-    const std::string &port = call.text("--port");
-    SwCmdRateLimit record{};
-    record.portNumber = static_cast<uint32_t>(toInt(port));
-    record.limitCmd = call.flag("--off") ? SW_RATE_LIMIT_REMOVE : SW_RATE_LIMIT_APPLY;
-    record.rateLimit = call.integer("--rate");
-    return send(call, "rate limit of port " + port, SW_CMD_RATE_LIMIT, bytesOf(record), port);
+    GatewayView gateway = gatewayFor(call);
+    const std::string name = switchOf(call, gateway.database(), SW_CMD_RATE_LIMIT);
+    const int port = call.integer("--port");
+    const int rate = call.flag("--off") ? 0 : call.integer("--rate");
+    Settings settings{{portWish(name, port, {{"rateLimit", int64_t{rate}}})}, {}};
+    refuseMissingRow(gateway.database(), settings.wishes.front());
+    add(call, gateway, name, rateRequest(port, rate), settings);
+    return changeSettings(call, std::move(gateway), std::move(settings), "");
+}
+
+// The ports of that switch in the rows, or the one that is named.
+std::vector<int> portsOf(const Call &call, Database &database, const std::string &name)
+{
+    const std::string &word = call.text("--port");
+    if (word != everyPort)
+        return {toInt(word)};
+    std::vector<int> ports;
+    for (const Row &row : database.rowsWhere(portTableName, {{"switchName", name}}))
+        ports.push_back(toInt(row.text("portNumber")));
+    if (ports.empty())
+        throw Failure(exitUsage, "switch " + printable(name) + " has no port in the database");
+    return ports;
 }
 
 int runQueues(const Call &call)
 {
-    const std::string &port = call.text("--port");
+    GatewayView gateway = gatewayFor(call);
+    const std::string name = switchOf(call, gateway.database(), SW_CMD_QUEUE_SCHED);
     const std::vector<std::string> given = call.list("--weights");
-    SwCmdQueueSched record{};
-    record.portNumber = port == everyPort ? SWMGR_EVERY_PORT : toInt(port);
-    record.numQueues = call.integer("--queues");
-    record.schedMode = call.integer("--mode");
-    int32_t *weights[weightedQueues] = {&record.queue1Weight, &record.queue2Weight,
-                                        &record.queue3Weight, &record.queue4Weight};
-    for (size_t i = 0; i < std::size(weights); ++i)
-        *weights[i] = i < given.size() ? toInt(given[i]) : 1;
-    return send(call, "queue scheduling of port " + port, SW_CMD_QUEUE_SCHED, bytesOf(record),
-                port);
-}
-
-int sendSnooping(const Call &call, const char *option, const char *what, int command)
-{
-    const char enable = static_cast<char>(call.integer(option));
-    return send(call, what, command, {&enable, 1});
+    QueueWish queues{call.integer("--queues"), call.integer("--mode"), {1, 1, 1, 1}};
+    for (size_t i = 0; i < given.size(); ++i)
+        queues.weights[i] = toInt(given[i]);
+    Settings settings;
+    for (const int port : portsOf(call, gateway.database(), name)) {
+        settings.wishes.push_back(portWish(name, port,
+                                           {{"numQueues", int64_t{queues.queues}},
+                                            {"schedMode", int64_t{queues.mode}},
+                                            {"queue1Weight", int64_t{queues.weights[0]}},
+                                            {"queue2Weight", int64_t{queues.weights[1]}},
+                                            {"queue3Weight", int64_t{queues.weights[2]}},
+                                            {"queue4Weight", int64_t{queues.weights[3]}}}));
+        refuseMissingRow(gateway.database(), settings.wishes.back());
+    }
+    add(call, gateway, name,
+        queues.request(call.text("--port") == everyPort ? SWMGR_EVERY_PORT
+                                                        : call.integer("--port")),
+        settings);
+    return changeSettings(call, std::move(gateway), std::move(settings), "queues of " + name);
 }
 
 int runSnooping(const Call &call)
 {
     if (!call.has("--igmp") && !call.has("--mld"))
         throw Failure(exitUsage, "give --igmp, --mld or both");
-    int exitStatus = exitDone;
-    if (call.has("--igmp"))
-        exitStatus = sendSnooping(call, "--igmp", "IGMP snooping", SW_CMD_IGMP_SNOOP);
-    if (exitStatus == exitDone && call.has("--mld"))
-        exitStatus = sendSnooping(call, "--mld", "MLD snooping", SW_CMD_MLD_SNOOP);
-    return exitStatus;
+    GatewayView gateway = gatewayFor(call);
+    const std::string name = switchOf(call, gateway.database(), SW_CMD_IGMP_SNOOP);
+    Settings settings{{switchWish(name, {})}, {}};
+    refuseMissingRow(gateway.database(), settings.wishes.front());
+    struct Kind {
+        const char *option;
+        const char *column;
+        int command;
+    };
+    for (const Kind &kind : {Kind{"--igmp", "igmpSnoopingEnable", SW_CMD_IGMP_SNOOP},
+                             Kind{"--mld", "mldSnoopingEnable", SW_CMD_MLD_SNOOP}}) {
+        if (!call.has(kind.option))
+            continue;
+        settings.wishes.front().values.push_back({kind.column, call.number(kind.option)});
+        add(call, gateway, name,
+            {kind.command, std::string(1, static_cast<char>(call.integer(kind.option)))}, settings);
+    }
+    return changeSettings(call, std::move(gateway), std::move(settings), "");
 }
 
-// A command whose record is a single 32-bit number, 0 or 1.
-int sendState(const Call &call, const char *what, int command)
+int runState(const Call &call, const char *column, int command)
 {
-    const int32_t value = call.integer("STATE");
-    return send(call, std::string(what) + (value != 0 ? " on" : " off"), command, bytesOf(value));
+    GatewayView gateway = gatewayFor(call);
+    const std::string name = switchOf(call, gateway.database(), command);
+    Settings settings{{switchWish(name, {{column, call.number("STATE")}})}, {}};
+    refuseMissingRow(gateway.database(), settings.wishes.front());
+    add(call, gateway, name, stateRequest(command, call.integer("STATE") == 1), settings);
+    return changeSettings(call, std::move(gateway), std::move(settings), "");
 }
 
 int runQos(const Call &call)
 {
-    return sendState(call, "QoS", SW_CMD_QOS_ENABLE);
+    return runState(call, "qosEnable", SW_CMD_QOS_ENABLE);
 }
 
 int runPauseFrames(const Call &call)
 {
-    return sendState(call, "pause frames", SW_CMD_PAUSE_FRAME);
+    return runState(call, "pauseFrameEnable", SW_CMD_PAUSE_FRAME);
 }
 
+// A start ends with the mode of the top switch in all switches below it, so that the row of one
+// of them alone changes nothing.
 int runVlanMode(const Call &call)
 {
-    return sendState(call, "VLAN mode", SW_CMD_VLAN_ENABLE);
+    GatewayView gateway = gatewayFor(call);
+    std::vector<std::string> names;
+    for (const Row &row : gateway.database().rows(switchTableName))
+        if (!call.has("--switch") || row.text("switchName") == call.text("--switch"))
+            names.push_back(row.text("switchName"));
+    if (names.empty())
+        names.push_back(call.has("--switch") ? call.text("--switch") : engineName);
+    Settings settings;
+    for (const std::string &name : names) {
+        settings.wishes.push_back(switchWish(name, {{"vlanEnable", call.number("STATE")}}));
+        refuseMissingRow(gateway.database(), settings.wishes.back());
+        add(call, gateway, name, stateRequest(SW_CMD_VLAN_ENABLE, call.integer("STATE") == 1),
+            settings);
+    }
+    return changeSettings(call, std::move(gateway), std::move(settings), "802.1Q of all switches");
 }
 
 std::string portOrAll(const std::string &text)
@@ -147,10 +210,11 @@ std::string portOrAll(const std::string &text)
     return text == everyPort ? text : numberWithin(text, 0, 31);
 }
 
-constexpr OptionRow switchOptions[] = {
-    {"--switch", "NAME", "Switch that gets the command; the top-level switch passes it on",
-     switchNameText, engineName},
-    {"--force", nullptr, "Send it even if a rehearsal shows that it would have no effect"},
+constexpr OptionRow switchOption[] = {
+    {"--switch", "NAME", "Switch to change; the first that can do it unless given", switchNameText},
+};
+constexpr OptionRow modeSwitchOption[] = {
+    {"--switch", "NAME", "Switch to change; all of them unless given", switchNameText},
 };
 constexpr OptionRow rateLimitOptions[] = {
     {.name = "--port",
@@ -159,7 +223,7 @@ constexpr OptionRow rateLimitOptions[] = {
      .check = decimal<0, 31>,
      .required = true},
     {"--rate", "KBIT",
-     "Rate in kbit/s, 64 to 1300480; rounded down to a step of the engine: 64 up to 8128, 1024 "
+     "Rate in kbit/s, 64 to 1300480; the engine rounds it down to a step: 64 up to 8128, 1024 "
      "up to 130048, then 10240",
      decimal<leastRate, mostRate>},
     {"--off", nullptr, "Remove the limit"},
@@ -170,7 +234,8 @@ constexpr OptionRow queueOptions[] = {
      .help = "Port of that switch, 0 to 31, or all",
      .check = portOrAll,
      .required = true},
-    {"--queues", "N", "Number of queues: 1, 2 or 4", oneOf<1, 2, 4>, "4"},
+    {"--queues", "N", "Number of queues: 1, 2 or 4; the engine has one number for all ports",
+     oneOf<1, 2, 4>, "4"},
     {"--mode", "MODE", "Scheduling mode: 0, 1 or 3",
      oneOf<SW_SCHED_MODE_CODE_1, SW_SCHED_MODE_CODE_0, SW_SCHED_MODE_CODE_2>, "0"},
     {.name = "--weights",
@@ -195,9 +260,9 @@ constexpr CommandRow commands::rateLimit = {
     nullptr,
     "rate-limit",
     "Limit the rate of a port, or remove its limit",
-    "  swctl rate-limit --port 1 --rate 20480\n  swctl rate-limit --port 1 --off",
+    "  swctl rate-limit --port 1 --rate 20480\n  swctl rate-limit --port 1 --off --dry-run",
     runRateLimit,
-    {switchOptions, rateLimitOptions}};
+    {switchOption, rateLimitOptions, changeFlags}};
 
 constexpr CommandRow commands::queues = {
     nullptr,
@@ -206,30 +271,32 @@ constexpr CommandRow commands::queues = {
     "  swctl queues --port all --queues 4 --mode 1 --weights 1,2,4,8\n"
     "  swctl queues --port 2 --queues 1",
     runQueues,
-    {switchOptions, queueOptions}};
+    {switchOption, queueOptions, changeFlags}};
 
-constexpr CommandRow commands::qos = {nullptr,          "qos",  "Turn QoS on or off",
-                                      "  swctl qos on", runQos, {switchOptions, stateArguments}};
+constexpr CommandRow commands::qos = {
+    nullptr,          "qos",  "Turn QoS on or off",
+    "  swctl qos on", runQos, {switchOption, stateArguments, changeFlags}};
 
 constexpr CommandRow commands::pauseFrames = {nullptr,
                                               "pause-frames",
                                               "Turn pause frames on or off",
                                               "  swctl pause-frames off --switch PSE",
                                               runPauseFrames,
-                                              {switchOptions, stateArguments}};
+                                              {switchOption, stateArguments, changeFlags}};
 
 constexpr CommandRow commands::vlanMode = {nullptr,
                                            "vlan-mode",
                                            "Turn 802.1Q VLAN processing on or off",
-                                           "  swctl vlan-mode on --switch BCM",
+                                           "  swctl vlan-mode off --confirm 60\n"
+                                           "  swctl vlan-mode on",
                                            runVlanMode,
-                                           {switchOptions, stateArguments}};
+                                           {modeSwitchOption, stateArguments, changeFlags}};
 
 constexpr CommandRow commands::snooping = {nullptr,
                                            "snooping",
                                            "Turn multicast snooping on or off",
                                            "  swctl snooping --igmp on --mld off",
                                            runSnooping,
-                                           {switchOptions, snoopingOptions}};
+                                           {switchOption, snoopingOptions, changeFlags}};
 
 } // namespace swctl

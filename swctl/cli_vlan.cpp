@@ -24,26 +24,35 @@ struct VlanView {
     std::vector<Row> rows;               // more than one if the id occurs twice
     std::vector<Difference> differences; // of this VLAN
 
+    std::vector<std::string> unknown; // settings that affect every VLAN
+
     [[nodiscard]] bool equal() const { return differences.empty() && inspection.unread.empty(); }
 };
 
 // A default tag concerns both the VLAN that it names and the one that it should name.
 bool concerns(const Difference &difference, int id)
 {
-    return difference.vlanId == id || (difference.kind == DifferenceKind::defaultTag &&
-                                       difference.found == std::to_string(id));
+    return difference.vlanId == id || difference.everyVlan ||
+           (difference.kind == DifferenceKind::defaultTag &&
+            difference.found == std::to_string(id));
 }
 
 VlanView viewOf(const Globals &globals, int id)
 {
     GatewayView gateway = openGateway(globals, Access::read);
-    VlanView view{id, inspect(gateway, {id}), {}, {}};
+    VlanView view{id, inspect(gateway, {id}), {}, {}, {}};
     view.rows = view.inspection.rowsOf(id);
     if (view.rows.empty())
         throw Failure(exitUsage, "there is no VLAN " + std::to_string(id) + " in the database");
     for (const Difference &difference : view.inspection.differences)
         if (concerns(difference, id))
             view.differences.push_back(difference);
+    std::vector<UnknownSetting> unknown =
+        unknownSettings(view.inspection.target, view.inspection.actual);
+    std::erase_if(unknown, [](const UnknownSetting &setting) {
+        return setting.wanted->name != std::string_view(vlanModeName);
+    });
+    view.unknown = textsOf(unknown);
     return view;
 }
 
@@ -123,8 +132,10 @@ void printView(const VlanView &view)
         printf("not read: %s\n", shown(part).c_str());
     for (const Difference &difference : view.differences)
         printf("! %s\n  To fix it: %s\n", difference.text().c_str(), difference.mend().c_str());
+    for (const std::string &setting : view.unknown)
+        printf("%s\n", setting.c_str());
     if (view.equal())
-        printf("Nothing differs.\n");
+        printf(view.unknown.empty() ? "Nothing differs.\n" : "Nothing that is known differs.\n");
 }
 
 Json interfacesJson(const Kernel &kernel, int id)
@@ -156,6 +167,7 @@ Json viewJson(const VlanView &view)
             {"start", std::move(start)},
             {"now", std::move(now)},
             {"unread", unreadOf(seen)},
+            {"notKnown", view.unknown},
             {"differences", differencesJson(view.differences)}};
 }
 

@@ -86,6 +86,7 @@ void printDetails(FILE *stream, const Verdict &verdict)
     for (const Difference &difference : verdict.left)
         tell(stream, "  ! " + difference.text());
     tellEach(stream, "not read: ", verdict.unread);
+    tellEach(stream, "", verdict.unknown);
     constexpr size_t mostReasons = 8;
     const std::vector<std::string> &reasons = verdict.reasons;
     for (size_t i = 0; i < std::min(reasons.size(), mostReasons); ++i)
@@ -146,6 +147,7 @@ Json verdictJson(const Verdict &verdict)
             {"withoutEffect", differencesJson(verdict.idle)},
             {"leftAlone", verdict.foreign},
             {"unread", verdict.unread},
+            {"notKnown", verdict.unknown},
             {"otherFile", verdict.otherFile.empty() ? Json() : Json(verdict.otherFile)},
             {"settled", verdict.settled},
             {"reasons", verdict.reasons},
@@ -188,7 +190,12 @@ void printVerdict(const Verdict &verdict, bool offline)
         verdict.changes.what + " " + verdict.changes.verb + rowsText(verdict.changes);
     if (verdict.changes.empty() && verdict.outcome == Outcome::applied) {
         tell(stdout, std::string("unchanged: all rows already match") +
-                         (verdict.verified ? ", and nothing differs" : "; not verified"));
+                         (!verdict.verified          ? "; not verified"
+                          : !verdict.settled.empty() ? ", and nothing differs any more"
+                          : !verdict.unknown.empty() ? ", and nothing that is known differs"
+                                                     : ", and nothing differs"));
+        tellEach(stdout, "", verdict.settled);
+        tellEach(stdout, "", verdict.unknown);
         return;
     }
     if (offline) {
@@ -198,6 +205,8 @@ void printVerdict(const Verdict &verdict, bool offline)
     if (verdict.outcome == Outcome::applied) {
         tell(stdout, "applied: " + done + (verdict.verified ? "" : "; not verified"));
         tellEach(stdout, "", verdict.changes.consequences);
+        tellEach(stdout, "", verdict.settled);
+        tellEach(stdout, "", verdict.unknown);
         tellDeadline(stdout, verdict);
         if (!verdict.note.empty())
             tell(stdout, "  " + verdict.note);
@@ -211,14 +220,12 @@ void printVerdict(const Verdict &verdict, bool offline)
 void printDifferences(const Verdict &verdict, bool verbose)
 {
     if (verdict.left.empty() && verdict.unread.empty() && verdict.otherFile.empty())
-        printf("Nothing differs.\n");
+        printf(verdict.unknown.empty() ? "Nothing differs.\n" : "Nothing that is known differs.\n");
     printDetails(stdout, verdict);
     if (!verbose)
         return;
     for (const Difference &difference : verdict.idle)
         tell(stdout, "  without effect: " + difference.text());
-    if (!verdict.idleUnread.empty())
-        tell(stdout, "  not read: " + verdict.idleUnread);
     for (const std::string &name : verdict.foreign)
         tell(stdout,
              "  left alone: " + name + " is neither in the rows nor created by this system");
@@ -228,7 +235,8 @@ void printRepair(const Verdict &verdict)
 {
     tellEach(stdout, "", verdict.settled);
     if (verdict.outcome == Outcome::applied)
-        printf("Nothing differs%s.\n", verdict.settled.empty() ? "" : " any more");
+        printf("Nothing%s differs%s.\n", verdict.unknown.empty() ? "" : " that is known",
+               verdict.settled.empty() ? "" : " any more");
     else
         printf("Still different:\n");
     printDetails(stdout, verdict);

@@ -83,6 +83,9 @@ constexpr struct { const char *sql, *rules; } cases[] = {
     {SWITCH "switchDevice = ''", "*switch-device-missing"},
     {SWITCH "switchLevel = 1", "same-level"},
     {SWITCH "vlanEnable = 0 WHERE switchName = 'PSE'", "vlan-mode-differs"},
+    {"UPDATE swPortConfig SET numQueues = portNumber, schedMode = 1 WHERE switchName = 'PSE' AND "
+     "portNumber IN (1, 2)",
+     "queue-counts-differ"},
     {ADD_PORT "('X', 1)", "start-stops *port-without-switch"},
     {ADD_PORT "('PSE', 1)", "start-stops *port-duplicate"},
     {ADD_PORT "('BCM', 9)", "start-stops *port-number-range"},

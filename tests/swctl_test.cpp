@@ -234,7 +234,7 @@ TEST_F(Swctl, anErrnoValueFromTheServiceIsARefusalAndNotAnUnreachableService)
 {
     for (const int status : {-2, -110, -104}) {
         const auto module = service(status);
-        EXPECT_EQ(run("qos on").status, 1) << status;
+        EXPECT_EQ(run("command 47 --switch PSE").status, 1) << status;
         EXPECT_EQ(run("vlan set 10 --ports 2" BLIND).status, 1) << status;
     }
 }
@@ -337,6 +337,10 @@ log --level loud)x");
 TEST_F(Swctl, requestsCarryTheirRecords)
 {
     const auto module = service(0);
+    sql(R"(INSERT INTO swGlobalCfg(switchName, switchDevice, switchLevel)
+             VALUES('PSE', NULL, 2), ('BCM', '/dev/bcm', 1);
+           INSERT INTO swPortConfig(switchName, portNumber, rateLimit)
+             VALUES('PSE', 1, 0), ('PSE', 2, 64))");
     struct Case {
         const char *arguments;
         int type;
@@ -351,15 +355,11 @@ TEST_F(Swctl, requestsCarryTheirRecords)
                              padded("eth0", 64) + padded("lan", 64) + padded("", 1024) +
                              "\x06\0\0\0\x04\0\0\0\0\0\0\0\x01\0\0\0"s;
     const Case cases[] = {
-        {"rate-limit --port 1 --rate 20480 --force", 50, pse + "\1\0\0\0\1\0\0\0\0\x50\0\0"s, 1364,
+        {"rate-limit --port 1 --rate 20480" BLIND, 50, pse + "\1\0\0\0\1\0\0\0\0\x50\0\0"s, 1364,
          ""},
-        {"rate-limit --port 31 --off --switch BCM --force", 50, padded("BCM", 64) + "\x1f"s, 1364,
-         ""},
-        {"queues --port all --queues 2 --mode 3 --weights 1,2,4,8 --force", 48,
-         pse + "\xff\xff\xff\xff\2\0\0\0\3\0\0\0\1\0\0\0\2\0\0\0\4\0\0\0\x08"s, 1364, ""},
-        {"qos on --force", 47, pse + "\1", 1364, ""},
-        {"vlan-mode on --force", 33, pse + "\1", 1364, ""},
-        {"snooping --mld on --force", 57, pse + "\1", 1364, ""},
+        {"rate-limit --port 2 --off" BLIND, 50, pse + "\2"s, 1364, ""},
+        {"qos on" BLIND, 47, pse + "\1", 1364, ""},
+        {"pause-frames on" BLIND, 49, pse + "\1", 1364, ""},
         {"bandwidth eth1 100000 50 --event 25", 5, padded("eth1", 132) + "\x19", 1132, bandwidth},
         {"request vlan-add 30 --name guests --interface eth0 --logical lan --ports 1,2 "
          "--untagged 2 --switch-only on",

@@ -3,6 +3,7 @@
 #include "client/base/text.h"
 #include "client/change/pending.h"
 #include "client/change/refusal.h"
+#include "client/change/send_settings.h"
 #include "client/change/untagged_loss.h"
 #include "client/records/journal.h"
 #include "client/records/trial.h"
@@ -34,6 +35,8 @@ struct Prepared {
     Target target;   // for the rows after the change
     Actual hardware; // before the change, as far as the change can affect it
     std::set<int> ids;
+    std::optional<Target> old;                  // of the rows before, if rows of switches change
+    std::vector<const WantedSetting *> changed; // settings of `target` to be sent
 };
 
 // Sends the announcements in order, up to the first that is refused. Returns how many were
@@ -54,6 +57,45 @@ size_t announceAll(const ChangeSet &changes, int &answer, const Progress &told =
             break;
     }
     return sent;
+}
+
+// Sends the settings that the rows change, up to the first that is refused.
+void sendChanged(const Prepared &prepared, Verdict &verdict)
+{
+    for (const WantedSetting *setting : prepared.changed) {
+        if (setting->requests.empty())
+            continue;
+        verdict.answer = sendSetting(*setting);
+        verdict.asked = true;
+        if (verdict.answer < 0)
+            break;
+    }
+}
+
+// Sends the changed settings as they were before.
+void sendOld(const Prepared &prepared)
+{
+    for (const WantedSetting *setting : prepared.changed)
+        if (const WantedSetting *was = sameIn(*prepared.old, *setting))
+            static_cast<void>(sendSetting(*was)); // what is in force is checked below
+}
+
+bool isChanged(const Prepared &prepared, const Difference &difference)
+{
+    return std::any_of(
+        prepared.changed.begin(), prepared.changed.end(),
+        [&](const WantedSetting *one) { return one->label() == difference.setting; });
+}
+
+// The settings of the change itself, which have to be seen to be in force.
+std::vector<std::string> unseen(const Prepared &prepared, const Settled &settled)
+{
+    std::vector<UnknownSetting> own = settled.unknown;
+    std::erase_if(own, [&](const UnknownSetting &one) {
+        return std::find(prepared.changed.begin(), prepared.changed.end(), one.wanted) ==
+               prepared.changed.end();
+    });
+    return textsOf(own);
 }
 
 void putRowsBack(Database &database, const ChangeSet &changes)
@@ -83,6 +125,7 @@ void takeBack(GatewayView &gateway, Prepared &prepared, size_t sent, bool verify
         single.rows.push_back(change);
         static_cast<void>(announceAll(single, ignored)); // the hardware is checked below
     }
+    sendOld(prepared);
     verdict.outcome = Outcome::refused;
     if (!verify)
         return;
@@ -90,7 +133,7 @@ void takeBack(GatewayView &gateway, Prepared &prepared, size_t sent, bool verify
     // This change is not responsible for what differed before, or what it cannot have affected.
     const std::vector<Difference> old = counting(differences(target, prepared.hardware));
     const auto isNamed = [&](const Difference &difference) {
-        return prepared.ids.contains(difference.vlanId) ||
+        return prepared.ids.contains(difference.vlanId) || isChanged(prepared, difference) ||
                (difference.kind == DifferenceKind::defaultTag &&
                 std::none_of(old.begin(), old.end(),
                              [&](const Difference &one) { return one.sameAs(difference); }));
@@ -124,7 +167,7 @@ void verifyChange(GatewayView &gateway, const History &history, Prepared &prepar
                   Verdict &verdict)
 {
     std::vector<Difference> waiting;
-    if (isPartlyUnheard(verdict.changes))
+    if (waitsForStart(verdict.changes))
         waiting =
             pendingSettings(gateway, history, *prepared.before, *prepared.after, verdict.changes);
     Settled settled = settle(gateway, *prepared.after, prepared.target, prepared.ids,
@@ -136,18 +179,46 @@ void verifyChange(GatewayView &gateway, const History &history, Prepared &prepar
     for (const std::string &loss :
          untaggedLosses(prepared.before->database(), prepared.after->database()))
         addNote(verdict, loss);
+    const std::vector<std::string> own = unseen(prepared, settled);
     conclude(verdict, std::move(settled), Outcome::applied);
+    std::erase_if(verdict.unknown, [&](const std::string &text) {
+        return std::find(own.begin(), own.end(), text) != own.end();
+    });
+    verdict.unread.insert(verdict.unread.end(), own.begin(), own.end());
+    if (!own.empty())
+        verdict.outcome = Outcome::differs;
 }
 
-// Nothing to change, so nothing is sent; the hardware is still compared with the rows.
+// False if the service refuses one.
+bool sendNamed(const ChangeOptions &options, Verdict &verdict)
+{
+    for (const auto &[switchName, request] : options.named) {
+        verdict.answer = askSwitch(switchName, request.command, request.record);
+        verdict.asked = true;
+        if (verdict.answer < 0)
+            return false;
+    }
+    if (verdict.asked)
+        verdict.settled.emplace_back("the service was sent it again");
+    return true;
+}
+
+// Nothing to change; the hardware is still compared with the rows.
 void verifyAsItIs(GatewayView &gateway, const History &history, const ChangeOptions &options,
                   Prepared &prepared, Verdict &verdict)
 {
-    if (!options.verify || options.offline)
+    if (options.offline)
+        return;
+    if (!sendNamed(options, verdict)) {
+        verdict.outcome = Outcome::refused;
+        return;
+    }
+    if (!options.verify)
         return;
     prepared.after = std::make_unique<Snapshot>(gateway.database());
     prepared.target = targetOfStart(gateway, *prepared.after);
     Settled settled = settle(gateway, *prepared.after, prepared.target, {}, Extent::whole, false);
+    settled.done = std::move(verdict.settled);
     const std::vector<Difference> waiting =
         pendingSettings(gateway, history, *prepared.after, *prepared.after, verdict.changes);
     settled.left.insert(settled.left.end(), waiting.begin(), waiting.end());
@@ -177,16 +248,27 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
         refuseErrors(gateway, *prepared.before, database, changes);
     for (const int id : changes.vlanIds())
         prepared.ids.insert(id);
-    if (options.verify && !options.offline) {
+    noteNextStart(changes);
+    const bool touchesSwitches =
+        std::any_of(changes.rows.begin(), changes.rows.end(),
+                    [](const RowChange &change) { return change.table != vlanTableName; });
+    if (!options.offline && (options.verify || touchesSwitches)) {
         prepared.after = std::make_unique<Snapshot>(database);
         auto running = gateway.rehearseStart(*prepared.after);
         Target rows; // only needed for its VLAN ids
         rows.vlanIds = vlanIdsIn(prepared.before->database());
-        prepared.hardware = gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
+        if (options.verify)
+            prepared.hardware = gateway.read(*prepared.before, rows, prepared.ids, Extent::touched);
+        if (touchesSwitches)
+            prepared.old = targetOfStart(gateway, *prepared.before);
         prepared.target = targetOf(running->finish(), prepared.after->database());
         if (!options.force)
             refuseStop(gateway, *prepared.before, prepared.target, changes);
     }
+    if (prepared.old)
+        prepared.changed = changedSettings(*prepared.old, prepared.target);
+    for (std::string &rounding : roundings(prepared.changed))
+        changes.consequences.push_back(std::move(rounding));
     enter(options, Stage::writing);
     if (!options.offline)
         journal.begin(changes);
@@ -214,6 +296,8 @@ void announceAndVerify(GatewayView &gateway, const History &history, const Chang
         sent = announceAll(verdict.changes, verdict.answer, options.told);
         verdict.asked = std::any_of(verdict.changes.rows.begin(), verdict.changes.rows.end(),
                                     [](const RowChange &change) { return change.isAnnounced(); });
+        if (verdict.answer >= 0)
+            sendChanged(prepared, verdict);
         if (verdict.answer < 0) {
             verdict.reasons = reasonsIn(log.take());
             takeBack(gateway, prepared, sent, options.verify, verdict);

@@ -14,10 +14,17 @@ enum class Stage {
     announced // they are, and the service may have been notified
 };
 
+// A request for a setting that was asked for by name.
+struct NamedRequest {
+    std::string switchName;
+    SettingRequest request;
+};
+
 struct ChangeOptions {
     bool verify = true;                     // read back, settle, read back again
     bool offline = false;                   // only write the rows
     bool force = false;                     // even if checks would refuse the change
+    std::vector<NamedRequest> named{};      // to be sent even if no row changes
     int onTrial = 0;                        // s until it is undone unless confirmed; 0: no trial
     Progress told{};                        // called for each announcement, if set
     void (*reached)(Stage stage) = nullptr; // called before each stage, if set

@@ -4,6 +4,7 @@
 #include "client/base/failure.h"
 #include "client/gateway/devices.h"
 #include "client/rows/check_rows.h"
+#include "client/rows/columns.h"
 #include "client/service/service_life.h"
 #include "swmgr/swmgr_client.h"
 
@@ -55,6 +56,28 @@ std::vector<Difference> otherwiseIn(Database &loaded, Database &now,
 
 } // namespace
 
+bool waitsForStart(const ChangeSet &changes)
+{
+    const auto waits = [](const RowChange &change) {
+        if (change.isAnnounced() || change.table == vlanTableName)
+            return false;
+        if (!change.before || !change.after)
+            return true;
+        const std::span<const Column> columns = columnsOf(change.table);
+        return std::any_of(columns.begin(), columns.end(), [&](const Column &column) {
+            return takesEffect(column) == TakesEffect::atStart &&
+                   change.before->text(column.name) != change.after->text(column.name);
+        });
+    };
+    return std::any_of(changes.rows.begin(), changes.rows.end(), waits);
+}
+
+void noteNextStart(ChangeSet &changes)
+{
+    if (waitsForStart(changes))
+        changes.consequences.emplace_back("takes effect when the service starts again");
+}
+
 void addRequests(Script &script, const ChangeSet &changes)
 {
     for (const RowChange &change : changes.rows) {
@@ -84,13 +107,6 @@ void markStillHeld(const History &history, ChangeSet &changes)
     for (RowChange &change : changes.rows)
         if (isNew(change) && gone.contains(rowName(change)))
             change.told = false;
-}
-
-bool isPartlyUnheard(const ChangeSet &changes)
-{
-    return std::any_of(
-        changes.rows.begin(), changes.rows.end(),
-        [](const RowChange &change) { return !change.isAnnounced(); });
 }
 
 std::vector<Difference> pendingSettings(const GatewayView &gateway, const History &history,

@@ -24,7 +24,9 @@ std::vector<Difference> pendingSettings(const GatewayView &gateway, const Histor
 // the service cannot add it again. Marks such additions as not told.
 void markStillHeld(const History &history, ChangeSet &changes);
 
-// Whether some of the changes are not announced to the service.
-bool isPartlyUnheard(const ChangeSet &changes);
+// Whether some of these changes of switches and ports only take effect at a start, and a note
+// among the consequences if so.
+bool waitsForStart(const ChangeSet &changes);
+void noteNextStart(ChangeSet &changes);
 
 } // namespace swctl

@@ -5,6 +5,7 @@
 #include "client/base/text.h"
 #include "client/change/pending.h"
 #include "client/change/refusal.h"
+#include "client/change/send_settings.h"
 #include "client/change/untagged_loss.h"
 #include "client/gateway/devices.h"
 #include "client/rehearse/event_text.h"
@@ -55,6 +56,20 @@ void kernelLines(const Kernel &before, const Kernel &after, std::vector<std::str
     }
 }
 
+void settingLines(const Target &before, const std::vector<const WantedSetting *> &changed,
+                  std::vector<std::string> &lines)
+{
+    for (const WantedSetting *setting : changed) {
+        if (setting->requests.empty())
+            continue; // it waits for a start
+        const WantedSetting *was = sameIn(before, *setting);
+        std::string line = (was != nullptr ? "~ " : "+ ") + setting->label() + ": ";
+        if (was != nullptr)
+            line.append(was->value).append(" -> ");
+        lines.push_back(line.append(setting->value));
+    }
+}
+
 // Takes the events after the start's own answer: commands and driver requests, and the reasons
 // for refusals.
 void takeEvents(const Rehearsal &rehearsal, Preview &seen)
@@ -97,19 +112,24 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
     }
     if (seen.changes.empty())
         return seen;
+    noteNextStart(seen.changes);
+    const Target started = targetOfStart(gateway, after);
     if (!options.force) {
         refuseErrors(gateway, before, after.database(), seen.changes);
-        refuseStop(gateway, before, targetOfStart(gateway, after), seen.changes);
+        refuseStop(gateway, before, started, seen.changes);
     }
     // A running service does not do all that a fresh start would.
     const Rehearsal rehearsedBefore = gateway.rehearseStart(before)->finish();
+    const Target old = targetOf(rehearsedBefore, before.database());
+    const std::vector<const WantedSetting *> settings = changedSettings(old, started);
     Script script = gateway.startScript(options.offline ? after : before);
     if (!options.offline) {
         script.image(after.image());
         addRequests(script, seen.changes);
+        for (const WantedSetting *setting : settings)
+            addRequests(script, *setting);
     }
     const Rehearsal rehearsedAfter = rehearse(script);
-    const Target old = targetOf(rehearsedBefore, before.database());
     const Target now = targetOf(rehearsedAfter, after.database());
     for (const Device *device : devices()) {
         if (device->preview != nullptr)
@@ -117,7 +137,10 @@ Preview preview(GatewayView &gateway, const Wish &wish, const PreviewOptions &op
         device->previewPorts(old.of(*device), now.of(*device), seen.lines);
     }
     kernelLines(old.kernel, now.kernel, seen.lines);
-    if (isPartlyUnheard(seen.changes))
+    settingLines(old, settings, seen.lines);
+    for (std::string &rounding : roundings(settings))
+        seen.changes.consequences.push_back(std::move(rounding));
+    if (waitsForStart(seen.changes))
         for (const Difference &difference :
              pendingSettings(gateway, history, before, after, seen.changes))
             seen.lines.push_back("! " + difference.text());

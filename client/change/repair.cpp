@@ -2,6 +2,7 @@
 
 #include "client/base/number.h"
 #include "client/change/pending.h"
+#include "client/change/send_settings.h"
 #include "client/gateway/devices.h"
 #include "client/rehearse/event_text.h"
 #include "client/rows/check_rows.h"
@@ -13,13 +14,11 @@ namespace swctl {
 namespace {
 
 // Differences from a fresh start that do not affect the frames of any VLAN.
-void noteIdle(const Site &site, const Target &target, const Actual &actual, Verdict &verdict)
+void noteIdle(const Target &target, const Actual &actual, Verdict &verdict)
 {
     for (const Difference &difference : differences(target, actual))
         if (!difference.counts)
             verdict.idle.push_back(difference);
-    for (const Device *device : devices())
-        device->compareIdle(target.of(*device), site, verdict.idle, verdict.idleUnread);
 }
 
 // Where a start would stop, and how many VLANs it would not reach.
@@ -53,6 +52,17 @@ Verdict lookOver(GatewayView &gateway, const History &history, bool allVlans, bo
     verdict.changes.verb = "compared";
     Settled settled =
         settle(gateway, snapshot, target, ids, GatewayView::Extent::whole, mend, progress);
+    if (std::vector<std::string> sent; mend) {
+        // Without a log daemon there is nothing to be gained from sending what a start has sent.
+        sendUnknown(target, settled.actual, settled.actual.tools.held.has_value(), sent);
+        if (!sent.empty()) {
+            settled.done.insert(settled.done.end(), sent.begin(), sent.end());
+            std::vector<std::string> done = std::move(settled.done);
+            settled = settle(gateway, snapshot, target, ids, GatewayView::Extent::whole,
+                             /*mend=*/false, progress);
+            settled.done = std::move(done);
+        }
+    }
     std::vector<Difference> waiting =
         pendingSettings(gateway, history, snapshot, snapshot, ChangeSet());
     for (Difference &difference : settled.left)
@@ -66,7 +76,7 @@ Verdict lookOver(GatewayView &gateway, const History &history, bool allVlans, bo
             difference.remedy = Remedy::file;
     }
     noteStop(target, snapshot.database(), verdict);
-    noteIdle(gateway.site(), target, settled.actual, verdict);
+    noteIdle(target, settled.actual, verdict);
     conclude(verdict, std::move(settled), Outcome::applied);
     return verdict;
 }
@@ -84,6 +94,28 @@ Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
 {
     refuseAnotherFile(gateway.databasePath());
     return lookOver(gateway, history, allVlans, /*mend=*/true, progress);
+}
+
+std::vector<std::string> sendAfterStart(GatewayView &gateway)
+{
+    std::vector<std::string> done;
+    if (servedFile(gateway.databasePath()).serving == Serving::anotherFile)
+        return done;
+    Snapshot snapshot(gateway.database());
+    const Target target = targetOfStart(gateway, snapshot);
+    if (target.settings.empty() || target.stopped)
+        return done;
+    const Actual actual = gateway.read(snapshot, target, {}, GatewayView::Extent::touched);
+    std::vector<Difference> late = differences(target, actual);
+    std::erase_if(late, [&](const Difference &difference) {
+        return std::none_of(target.settings.begin(), target.settings.end(),
+                            [&](const WantedSetting &one) {
+                                return !one.byStart && one.label() == difference.setting;
+                            });
+    });
+    sendDifferent(late, target, done);
+    sendUnknown(target, actual, /*alsoOfStart=*/false, done);
+    return done;
 }
 
 } // namespace swctl

@@ -14,4 +14,8 @@ Verdict compare(GatewayView &gateway, const History &history, bool allVlans,
 Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
                const Progress &progress);
 
+// Sends the settings that the rows ask for, a start of the service does not send and that are
+// not known to be in force; a line for each. Does nothing if the service serves another file.
+std::vector<std::string> sendAfterStart(GatewayView &gateway);
+
 } // namespace swctl

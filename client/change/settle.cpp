@@ -2,6 +2,7 @@
 
 #include "client/base/number.h"
 #include "client/base/wire.h"
+#include "client/change/send_settings.h"
 #include "client/service/service.h"
 
 #include <algorithm>
@@ -27,7 +28,8 @@ std::map<int, Complaint> complaintsOf(const std::vector<Difference> &differences
 {
     std::map<int, Complaint> complaints;
     for (const Difference &difference : differences) {
-        if (difference.remedy != Remedy::repair || (mayMend && !mayMend(difference)))
+        if (difference.remedy != Remedy::repair || difference.kind == DifferenceKind::setting ||
+            (mayMend && !mayMend(difference)))
             continue;
         // A port's default tag belongs to the VLAN that the port sends untagged.
         Complaint &complaint = complaints[difference.vlanId];
@@ -39,6 +41,16 @@ std::map<int, Complaint> complaintsOf(const std::vector<Difference> &differences
             complaint.parent = difference.parent;
     }
     return complaints;
+}
+
+std::vector<Difference> settingsAmong(std::vector<Difference> all,
+                                      const std::function<bool(const Difference &)> &mayMend)
+{
+    std::erase_if(all, [&](const Difference &difference) {
+        return difference.kind != DifferenceKind::setting || difference.remedy != Remedy::repair ||
+               (mayMend && !mayMend(difference));
+    });
+    return all;
 }
 
 SwMgrVlanRequest requestFor(int vlanId, const std::string &parent)
@@ -114,8 +126,10 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
     bool going = mend && !target.stopped;
     while (going && !settled.left.empty() && settled.rounds < mostRounds) {
         const std::map<int, Complaint> complaints = complaintsOf(settled.left, target, mayMend);
-        if (complaints.empty())
+        const std::vector<Difference> settings = settingsAmong(settled.left, mayMend);
+        if (complaints.empty() && settings.empty())
             break;
+        sendDifferent(settings, target, settled.done);
         for (const auto &[vlanId, complaint] : complaints)
             touched.insert(vlanId);
         going = mendRound(complaints, rows, settled.rounds, settled.done);
@@ -128,6 +142,7 @@ Settled settle(const GatewayView &gateway, Snapshot &snapshot, const Target &tar
         if (!better && settled.rounds > 1)
             break;
     }
+    settled.unknown = unknownSettings(target, settled.actual);
     return settled;
 }
 

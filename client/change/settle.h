@@ -1,5 +1,5 @@
 // Brings the gateway to the state that a fresh start would produce, by announcing VLANs that
-// differ again to the service.
+// differ again to the service and sending settings that differ.
 #pragma once
 
 #include "client/gateway/gateway_view.h"
@@ -13,10 +13,11 @@ namespace swctl {
 
 // What was requested of the service, and the result.
 struct Settled {
-    std::vector<Difference> left; // differences that count
-    Actual actual;                // as last read
+    std::vector<Difference> left;        // differences that count
+    Actual actual;                       // as last read
+    std::vector<UnknownSetting> unknown; // of the target
     int rounds = 0;
-    std::vector<std::string> done; // one line per announced VLAN
+    std::vector<std::string> done; // one line per announced VLAN or setting that was sent
 };
 
 // Upper limit; settling ends earlier when nothing differs, or nothing improves.

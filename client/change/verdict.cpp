@@ -42,6 +42,7 @@ void conclude(Verdict &verdict, Settled settled, Outcome otherwise)
     for (const auto &[name, sub] : settled.actual.foreign)
         verdict.foreign.push_back(name);
     verdict.unread = settled.actual.unread();
+    verdict.unknown = textsOf(settled.unknown);
     noteTools(verdict, settled.actual);
     verdict.outcome = verdict.left.empty() && verdict.unread.empty() && verdict.otherFile.empty()
                           ? otherwise

@@ -29,13 +29,13 @@ struct Verdict {
     int answer = 0;               // from the service
     std::vector<Difference> left; // differences that count
     std::vector<Difference>
-        idle;               // differences that do not count; only diff and repair look for them
-    std::string idleUnread; // those that could not be read, and why
-    std::string otherFile;  // the database that the service uses instead; empty: it uses this one
+        idle;              // differences that do not count; only diff and repair look for them
+    std::string otherFile; // the database that the service uses instead; empty: it uses this one
     std::vector<std::string> foreign; // sub-interfaces that belong to others and are left alone
     std::vector<std::string> reasons; // lines of the service's log that explain the result
     std::vector<std::string> settled; // what was announced again
     std::vector<std::string> unread;  // parts that could not be read, and why
+    std::vector<std::string> unknown; // settings that cannot be read, and were not seen being sent
     std::string startStops;           // where a start of the service would stop; empty if nowhere
     size_t unreached = 0;             // VLANs that such a start would not reach
     std::string note;                 // anything else the user should know

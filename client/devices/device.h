@@ -6,6 +6,7 @@
 #include "client/devices/difference.h"
 #include "client/devices/failed_tools.h"
 #include "client/devices/frame_fate.h"
+#include "client/devices/settings.h"
 #include "client/devices/site.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/check_rows.h"
@@ -101,6 +102,7 @@ struct PortQuestion {
     const DeviceState &wanted;         // after a fresh start
     const DeviceReading &actual;
     const std::vector<Difference> &differences; // of the whole gateway, only those that count
+    std::string unknownMode;                    // why it is not known whether 802.1Q is on
 };
 
 struct PortAnswer {
@@ -174,10 +176,16 @@ public:
     virtual void compare(const DeviceState &wanted, const DeviceState &actual,
                          std::vector<Difference> &all) const = 0;
 
-    // Settings that deviate from a fresh start but do not affect any VLAN's frames. `unread`
-    // receives what could not be read, and why.
-    virtual void compareIdle(const DeviceState & /*wanted*/, const Site & /*site*/,
-                             std::vector<Difference> & /*all*/, std::string & /*unread*/) const
+    // What its row, the rows of its ports and a start from them ask for.
+    virtual void wantSettings(const Rehearsal & /*start*/, const Row & /*own*/,
+                              const std::vector<Row> & /*ports*/,
+                              std::vector<WantedSetting> & /*all*/) const
+    {
+    }
+    // What is in force, as far as the log, the device or its tools tell.
+    virtual void readSettings(const SentLog & /*sent*/, const Site & /*site*/,
+                              const DeviceReading & /*reading*/,
+                              std::vector<SettingInForce> & /*all*/) const
     {
     }
 

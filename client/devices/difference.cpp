@@ -8,7 +8,13 @@ bool Difference::sameAs(const Difference &other) const
 {
     return kind == other.kind && std::string_view(part) == other.part && vlanId == other.vlanId &&
            port == other.port && wanted == other.wanted && found == other.found &&
-           parent == other.parent;
+           parent == other.parent && setting == other.setting;
+}
+
+bool Difference::isSettingOf(const char *which, int atPort) const
+{
+    return kind == DifferenceKind::setting && !setting.empty() && std::string_view(part) == which &&
+           (port == atPort || port < 0);
 }
 
 std::string Difference::key() const
@@ -45,7 +51,10 @@ std::string Difference::text() const
     case DifferenceKind::setting:
         break;
     }
-    return printable(found);
+    if (setting.empty())
+        return printable(found);
+    return setting + ": " + printable(found) + (source.empty() ? "" : " (" + source + ")") +
+           ", should be " + wanted;
 }
 
 std::string Difference::mend() const

@@ -11,7 +11,7 @@ enum class DifferenceKind {
     defaultTag,   // the VLAN of a port's untagged frames
     subInterface, // in the kernel: missing, stale, down, or with other priority maps
     link,         // an interface of a device: missing, not attached to it, down
-    setting,      // that the service applies only at startup
+    setting,      // of a switch or of a port, such as a rate limit
 };
 
 // What fixes a difference.
@@ -35,6 +35,12 @@ struct Difference {
     std::string parent{};  // of a sub-interface; for a link, its own name
     Remedy remedy = Remedy::repair;
     std::string firstStep{}; // to be done before `remedy`; empty: nothing
+    std::string setting{};   // "rate limit of engine port 1"; empty: `found` says it all
+    std::string source{};    // where `found` comes from, if not from the device itself
+    bool everyVlan = false;  // a setting that affects the frames of all VLANs
+
+    // A setting of that part that affects frames at the port.
+    [[nodiscard]] bool isSettingOf(const char *which, int atPort) const;
 
     // Whether both describe the same deviation of the same object.
     [[nodiscard]] bool sameAs(const Difference &other) const;

@@ -44,6 +44,7 @@ private:
 struct Target {
     PerDevice<StateRef> devices; // all devices; empty if no start was rehearsed
     Kernel kernel;
+    std::vector<WantedSetting> settings;
     std::set<int> vlanIds; // in the rows
     int loadStatus = 0;
     std::optional<StoppedAt> stopped;
@@ -60,6 +61,8 @@ struct Actual {
     Part<Kernel> kernel;                         // only the switch manager's own sub-interfaces
     std::map<std::string, SubInterface> foreign; // all others, by name
     Part<FailedTools> tools;
+    std::vector<SettingInForce> settings;
+    std::string settingsReason; // why others are not known
 
     [[nodiscard]] const DeviceReading &of(const Device &device) const;
 
@@ -70,6 +73,26 @@ struct Actual {
 // Everything that differs, sorted by VLAN. What was not read does not count as different; the
 // caller has to report it as unknown.
 std::vector<Difference> differences(const Target &target, const Actual &actual);
+
+// What is known of a wanted setting; null: nothing.
+const SettingInForce *inForce(const WantedSetting &wanted, const Actual &actual);
+
+// Settings that the rows ask for and of which it is not known whether they are in force.
+struct UnknownSetting {
+    const WantedSetting *wanted; // in the target
+    std::string reason;
+};
+std::vector<UnknownSetting> unknownSettings(const Target &target, const Actual &actual);
+
+// "rate limit of engine ports 1, 2: not known: ...", a line for those with the same name and
+// reason.
+std::vector<std::string> textsOf(const std::vector<UnknownSetting> &unknown);
+
+// The same setting in another target; null: it is not there.
+const WantedSetting *sameIn(const Target &target, const WantedSetting &setting);
+
+// The settings of `after` that a running service must be sent after the rows have changed.
+std::vector<const WantedSetting *> changedSettings(const Target &before, const Target &after);
 
 // The VLAN ids in the rows.
 std::set<int> vlanIdsIn(Database &database);

@@ -12,8 +12,6 @@
 namespace swctl {
 namespace {
 
-constexpr const char *atNextStart = "takes effect when the service starts again";
-
 [[noreturn]] void refuse(const std::string &what)
 {
     throw Failure(exitRefused, "refused: " + what + "; nothing was changed");
@@ -115,12 +113,10 @@ ChangeSet planSet(Database &database, const RowWish &wish)
     Row after = before;
     for (const Assignment &value : wish.values)
         after.set(value);
-    if (wish.table == vlanTableName) {
+    if (wish.table == vlanTableName)
         setVlan(database, wish, before, std::move(after), changes);
-    } else if (!after.sameAs(before)) {
-        changes.consequences.emplace_back(atNextStart);
+    else if (!after.sameAs(before))
         changes.rows.push_back({wish.table, before, std::move(after)});
-    }
     return changes;
 }
 
@@ -128,8 +124,6 @@ ChangeSet planDelete(Database &database, const RowWish &wish)
 {
     ChangeSet changes{wish.name, "deleted", {}, {}};
     changes.rows.push_back({wish.table, onlyRow(database, wish), std::nullopt});
-    if (wish.table != vlanTableName)
-        changes.consequences.emplace_back(atNextStart);
     return changes;
 }
 

@@ -12,7 +12,7 @@ ChangeSet plan(Database &database, const RowWish &wish)
 
 ChangeSet plan(Database &database, const BatchWish &wish)
 {
-    ChangeSet all{wish.name, "done", {}, {}};
+    ChangeSet all{wish.name, wish.verb, {}, {}};
     database.run("SAVEPOINT plans");
     for (const RowWish &row : wish.rows) {
         ChangeSet part = planRow(database, row);

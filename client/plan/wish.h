@@ -14,6 +14,7 @@ namespace swctl {
 struct BatchWish {
     std::string name; // "3 commands"
     std::vector<RowWish> rows;
+    std::string verb = "done";
 };
 
 // Undoes an entry of the history; its rows must be unchanged since.

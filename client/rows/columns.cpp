@@ -139,6 +139,20 @@ std::span<const Column> columnsOf(std::string_view table)
     return {};
 }
 
+TakesEffect takesEffect(const Column &column)
+{
+    constexpr std::string_view requests[] = {
+        "vlanEnable",        "qosEnable",    "pauseFrameEnable", "igmpSnoopingEnable",
+        "mldSnoopingEnable", "rateLimit",    "schedMode",        "numQueues",
+        "queue1Weight",      "queue2Weight", "queue3Weight",     "queue4Weight"};
+    constexpr std::string_view kept[] = {"numPorts", "portType", "mirroring"};
+    if (std::find(std::begin(requests), std::end(requests), column.name) != std::end(requests))
+        return TakesEffect::onRequest;
+    return std::find(std::begin(kept), std::end(kept), column.name) != std::end(kept)
+               ? TakesEffect::never
+               : TakesEffect::atStart;
+}
+
 std::string databaseSchema()
 {
     std::string sql =

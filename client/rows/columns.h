@@ -177,6 +177,14 @@ inline constexpr Column vlanColumns[] = {
 
 } // namespace column_rows
 
+// When a change of a switch's or port's row takes effect in a running service.
+enum class TakesEffect {
+    onRequest, // at once: the service has a request for it
+    atStart,
+    never // the service only keeps it
+};
+TakesEffect takesEffect(const Column &column);
+
 // In the order in which the service loads them.
 std::span<const Table> configurationTables();
 const Table &tableOf(std::string_view name); // throws std::out_of_range if unknown

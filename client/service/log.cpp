@@ -43,8 +43,12 @@ std::optional<LogLine> takeEntry(std::string_view &entries)
     entries.remove_prefix(sizeof(entry));
     if (entry.textLength > entries.size())
         return std::nullopt;
-    LogLine line{entry.time, entry.module, entry.level, entry.dropped,
-                 std::string(entries.substr(0, entry.textLength))};
+    LogLine line{entry.time,
+                 entry.module,
+                 entry.level,
+                 entry.dropped,
+                 std::string(entries.substr(0, entry.textLength)),
+                 entry.number};
     while (!line.text.empty() && (line.text.back() == '\n' || line.text.back() == ' '))
         line.text.pop_back();
     const size_t rest = logEntrySize(entry.textLength) - sizeof(entry);
@@ -88,10 +92,13 @@ uint64_t LogFollower::read(const std::function<void(const LogLine &)> &take)
     }
 }
 
-Hearing failedTools(const std::function<void(const LogLine &)> &take)
+namespace {
+
+// Everything that the daemon keeps of one kind.
+Hearing readKept(int type, const std::function<void(const LogLine &)> &take)
 {
     for (uint64_t after = 0;;) {
-        const Answer answer = askAfter(after, SWMGR_LOG_DEVDEBUG, LOGGING_MSG_TOOLS);
+        const Answer answer = askAfter(after, SWMGR_LOG_DEVDEBUG, type);
         std::string_view entries = answer.entries;
         for (uint32_t i = 0; i < answer.header.count; ++i)
             if (const std::optional<LogLine> line = takeEntry(entries))
@@ -101,6 +108,18 @@ Hearing failedTools(const std::function<void(const LogLine &)> &take)
                     answer.header.lost + answer.header.skipped};
         after = answer.header.last;
     }
+}
+
+} // namespace
+
+Hearing failedTools(const std::function<void(const LogLine &)> &take)
+{
+    return readKept(LOGGING_MSG_TOOLS, take);
+}
+
+void settingLines(const std::function<void(const LogLine &)> &take)
+{
+    static_cast<void>(readKept(LOGGING_MSG_SETTINGS, take));
 }
 
 std::optional<LogCounts> countsOfLog()

@@ -16,6 +16,7 @@ struct LogLine {
     int32_t level = 0;    // SWMGR_LOG_...
     uint32_t dropped = 0; // records that the sender lost just before this one
     std::string text;     // as received, without the line end
+    uint64_t number = 0;  // the daemon's, from 1
 };
 
 // Follows the log. Throws if the daemon cannot be reached.
@@ -45,6 +46,10 @@ struct Hearing {
 // Passes on the command lines that failed and have not succeeded since, and the lines that
 // report a failure of the last configuration load.
 Hearing failedTools(const std::function<void(const LogLine &)> &take);
+
+// Passes on the newest line about each setting that no device can report, oldest first; their
+// `dropped` counts the records lost since.
+void settingLines(const std::function<void(const LogLine &)> &take);
 
 struct LogCounts {
     Hearing heard;

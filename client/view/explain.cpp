@@ -114,7 +114,12 @@ PortAnswer answerOf(const Inspection &inspection, const PortName &name, int vlan
                           .hostPorts = hostPortsOf(inspection.network, *name.device),
                           .wanted = inspection.target.of(*name.device),
                           .actual = inspection.actual.of(*name.device),
-                          .differences = inspection.differences};
+                          .differences = inspection.differences,
+                          .unknownMode = {}};
+    for (const UnknownSetting &setting : unknownSettings(inspection.target, inspection.actual))
+        if (setting.wanted->name == std::string_view(vlanModeName) &&
+            setting.wanted->part == std::string_view(name.device->part))
+            question.unknownMode = textsOf({setting}).front();
     for (const SwitchConfig &sw : inspection.network.switches)
         if (sw.name == name.switchName)
             question.ports.assign(sw.ports.begin(), sw.ports.end());

@@ -123,8 +123,7 @@ void addDifferences(Exposition &out, const Status &status)
 
 void addStatus(Exposition &out, const Status &status)
 {
-    out.gauge("healthy", status.exitStatus() == exitDone ? 1 : 0,
-              "Whether swctl status reports healthy.");
+    out.gauge("healthy", status.isHealthy() ? 1 : 0, "Whether swctl status reports healthy.");
     if (status.load.unknown.empty())
         out.gauge("last_load_success", status.load.stopped ? 0 : 1,
                   "Whether the service loaded the whole configuration when it started.");
@@ -137,6 +136,8 @@ void addStatus(Exposition &out, const Status &status)
     out.gauge("vlans_different", status.different.size(),
               "VLANs of the database found to differ from that state.");
     addDifferences(out, status);
+    out.gauge("settings_unknown", status.verdict.unknown.size(),
+              "Settings that the database asks for and that nobody was seen sending.");
     out.gauge("change_unfinished", status.unfinished.empty() ? 0 : 1,
               "Whether a change was interrupted and waits for swctl recover.");
     out.gauge("change_on_trial", status.trial ? 1 : 0, "Whether a change waits for swctl confirm.");

@@ -78,7 +78,14 @@ ExitStatus Status::exitStatus() const
 const char *Status::health() const
 {
     const ExitStatus exit = exitStatus();
-    return exit == exitDone ? "healthy" : exit == exitDiffers ? "not healthy" : "not reachable";
+    if (exit == exitDone)
+        return isHealthy() ? "healthy" : "not all known";
+    return exit == exitDiffers ? "not healthy" : "not reachable";
+}
+
+bool Status::isHealthy() const
+{
+    return exitStatus() == exitDone && verdict.unknown.empty() && failuresUnknown.empty();
 }
 
 } // namespace swctl

@@ -29,7 +29,9 @@ struct Status {
     // How many VLANs are as a fresh start would set them up; none if something was not read.
     [[nodiscard]] std::optional<size_t> applied() const;
     [[nodiscard]] ExitStatus exitStatus() const; // done, differs or unreachable
-    [[nodiscard]] const char *health() const;    // "healthy", "not healthy", "not reachable"
+    // "healthy", "not healthy", "not reachable"; "not all known" if nothing is known to be wrong
+    [[nodiscard]] const char *health() const;
+    [[nodiscard]] bool isHealthy() const;
 };
 
 Status statusOf(GatewayView &gateway);

@@ -574,9 +574,9 @@ TEST_F(Change, doesNotAddAPortThatTheServiceStillHas)
     carry(port(Kind::add, "PSE", 5, {{"phyDevice", "BCM:0"s}, {"interfaceName", "eth1"s}}), force);
     EXPECT_EQ(heard().substr(0, 25), "insert 11 in swPortConfig");
     ChangeSet changes{"", "", {{"swPortConfig", std::nullopt, Row()}}, {}};
-    EXPECT_FALSE(isPartlyUnheard(changes));
+    EXPECT_FALSE(waitsForStart(changes));
     changes.rows[0].told = false;
-    EXPECT_TRUE(isPartlyUnheard(changes));
+    EXPECT_TRUE(waitsForStart(changes));
 }
 
 TEST_F(Change, thatWasBrokenOffIsFinishedOrTakenBack)
@@ -892,14 +892,14 @@ TEST_F(Change, ofASettingWaitsForAStartWhereThatMakesADifference)
         {"PSE", 1, "trustMode", int64_t{2}, true},
         {"PSE", 1, "mirroring", int64_t{1}, false},
         {"PSE", 1, "phyDevice", "BCM:0"s, true},
-        {"PSE", -1, "pauseFrameEnable", int64_t{1}, true},
+        {"PSE", -1, "pauseFrameEnable", int64_t{1}, false}, // it has a request
         {"BCM", -1, "vlanEnable", int64_t{0}, false},
         {"BCM", 3, "PVID", int64_t{77}, false},
         {"BCM", 0, "portType", int64_t{1}, false},
         {"BCM", -1, "numPorts", int64_t{4}, false},
     };
     const Setting ofTheChipAlone[] = {
-        {"BCM", -1, "vlanEnable", int64_t{0}, true},
+        {"BCM", -1, "vlanEnable", int64_t{0}, false}, // likewise
         {"BCM", 0, "portType", int64_t{1}, false},
     };
     const History history(databaseFile());
@@ -1018,7 +1018,8 @@ TEST_F(Change, isNotVerifiedByWhatCannotBeRead)
     EXPECT_EQ(verdict.outcome, Outcome::differs);
     EXPECT_HAS(text(verdict.unread), "kernel: ");
     EXPECT_HAS(verdict.note, "engine: cannot tell whether its tools worked: no log daemon");
-    EXPECT_HAS(verdict.idleUnread, "the engine's registers");
+    EXPECT_HAS(text(verdict.unknown), "802.1Q of the chip: not known: no log daemon is running");
+    EXPECT_HAS(text(verdict.unknown), "pause frames of the engine: not known: ");
     write("site.json", R"({"devices": {"/dev/bcmsw": "nochip"}, "engineState": "none",
         "interfaces": {"eth0": "02:00:00:00:00:10", "eth1": "02:00:00:00:00:11"}})");
     EXPECT_HAS(text(look(/*mend=*/false).unread), "chip: ");

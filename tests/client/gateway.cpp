@@ -6,6 +6,7 @@
 #include "client/devices/chip/chip.h"
 #include "client/devices/chip/chip_driver.h"
 #include "common/log_entry.h"
+#include "common/log_rank.h"
 #include "platform/sal.h"
 #include "swmgr/swmgr_client.h"
 
@@ -225,6 +226,36 @@ void Played::restart()
     for (int port = 0; port < chipPortCount; ++port)
         setTag(port, wanted.ports[static_cast<size_t>(port)].pvid);
     known = vlanIdsIn(database);
+    const std::lock_guard guard(lock);
+    takeLog(start, /*answer=*/0);
+}
+
+// What the service logs up to an answer of the rehearsal, counted from the start's.
+void Played::takeLog(const Rehearsal &rehearsal, int answer)
+{
+    int answers = 0;
+    for (const Event &event : rehearsal.events()) {
+        if (event.kind == rehearsal::Kind::answer && answers++ == answer)
+            return;
+        if (event.kind == rehearsal::Kind::log && answers == answer)
+            said.emplace_back(event.data);
+    }
+}
+
+// The service acts on a request for a setting, and logs what it does.
+void Played::actOn(int type, const std::string &data)
+{
+    const GatewayView gateway = view();
+    Database database(databaseFile(), Access::read);
+    Snapshot snapshot(database);
+    Script script = gateway.startScript(snapshot);
+    const Rehearsal acted = rehearse(script.request(type, data));
+    if (type == SW_CMD_PAUSE_FRAME)
+        std::copy(std::begin(acted.state().engine.registers),
+                  std::end(acted.state().engine.registers), kernel->registers);
+    writeState();
+    const std::lock_guard guard(lock);
+    takeLog(acted, /*answer=*/1);
 }
 
 void Played::setEntry(int vlanId, int forward, int untagged) const
@@ -341,6 +372,14 @@ int Played::answerService(int type, const std::string &data, const std::string &
         const std::optional<Row> row = database.rowById("vlanEncapIf", event.rowId);
         vlanId = toInt(row && old.empty() ? row->text("vlanId") : old);
         journalSeen = journalSeen && isThere(".change");
+    } else if (type != SW_CMD_VLAN_ADD && type != SW_CMD_VLAN_DELETE) {
+        const Reply reply = nextReply();
+        const std::string target = data.substr(0, data.find('\0'));
+        if (reply == Reply::accept || reply == Reply::spoil)
+            actOn(type, data);
+        const std::lock_guard guard(lock);
+        messages.push_back("command " + std::to_string(type) + " for " + target);
+        return reply == Reply::refuse || reply == Reply::spoil ? -22 : 0;
     } else {
         SwMgrVlanRequest request{};
         memcpy(&request, data.data(), std::min(data.size(), sizeof(request)));
@@ -368,7 +407,7 @@ int Played::answerService(int type, const std::string &data, const std::string &
     return reply == Reply::refuse || reply == Reply::spoil || reply == Reply::writeAfter ? -22 : 0;
 }
 
-// Every record is one line of the service. Failed tools are those that begin with "cmd".
+// Every record is one line of the service. Of settings it keeps every line.
 int Played::answerLog(int type, const std::string &data, std::string &reply)
 {
     SwMgrLogFollowRequest request{};
@@ -380,9 +419,11 @@ int Played::answerLog(int type, const std::string &data, std::string &reply)
     std::string entries;
     for (size_t i = 0; i < said.size(); ++i) {
         const std::string &text = said[i];
-        const bool isTool = text.starts_with("cmd");
+        ToolLine tool{};
+        const bool failed = toolLineRead(text.data(), text.size(), tool) && tool.status != 0 &&
+                            !toolRemovesInterface(tool);
         if (i + 1 <= request.after || request.after == SWMGR_LOG_NEWEST_ONLY ||
-            (type == LOGGING_MSG_TOOLS && !isTool))
+            (type == LOGGING_MSG_TOOLS && !failed))
             continue;
         const SwMgrLogEntry entry{
             i + 1, int64_t{4102444800} * 1000000000,  SWMGR_RELAY_MODULE_ID, SWMGR_LOG_ERROR,

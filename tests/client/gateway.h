@@ -82,6 +82,8 @@ private:
     int answerService(int type, const std::string &data, const std::string &buffer);
     int answerLog(int type, const std::string &data, std::string &reply);
     void act(int operation, int vlanId);
+    void actOn(int type, const std::string &data);
+    void takeLog(const Rehearsal &rehearsal, int answer);
     void writeState() const;
     Reply nextReply();
 

@@ -259,7 +259,7 @@ class Changes(GatewayTest):
         port, rate = self.random.choice((1, 2, 3, 4)), self.random.choice((64, 8128, 8129, 130048,
                                                                           130049, 1300480, None))
         what = ("--off",) if rate is None else ("--rate", rate)
-        self.swctl(0, "rate-limit", "--port", port, *what)
+        self.swctl(0, "rate-limit", "--port", port, *what, "--no-verify")
         self.expected.rate_limit(port, rate)
         return f"rate limit {rate} of port {port}"
 
@@ -276,7 +276,7 @@ class Changes(GatewayTest):
         mode = self.random.choice((0, 1, 3))
         weights = [self.random.randrange(1, 17) for _ in range(4)]
         self.swctl(0, "queues", "--port", "all" if port is None else port, "--queues", queues,
-                   "--mode", mode, "--weights", ",".join(map(str, weights)))
+                   "--mode", mode, "--weights", ",".join(map(str, weights)), "--no-verify")
         self.expected.schedule(port, queues, mode, weights)
         return f"queues of port {port}: {queues} {mode} {weights}"
 
@@ -284,10 +284,10 @@ class Changes(GatewayTest):
         state = self.random.randrange(2)
         word = ("off", "on")[state]
         if self.random.random() < 0.5:
-            self.swctl(0, "qos", word)
+            self.swctl(0, "qos", word, "--no-verify")
             self.expected.rate_limiter = state
         else:
-            self.swctl(0, "vlan-mode", word)
+            self.swctl(0, "vlan-mode", word, "--no-verify")
             self.expected.vlan_mode = state
         return f"switch {word}"
 

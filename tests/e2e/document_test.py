@@ -50,6 +50,7 @@ class Document(GatewayTest):
             self.assertEqual(self.board.stop(), 0)
         if line in ("systemctl restart swmgrd", "systemctl start swmgrd"):
             self.assertTrue(self.board.start(), line)
+            self.assertEqual(self.board.swctl("recover"), 0)  # as the unit does
             return ""
         done = self.board.inside("run", argv=["bash", "-c", f"exec 2>&1; {line}"], env=HERE)
         self.assertEqual(done["status"], 0, f"{line}\n{done['out']}")

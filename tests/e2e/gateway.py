@@ -140,6 +140,13 @@ class Gateway:
         """Stops the switch manager as an operator would. Returns its exit status."""
         return self.inside("end", name="swmgrd", number=15, timeout=60)["status"]
 
+    def power_off(self):
+        """Stops the switch manager and the log daemon. The engine forgets all it holds."""
+        self.stop()
+        self.inside("end", name="swlogd", number=15, timeout=60)
+        environment = dict(os.environ, SWENGINE_STATE=str(self.state / "engine.state"))
+        subprocess.run([BUILD / "bin/swengine", "reset"], env=environment, check=True)
+
     def alive(self):
         return self.inside("end", name="swmgrd", number=0, timeout=0)["status"] is None
 
@@ -202,7 +209,7 @@ class Gateway:
 
     def answers(self):
         """Whether the service still carries out a well-formed request."""
-        return self.swctl("qos", "on", "--force") == 0
+        return self.swctl("command", 47, "--switch", "PSE", "--payload", "01000000") == 0
 
     def swctl(self, *arguments):
         """Runs the client from outside. Returns its exit status."""

@@ -27,6 +27,7 @@ class Metrics(GatewayTest):
         hardware = self.gateway()
         hardware.start_log_daemon()
         self.assertTrue(hardware.start())
+        self.assertEqual(hardware.swctl("recover"), DONE)
         before = self.metrics(hardware)
         self.expect(before, up=1, healthy=1, last_load_success=1, next_start_stops=0,
                     vlans_configured=5, vlans_applied=5, vlans_different=0, tools_failed=0,

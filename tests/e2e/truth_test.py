@@ -44,6 +44,76 @@ class Truth(ServedTest):
         self.assertTrue(found["otherFile"].endswith("switch.db"), found)
         self.swctl(APPLIED, "status")
 
+    def test_of_the_vlan_mode_that_anybody_switches_off(self):
+        self.swctl(APPLIED, "recover")
+        self.assertTrue(self.swctl(APPLIED, "status").startswith("healthy\n"))
+        self.swctl(APPLIED, "command", 33, "--switch", "BCM", "--payload", "00000000")
+        for command in (("status",), ("diff",), ("vlan", "show", 10),
+                        ("explain", "vlan", 10, "port", 1)):
+            said = " ".join(self.swctl(DIFFERS, *command).split())
+            self.assertIn("802.1Q of the chip: off (last sent ", said, command)
+        self.assertIn("swmgr_healthy 0", self.swctl(APPLIED, "metrics"))
+        self.assertFalse(self.hardware.chip()["vlanMode"])
+        # A change does not end well while it is off: it is put on again, and that is told.
+        self.assertIn("802.1Q of the chip sent: on", self.swctl(APPLIED, *ADD))
+        self.assertTrue(self.hardware.chip()["vlanMode"])
+        self.swctl(APPLIED, "status")
+        # A request that the chip cannot take leaves it unknown.
+        self.swctl(REFUSED, "command", 33, "--switch", "BCM", "--payload", "07000000")
+        self.assertIn("802.1Q of the chip: not known: ", self.swctl(APPLIED, "diff"))
+        self.assertTrue(self.swctl(APPLIED, "status").startswith("not all known\n"))
+        self.assertIn("sent: on", self.swctl(APPLIED, "repair"))
+        self.assertTrue(self.swctl(APPLIED, "status").startswith("healthy\n"))
+
+    def test_of_settings_that_take_the_road_of_all_changes(self):
+        self.swctl(APPLIED, "recover")
+        limits = lambda: {port["port"]: (port["rate"]["value"], port["rate"]["unit"])
+                          for port in self.hardware.engine()["ports"] if port["rate"]}
+        before = limits()
+        self.assertIn("~ rate limit of engine port 2: none -> 64 kbit/s",
+                      self.swctl(APPLIED, "rate-limit", "--port", 2, "--rate", 100, "--dry-run"))
+        self.assertEqual(limits(), before)
+        self.assertIn("the engine takes 64 kbit/s for 100 kbit/s",
+                      self.swctl(APPLIED, "rate-limit", "--port", 2, "--rate", 100))
+        self.assertEqual(limits()[2], (1, 0))
+        self.assertIn(" 100 ", self.swctl(APPLIED, "port", "list"))
+        self.swctl(APPLIED, "vlan-mode", "off", "--confirm", 600)
+        self.assertFalse(self.hardware.chip()["vlanMode"])
+        self.swctl(APPLIED, "confirm", "--take-back")
+        self.assertTrue(self.hardware.chip()["vlanMode"])
+        self.swctl(APPLIED, "qos", "off")
+        self.swctl(APPLIED, "undo")
+        self.assertEqual(self.hardware.engine()["rateLimiter"], 1)
+        # The engine loses its limits with its power, and no start sends them.
+        self.hardware.power_off()
+        self.hardware.start_log_daemon()
+        self.assertTrue(self.hardware.start())
+        self.assertEqual(limits(), {})
+        self.assertIn("rate limit of engine port 2: not known: ",
+                      " ".join(self.swctl(APPLIED, "status").split()))
+        self.assertIn("rate limit of engine port 2 sent: 64 kbit/s", self.swctl(APPLIED, "recover"))
+        self.assertEqual(limits()[2], (1, 0))
+
+    def test_of_settings_where_nobody_hears_the_service(self):
+        deaf = self.gateway()
+        self.assertTrue(deaf.start())
+        self.assertEqual(deaf.swctl("status"), APPLIED)
+        self.assertTrue(deaf.said.startswith("not all known\n"), deaf.said)
+        self.assertIn("802.1Q of the chip: not known: no log daemon is running",
+                      " ".join(deaf.said.split()))
+        self.assertEqual(deaf.swctl("rate-limit", "--port", 2, "--rate", 640), DIFFERS)
+        self.assertIn("could not be verified", " ".join(deaf.said.split()))
+        self.assertEqual(deaf.swctl("metrics"), APPLIED)
+        self.assertIn("swmgr_healthy 0", deaf.said)
+
+    def test_of_an_interface_whose_bandwidth_limits_a_port(self):
+        self.swctl(APPLIED, "recover")
+        self.assertIn("sent: ", self.swctl(APPLIED, "bandwidth", "eth1", 100000, 50))
+        self.swctl(APPLIED, "status") # that is what the service is for
+        self.swctl(APPLIED, "rate-limit", "--port", 1, "--off")
+        self.assertEqual([port["rate"]["value"] for port in self.hardware.engine()["ports"]
+                          if port["port"] == 1], [0])
+
     def test_of_a_change_that_was_recovered(self):
         self.swctl(APPLIED, "vlan", "add", 8, "--interface", "eth0", "--ports", "1")
         self.hardware.inside("arm", victim="swmgrd", steps=12)

@@ -36,7 +36,8 @@ class Whole(GatewayTest):
                 ((*ADD, "-v"), APPLIED, "> vconfig add eth0 30"),
                 (("vlan", "delete", 10), APPLIED, "- eth0.10"),
                 ((*ADD, "--no-move"), REFUSED, "--no-move"),
-                (("switch", "set", "PSE", "--qos", "off"), APPLIED, "! switch PSE")):
+                (("switch", "set", "PSE", "--qos", "off"), APPLIED, "~ QoS of the engine: on -> off"),
+                (("port", "set", "PSE", 3, "--trust-mode", 2), APPLIED, "! port 3 of PSE")):
             self.assertIn(text, self.swctl(status, *arguments, "--dry-run"))
         self.assertEqual(len(self.hardware.trace()), trace)
         self.assertEqual(self.state(), self.before)

@@ -47,6 +47,18 @@ public:
     void compare(const DeviceState &wanted, const DeviceState &actual,
                  std::vector<Difference> &all) const override;
 
+    void wantSettings(const Rehearsal &start, const Row &own, const std::vector<Row> &ports,
+                      std::vector<WantedSetting> &all) const override
+    {
+        wantBridgeSettings(bridgeOf(start.events()), own, ports, all);
+    }
+    void readSettings(const SentLog &sent, const Site & /*site*/, const DeviceReading &reading,
+                      std::vector<SettingInForce> &all) const override
+    {
+        if (reading.held)
+            readBridgeSettings(sent, bridgeStateOf(*reading.held), all);
+    }
+
     [[nodiscard]] PortAnswer explain(const PortQuestion &question) const override
     {
         return explainBridgePort(question);
@@ -114,22 +126,16 @@ bool compareLinks(const Bridge &wanted, const Bridge &actual, std::vector<Differ
         difference.remedy = Remedy::restart;
     };
     bool apart = false;
+    Bridge held = actual;
+    held.filtering = wanted.filtering; // it is a setting
     for (const auto &[name, link] : wanted.links) {
         const auto found = actual.links.find(name);
         apart = apart || found == actual.links.end() || found->second.master != link.master;
-        if (linkText(wanted, name) == linkText(actual, name))
+        if (linkText(wanted, name) == linkText(held, name))
             continue;
-        differ(name, linkText(wanted, name), linkText(actual, name));
+        differ(name, linkText(wanted, name), linkText(held, name));
         if (found == actual.links.end() && name != wanted.name)
             all.back().firstStep = "create the interface " + printable(name);
-    }
-    // A request may have changed it since, and no VLAN depends on it.
-    if (wanted.snooping && actual.snooping && *wanted.snooping != *actual.snooping) {
-        const auto state = [](bool on) {
-            return std::string("multicast snooping ") + (on ? "on" : "off");
-        };
-        differ(wanted.name, state(*wanted.snooping), state(*actual.snooping));
-        all.back().counts = false;
     }
     return apart;
 }

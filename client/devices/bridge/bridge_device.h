@@ -27,6 +27,10 @@ struct BridgeState final : DeviceState {
     std::vector<DevicePort> ports; // from the rows
 };
 
+void wantBridgeSettings(const Bridge &started, const Row &own, const std::vector<Row> &ports,
+                        std::vector<WantedSetting> &all);
+void readBridgeSettings(const SentLog &sent, const BridgeState &held,
+                        std::vector<SettingInForce> &all);
 PortAnswer explainBridgePort(const PortQuestion &question);
 void checkBridgeRows(const Configuration &all, const Surroundings &where,
                      std::vector<RowFault> &faults);

@@ -119,7 +119,8 @@ PortAnswer explainBridgePort(const PortQuestion &question)
     const std::set<int> concerned{question.vlanId, untagged, untaggedVlan(wanted, interface)};
     for (const Difference &difference : question.differences)
         if (difference.kind != DifferenceKind::link
-                ? concerned.contains(difference.vlanId)
+                ? concerned.contains(difference.vlanId) ||
+                      difference.isSettingOf("bridge", question.port.number)
                 : difference.parent == interface || difference.parent == wanted.name)
             all.differs.push_back(difference);
     if (partIn(wanted, question.vlanId, interface) == nullptr)

@@ -84,6 +84,10 @@ public:
     readPorts(const Site &site, const std::string &node) const override;
     void compare(const DeviceState &wanted, const DeviceState &actual,
                  std::vector<Difference> &all) const override;
+    void wantSettings(const Rehearsal &start, const Row &own, const std::vector<Row> &ports,
+                      std::vector<WantedSetting> &all) const override;
+    void readSettings(const SentLog &sent, const Site &site, const DeviceReading &reading,
+                      std::vector<SettingInForce> &all) const override;
     void previewPorts(const DeviceState &before, const DeviceState &after,
                       std::vector<std::string> &lines) const override;
     [[nodiscard]] bool endsAlike(const Rehearsal &one, const Rehearsal &other) const override;
@@ -176,6 +180,40 @@ void ChipDevice::compare(const DeviceState &wanted, const DeviceState &actual,
     }
 }
 
+void ChipDevice::wantSettings(const Rehearsal &start, const Row & /*own*/,
+                              const std::vector<Row> & /*ports*/,
+                              std::vector<WantedSetting> &all) const
+{
+    const chip::Model &model = start.state().chip;
+    if (model.handled != 0)
+        all.push_back({.part = part,
+                       .name = vlanModeName,
+                       .value = onOff(model.vlanMode),
+                       .switchName = name,
+                       .requests = {stateRequest(SW_CMD_VLAN_ENABLE, model.vlanMode)}});
+}
+
+// The service logs the state before it asks the driver, and only a failure after it.
+void ChipDevice::readSettings(const SentLog &sent, const Site & /*site*/,
+                              const DeviceReading & /*reading*/,
+                              std::vector<SettingInForce> &all) const
+{
+    constexpr std::string_view state = "VLAN Enable status ";
+    const LogLine *line = sent.find(state);
+    if (line == nullptr)
+        return;
+    SettingInForce &setting = all.emplace_back();
+    setting.part = part;
+    setting.name = vlanModeName;
+    setting.value = onOff(line->text.substr(state.size()) == "1");
+    takeSource(setting, *line);
+    for (const char *failure :
+         {"Failed to enable VLAN in ", "Failed to process cmd (33) ", "Failed to process cmd 33 "})
+        if (const LogLine *failed = sent.find(failure);
+            failed != nullptr && failed->number > line->number)
+            setting.unknown = "it was refused when it was " + setting.source;
+}
+
 void ChipDevice::previewPorts(const DeviceState &before, const DeviceState &after,
                               std::vector<std::string> &lines) const
 {
@@ -197,8 +235,7 @@ bool ChipDevice::endsAlike(const Rehearsal &one, const Rehearsal &other) const
         if (!isSamePort(a.ports[port], b.ports[port]) ||
             (takesUntagged[port] && a.ports[port].pvid != b.ports[port].pvid))
             return false;
-    return a.vlanMode == b.vlanMode && a.qos == b.qos && a.pauseFrames == b.pauseFrames &&
-           one.chip().vlans == other.chip().vlans;
+    return one.chip().vlans == other.chip().vlans;
 }
 
 } // namespace

@@ -12,11 +12,24 @@ uint32_t hostPortsOf(const PortQuestion &question, const ChipState &wanted, int 
     return found != question.hostPorts.end() ? found->second & wanted.entry(vlanId).members : 0;
 }
 
+// That the chip is in another VLAN mode than a start leaves it in; null: not known to be.
+const Difference *modeDifference(const PortQuestion &question)
+{
+    for (const Difference &difference : question.differences)
+        if (difference.everyVlan && difference.isSettingOf("chip", question.port.number))
+            return &difference;
+    return nullptr;
+}
+
 FrameFate fateOf(const PortQuestion &question, const ChipState &wanted, const ChipState &judged,
                  int vlanId)
 {
     FrameFate fate;
-    if (!wanted.vlanMode)
+    const Difference *mode = modeDifference(question);
+    if (mode != nullptr)
+        fate.unknown = "802.1Q is " + mode->found + " on the chip (" + mode->source + ")" +
+                       (mode->found == "off" ? ", so tags are ignored" : "");
+    else if (!wanted.vlanMode)
         fate.unknown = "a start leaves 802.1Q off on the chip, so tags are ignored";
     else if (vlanId == 0)
         fate.unknown = "the port's default tag names no VLAN";
@@ -46,6 +59,8 @@ PortAnswer explainChipPort(const PortQuestion &question)
     PortAnswer all;
     all.basis = held != nullptr ? "the state read from the chip"
                                 : "a fresh start, because the chip could not be read";
+    if (!question.unknownMode.empty())
+        all.basis += "; " + question.unknownMode;
     all.read = held != nullptr;
     all.wanted = partOf(wanted, question.vlanId, port);
     all.held = held != nullptr ? partOf(*held, question.vlanId, port)
@@ -63,8 +78,9 @@ PortAnswer explainChipPort(const PortQuestion &question)
     const std::set<int> concerned{question.vlanId, wanted.chip.ports[at].pvid,
                                   judged.chip.ports[at].pvid};
     for (const Difference &difference : question.differences)
-        if (difference.kind == DifferenceKind::defaultTag ? difference.port == port
-                                                          : concerned.contains(difference.vlanId))
+        if (difference.kind == DifferenceKind::defaultTag
+                ? difference.port == port
+                : concerned.contains(difference.vlanId) || difference.isSettingOf("chip", port))
             all.differs.push_back(difference);
     if ((wanted.entry(question.vlanId).members & portBit(port)) == 0)
         all.remedyInterface = "IF";

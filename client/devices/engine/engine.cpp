@@ -1,11 +1,9 @@
 #include "client/devices/engine/engine.h"
 
 #include "client/base/port_mask.h"
-#include "client/devices/engine/pause_registers.h"
 #include "swmgr/swmgr_client.h"
 
 #include <algorithm>
-#include <cstring>
 
 namespace swctl {
 namespace {
@@ -40,12 +38,6 @@ std::vector<std::string> vlanEntriesOf(const engine::State &state)
     return entries;
 }
 
-template <class Part>
-bool isSame(const Part &a, const Part &b)
-{
-    return memcmp(&a, &b, sizeof(a)) == 0;
-}
-
 class EngineDevice final : public Device {
 public:
     EngineDevice() : Device(facts) {}
@@ -56,8 +48,16 @@ public:
     [[nodiscard]] DeviceReading read(const ReadOrder &order) const override;
     void compare(const DeviceState &wanted, const DeviceState &actual,
                  std::vector<Difference> &all) const override;
-    void compareIdle(const DeviceState &wanted, const Site &site, std::vector<Difference> &all,
-                     std::string &unread) const override;
+    void wantSettings(const Rehearsal &start, const Row & /*own*/, const std::vector<Row> &ports,
+                      std::vector<WantedSetting> &all) const override
+    {
+        wantEngineSettings(start, ports, all);
+    }
+    void readSettings(const SentLog &sent, const Site &site, const DeviceReading & /*reading*/,
+                      std::vector<SettingInForce> &all) const override
+    {
+        readEngineSettings(sent, site, all);
+    }
     [[nodiscard]] bool endsAlike(const Rehearsal &one, const Rehearsal &other) const override;
     [[nodiscard]] PortAnswer explain(const PortQuestion &question) const override;
     [[nodiscard]] std::span<const Rule> rules() const override { return engineRules(); }
@@ -85,10 +85,6 @@ StateRef EngineDevice::wanted(const Rehearsal &start,
         for (const engine::ArlEntry &entry : engine.arl[id])
             if (entry.present != 0)
                 state->vlans[id].host |= entry.portMap;
-    state->pauses = pauseRegistersOf(engine);
-    state->pausesSet =
-        std::any_of(start.events().begin(), start.events().end(),
-                    [](const Event &event) { return event.kind == rehearsal::Kind::shell; });
     return state;
 }
 
@@ -109,25 +105,14 @@ void EngineDevice::compare(const DeviceState & /*wanted*/, const DeviceState &ac
             all.push_back(entryDifference(*this, vlanId, "written", "failed: " + line));
 }
 
-void EngineDevice::compareIdle(const DeviceState &wanted, const Site &site,
-                               std::vector<Difference> &all, std::string &unread) const
-{
-    const auto &state = static_cast<const EngineState &>(wanted);
-    if (!state.pausesSet)
-        return;
-    const Part<PauseRegisters> pauses = readPauseRegisters(site);
-    if (!pauses.held)
-        unread = "the engine's registers for pause frames: " + pauses.reason;
-    else
-        comparePauses(state.pauses, *pauses.held, all);
-}
-
 bool EngineDevice::endsAlike(const Rehearsal &one, const Rehearsal &other) const
 {
     const engine::State &a = one.state().engine;
     const engine::State &b = other.state().engine;
-    return a.rateLimiter == b.rateLimiter && a.queueCode == b.queueCode &&
-           isSame(a.ports, b.ports) && isSame(a.registers, b.registers) &&
+    return std::equal(std::begin(a.ports), std::end(a.ports), std::begin(b.ports),
+                      [](const engine::PortState &port, const engine::PortState &same) {
+                          return port.trustSet == same.trustSet && port.trustFlag == same.trustFlag;
+                      }) &&
            vlanEntriesOf(a) == vlanEntriesOf(b);
 }
 
@@ -152,7 +137,9 @@ PortAnswer EngineDevice::explain(const PortQuestion &question) const
     if (member)
         all.sends = untagged ? "untagged" : "tagged";
     for (const Difference &difference : question.differences)
-        if (difference.vlanId == question.vlanId && difference.kind != DifferenceKind::defaultTag)
+        if ((difference.vlanId == question.vlanId &&
+             difference.kind != DifferenceKind::defaultTag) ||
+            difference.isSettingOf(part, port))
             all.differs.push_back(difference);
     return all;
 }

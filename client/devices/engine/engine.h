@@ -3,7 +3,6 @@
 #pragma once
 
 #include "client/devices/device.h"
-#include "client/devices/engine/pause_registers.h"
 
 #include <map>
 #include <span>
@@ -32,8 +31,6 @@ struct EngineState final : DeviceState {
     [[nodiscard]] Vlan vlanOf(int id) const;
 
     std::map<int, Vlan> vlans;
-    bool pausesSet = false; // the start wrote its pause frame registers
-    PauseRegisters pauses{};
 };
 
 // What is known of it from the log.
@@ -46,6 +43,9 @@ struct EngineLog final : DeviceState {
     std::map<int, std::vector<std::string>> failed; // command lines, by VLAN
 };
 
+void wantEngineSettings(const Rehearsal &start, const std::vector<Row> &ports,
+                        std::vector<WantedSetting> &all);
+void readEngineSettings(const SentLog &sent, const Site &site, std::vector<SettingInForce> &all);
 void checkEngineRows(const Configuration &all, std::vector<RowFault> &faults);
 std::span<const Rule> engineRules();
 

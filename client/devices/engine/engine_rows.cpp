@@ -15,6 +15,11 @@ constexpr Rule rules[] = {
      "At the end of a start the top switch passes its own vlanEnable on to the chip, overriding "
      "the chip's.",
      "Give both switches the same vlanEnable."},
+    {portTableName, "queue-counts-differ", Severity::warning,
+     "ports of the engine ask for different numbers of queues",
+     "The engine has one number of queues for all its ports, that of the last request. After a "
+     "start it is that of the last port in the table that asks for queues.",
+     "Give all ports of the engine the same numQueues."},
     {vlanTableName, "shifted-ports", Severity::warning,
      "the engine and the chip carry a VLAN on different ports",
      "The chip takes number n in a list as its port n, but the engine takes it as its port that "
@@ -82,6 +87,22 @@ void checkShift(const Configuration &all, std::vector<RowFault> &faults)
     }
 }
 
+void checkQueueCounts(const Configuration &all, std::vector<RowFault> &faults)
+{
+    std::optional<QueueWish> first;
+    for (size_t i = 0; i < all.ports.size(); ++i) {
+        const std::optional<QueueWish> wish = queueWishOf(all.portTable.rows[i]);
+        if (all.ports[i].owner != engineName || !wish || wish->isUsual())
+            continue;
+        if (!first)
+            first = wish;
+        else if (first->queues != wish->queues)
+            faults.push_back({"queue-counts-differ", &all.portTable, i, "",
+                              "numQueues is " + std::to_string(wish->queues) +
+                                  "; an earlier port asks for " + std::to_string(first->queues)});
+    }
+}
+
 } // namespace
 
 std::span<const Rule> engineRules()
@@ -92,6 +113,7 @@ std::span<const Rule> engineRules()
 void checkEngineRows(const Configuration &all, std::vector<RowFault> &faults)
 {
     checkVlanMode(all, faults);
+    checkQueueCounts(all, faults);
     checkShift(all, faults);
 }
 

@@ -64,21 +64,4 @@ Part<PauseRegisters> readPauseRegisters(const Site &site)
     return part;
 }
 
-void comparePauses(const PauseRegisters &wanted, const PauseRegisters &found,
-                   std::vector<Difference> &all)
-{
-    for (size_t i = 0; i < wanted.size(); ++i) {
-        if (((wanted[i] ^ found[i]) & pauseBit) == 0)
-            continue;
-        Difference &difference = all.emplace_back();
-        difference.kind = DifferenceKind::setting;
-        difference.wanted = (wanted[i] & pauseBit) != 0 ? "on" : "off";
-        difference.found = "pause frames of register " + registerName(pauseRegisters[i]) + ": " +
-                           ((found[i] & pauseBit) != 0 ? "on" : "off") + ", should be " +
-                           difference.wanted;
-        difference.counts = false;
-        difference.remedy = Remedy::restart;
-    }
-}
-
 } // namespace swctl

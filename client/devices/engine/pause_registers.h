@@ -1,14 +1,12 @@
 // The engine's registers for pause frames, the only part of it that can be read.
 #pragma once
 
-#include "client/devices/difference.h"
 #include "client/rehearse/hardware_state.h"
 #include "devices/engine/state.h"
 
 #include <array>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 namespace swctl {
 
@@ -23,10 +21,5 @@ PauseRegisters pauseRegistersOf(const engine::State &state);
 // Uses the engine's register tool, or on a simulated gateway the state file of its tools.
 struct Site;
 Part<PauseRegisters> readPauseRegisters(const Site &site);
-
-// Adds the registers whose pause frame bit differs. These differences do not count: a request
-// may have changed the bit since, and no VLAN depends on it.
-void comparePauses(const PauseRegisters &wanted, const PauseRegisters &found,
-                   std::vector<Difference> &all);
 
 } // namespace swctl
