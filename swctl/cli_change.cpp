@@ -8,12 +8,24 @@
 #include "swctl/report.h"
 #include "swctl/validate.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 namespace swctl {
 namespace {
 
 constexpr int longestTrial = 24 * 3600; // s
+constexpr size_t longestComment = 200;  // characters
+
+// One line, as it ends up in lists.
+std::string commentText(const std::string &text)
+{
+    const bool good = std::none_of(text.begin(), text.end(),
+                                   [](unsigned char c) { return c < ' ' || c == '\x7f'; });
+    if (!good || !isUtf8(text) || text.size() > longestComment)
+        throw Failure(exitUsage, "a comment is one line of text of up to 200 bytes");
+    return text;
+}
 
 // Another change would interfere with undoing the one on trial.
 void refuseDuringTrial(const std::optional<Trial> &trial)
@@ -39,7 +51,9 @@ int show(const Call &call, GatewayView &gateway, const Wish &wish)
 
 } // namespace
 
-constexpr std::array<OptionRow, 6> changeFlags = {{
+constexpr std::array<OptionRow, 1> commentFlag = {
+    {{"--comment", "TEXT", "Why, for the history; up to 200 bytes", commentText}}};
+constexpr std::array<OptionRow, 7> changeFlags = {{
     {"--dry-run", nullptr, "Only show what would change; write and send nothing"},
     {"-v,--verbose", nullptr, "With --dry-run: also list the commands and requests in order"},
     {"--confirm", "SECONDS",
@@ -48,7 +62,14 @@ constexpr std::array<OptionRow, 6> changeFlags = {{
     {"--offline", nullptr, "Only write the row; do not notify the service"},
     {"--no-verify", nullptr, "Do not read the hardware back afterwards (faster)"},
     {"--force", nullptr, "Do it even if a check or a startup of the service would refuse it"},
+    commentFlag[0],
 }};
+
+std::string nameOf(const CommandRow &command)
+{
+    return command.group != nullptr ? std::string(command.group) + " " + command.name
+                                    : command.name;
+}
 
 void refuseChangeFlags(const Call &call)
 {
@@ -113,6 +134,8 @@ int change(const Call &call, GatewayView gateway, const Wish &wish, std::vector<
     options.verify = !call.flag("--no-verify");
     options.force = call.flag("--force");
     options.named = std::move(named);
+    options.through = nameOf(call.command());
+    options.comment = call.text("--comment");
     options.onTrial = call.integer("--confirm");
     options.told = progressOn("changes announced");
     const Globals &globals = call.globals;

@@ -10,7 +10,12 @@
 
 namespace swctl {
 
-extern const std::array<OptionRow, 6> changeFlags; // options of each such command
+extern const std::array<OptionRow, 7> changeFlags; // options of each such command
+
+extern const std::array<OptionRow, 1> commentFlag; // "--comment", one of them
+
+// The words that name a command: "vlan set".
+std::string nameOf(const CommandRow &command);
 
 // Throws if any of them was given.
 void refuseChangeFlags(const Call &call);

@@ -37,7 +37,7 @@ Verdict repairOrLook(const Call &call)
         static_cast<void>(recoverFirst(gateway, history));
     const Progress progress = progressOn("VLANs read");
     return dryRun ? compare(gateway, history, call.flag("--all"), progress)
-                  : repair(gateway, history, call.flag("--all"), progress);
+                  : repair(gateway, history, call.flag("--all"), progress, call.text("--comment"));
 }
 
 int runRepair(const Call &call)
@@ -162,7 +162,7 @@ constexpr CommandRow commands::repair = {
     "Make chip, engine and kernel match the database, through the service",
     "  swctl repair --dry-run\n  swctl repair",
     runRepair,
-    {repairOptions}};
+    {repairOptions, commentFlag}};
 
 constexpr CommandRow commands::recover = {
     nullptr, "recover",

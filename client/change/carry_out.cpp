@@ -239,6 +239,8 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
     Transaction transaction(database, Access::write);
     ChangeSet &changes = verdict.changes;
     changes = planOf(database, wish);
+    changes.through = options.through;
+    changes.comment = options.comment;
     if (changes.empty())
         return;
     markStillHeld(history, changes);
@@ -331,9 +333,13 @@ void announceAndVerify(GatewayView &gateway, const History &history, const Chang
 void remember(History &history, const ChangeOptions &options, Verdict &verdict)
 {
     try {
-        static_cast<void>(history.add(verdict.committed,
-                                      options.offline ? "written" : outcomeText(verdict.outcome),
-                                      verdict.changes, verdict.verified));
+        HistoryEntry entry;
+        entry.time = verdict.committed;
+        entry.outcome = options.offline ? "written" : outcomeText(verdict.outcome);
+        entry.changes = verdict.changes;
+        entry.verified = verdict.verified;
+        entry.stands = !verdict.rowsBack;
+        static_cast<void>(history.add(std::move(entry)));
     } catch (const Failure &failure) {
         addNote(verdict, std::string("not in the history: ") + failure.what());
     }

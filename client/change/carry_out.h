@@ -27,6 +27,8 @@ struct ChangeOptions {
     std::vector<NamedRequest> named{};      // to be sent even if no row changes
     int onTrial = 0;                        // s until it is undone unless confirmed; 0: no trial
     Progress told{};                        // called for each announcement, if set
+    std::string through{};                  // the command, for the history
+    std::string comment{};                  // likewise
     void (*reached)(Stage stage) = nullptr; // called before each stage, if set
 };
 

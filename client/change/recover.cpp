@@ -4,7 +4,6 @@
 #include "client/base/text.h"
 #include "client/change/carry_out.h"
 #include "client/records/journal.h"
-#include "client/rows/row_json.h"
 #include "client/service/served_file.h"
 #include "client/service/service.h"
 #include "common/clock.h"
@@ -18,23 +17,30 @@ namespace {
 constexpr int longestWait = 3600; // s that the watching process waits for another swctl
 constexpr int longestPause = 60;  // s between its attempts
 
-// The number of the newest entry if it is that change; 0 if swctl was killed before writing it.
-int entryOf(const ChangeSet &changes, const History &history)
+// What became of an interrupted change. It may have been recorded before the interruption; then
+// it gets a second entry without rows. If its rows were never written, it leaves no trace.
+void rememberRecovered(History &history, bool done, Verdict &verdict)
 {
-    const std::vector<HistoryEntry> entries = history.entries();
-    const bool own = !entries.empty() && toJson(entries.back().changes) == toJson(changes);
-    return own ? entries.back().number : 0;
-}
-
-// An interrupted change whose rows stand. It may have been recorded before the interruption.
-void rememberRecovered(History &history, Verdict &verdict)
-{
-    if (entryOf(verdict.changes, history) != 0)
+    HistoryEntry entry;
+    entry.time = millisecondsNow(CLOCK_REALTIME);
+    if (const std::vector<HistoryEntry> all = history.entries();
+        !all.empty() && all.back().outcome == outcomeText(Outcome::unanswered))
+        entry.concerns = history.numberOf(verdict.changes);
+    entry.outcome = !done              ? "taken back"
+                    : verdict.verified ? outcomeText(verdict.outcome)
+                                       : "written";
+    entry.changes = verdict.changes;
+    entry.verified = verdict.verified;
+    if (entry.concerns == 0 && !done)
         return;
+    if (entry.concerns != 0) {
+        entry.changes.rows.clear();
+        entry.changes.verb += done ? ", finished" : ", taken back";
+        entry.changes.undoes = done ? 0 : entry.concerns;
+    }
+    entry.changes.through = "recover";
     try {
-        static_cast<void>(history.add(millisecondsNow(CLOCK_REALTIME),
-                                      verdict.verified ? outcomeText(verdict.outcome) : "written",
-                                      verdict.changes, verdict.verified));
+        static_cast<void>(history.add(std::move(entry)));
     } catch (const Failure &failure) {
         addNote(verdict, std::string("not in the history: ") + failure.what());
     }
@@ -65,8 +71,7 @@ std::optional<Verdict> recoverChange(GatewayView &gateway, History &history)
                         GatewayView::Extent::whole, true),
                  Outcome::applied);
     }
-    if (done)
-        rememberRecovered(history, verdict);
+    rememberRecovered(history, done, verdict);
     journal.end();
     return verdict;
 }
@@ -83,7 +88,7 @@ int attemptTakeBack(const std::string &databasePath, const std::string &siteFile
             return exitDone; // confirmed, or already undone
         GatewayView gateway(Database(databasePath, Access::write), siteFile);
         History history(databasePath);
-        return outcomeStatus(takeBackTrial(gateway, history, *trial).outcome);
+        return outcomeStatus(takeBackTrial(gateway, history, *trial, TrialEnd::ranOut).outcome);
     } catch (const Failure &failure) {
         return failure.status;
     }
@@ -104,7 +109,7 @@ Recovery recoverUnfinished(GatewayView &gateway, History &history)
         recovery.notes.push_back(recovery.verdict->note);
     recovery.waiting = trialOf(gateway.databasePath());
     if (recovery.waiting && recovery.waiting->isLeft()) {
-        recovery.verdict = takeBackTrial(gateway, history, *recovery.waiting);
+        recovery.verdict = takeBackTrial(gateway, history, *recovery.waiting, TrialEnd::overdue);
         recovery.notes.push_back("a change on trial (" + recovery.waiting->changes.what +
                                  (recovery.waiting->watched
                                       ? ") was not confirmed in time; it is taken back"
@@ -115,10 +120,29 @@ Recovery recoverUnfinished(GatewayView &gateway, History &history)
     return recovery;
 }
 
-Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial)
+void rememberConfirmed(History &history, const Trial &trial, const std::string &comment)
 {
-    const TakeBackWish wish{entryOf(trial.changes, history), trial.changes};
+    HistoryEntry entry;
+    entry.time = millisecondsNow(CLOCK_REALTIME);
+    entry.concerns = history.numberOf(trial.changes);
+    entry.outcome = "confirmed";
+    entry.changes.what = trial.changes.what;
+    entry.changes.verb = trial.changes.verb;
+    entry.changes.through = "confirm";
+    entry.changes.comment = comment;
+    static_cast<void>(history.add(std::move(entry)));
+}
+
+Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial, TrialEnd end,
+                      const std::string &comment)
+{
+    constexpr const char *causes[] = {"trial that ran out", "trial that was overdue",
+                                      "confirm --take-back"};
+    const TakeBackWish wish{history.numberOf(trial.changes), trial.changes,
+                            end == TrialEnd::ordered};
     ChangeOptions options;
+    options.through = causes[static_cast<size_t>(end)];
+    options.comment = comment;
     options.force = true; // restore the old state even if checks would refuse it
     // Don't involve a service that now uses another file.
     options.offline =

@@ -26,7 +26,16 @@ bool isUnfinished(const std::string &databasePath);
 Recovery recoverUnfinished(GatewayView &gateway, History &history);
 
 // Undoes the trial now, through the service if it answers. The caller holds the lock.
-Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial);
+enum class TrialEnd {
+    ranOut,  // its process takes it back
+    overdue, // somebody else does, since its process has not
+    ordered  // before its time
+};
+Verdict takeBackTrial(GatewayView &gateway, History &history, const Trial &trial, TrialEnd end,
+                      const std::string &comment = {});
+
+// Records that somebody confirmed it.
+void rememberConfirmed(History &history, const Trial &trial, const std::string &comment);
 
 // The watching process: waits, and undoes the trial if it is still pending.
 int watchTrial(const std::string &databasePath, const std::string &siteFile, int seconds);

@@ -7,6 +7,7 @@
 #include "client/rehearse/event_text.h"
 #include "client/rows/check_rows.h"
 #include "client/service/served_file.h"
+#include "common/clock.h"
 
 #include <algorithm>
 
@@ -89,11 +90,28 @@ Verdict compare(GatewayView &gateway, const History &history, bool allVlans,
     return lookOver(gateway, history, allVlans, /*mend=*/false, progress);
 }
 
-Verdict repair(GatewayView &gateway, const History &history, bool allVlans,
-               const Progress &progress)
+Verdict repair(GatewayView &gateway, History &history, bool allVlans, const Progress &progress,
+               const std::string &comment)
 {
     refuseAnotherFile(gateway.databasePath());
-    return lookOver(gateway, history, allVlans, /*mend=*/true, progress);
+    Verdict verdict = lookOver(gateway, history, allVlans, /*mend=*/true, progress);
+    if (verdict.settled.empty())
+        return verdict;
+    HistoryEntry entry;
+    entry.time = millisecondsNow(CLOCK_REALTIME);
+    entry.outcome = outcomeText(verdict.outcome);
+    entry.changes.what = verdict.changes.what;
+    entry.changes.verb = "repaired";
+    entry.changes.through = "repair";
+    entry.changes.comment = comment;
+    entry.verified = verdict.verified;
+    entry.done = verdict.settled;
+    try {
+        static_cast<void>(history.add(std::move(entry)));
+    } catch (const Failure &failure) {
+        addNote(verdict, std::string("not in the history: ") + failure.what());
+    }
+    return verdict;
 }
 
 std::vector<std::string> sendAfterStart(GatewayView &gateway)

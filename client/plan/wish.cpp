@@ -30,7 +30,7 @@ ChangeSet plan(Database &database, const FileWish &wish)
     return planFile(database, wish);
 }
 
-ChangeSet undone(const ChangeSet &changes, int number, std::string verb)
+ChangeSet undone(const ChangeSet &changes, int64_t number, std::string verb)
 {
     ChangeSet back = reversed(changes);
     back.what = changes.what;
@@ -49,13 +49,27 @@ ChangeSet plan(Database &database, const UndoWish &wish)
     return undone(wish.changes, wish.number, "as before change " + number);
 }
 
+ChangeSet plan(Database &database, const UndoToWish &wish)
+{
+    const std::string number = std::to_string(wish.number);
+    if (!rowsAreAfter(database, wish.changes))
+        throw Failure(exitRefused, "refused: the changes after " + number +
+                                       " cannot be undone: their rows were changed otherwise "
+                                       "since; nothing was changed");
+    ChangeSet back = undone(wish.changes, 0, "as after change " + number);
+    back.undoesTo = wish.number;
+    return back;
+}
+
 ChangeSet plan(Database &database, const TakeBackWish &wish)
 {
     // The trial is recorded before its commit, which may never have happened.
     if (rowsAreBefore(database, wish.changes))
         return {};
     return undone(wish.changes, wish.number,
-                  "taken back, as nobody confirmed that it was " + wish.changes.verb);
+                  wish.ordered
+                      ? "taken back before it was confirmed"
+                      : "taken back, as nobody confirmed that it was " + wish.changes.verb);
 }
 
 } // namespace

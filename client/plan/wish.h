@@ -19,17 +19,24 @@ struct BatchWish {
 
 // Undoes an entry of the history; its rows must be unchanged since.
 struct UndoWish {
-    int number; // of the entry
+    int64_t number; // of the entry
+    ChangeSet changes;
+};
+
+// Undoes every change after an entry, taken together; their rows must be unchanged since.
+struct UndoToWish {
+    int64_t number; // of the entry that stays
     ChangeSet changes;
 };
 
 // Undoes a trial; nothing changes if the trial was never committed.
 struct TakeBackWish {
-    int number; // of its entry in the history, 0 if none
+    int64_t number; // of its entry in the history, 0 if none
     ChangeSet changes;
+    bool ordered = false; // by somebody, not by its end
 };
 
-using Wish = std::variant<RowWish, BatchWish, FileWish, UndoWish, TakeBackWish>;
+using Wish = std::variant<RowWish, BatchWish, FileWish, UndoWish, UndoToWish, TakeBackWish>;
 
 // The changes, based on the current rows; throws to refuse.
 ChangeSet planOf(Database &database, const Wish &wish);

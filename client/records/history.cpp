@@ -46,14 +46,29 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
         std::optional<ChangeSet> changes = changeSetOf(json.at("change"));
         if (!changes)
             return std::nullopt;
-        changes->undoes = static_cast<int>(json.at("undoes").integer());
-        const Json *verified = json.find("verified");
-        return HistoryEntry{static_cast<int>(json.at("number").integer()),
-                            json.at("time").integer(),
-                            json.at("who").text(),
-                            json.at("outcome").text(),
-                            std::move(*changes),
-                            verified != nullptr && verified->truth()};
+        const auto flag = [&](const char *name, bool otherwise) {
+            const Json *value = json.find(name);
+            return value != nullptr ? value->truth() : otherwise;
+        };
+        const auto number = [&](const char *name, int64_t otherwise) {
+            const Json *value = json.find(name);
+            return value != nullptr ? value->integer() : otherwise;
+        };
+        changes->undoes = json.at("undoes").integer();
+        changes->undoesTo = number("undoesTo", -1);
+        HistoryEntry entry{.number = json.at("number").integer(),
+                           .time = json.at("time").integer(),
+                           .who = json.at("who").text(),
+                           .outcome = json.at("outcome").text(),
+                           .changes = std::move(*changes),
+                           .verified = flag("verified", false),
+                           .stands = true,
+                           .concerns = number("concerns", 0)};
+        entry.stands = flag("stands", entry.outcome != "refused");
+        if (const Json *done = json.find("done"))
+            for (const Json &one : done->values())
+                entry.done.push_back(one.text());
+        return entry;
     } catch (const JsonError &) {
         return std::nullopt;
     }
@@ -61,17 +76,29 @@ std::optional<HistoryEntry> entryOf(std::string_view line)
 
 std::string lineOf(const HistoryEntry &entry)
 {
-    const Json json = {{"number", entry.number},
-                       {"time", entry.time},
-                       {"who", entry.who},
-                       {"outcome", entry.outcome},
-                       {"undoes", entry.changes.undoes},
-                       {"verified", entry.verified},
-                       {"change", toJson(entry.changes)}};
+    Json json = {{"number", entry.number},
+                 {"time", entry.time},
+                 {"who", entry.who},
+                 {"outcome", entry.outcome},
+                 {"undoes", entry.changes.undoes},
+                 {"verified", entry.verified},
+                 {"stands", entry.stands},
+                 {"change", toJson(entry.changes)}};
+    if (entry.changes.undoesTo >= 0)
+        json["undoesTo"] = entry.changes.undoesTo;
+    if (entry.concerns != 0)
+        json["concerns"] = entry.concerns;
+    if (!entry.done.empty())
+        json["done"] = entry.done;
     return json.oneLine() + "\n";
 }
 
 } // namespace
+
+bool HistoryEntry::changedRows() const
+{
+    return stands && outcome != "refused" && !changes.rows.empty();
+}
 
 History::History(const std::string &databasePath) : path(databasePath + ".history") {}
 
@@ -96,7 +123,7 @@ std::vector<RowChange> History::unheardSince(int64_t start) const
     std::vector<RowChange> rows;
     std::vector<HistoryEntry> all = entries();
     for (auto entry = all.rbegin(); entry != all.rend() && entry->time >= start; ++entry) {
-        if (entry->outcome == "refused")
+        if (!entry->changedRows())
             continue;
         for (auto row = entry->changes.rows.rbegin(); row != entry->changes.rows.rend(); ++row)
             if (row->vlanId() == 0 && (!row->isAnnounced() || entry->outcome == "written"))
@@ -105,12 +132,34 @@ std::vector<RowChange> History::unheardSince(int64_t start) const
     return rows;
 }
 
-int History::add(int64_t committed, const std::string &outcome, const ChangeSet &changes,
-                 bool verified)
+int64_t History::numberOf(const ChangeSet &changes) const
+{
+    const Json wanted = toJson(changes);
+    std::vector<HistoryEntry> all = entries();
+    for (auto entry = all.rbegin(); entry != all.rend(); ++entry)
+        if (toJson(entry->changes) == wanted)
+            return entry->number;
+    return 0;
+}
+
+int64_t History::add(int64_t committed, const std::string &outcome, const ChangeSet &changes,
+                     bool verified)
+{
+    HistoryEntry entry;
+    entry.time = committed;
+    entry.outcome = outcome;
+    entry.changes = changes;
+    entry.verified = verified;
+    entry.stands = outcome != "refused";
+    return add(std::move(entry));
+}
+
+int64_t History::add(HistoryEntry entry)
 {
     const std::string old = contents();
     const std::vector<std::string_view> lines = linesOf(old);
-    HistoryEntry entry{1, committed, userName(), outcome, changes, verified};
+    entry.number = 1;
+    entry.who = userName();
     for (size_t i = lines.size(); i-- > 0;)
         if (const std::optional<HistoryEntry> last = entryOf(lines[i])) {
             entry.number = last->number + 1;

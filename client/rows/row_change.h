@@ -30,7 +30,10 @@ struct ChangeSet {
     std::string verb;                      // "added"
     std::vector<RowChange> rows;           // in the order of announcement
     std::vector<std::string> consequences; // side effects on other rows, one sentence each
-    int undoes = 0;                        // number of the change that this one undoes, 0 if none
+    int64_t undoes = 0;                    // number of the change that this one undoes, 0 if none
+    int64_t undoesTo = -1; // it undoes every later change than this, -1 if it does not
+    std::string through{}; // the command, or what else made it: "vlan set", "trial ran out"
+    std::string comment{}; // why, in the words of who made it
 
     [[nodiscard]] bool empty() const { return rows.empty(); }
     [[nodiscard]] std::vector<int> vlanIds() const; // every VLAN whose row changes

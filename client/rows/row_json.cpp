@@ -87,7 +87,12 @@ Json toJson(const ChangeSet &changes)
                         {"before", toJson(change.before)},
                         {"after", toJson(change.after)},
                         {"told", change.told}});
-    return {{"what", changes.what}, {"verb", changes.verb}, {"rows", std::move(rows)}};
+    Json json = {{"what", changes.what}, {"verb", changes.verb}, {"rows", std::move(rows)}};
+    if (!changes.through.empty())
+        json["through"] = changes.through;
+    if (!changes.comment.empty())
+        json["comment"] = changes.comment;
+    return json;
 }
 
 std::optional<ChangeSet> changeSetOf(const Json &json)
@@ -96,6 +101,12 @@ std::optional<ChangeSet> changeSetOf(const Json &json)
         ChangeSet changes;
         changes.what = json.at("what").text();
         changes.verb = json.at("verb").text();
+        const auto optionalText = [&](const char *name) {
+            const Json *text = json.find(name);
+            return text != nullptr ? text->text() : std::string();
+        };
+        changes.through = optionalText("through");
+        changes.comment = optionalText("comment");
         for (const Json &row : json.at("rows").values()) {
             const Json *told = row.find("told");
             changes.rows.push_back({row.at("table").text(), rowOf(row.at("before")),

@@ -105,7 +105,7 @@ struct Change : Played {
     Verdict look(bool mend, bool allVlans = false)
     {
         GatewayView gateway = view();
-        const History history(databaseFile());
+        History history(databaseFile());
         return mend ? repair(gateway, history, allVlans, {})
                     : compare(gateway, history, allVlans, {});
     }
@@ -618,7 +618,22 @@ TEST_F(Change, thatWasBrokenOffIsFinishedOrTakenBack)
     EXPECT_EQ(heard(), "request 38 of 40");
     EXPECT_EQ(differing(), "");
 
-    sql("DELETE FROM sqlite_sequence");
+    // One that nobody answered is in the history already, and gets an entry of how it ended.
+    for (const bool written : {true, false}) {
+        sql("DELETE FROM vlanEncapIf WHERE rowid = 4; DELETE FROM sqlite_sequence");
+        leave(written);
+        History history(databaseFile());
+        const int64_t number =
+            history.add(1, "unanswered", Journal(databaseFile()).unfinished().value(), false);
+        recover();
+        const HistoryEntry end = recorded().back();
+        EXPECT_EQ(end.concerns, number);
+        EXPECT_EQ(end.outcome, written ? "applied" : "taken back");
+        EXPECT_EQ(end.changes.undoes, written ? 0 : number);
+        EXPECT_TRUE(end.changes.rows.empty());
+    }
+
+    sql("DELETE FROM vlanEncapIf WHERE rowid = 4; DELETE FROM sqlite_sequence");
     leave(/*written=*/true);
     endService();
     recovery = recover();
@@ -645,7 +660,7 @@ TEST_F(Change, onTrialIsTakenBackUnlessItIsConfirmed)
     {
         GatewayView gateway = view();
         History history(databaseFile());
-        const Verdict back = takeBackTrial(gateway, history, *recovery.waiting);
+        const Verdict back = takeBackTrial(gateway, history, *recovery.waiting, TrialEnd::ranOut);
         EXPECT_EQ(back.outcome, Outcome::applied);
         EXPECT_EQ(back.changes.undoes, 1);
         EXPECT_EQ(history.entries().back().changes.undoes, 1);
@@ -658,6 +673,18 @@ TEST_F(Change, onTrialIsTakenBackUnlessItIsConfirmed)
     serve({Reply::refuse});
     EXPECT_EQ(carry(addForty, trial).deadline, 0);
     EXPECT_FALSE(isThere(".trial"));
+    EXPECT_FALSE(History(databaseFile()).entries().back().stands);
+    // What was confirmed, and what a repair sent, is told as well.
+    History history(databaseFile());
+    rememberConfirmed(history, *recovery.waiting, "seen to work");
+    EXPECT_EQ(history.entries().back().outcome, "confirmed");
+    EXPECT_EQ(history.entries().back().concerns, 1);
+    serve();
+    setEntry(20, 0, 0);
+    look(/*mend=*/true);
+    const HistoryEntry repaired = History(databaseFile()).entries().back();
+    EXPECT_EQ(repaired.changes.through + ": " + text(repaired.done),
+              "repair: VLAN 20 announced again");
 }
 
 TEST_F(Change, onTrialIsTakenBackByItsProcessInTime)

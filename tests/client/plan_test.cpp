@@ -238,6 +238,12 @@ TEST_F(Plan, ofUndoingNeedsTheRowsAsTheChangeLeftThem)
     const ChangeSet undo = planOf(database, UndoWish{7, changes});
     EXPECT_EQ(undo.undoes, 7);
     EXPECT_EQ(undo.what + ": " + undo.verb, "VLAN 10: as before change 7");
+    const ChangeSet several = planOf(database, UndoToWish{7, changes});
+    EXPECT_EQ(several.undoes, 0);
+    EXPECT_EQ(several.undoesTo, 7);
+    EXPECT_EQ(several.verb, "as after change 7");
+    EXPECT_EQ(planOf(database, TakeBackWish{8, changes, true}).verb,
+              "taken back before it was confirmed");
     const ChangeSet back = planOf(database, TakeBackWish{8, changes});
     EXPECT_EQ(back.undoes, 8);
     EXPECT_EQ(back.verb, "taken back, as nobody confirmed that it was changed");

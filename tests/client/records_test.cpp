@@ -72,6 +72,48 @@ TEST_F(Records, ofTheHistoryCountUpAndSayWhatWhenWhoAndHow)
     EXPECT_EQ(all[3].number, 4);
 }
 
+TEST_F(Records, ofTheHistoryKeepRowsAndWhereTheyCameFrom)
+{
+    History history(databaseFile());
+    ChangeSet changes = removal(1);
+    changes.through = "vlan delete";
+    changes.comment = "moved to \"the\" attic";
+    changes.undoesTo = 0;
+    HistoryEntry first;
+    first.changes = changes;
+    first.outcome = "applied";
+    EXPECT_EQ(history.add(first), 1);
+    HistoryEntry second = first;
+    second.changes.rows.clear();
+    second.outcome = "confirmed";
+    second.concerns = int64_t{1} << 40;
+    second.done = {"VLAN 10 cleared", "802.1Q of the chip sent: on"};
+    EXPECT_EQ(history.add(second), 2);
+    HistoryEntry third = first;
+    third.stands = false;
+    third.changes.comment.clear();
+    EXPECT_EQ(history.add(third), 3);
+    const std::vector<HistoryEntry> all = History(databaseFile()).entries();
+    ASSERT_EQ(all.size(), 3u);
+    EXPECT_EQ(all[0].changes.through + ", " + all[0].changes.comment,
+              "vlan delete, moved to \"the\" attic");
+    EXPECT_EQ(all[0].changes.undoesTo, 0);
+    EXPECT_TRUE(all[0].changedRows());
+    EXPECT_TRUE(all[0].changes.rows[0].before->sameAs(*changes.rows[0].before));
+    EXPECT_EQ(all[1].concerns, int64_t{1} << 40);
+    EXPECT_EQ(all[1].done, second.done);
+    EXPECT_FALSE(all[1].changedRows() || all[2].changedRows());
+    EXPECT_EQ(History(databaseFile()).numberOf(changes), 1);
+    EXPECT_EQ(History(databaseFile()).numberOf(third.changes), 3);
+    EXPECT_EQ(History(databaseFile()).numberOf(removal(2)), 0);
+    // Numbers go on beyond 32 bits, and lines of older versions are still read.
+    const std::string line = R"({"number": 5000000000, "time": 1, "who": "x", "outcome": "refused",)"
+                       R"( "undoes": 0, "change": {"what": "a", "verb": "b", "rows": []}})";
+    append(".history", line + "\n");
+    EXPECT_EQ(History(databaseFile()).add(first), 5000000001);
+    EXPECT_FALSE(History(databaseFile()).entries().at(3).stands);
+}
+
 TEST_F(Records, ofTheHistoryNameWhoeverLentTheRight)
 {
     setenv("SUDO_USER", "somebody", 1);
@@ -88,7 +130,7 @@ TEST_F(Records, ofTheHistoryLoseTheOlderHalfWhenThereAreTooMany)
     ChangeSet large = removal(1);
     large.what = std::string(100000, 'x');
     uintmax_t before = 0, after = 0;
-    int number = 0;
+    int64_t number = 0;
     for (uintmax_t kept = 0; kept >= before; kept = after) {
         before = kept;
         number = history.add(1000, "applied", large, true);

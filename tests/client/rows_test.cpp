@@ -8,6 +8,7 @@
 #include "client/rows/check_rows.h"
 #include "client/rows/columns.h"
 #include "client/rows/row_json.h"
+#include "client/rows/row_text.h"
 #include "swmgr/swmgr_client.h"
 
 #include <algorithm>
@@ -524,6 +525,36 @@ TEST(Columns, haveOptionsThatScriptsRelyOnAndInitialValuesThatTheyAccept)
                        "--rate-limit --sched-mode --queues --weight1 --weight2 --weight3 --weight4 "
                        "--interface --logical --ports --untagged --switch-only --ingress-map "
                        "--egress-map");
+}
+
+TEST(RowText, saysWhatChangedInTheWordsOfTheOptions)
+{
+    Row row;
+    row.rowId = 4;
+    for (const auto &[column, value] : {std::pair<const char *, const char *>{"vlanId", "30"},
+                                        {"interfaceName", "eth0"},
+                                        {"fwdMap", "1,2"},
+                                        {"untagMap", ""},
+                                        {"inSwitchOnly", "0"}})
+        row.cells.push_back({column, std::string(value), value});
+    Row other = row;
+    other.set({"untagMap", std::string("1")});
+    other.set({"owner", std::string("me")});
+    const auto text = [](std::optional<Row> before, std::optional<Row> after) {
+        return changeText({vlanTableName, std::move(before), std::move(after)});
+    };
+    EXPECT_EQ(text({}, row), "VLAN 30 added: interface eth0, ports 1,2");
+    EXPECT_EQ(text(row, other), "VLAN 30: untagged none -> 1, owner none -> me");
+    EXPECT_EQ(text(other, {}), "VLAN 30 deleted");
+    ChangeSet many;
+    for (int i = 0; i < 6; ++i)
+        many.rows.push_back({vlanTableName, row, std::nullopt});
+    EXPECT_EQ(changesText(many), "VLAN 30 deleted; VLAN 30 deleted; VLAN 30 deleted; VLAN 30 "
+                                 "deleted; and 2 more rows");
+    const std::vector<std::string> lines = changeLines({vlanTableName, row, other});
+    EXPECT_EQ(lines, (std::vector<std::string>{"- untagMap none", "+ untagMap 1", "- owner none",
+                                               "+ owner me"}));
+    EXPECT_EQ(changeLines({vlanTableName, {}, row}).front(), "+ vlanId 30");
 }
 
 } // namespace

@@ -97,7 +97,7 @@ struct Settings : Played {
     Verdict look(bool mend)
     {
         GatewayView gateway = view();
-        const History history(databaseFile());
+        History history(databaseFile());
         return mend ? repair(gateway, history, false, {}) : compare(gateway, history, false, {});
     }
 

@@ -121,8 +121,9 @@ class Truth(ServedTest):
         self.assertTrue(self.hardware.start())
         self.swctl(APPLIED, "recover")
         history = json.loads(self.swctl(APPLIED, "--json", "history"))
-        self.assertEqual([(one["what"], one["verb"], one["outcome"]) for one in history[-2:]],
-                         [("VLAN 8", "added", "applied"), ("VLAN 9", "added", "unanswered")])
+        self.assertEqual([(one["what"], one["verb"], one["outcome"]) for one in history[-3:]],
+                         [("VLAN 8", "added", "applied"), ("VLAN 9", "added", "unanswered"),
+                          ("VLAN 9", "added, finished", "applied")])
         self.assertEqual(len({one["number"] for one in history}), len(history))
         self.swctl(APPLIED, "undo")
         self.assertEqual(self.ids() & {8, 9}, {8})
