@@ -4,6 +4,7 @@
 #include "client/base/text.h"
 #include "client/base/time_text.h"
 #include "client/change/preview.h"
+#include "client/service/service.h"
 #include "swctl/interruption.h"
 #include "swctl/report.h"
 #include "swctl/validate.h"
@@ -86,9 +87,10 @@ GatewayView openGateway(const Globals &globals, Access access)
 ChangeLock lockChanges(const Globals &globals)
 {
     ChangeLock lock(globals.database);
-    if (!lock.held() && globals.wait > 0)
+    const int patience = std::min(globals.wait, secondsLeft(globals.wait));
+    if (!lock.held() && patience > 0)
         fprintf(stderr, "swctl: another swctl is changing this database; waiting\n");
-    lock.wait(globals.wait);
+    lock.wait(patience);
     return lock;
 }
 

@@ -32,9 +32,9 @@ constexpr OptionRow globalOptions[] = {
      .help = "File that says where devices and interfaces are, for a simulated gateway",
      .environment = "SWMGR_SITE"},
     {"--wait", "SECONDS",
-     "Seconds to wait for another swctl (default 10) and for each answer of the service "
-     "(default 180, of commands that only read 3), 0 to 3600; 0 means no wait for the other "
-     "swctl and one second for an answer",
+     "Seconds that the command may wait for another swctl and for all answers of the service "
+     "together, 0 to 3600; 0 means one second, and none for another swctl. Unless given: 10 for "
+     "another swctl, and for each answer 180, or 3 for commands that only read",
      decimal<0, 3600>},
     {"--json", nullptr, "Print JSON"},
     {.name = "--complete", .type = "KIND", .help = nullptr, .alone = true},
@@ -142,6 +142,11 @@ bool onlyReads(const CommandRow &command)
         &commands::metrics,  &commands::explainVlan, &commands::explainInterface,
         &commands::watch};
     return std::find(std::begin(readers), std::end(readers), &command) != std::end(readers);
+}
+
+bool neverEnds(const CommandRow &command)
+{
+    return &command == &commands::log || &command == &commands::watch;
 }
 
 } // namespace swctl

@@ -12,6 +12,7 @@ extern const CommandTable changeTable; // for batches: changes of single rows
 // Whether the command gives up soon on a service that does not answer, and prints what is
 // known without it.
 bool onlyReads(const CommandRow &command);
+bool neverEnds(const CommandRow &command); // by itself
 
 Globals globalsOf(const Call &call); // for a call that was parsed with the full table
 

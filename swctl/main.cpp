@@ -9,7 +9,9 @@
 #include "swctl/manual.h"
 #include "swctl/parser.h"
 #include "swctl/usage.h"
+#include "swctl/waiting.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -77,10 +79,14 @@ int parseAndRun(const std::vector<std::string> &words)
     }
     useRelayDirectory(parsed.call.globals.relayDirectory);
     constexpr int readersWait = 3; // s; whoever changes something waits longer
-    if (parsed.call.has("--wait"))
+    if (parsed.call.has("--wait") && !neverEnds(parsed.call.command()))
+        limitWhole(std::max(parsed.call.globals.wait, 1));
+    else if (parsed.call.has("--wait"))
         limitAnswers(parsed.call.globals.wait);
     else if (onlyReads(parsed.call.command()))
         limitAnswers(readersWait, /*once=*/true);
+    if (!onlyReads(parsed.call.command()))
+        tellLateAnswers();
     return run(parsed.call);
 }
 

@@ -3,6 +3,7 @@
 #include "client/base/failure.h"
 #include "client/base/text.h"
 #include "client/base/wire.h"
+#include "common/clock.h"
 #include "platform/relay.h"
 
 #include <algorithm>
@@ -17,6 +18,8 @@ namespace {
 constexpr int relayWaitMode = 1; // makes relayIoctl wait for the answer
 
 bool asksOnce = false;
+int64_t wholeEnd = 0; // of all answers together, ms of the monotonic clock; 0: no such limit
+void (*waiting)(int module, bool begins) = nullptr;
 std::set<int> silentModules; // that let a timeout pass
 
 std::string whyNot(int module, int result)
@@ -47,17 +50,47 @@ void limitAnswers(int seconds, bool once)
     setenv("RELAY_TIMEOUT", std::to_string(std::max(seconds, 1)).c_str(), /*overwrite=*/1);
 }
 
+void limitWhole(int seconds)
+{
+    wholeEnd = millisecondsNow(CLOCK_MONOTONIC) + int64_t{seconds} * 1000;
+    limitAnswers(seconds);
+}
+
+int secondsLeft(int otherwise)
+{
+    if (wholeEnd == 0)
+        return otherwise;
+    const int64_t left = wholeEnd - millisecondsNow(CLOCK_MONOTONIC);
+    return left <= 0 ? 0 : static_cast<int>((left + 999) / 1000);
+}
+
+void watchWaiting(void (*waits)(int module, bool begins))
+{
+    waiting = waits;
+}
+
 int exchange(int module, int requestType, std::string_view data, std::string &buffer)
 {
     if (silentModules.contains(module))
         throw Unanswered(whyNot(module, -ETIMEDOUT));
+    if (wholeEnd != 0) {
+        if (secondsLeft(0) == 0)
+            throw Failure(exitUnreachable, "the time given with --wait is over");
+        limitAnswers(secondsLeft(0), asksOnce);
+    }
     std::string sent(data); // relayIoctl takes a writable buffer
     auto length = static_cast<uint32_t>(buffer.size());
+    if (waiting != nullptr)
+        waiting(module, true);
     errno = 0;
     const int result =
         relayIoctl(/*ctx=*/nullptr, module, requestType, sent.empty() ? nullptr : sent.data(),
                    static_cast<int>(sent.size()), buffer.empty() ? nullptr : buffer.data(),
                    buffer.empty() ? nullptr : &length, relayWaitMode, /*arg1=*/0, /*arg2=*/0);
+    if (const int reason = errno; waiting != nullptr) {
+        waiting(module, false);
+        errno = reason;
+    }
     // relayIoctl returns the handler's result and sets errno to 0; without an answer it sets
     // errno to the reason.
     if (result < 0 && errno != 0) {

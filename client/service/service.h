@@ -17,6 +17,15 @@ void useRelayDirectory(const std::string &directory);
 // it pass is not asked again in this run.
 void limitAnswers(int seconds, bool once = false);
 
+// One limit for all answers together, from now on, in seconds.
+void limitWhole(int seconds);
+
+// The seconds left of it, at least 0; `otherwise` if there is no such limit.
+int secondsLeft(int otherwise);
+
+// Calls `waits` before and after each wait for an answer of a module.
+void watchWaiting(void (*waits)(int module, bool begins));
+
 // Sends a request to a module and waits for the answer. `buffer` is sent as the reply buffer
 // unless empty. Returns the handler's result; throws with exitUnreachable if there is no
 // answer.

@@ -94,6 +94,16 @@ class Truth(ServedTest):
         self.assertIn("rate limit of engine port 2 sent: 64 kbit/s", self.swctl(APPLIED, "recover"))
         self.assertEqual(limits()[2], (1, 0))
 
+    def test_of_what_a_command_waits_for(self):
+        self.hardware.inside("end", name="swmgrd", number=int(signal.SIGSTOP), timeout=0.1)
+        began = time.monotonic()
+        said = self.swctl(UNANSWERED, "--wait", 3, *ADD)
+        self.assertLess(time.monotonic() - began, 20)
+        self.assertIn("waiting for the service's answer", said)
+        self.hardware.inside("end", name="swmgrd", number=int(signal.SIGCONT), timeout=0.1)
+        self.swctl(APPLIED, "recover")
+        self.assertNotIn("waiting", self.swctl(APPLIED, "vlan", "delete", 300))
+
     def test_of_settings_where_nobody_hears_the_service(self):
         deaf = self.gateway()
         self.assertTrue(deaf.start())
