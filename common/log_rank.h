@@ -14,7 +14,7 @@ enum LogRank : int32_t {
     LOG_RANK_WARNING = 16, // a tool that failed
     LOG_RANK_INFO = SWMGR_LOG_INFO,
     LOG_RANK_NOTICE = SWMGR_LOG_NOTICE,
-    LOG_RANK_TOOL = 192, // a tool that succeeded, or had nothing to remove
+    LOG_RANK_TOOL = 192, // a tool that succeeded, or had nothing to do
     LOG_RANK_DEBUG = SWMGR_LOG_DEVDEBUG
 };
 
@@ -119,9 +119,55 @@ inline bool toolRemovesInterface(const ToolLine &tool)
            memcmp(tool.line, removal, sizeof(removal) - 1) == 0;
 }
 
+// The text after the label of a switch and a developer message's place.
+inline std::string_view withoutLabel(std::string_view text)
+{
+    constexpr std::string_view label = "(switch=";
+    constexpr std::string_view end = ") ";
+    if (text.starts_with(label) && text.find(end) != std::string_view::npos)
+        text.remove_prefix(text.find(end) + end.size());
+    return withoutPlace(text);
+}
+
+// The chip has no handler for most commands that are handed down to it, and answers 0: two
+// lines at every startup that say nothing to a person.
+inline bool isCommandNotThere(std::string_view text)
+{
+    text = withoutLabel(text);
+    if (text.starts_with("Invalid command ("))
+        return true;
+    constexpr std::string_view good = ") processing returned 0";
+    const size_t close = text.find(')');
+    if (!text.starts_with('(') || close == std::string_view::npos ||
+        text.find_first_not_of("0123456789", 1) != close)
+        return false;
+    text.remove_prefix(close);
+    return text.starts_with(good) &&
+           (text.size() == good.size() || text[good.size()] == ' ' || text[good.size()] == '\n');
+}
+
+// The lines about the event that swctl sends to find out whether the service answers, and
+// which records came before it. `rowId` is the event's.
+inline bool isMarkerLine(std::string_view text, int32_t &rowId, bool &isLast)
+{
+    constexpr std::string_view begin = "DBUpdate event: Table: swctl opCode:9 rowId:";
+    text = withoutPlace(text);
+    if (!text.starts_with(begin))
+        return false;
+    text.remove_prefix(begin.size());
+    rowId = 0;
+    for (; !text.empty() && text[0] >= '0' && text[0] <= '9' && rowId < 100000000;
+         text.remove_prefix(1))
+        rowId = rowId * 10 + (text[0] - '0');
+    isLast = text.starts_with(" status=");
+    return true;
+}
+
 inline int32_t logRank(int32_t level, const char *text, size_t length)
 {
     ToolLine tool;
+    if (level == SWMGR_LOG_ERROR && isCommandNotThere({text, length}))
+        return LOG_RANK_TOOL;
     if (level != SWMGR_LOG_ERROR || !toolLineRead(text, length, tool))
         return level;
     return tool.status == 0 || toolRemovesInterface(tool) ? LOG_RANK_TOOL : LOG_RANK_WARNING;

@@ -518,7 +518,9 @@ std::string logEntry(uint64_t number, int32_t level, const std::string &text)
 TEST_F(Swctl, theLogIsShownAndExplainsARefusal)
 {
     EXPECT_EQ(run("log --no-follow").status, 3);
-    Module daemon(LOGGING_RELAY_MODULE_ID, [](const Message &, std::string &reply) {
+    Module daemon(LOGGING_RELAY_MODULE_ID, [](const Message &message, std::string &reply) {
+        if (message.type == LOGGING_MSG_MARKER)
+            return 1;
         const SwMgrLogAnswer answer{1, 2, 2, 0, 2, 0};
         reply.assign(reinterpret_cast<const char *>(&answer), sizeof(answer));
         reply += logEntry(1, SWMGR_LOG_ERROR, "cmd (vconfig) returned (0).\n");

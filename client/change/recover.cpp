@@ -4,6 +4,7 @@
 #include "client/base/text.h"
 #include "client/change/carry_out.h"
 #include "client/records/journal.h"
+#include "client/service/log.h"
 #include "client/service/served_file.h"
 #include "client/service/service.h"
 #include "common/clock.h"
@@ -76,8 +77,18 @@ std::optional<Verdict> recoverChange(GatewayView &gateway, History &history)
     return verdict;
 }
 
+struct Attempt {
+    int status = exitDone;
+    std::string told; // for the log
+};
+
+std::string nameOf(const ChangeSet &changes)
+{
+    return "the change on trial (" + changes.what + " " + changes.verb + ") ";
+}
+
 // One attempt of the watching process.
-int attemptTakeBack(const std::string &databasePath, const std::string &siteFile)
+Attempt attemptTakeBack(const std::string &databasePath, const std::string &siteFile)
 {
     try {
         ChangeLock lock(databasePath);
@@ -85,12 +96,17 @@ int attemptTakeBack(const std::string &databasePath, const std::string &siteFile
         const std::optional<Trial> trial =
             watchedTrialStands(databasePath) ? trialOf(databasePath) : std::nullopt;
         if (!trial)
-            return exitDone; // confirmed, or already undone
+            return {exitDone, "a change on trial was confirmed, or taken back by somebody else"};
         GatewayView gateway(Database(databasePath, Access::write), siteFile);
         History history(databasePath);
-        return outcomeStatus(takeBackTrial(gateway, history, *trial, TrialEnd::ranOut).outcome);
+        const Verdict verdict = takeBackTrial(gateway, history, *trial, TrialEnd::ranOut);
+        return {outcomeStatus(verdict.outcome),
+                nameOf(trial->changes) +
+                    "was not confirmed; taking it back: " + outcomeText(verdict.outcome) +
+                    (verdict.note.empty() ? "" : ": " + verdict.note)};
     } catch (const Failure &failure) {
-        return failure.status;
+        return {failure.status,
+                std::string("a change on trial cannot be taken back: ") + failure.what()};
     }
 }
 
@@ -176,9 +192,13 @@ int watchTrial(const std::string &databasePath, const std::string &siteFile, int
     // A writer's lock, a full disk or a service that does not answer end sooner or later.
     // Between the attempts anybody else may confirm or undo it.
     for (int pause = 1;; pause = std::min(2 * pause, longestPause)) {
-        const int status = attemptTakeBack(databasePath, siteFile);
-        if (!watchedTrialStands(databasePath))
-            return status;
+        const Attempt attempt = attemptTakeBack(databasePath, siteFile);
+        const bool again = watchedTrialStands(databasePath);
+        addToLog(attempt.status == exitDone ? SWMGR_LOG_INFO : SWMGR_LOG_ERROR,
+                 onOneLine(attempt.told) +
+                     (again ? "; trying again in " + std::to_string(pause) + " s" : "") + "\n");
+        if (!again)
+            return attempt.status;
         awaitTrialEnd(databasePath, pause);
     }
 }

@@ -5,6 +5,7 @@
 #include "client/service/service.h"
 #include "common/clock.h"
 #include "common/log_entry.h"
+#include "platform/relay.h"
 
 #include <array>
 #include <cstring>
@@ -90,6 +91,24 @@ uint64_t LogFollower::read(const std::function<void(const LogLine &)> &take)
         if (!advanced || after >= answer.header.newest)
             return lost;
     }
+}
+
+bool markerArrived(int rowId)
+{
+    const SwMgrLogFollowRequest request{static_cast<uint64_t>(rowId), SWMGR_LOG_DEVDEBUG, 0};
+    return ask(LOGGING_RELAY_MODULE_ID, LOGGING_MSG_MARKER, bytesOf(request)) == 1;
+}
+
+void addToLog(int32_t level, const std::string &text)
+{
+    constexpr int postMode = 2; // nobody waits for an answer
+    SwMgrLogRecord record{};    // of module 0
+    record.level = level;
+    std::string sent = text;
+    auto length = static_cast<uint32_t>(sent.size() + 1);
+    static_cast<void>(relayIoctl(/*ctx=*/nullptr, LOGGING_RELAY_MODULE_ID, LOGGING_MSG_LOG, &record,
+                                 sizeof(record), sent.data(), &length, postMode,
+                                 /*arg1=*/0, /*arg2=*/0));
 }
 
 namespace {

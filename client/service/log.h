@@ -37,6 +37,12 @@ private:
     uint64_t after = 0; // number of the last record read
 };
 
+// Whether the service's line about the deletion of that row in the marker table has arrived.
+bool markerArrived(int rowId);
+
+// Adds a record of this program to the log, if a daemon listens.
+void addToLog(int32_t level, const std::string &text);
+
 // What the daemon has been able to receive.
 struct Hearing {
     int64_t since = 0; // ns since 1970, when it began to listen

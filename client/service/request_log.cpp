@@ -15,19 +15,6 @@ namespace {
 constexpr int napMs = 1;
 constexpr int mostNaps = 250;
 
-// The end of the log line for a deletion in a table unknown to the service. Such a request has
-// no effect, but its line comes after everything logged before it.
-std::string markerText(int rowId)
-{
-    return std::string("DBUpdate event: Table: ") + markerTable +
-           " opCode:9 rowId:" + std::to_string(rowId) + " status=0";
-}
-
-bool isOfMarker(const LogLine &line)
-{
-    return line.text.find(std::string("Table: ") + markerTable + " ") != std::string::npos;
-}
-
 } // namespace
 
 RequestLog::RequestLog() : follower(SWMGR_LOG_DEVDEBUG)
@@ -47,20 +34,18 @@ std::vector<LogLine> RequestLog::take()
     if (!heard)
         return lines;
     try {
-        const int rowId = getpid() * 64 + serial++ % 64;
+        // Such an event has no effect, but its line comes after everything logged before it.
+        const int rowId = (getpid() % 1000000 + 1) * 64 + serial++ % 64;
         askNothing(rowId);
-        const std::string marker = markerText(rowId);
-        bool seen = false;
+        bool seen = markerArrived(rowId);
         for (int nap = 0; !seen && nap < mostNaps; ++nap) {
-            follower.read([&](const LogLine &line) {
-                if (line.text.find(marker) != std::string::npos)
-                    seen = true;
-                else if (line.module == SWMGR_RELAY_MODULE_ID && !isOfMarker(line))
-                    lines.push_back(line);
-            });
-            if (!seen)
-                poll(nullptr, 0, napMs);
+            poll(nullptr, 0, napMs);
+            seen = markerArrived(rowId);
         }
+        follower.read([&](const LogLine &line) {
+            if (line.module == SWMGR_RELAY_MODULE_ID)
+                lines.push_back(line);
+        });
         heard = seen;
     } catch (const Failure &) {
         heard = false;

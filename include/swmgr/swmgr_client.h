@@ -230,7 +230,7 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrIfBandwidth, percentage) == 40);
 
 // Header of a log record; the null-terminated text follows as second buffer.
 typedef struct SwMgrLogRecord {
-    uint32_t moduleId; // SWMGR_RELAY_MODULE_ID
+    uint32_t moduleId; // of the author: SWMGR_RELAY_MODULE_ID, or 0 for its client
     int32_t level;     // SWMGR_LOG_...
     uint8_t reserved[32];
 } SwMgrLogRecord;

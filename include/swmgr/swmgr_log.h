@@ -28,7 +28,8 @@ enum {
     LOGGING_MSG_FOLLOW = 33,   // SwMgrLogFollowRequest
     LOGGING_MSG_TOOLS = 34,    // the same request; see below
     LOGGING_MSG_COUNTERS = 35, // the same request; SwMgrLogCounters follow the answer's head
-    LOGGING_MSG_SETTINGS = 36  // the same request; see below
+    LOGGING_MSG_SETTINGS = 36, // the same request; see below
+    LOGGING_MSG_MARKER = 37    // the same request, `after` being a row; see below
 };
 
 enum {
@@ -85,6 +86,10 @@ SWMGR_ASSERT_LAYOUT(offsetof(SwMgrLogEntry, textLength) == 28);
 // modes, those of tc and ethtool for a bridge's ports, "VLAN Enable status STATE" for the
 // chip's VLAN mode with the lines that report its failure, and those of a bandwidth that an
 // interface event set. In their entries `dropped` is the number of records lost since.
+
+// LOGGING_MSG_MARKER asks whether the service's line about a deletion of that row in the
+// table "swctl", which it does not know, has arrived: 1 if it has, and with it all records
+// sent before it, 0 if not. Such lines are not kept.
 
 // Requests of one kind, as far as the switch manager's records show.
 typedef struct SwMgrLogRequests {

@@ -24,6 +24,7 @@ const char *moduleName(uint32_t module)
 {
     return module == SWMGR_RELAY_MODULE_ID     ? "swmgr"
            : module == LOGGING_RELAY_MODULE_ID ? "swlogd"
+           : module == 0                       ? "swctl"
                                                : nullptr;
 }
 

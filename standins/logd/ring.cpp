@@ -41,6 +41,11 @@ void ringBegin()
     static_cast<void>(startTime());
 }
 
+void ringLost(uint32_t count)
+{
+    lost += count;
+}
+
 uint64_t ringAppend(SwMgrLogEntry entry, const char *text)
 {
     static_cast<void>(startTime());

@@ -10,6 +10,9 @@ constexpr uint64_t ringCapacity = 512;
 // Records are received from now on; answers say since when.
 void ringBegin();
 
+// Counts records that were lost before one that is not stored.
+void ringLost(uint32_t count);
+
 // Stores a record under the next number, replacing the oldest one, and returns the
 // number.
 uint64_t ringAppend(SwMgrLogEntry entry, const char *text);

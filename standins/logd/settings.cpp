@@ -61,9 +61,7 @@ uint32_t keyLengthOf(std::string_view &text)
                 return lengthOf(line, known.words) + static_cast<uint32_t>(tool.line - text.data());
         return 0;
     }
-    if (text.starts_with('(')) // the label of a switch
-        text.remove_prefix(text.find(") ") != std::string_view::npos ? text.find(") ") + 2 : 0);
-    text = withoutPlace(text);
+    text = withoutLabel(text);
     for (const SettingLine &known : otherLines)
         if (text.starts_with(known.begin))
             return lengthOf(text, known.words);

@@ -101,6 +101,39 @@ void writeDropped(const SwMgrLogEntry &entry)
     writeEntry(notice, text);
 }
 
+// The rows of the last markers, of which each reader sends its own.
+constexpr size_t markerCount = 64;
+constinit int32_t markers[markerCount] = {};
+constinit size_t nextMarker = 0;
+
+// A reader's own lines are not written or kept; only that they arrived is.
+bool takeMarker(const SwMgrLogEntry &entry, const char *text)
+{
+    int32_t rowId = 0;
+    bool isLast = false;
+    if (entry.module != SWMGR_RELAY_MODULE_ID ||
+        !isMarkerLine({text, entry.textLength}, rowId, isLast))
+        return false;
+    logd::ringLost(entry.dropped);
+    logd::settingNote(entry, text); // for the records that were lost
+    if (isLast)
+        markers[nextMarker++ % markerCount] = rowId;
+    return true;
+}
+
+// 1: the marker of the row has arrived, and with it all records sent before; 0: it has not.
+int markerAnswer(const void *data, int length)
+{
+    SwMgrLogFollowRequest wanted;
+    if (data == nullptr || length != static_cast<int>(sizeof(wanted)))
+        return -EINVAL;
+    memcpy(&wanted, data, sizeof(wanted));
+    for (const int32_t marker : markers)
+        if (marker != 0 && static_cast<uint64_t>(marker) == wanted.after)
+            return 1;
+    return 0;
+}
+
 int takeRecord(const RelayMsgHdr &header, const void *data, int length, const char *text,
                uint32_t textLength)
 {
@@ -118,6 +151,8 @@ int takeRecord(const RelayMsgHdr &header, const void *data, int length, const ch
     entry.textLength = static_cast<uint32_t>(strnlen(text, bound));
     if (entry.dropped != 0)
         writeDropped(entry);
+    if (takeMarker(entry, text))
+        return 0;
     writeEntry(entry, text);
     entry.number = logd::ringAppend(entry, text);
     logd::failureNote(entry, text);
@@ -142,6 +177,8 @@ int onMessage(void * /*arg*/, RelayMsgHdr *header, int type, void *data, int len
         return logd::countersAnswer(data, length, reply, replyLength);
     case LOGGING_MSG_SETTINGS:
         return logd::settingsAnswer(data, length, reply, replyLength);
+    case LOGGING_MSG_MARKER:
+        return markerAnswer(data, length);
     default:
         return -EINVAL;
     }

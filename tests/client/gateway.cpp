@@ -358,8 +358,7 @@ int Played::answerService(int type, const std::string &data, const std::string &
         operation = event.opCode;
         if (event.tableName == std::string("swctl")) {
             const std::lock_guard guard(lock);
-            said.push_back("DBUpdate event: Table: swctl opCode:9 rowId:" +
-                           std::to_string(event.rowId) + " status=0");
+            marker = event.rowId;
             return 0;
         }
         text = std::string(operationName(operation)) + " " + std::to_string(event.rowId);
@@ -413,6 +412,8 @@ int Played::answerLog(int type, const std::string &data, std::string &reply)
     SwMgrLogFollowRequest request{};
     memcpy(&request, data.data(), std::min(data.size(), sizeof(request)));
     const std::lock_guard guard(lock);
+    if (type == LOGGING_MSG_MARKER)
+        return static_cast<uint64_t>(marker) == request.after ? 1 : 0;
     SwMgrLogAnswer answer{};
     answer.epoch = 1;
     answer.newest = answer.last = said.size();

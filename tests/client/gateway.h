@@ -91,6 +91,7 @@ private:
     std::vector<Reply> replies;
     Reply lasting = Reply::accept;
     std::vector<std::string> messages;
+    int64_t marker = 0; // row of the last marker
     std::mutex lock; // of messages and said
     pid_t chip = 0;
     int device = -1;

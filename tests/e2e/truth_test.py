@@ -157,6 +157,15 @@ class Truth(ServedTest):
                 break
             time.sleep(0.1)
         self.assertNotIn("on trial", self.swctl(APPLIED, "status"))
+        log = self.swctl(APPLIED, "log", "--no-follow", "--lines", 512)
+        self.assertRegex(log, r"a change on trial cannot be taken back: .*; trying again in \d+ s")
+        self.assertIn("(VLAN 9 added) was not confirmed; taking it back: applied", log)
+        self.assertEqual(log.count("swctl"), 0, "lines of readers")
+
+    def test_of_a_start_that_has_nothing_to_complain_about(self):
+        self.assertEqual(self.swctl(APPLIED, "log", "--no-follow", "--level", "warning"), "")
+        self.assertNotIn("Table: swctl", self.swctl(APPLIED, "log", "--no-follow", "--level",
+                                                    "debug", "--lines", 512))
 
     def test_of_a_trial_that_is_overdue(self):
         """Its process lives and does nothing: the next command takes it back first."""
