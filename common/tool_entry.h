@@ -27,8 +27,38 @@ constexpr VlanTool vlanTools[] = {
 };
 constexpr int toolWords = 16;
 
-// Finds out what a command line is about. Lines about a VLAN's entry have the same
-// key, whatever they do to it; for any other line, the key is the whole line.
+// The tools whose lines set something, and how many words identify it; the rest is its value.
+struct SettingTool {
+    std::string_view begin;
+    int words;
+};
+constexpr SettingTool settingTools[] = {
+    {"rate_limit_func set ", 3}, {"queue_weight_func set ", 3},
+    {"pri_ctl_func set ", 3},    {"tc_func set ", 2},
+    {"sppe_ioctl rl ", 2},       {"tc qdisc del ", 5},
+    {"tc qdisc add ", 8},        {"ethtool -A ", 3},
+};
+
+// The length of the first `words` words.
+inline size_t wordsLength(std::string_view text, int words)
+{
+    size_t at = 0;
+    while (at < text.size() && (text[at] != ' ' || --words > 0))
+        ++at;
+    return at;
+}
+
+// The length of the part of a command line that names a setting; 0: it is about none.
+inline size_t settingLength(std::string_view line)
+{
+    for (const SettingTool &known : settingTools)
+        if (line.starts_with(known.begin))
+            return wordsLength(line, known.words);
+    return 0;
+}
+
+// Finds out what a command line is about. Lines about a VLAN's entry or a setting have the
+// same key, whatever they do to it; for any other line, the key is the whole line.
 inline void toolEntryRead(const ToolLine &tool, ToolEntry &entry)
 {
     char line[512];
@@ -56,5 +86,7 @@ inline void toolEntryRead(const ToolLine &tool, ToolEntry &entry)
         snprintf(entry.key, sizeof(entry.key), "%s %d", known.tool, entry.vlanId);
         return;
     }
+    if (const size_t setting = settingLength(whole); setting != 0)
+        whole[setting] = '\0';
     snprintf(entry.key, sizeof(entry.key), "%.95s", whole);
 }

@@ -65,11 +65,18 @@ SentLog readSentLog(const std::string &reason)
     return sent;
 }
 
+void takeFailure(SettingInForce &setting, const char *what)
+{
+    setting.value = "not known";
+    setting.source = what + setting.source;
+    setting.unknown.clear();
+}
+
 void takeSource(SettingInForce &setting, const LogLine &line, int status)
 {
     setting.source = "last sent " + dateText(line.time / nanosecondsPerSecond);
     if (status != 0)
-        setting.unknown = "the tool failed when it was " + setting.source;
+        takeFailure(setting, "the tool failed when it was ");
     else if (line.dropped != 0)
         setting.unknown =
             std::to_string(line.dropped) + " records were lost since it was " + setting.source;

@@ -71,8 +71,11 @@ public:
 // Empty with a reason if `tools`, what the log tells about tools, could not be read.
 SentLog readSentLog(const std::string &reason);
 
+// What was last sent is known to have failed, so that it differs from whatever is wanted.
+void takeFailure(SettingInForce &setting, const char *what);
+
 // Where a value that a line of the log tells comes from, and whether it can be relied on:
-// lines lost since, or a tool that failed, make it unknown.
+// lines lost since make it unknown, and a tool that failed makes it a failure.
 void takeSource(SettingInForce &setting, const LogLine &line, int status = 0);
 
 // The number in the word; 0 if it has none.

@@ -126,7 +126,7 @@ std::vector<UnknownSetting> unknownSettings(const Target &target, const Actual &
     std::vector<UnknownSetting> all;
     for (const WantedSetting &wanted : target.settings) {
         const SettingInForce *held = inForce(wanted, actual);
-        if (wanted.asked && (held == nullptr || !held->unknown.empty()))
+        if (held == nullptr ? wanted.asked : !held->unknown.empty())
             all.push_back({&wanted, held != nullptr ? held->unknown : actual.settingsReason});
     }
     return all;

@@ -77,7 +77,8 @@ std::vector<Difference> differences(const Target &target, const Actual &actual);
 // What is known of a wanted setting; null: nothing.
 const SettingInForce *inForce(const WantedSetting &wanted, const Actual &actual);
 
-// Settings that the rows ask for and of which it is not known whether they are in force.
+// Settings of which it is not known what is in force: those that the rows ask for, and those
+// that somebody tried to change.
 struct UnknownSetting {
     const WantedSetting *wanted; // in the target
     std::string reason;

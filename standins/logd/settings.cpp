@@ -2,6 +2,7 @@
 #include "standins/logd/settings.h"
 
 #include "common/log_rank.h"
+#include "common/tool_entry.h"
 #include "standins/logd/ring.h"
 
 #include <cstring>
@@ -10,16 +11,10 @@ namespace logd {
 
 namespace {
 
-// Lines that begin like this, and how many words identify the setting; the rest is its value.
+// Other lines that begin like this, and how many words identify the setting.
 struct SettingLine {
     std::string_view begin;
     int words;
-};
-constexpr SettingLine toolLines[] = {
-    {"rate_limit_func set ", 3}, {"queue_weight_func set ", 3},
-    {"pri_ctl_func set ", 3},    {"tc_func set ", 2},
-    {"sppe_ioctl rl ", 2},       {"tc qdisc del ", 5},
-    {"tc qdisc add ", 8},        {"ethtool -A ", 3},
 };
 constexpr SettingLine otherLines[] = {
     {"VLAN Enable status ", 3},
@@ -40,31 +35,21 @@ constinit Kept kept[settingCapacity] = {};
 constinit uint32_t count = 0;
 constinit uint64_t unkept = 0; // settings for which there was no room
 
-// The length of the first `words` words.
-uint32_t lengthOf(std::string_view text, int words)
-{
-    size_t at = 0;
-    while (at < text.size() && (text[at] != ' ' || --words > 0))
-        ++at;
-    return static_cast<uint32_t>(at);
-}
-
 // The length of the part of the text that names a setting; 0: it is about none.
 uint32_t keyLengthOf(std::string_view &text)
 {
     text = withoutPlace(text);
     ToolLine tool;
     if (toolLineRead(text.data(), text.size(), tool)) {
-        const std::string_view line(tool.line, tool.length);
-        for (const SettingLine &known : toolLines)
-            if (line.starts_with(known.begin))
-                return lengthOf(line, known.words) + static_cast<uint32_t>(tool.line - text.data());
-        return 0;
+        const size_t length = settingLength({tool.line, tool.length});
+        return length == 0
+                   ? 0
+                   : static_cast<uint32_t>(length + static_cast<size_t>(tool.line - text.data()));
     }
     text = withoutLabel(text);
     for (const SettingLine &known : otherLines)
         if (text.starts_with(known.begin))
-            return lengthOf(text, known.words);
+            return static_cast<uint32_t>(wordsLength(text, known.words));
     for (const std::string_view failure : modeFailures)
         if (text.starts_with(failure))
             return static_cast<uint32_t>(failure.size());

@@ -107,8 +107,9 @@ TEST_F(Records, ofTheHistoryKeepRowsAndWhereTheyCameFrom)
     EXPECT_EQ(History(databaseFile()).numberOf(third.changes), 3);
     EXPECT_EQ(History(databaseFile()).numberOf(removal(2)), 0);
     // Numbers go on beyond 32 bits, and lines of older versions are still read.
-    const std::string line = R"({"number": 5000000000, "time": 1, "who": "x", "outcome": "refused",)"
-                       R"( "undoes": 0, "change": {"what": "a", "verb": "b", "rows": []}})";
+    const std::string line =
+        R"({"number": 5000000000, "time": 1, "who": "x", "outcome": "refused",)"
+        R"( "undoes": 0, "change": {"what": "a", "verb": "b", "rows": []}})";
     append(".history", line + "\n");
     EXPECT_EQ(History(databaseFile()).add(first), 5000000001);
     EXPECT_FALSE(History(databaseFile()).entries().at(3).stands);

@@ -185,7 +185,8 @@ TEST(Setting, isKnownByTheLastLineAboutIt)
         const char *expected;
     };
     const Device &engine = engineDevice(), &chip = chipDevice();
-    const std::string event = "Configure upstream bandwdith limit of eth1 to 640 kbps (50%)";
+    const std::string event =
+        "Configure upstream bandwdith limit of eth1 to 640 kbps (50% of total)";
     const Case cases[] = {
         {engine,
          {"cmd (rate_limit_func set 2 20 1) returned (0)."},
@@ -195,10 +196,13 @@ TEST(Setting, isKnownByTheLastLineAboutIt)
          "rate limit of engine port 2: none"},
         {engine,
          {"cmd (rate_limit_func set 2 20 1) returned (2)."},
-         "rate limit of engine port 2: unknown"},
+         "rate limit of engine port 2: not known"},
         {engine,
          {event, "cmd (rate_limit_func set 1 10 0) returned (0)."},
          "rate limit of engine port 1: 640 kbit/s, by others"},
+        {engine,
+         {event, "cmd (rate_limit_func set 1 20 0) returned (0)."}, // another request right after
+         "rate limit of engine port 1: 1280 kbit/s"},
         {engine,
          {event, "cmd (rate_limit_func set 2 10 0) returned (0)."},
          "rate limit of engine port 2: 640 kbit/s"},
@@ -219,7 +223,7 @@ TEST(Setting, isKnownByTheLastLineAboutIt)
         {chip, {"VLAN Enable status 1", "VLAN Enable status 0"}, "802.1Q of the chip: off"},
         {chip,
          {"VLAN Enable status 0", "Failed to process cmd 33 on BCM"},
-         "802.1Q of the chip: unknown"},
+         "802.1Q of the chip: not known"},
         {chip,
          {"Failed to process cmd 33 on BCM", "VLAN Enable status 1"},
          "802.1Q of the chip: on"},

@@ -5,6 +5,7 @@ and kernel hold decides whether they agree; swctl must have reported just that."
 
 import os
 import random
+import re
 import signal
 import subprocess
 import time
@@ -162,6 +163,158 @@ class Drill(GatewayTest):
             said = client.communicate(timeout=60)
             self.assertEqual(client.returncode, APPLIED, said)
         self.assertTrue(self.agree(), self.seen)
+
+
+class SettingsDrill(GatewayTest):
+    """The same for settings: by swctl, and behind its back by requests, SQL and events."""
+    EVENT = 49152  # kbit/s at port 1, which an interface event and nothing else asks for
+
+    def setUp(self):
+        self.random = random.Random(SEED)
+        self.hardware = self.gateway()
+        self.hardware.start_log_daemon()
+        (self.hardware.state / "odd").mkdir()
+        tool = self.hardware.state / "odd/rate_limit_func"
+        tool.write_text("#!/bin/sh\n[ ! -e /run/gateway/fail ] || exit 3\n"
+                        "exec /gateway/tools/rate_limit_func \"$@\"\n")
+        tool.chmod(0o755)
+        self.start()
+        self.assertEqual(self.hardware.swctl("recover"), APPLIED)
+
+    def start(self):
+        self.assertTrue(self.hardware.start(
+            env={"PATH": f"/run/gateway/odd:/gateway/tools:{BUILD}/bin:/usr/bin:/bin"}))
+
+    @staticmethod
+    def rate(kbit):
+        """What the limiter makes of a rate, in kbit/s."""
+        for step, highest in ((64, 8128), (1024, 130048), (10240, 1300480)):
+            if 64 <= kbit <= highest:
+                return kbit // step * step
+        return 0
+
+    def wrong(self):
+        """What chip and engine hold other than the rows say."""
+        switches = {row["switchName"]: row
+                    for row in self.hardware.rows("swGlobalCfg").values()}
+        engine = self.hardware.engine()
+        held = {port["port"]: port for port in engine["ports"]}
+        found = set()
+        if self.hardware.chip()["vlanMode"] != bool(switches["PSE"]["vlanEnable"]):
+            found.add("802.1Q of the chip")
+        if engine["rateLimiter"] != switches["PSE"]["qosEnable"]:
+            found.add("QoS of the engine")
+        ports = [row for row in self.hardware.rows("swPortConfig").values()
+                 if row["switchName"] == "PSE"]
+        for row in ports:
+            port = row["portNumber"]
+            limit = held[port]["rate"] or {"value": 0, "unit": 0}
+            kbit = limit["value"] * (64, 1024, 10240)[limit["unit"]]
+            if kbit != self.rate(row["rateLimit"]) and (port, kbit) != (1, self.EVENT):
+                found.add(f"rate limit of engine port {port}")
+            weights = [row[f"queue{number}Weight"].bit_length() - 1 for number in range(1, 5)]
+            mode = {0: 1, 1: 0, 3: 2}[row["schedMode"]]
+            queues = held[port]["queues"] or {"mode": 1, "weights": [0, 0, 0, 0]}
+            if (queues["mode"], queues["weights"]) != (mode, weights):
+                found.add(f"scheduling of engine port {port}")
+        usual = lambda row: (row["numQueues"], row["schedMode"], *(
+            row[f"queue{number}Weight"] for number in range(1, 5))) == (4, 0, 1, 1, 1, 1)
+        asked = [row["numQueues"] for row in ports if not usual(row)]
+        if asked and engine["queueCode"] != {1: 0, 2: 1, 4: 2}[asked[-1]]:
+            found.add("queues of the engine")
+        return found
+
+    def unknown(self):
+        """What swctl has just said not to know."""
+        names = set()
+        for name, ports in re.findall(r"((?:rate limit|scheduling) of engine) ports? ([\d, ]+): "
+                                      r"not known", " ".join(self.hardware.said.split())):
+            names |= {f"{name} port {port}" for port in ports.split(", ")}
+        return names | {name for name in ("QoS of the engine", "802.1Q of the chip",
+                                          "queues of the engine")
+                        if f"{name}: not known:" in " ".join(self.hardware.said.split())}
+
+    def operation(self):
+        port, word = self.random.choice((1, 2, 3)), self.random.choice(("on", "off"))
+        rate = self.random.choice((64, 100, 8129, 130048, 200000))
+        return self.random.choice((
+            ("rate-limit", "--port", port, "--rate", rate),
+            ("rate-limit", "--port", port, "--rate", rate),
+            ("rate-limit", "--port", port, "--off"),
+            ("queues", "--port", port, "--queues", self.random.choice((1, 2, 4)), "--mode",
+             self.random.choice((0, 1, 3)), "--weights", "1,3,4,9"),
+            ("queues", "--port", "all", "--weights", "1,1,2,2"),
+            ("qos", word), ("vlan-mode", word),
+            ("port", "set", "PSE", port, "--rate-limit", rate),
+            ("switch", "set", "PSE", "--qos", word), ("undo",), ("repair",), ("recover",)))
+
+    def behind(self):
+        """Somebody else does something."""
+        chance = self.random.randrange(6)
+        state = self.random.randrange(2)
+        name = lambda text: text.encode().ljust(64, b"\0")
+        command = lambda switch, payload: name(switch) + payload.ljust(1300, b"\0")
+        number = lambda value: value.to_bytes(4, "little")
+        if chance == 0:
+            self.hardware.ask(33, command("BCM", number(state)))
+        elif chance == 1:
+            self.hardware.ask(47, command("PSE", number(state)))
+        elif chance == 2:
+            port = self.random.choice((1, 2, 3))
+            self.hardware.ask(50, command("PSE", number(port) + b"\1\0\0\0" + number(640)))
+        elif chance == 3:
+            self.hardware.write(f"UPDATE swPortConfig SET rateLimit = {640 * state} WHERE "
+                                "switchName = 'PSE' AND portNumber = 2")
+        elif chance == 4:
+            self.hardware.write(f"UPDATE swGlobalCfg SET qosEnable = {state}, "
+                                f"vlanEnable = {1 - state}")
+        else:
+            self.assertEqual(self.hardware.swctl("bandwidth", "eth1", 100000, 50), APPLIED)
+        return f"behind its back {chance} {state}"
+
+    def test_words(self):
+        fails = self.hardware.state / "fail"
+        words = [0] * 5
+        for number in range(OPERATIONS * 2):
+            chance = self.random.random()
+            failing = False
+            if chance < 0.3:
+                what = self.behind()
+            elif chance < 0.36:
+                self.hardware.kill()
+                self.start()
+                what = "restart"
+            else:
+                operation = self.operation()
+                failing = self.random.random() < 0.15
+                if failing:
+                    fails.touch()
+                status = self.hardware.swctl(*operation)
+                fails.unlink(missing_ok=True)
+                what = f"{operation}: {status} {self.hardware.said}"
+                words[status] += 1
+                if status == APPLIED and operation[0] != "recover":
+                    self.assertEqual(self.wrong() - self.unknown(), set(),
+                                     f"{number} {what} seed {SEED}")
+            wrong = self.wrong()
+            told = self.hardware.swctl("diff")
+            said = " ".join(self.hardware.said.split())
+            where = f"operation {number}, seed {SEED}: {what}\n{said}"
+            unknown = self.unknown()
+            for name in wrong - unknown:
+                self.assertIn(f"! {name}: ", said, where)
+            if "the tool failed" not in said:  # it may fail and change nothing
+                self.assertEqual(told, DIFFERS if wrong - unknown else APPLIED, where)
+            self.hardware.swctl("status")
+            if wrong:
+                self.assertFalse(self.hardware.said.startswith("healthy"), where)
+            elif "not known" not in said and told == APPLIED:
+                self.assertTrue(self.hardware.said.startswith("healthy"), where +
+                                self.hardware.said)
+        self.assertEqual(self.hardware.swctl("repair"), APPLIED, self.hardware.said)
+        self.assertEqual(self.wrong(), set())
+        progress(f"{OPERATIONS * 2} operations on settings: {words[APPLIED]} applied, "
+                 f"{words[REFUSED]} refused, {words[DIFFERS]} differ")
 
 
 if __name__ == "__main__":

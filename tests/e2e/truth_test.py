@@ -58,10 +58,11 @@ class Truth(ServedTest):
         self.assertIn("802.1Q of the chip sent: on", self.swctl(APPLIED, *ADD))
         self.assertTrue(self.hardware.chip()["vlanMode"])
         self.swctl(APPLIED, "status")
-        # A request that the chip cannot take leaves it unknown.
+        # A request that the chip cannot take.
         self.swctl(REFUSED, "command", 33, "--switch", "BCM", "--payload", "07000000")
-        self.assertIn("802.1Q of the chip: not known: ", self.swctl(APPLIED, "diff"))
-        self.assertTrue(self.swctl(APPLIED, "status").startswith("not all known\n"))
+        self.assertIn("802.1Q of the chip: not known (refused when it was last sent ",
+                      " ".join(self.swctl(DIFFERS, "diff").split()))
+        self.assertTrue(self.swctl(DIFFERS, "status").startswith("not healthy\n"))
         self.assertIn("sent: on", self.swctl(APPLIED, "repair"))
         self.assertTrue(self.swctl(APPLIED, "status").startswith("healthy\n"))
 

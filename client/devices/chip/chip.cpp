@@ -210,8 +210,10 @@ void ChipDevice::readSettings(const SentLog &sent, const Site & /*site*/,
     for (const char *failure :
          {"Failed to enable VLAN in ", "Failed to process cmd (33) ", "Failed to process cmd 33 "})
         if (const LogLine *failed = sent.find(failure);
-            failed != nullptr && failed->number > line->number)
-            setting.unknown = "it was refused when it was " + setting.source;
+            failed != nullptr && failed->number > line->number) {
+            takeFailure(setting, "refused when it was ");
+            break;
+        }
 }
 
 void ChipDevice::previewPorts(const DeviceState &before, const DeviceState &after,

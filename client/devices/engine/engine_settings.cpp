@@ -135,6 +135,8 @@ void takeRates(const SentLog &sent, std::vector<SettingInForce> &all)
     constexpr uint64_t mostBetween = 8; // records of one event, up to that of its tool
     constexpr std::string_view event = "Configure upstream bandwdith limit of ";
     const LogLine *upstream = sent.find(event);
+    const size_t to = upstream != nullptr ? upstream->text.rfind(" to ") : std::string::npos;
+    const int eventRate = to != std::string::npos ? toInt(upstream->text.substr(to + 4)) : 0;
     for (const SentLog::Call &call : sent.calls("rate_limit_func set ")) {
         const int unit = numberIn(call.words, 2);
         SettingInForce &setting = add(all, rateName, numberIn(call.words, 0));
@@ -145,7 +147,8 @@ void takeRates(const SentLog &sent, std::vector<SettingInForce> &all)
         takeSource(setting, *call.line, call.status);
         setting.byOthers = upstream != nullptr && setting.port == eventPort &&
                            upstream->number < call.line->number &&
-                           call.line->number - upstream->number <= mostBetween;
+                           call.line->number - upstream->number <= mostBetween &&
+                           setting.value == rateText(engineRate(eventRate));
         if (setting.byOthers)
             setting.source += ", for the bandwidth of an interface";
     }
