@@ -139,7 +139,8 @@ bool Json::operator==(const Json &other) const
 class JsonReader final : public nlohmann::json_sax<Library> {
 public:
     Json root;
-    std::string fault; // empty if none
+    std::string fault;            // empty if none
+    bool refusesRepeated = false; // members given twice
 
     bool null() override { return take({}); }
     bool boolean(bool value) override { return take(value); }
@@ -160,7 +161,8 @@ public:
     }
     bool end_object() override
     {
-        keepLast(around.back()->objectMembers);
+        if (!keepLast(around.back()->objectMembers) && refusesRepeated)
+            return false;
         return close();
     }
     bool start_array(size_t) override { return open(Json::array()); }
@@ -210,8 +212,8 @@ private:
         return true;
     }
 
-    // A duplicate name keeps its first position and its last value.
-    static void keepLast(std::vector<Json::Member> &members)
+    // A duplicate name keeps its first position and its last value. False if there is one.
+    bool keepLast(std::vector<Json::Member> &members)
     {
         std::map<std::string_view, Json::Member *> first;
         std::vector<Json::Member> kept;
@@ -219,22 +221,38 @@ private:
         for (Json::Member &member : members) {
             const auto found = first.find(member.name);
             if (found != first.end()) {
+                fault = path() + member.name + " is given twice";
                 found->second->value = std::move(member.value);
                 continue;
             }
             kept.push_back(std::move(member));
             first.emplace(kept.back().name, &kept.back());
         }
+        const bool unique = kept.size() == members.size();
         members = std::move(kept);
+        return unique;
+    }
+
+    // Of the open object, as "vlans[3]."; empty for the root.
+    [[nodiscard]] std::string path() const
+    {
+        std::string text;
+        for (size_t i = 0; i + 1 < around.size(); ++i)
+            if (around[i]->isArray())
+                text += "[" + std::to_string(around[i]->arrayValues.size() - 1) + "]";
+            else
+                text += (text.empty() ? "" : ".") + around[i]->objectMembers.back().name;
+        return text.empty() ? text : text + ".";
     }
 
     std::vector<Json *> around;     // open arrays and objects
     std::vector<std::string> names; // name of the next member of each
 };
 
-Json Json::parse(std::string_view text)
+Json Json::parse(std::string_view text, Repeated repeated)
 {
     JsonReader reader;
+    reader.refusesRepeated = repeated == Repeated::isRefused;
     if (!Library::sax_parse(text, &reader))
         throw JsonError(reader.fault);
     return std::move(reader.root);

@@ -54,8 +54,14 @@ public:
     [[nodiscard]] static Json array();
     [[nodiscard]] static Json object();
 
-    // Throws a JsonError if the text is not JSON, or is nested too deeply.
-    [[nodiscard]] static Json parse(std::string_view text);
+    // Throws a JsonError if the text is not JSON, or is nested too deeply. Of a member that is
+    // given twice the last value counts, or the text is refused.
+    enum class Repeated {
+        lastCounts,
+        isRefused
+    };
+    [[nodiscard]] static Json parse(std::string_view text,
+                                    Repeated repeated = Repeated::lastCounts);
     [[nodiscard]] static Json parseOrNull(std::string_view text); // null instead
 
     // To an array. Named as containers name it. NOLINTNEXTLINE(readability-identifier-naming)

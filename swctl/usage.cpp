@@ -93,30 +93,10 @@ std::string section(const char *heading, const std::string &lines)
     return lines.empty() ? lines : std::string("\n") + heading + ":\n" + lines;
 }
 
-// Insertions, deletions and replacements to turn one word into the other.
-size_t distance(const std::string &a, const std::string &b)
-{
-    std::vector<size_t> row(b.size() + 1);
-    std::iota(row.begin(), row.end(), size_t{0});
-    for (size_t i = 1; i <= a.size(); ++i) {
-        size_t diagonal = std::exchange(row[0], i);
-        for (size_t j = 1; j <= b.size(); ++j) {
-            const size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
-            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, replaced}));
-        }
-    }
-    return row[b.size()];
-}
-
 std::string suggestion(const std::string &word, const std::vector<std::string> &known)
 {
-    const auto nearest = std::min_element(known.begin(), known.end(),
-                                          [&](const std::string &a, const std::string &b) {
-                                              return distance(word, a) < distance(word, b);
-                                          });
-    if (nearest == known.end() || distance(word, *nearest) > std::max<size_t>(2, word.size() / 3))
-        return {};
-    return "; did you mean '" + *nearest + "'?";
+    const std::string meant = nearest(word, known);
+    return meant.empty() ? meant : "; did you mean '" + meant + "'?";
 }
 
 // The options known at a place: its own and those of the enclosing places.

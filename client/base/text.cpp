@@ -6,8 +6,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <langinfo.h>
+#include <numeric>
 #include <sys/ioctl.h>
 #include <unistd.h>
+#include <utility>
 
 namespace swctl {
 namespace {
@@ -57,6 +59,21 @@ void appendFormatted(std::string &out, const char *format, unsigned value)
     std::array<char, 16> buffer{};
     const int length = snprintf(buffer.data(), buffer.size(), format, value);
     out.append(buffer.data(), static_cast<size_t>(length));
+}
+
+// Insertions, deletions and replacements to turn one word into the other.
+size_t distance(const std::string &a, const std::string &b)
+{
+    std::vector<size_t> row(b.size() + 1);
+    std::iota(row.begin(), row.end(), size_t{0});
+    for (size_t i = 1; i <= a.size(); ++i) {
+        size_t diagonal = std::exchange(row[0], i);
+        for (size_t j = 1; j <= b.size(); ++j) {
+            const size_t replaced = diagonal + (a[i - 1] == b[j - 1] ? 0 : 1);
+            diagonal = std::exchange(row[j], std::min({row[j] + 1, row[j - 1] + 1, replaced}));
+        }
+    }
+    return row[b.size()];
 }
 
 } // namespace
@@ -225,6 +242,17 @@ void TextTable::print(FILE *stream) const
         line.erase(line.find_last_not_of(' ') + 1);
         fprintf(stream, "%s\n", line.c_str());
     }
+}
+
+std::string nearest(const std::string &word, const std::vector<std::string> &known)
+{
+    const auto found = std::min_element(known.begin(), known.end(),
+                                        [&](const std::string &a, const std::string &b) {
+                                            return distance(word, a) < distance(word, b);
+                                        });
+    if (found == known.end() || distance(word, *found) > std::max<size_t>(2, word.size() / 3))
+        return {};
+    return *found;
 }
 
 } // namespace swctl

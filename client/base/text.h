@@ -57,6 +57,9 @@ void printWrapped(FILE *stream, const std::string &text, size_t columns, size_t 
 // Prints each line with its own indent, wrapped at outputColumns and safe for the terminal.
 void printLines(FILE *stream, std::string_view text);
 
+// The word that a misspelt one is probably meant to be; empty: none is like it.
+std::string nearest(const std::string &word, const std::vector<std::string> &known);
+
 // A table in which each column is as wide as its widest cell.
 class TextTable {
 public:

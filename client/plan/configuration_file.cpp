@@ -3,6 +3,7 @@
 #include "client/base/failure.h"
 #include "client/base/number.h"
 #include "client/base/text.h"
+#include "client/plan/file_words.h"
 #include "client/rows/check_rows.h"
 #include "client/rows/row_json.h"
 
@@ -37,11 +38,14 @@ std::string keyOf(const Section &section, const Row &row)
            (section.isText ? number : std::to_string(toInt(number)));
 }
 
-Json rowJson(const Row &row)
+Json rowJson(const Section &section, const Row &row)
 {
     Json object = Json::object();
     for (const Row::Cell &cell : asNewRow(row).cells)
-        object[cell.column] = toJson(cell.value);
+        if (const Column *column = columnInFile(section.table, cell.column))
+            object[column->fileName()] = toFile(*column, cell);
+        else
+            object[cell.column] = toJson(cell.value);
     return object;
 }
 
@@ -50,29 +54,39 @@ Json rowJson(const Row &row)
     throw Failure(exitUsage, printable(name) + ": " + printable(why));
 }
 
-[[noreturn]] void refuseValue(const std::string &name, const std::string &where,
-                              const std::string &column)
-{
-    refuseFile(name, where + ": '" + column + "' is neither text, number nor null");
-}
-
 using WantedRows = FileWish::Rows;
+
+// A column that only the database knows.
+Value otherValue(const Json &json, const std::string &place)
+{
+    if (json.isReal() || json.isArray() || json.isBoolean())
+        throw Failure(exitUsage, printable(place + ": it is neither text, whole number nor null"));
+    return valueOf(json);
+}
 
 std::vector<Assignment> wantedRow(const std::string &name, const Section &section, size_t at,
                                   const Json &json)
 {
-    const std::string where = std::string(section.name) + ", entry " + std::to_string(at + 1);
+    const std::string where = std::string(section.name) + "[" + std::to_string(at) + "]";
     if (!json.isObject())
         refuseFile(name, where + ": it is not an object");
     std::vector<Assignment> values;
-    for (const auto &[column, value] : json.members()) {
-        if (value.isArray() || value.isBoolean())
-            refuseValue(name, where, column);
-        values.push_back({column, valueOf(value)});
+    for (const auto &[member, value] : json.members()) {
+        const Column *column = columnInFile(section.table, member);
+        const std::string place = name + ": " + where + "." + member;
+        const std::string stored = column != nullptr ? column->name : member;
+        if (std::any_of(values.begin(), values.end(),
+                        [&](const Assignment &one) { return one.column == stored; }))
+            refuseFile(name, where + "." + member + ": it is given under two names");
+        values.push_back({stored, column != nullptr ? fromFile(*column, value, place)
+                                                    : otherValue(value, place)});
     }
-    for (const char *column : {section.owner, section.number})
-        if (column != nullptr && json.find(column) == nullptr)
-            refuseFile(name, where + ": '" + column + "' is missing");
+    for (const char *needed : {section.owner, section.number})
+        if (needed != nullptr && std::none_of(values.begin(), values.end(), [&](const auto &one) {
+                return one.column == needed;
+            }))
+            refuseFile(name, where + ": '" + columnInFile(section.table, needed)->fileName() +
+                                 "' is missing");
     return values;
 }
 
@@ -91,11 +105,12 @@ Row rowOf(const std::vector<Assignment> &values, Row row)
 void checkColumns(const Section &section, const TableRows &table, const WantedRows &wanted,
                   const std::string &name)
 {
-    for (const std::vector<Assignment> &row : wanted)
-        for (const Assignment &value : row)
+    for (size_t at = 0; at < wanted.size(); ++at)
+        for (const Assignment &value : wanted[at])
             if (!table.columns.contains(value.column))
-                refuseFile(name, std::string(section.name) + ": " + section.table +
-                                     " has no column '" + value.column + "'");
+                refuseFile(name, std::string(section.name) + "[" + std::to_string(at) + "]." +
+                                     value.column + ": " + section.table + " has no such column" +
+                                     wordMeant(section.table, value.column));
 }
 
 // SQLite converts values to the column's type: a number in a text column is stored as text.
@@ -161,12 +176,8 @@ Changes changesOf(const Section &section, const TableRows &table, const WantedRo
 
 void take(std::vector<RowChange> &from, ChangeSet &to)
 {
-    for (RowChange &change : from) {
-        if (!change.isAnnounced() && to.consequences.empty())
-            to.consequences.emplace_back(
-                "changes of switches and ports take effect when the service starts again");
+    for (RowChange &change : from)
         to.rows.push_back(std::move(change));
-    }
 }
 
 } // namespace
@@ -174,11 +185,11 @@ void take(std::vector<RowChange> &from, ChangeSet &to)
 Json configurationJson(Database &database)
 {
     const Transaction transaction(database, Access::read);
-    Json json = Json::object();
+    Json json = {{"$schema", "configuration.schema.json"}, {"version", fileVersion}};
     for (const Section &section : sections) {
         Json list = Json::array();
         for (const Row &row : database.rows(section.table))
-            list.push_back(rowJson(row));
+            list.push_back(rowJson(section, row));
         json[section.name] = std::move(list);
     }
     return json;
@@ -188,10 +199,11 @@ FileWish fileWishOf(const std::string &text, const std::string &name)
 {
     Json json;
     try {
-        json = Json::parse(text);
+        json = Json::parse(text, Json::Repeated::isRefused);
     } catch (const JsonError &error) {
         std::string_view what = error.what();
-        what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
+        if (what.starts_with('[')) // the library's name for the error
+            what.remove_prefix(std::min(what.size(), what.find("] ") + 2));
         refuseFile(name, std::string(what.substr(0, longestReason)));
     }
     if (!json.isObject())
@@ -203,8 +215,18 @@ FileWish fileWishOf(const std::string &text, const std::string &name)
                          [&name = member](const Section &one) { return name == one.name; });
         if (member == "$schema")
             continue;
-        if (section == std::end(sections) || !list.isArray())
-            refuseFile(name, "'" + member + "' is not a list of switches, ports or vlans");
+        if (member == "version") {
+            if (list != Json(fileVersion))
+                refuseFile(name,
+                           "version: this swctl reads version " + std::to_string(fileVersion));
+            continue;
+        }
+        if (section == std::end(sections) || !list.isArray()) {
+            const std::string word = nearest(member, {"switches", "ports", "vlans"});
+            refuseFile(
+                name, "'" + member + "' is not a list of switches, ports or vlans" +
+                          (word.empty() || word == member ? "" : "; did you mean '" + word + "'?"));
+        }
         WantedRows rows;
         for (const Json &row : list.values())
             rows.push_back(wantedRow(name, *section, rows.size(), row));

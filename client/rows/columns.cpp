@@ -1,6 +1,7 @@
 #include "client/rows/columns.h"
 
 #include <algorithm>
+#include <cstring>
 #include <stdexcept>
 
 namespace swctl {
@@ -58,8 +59,16 @@ std::string valueSchema(const Column &column)
 {
     const std::string most = std::to_string(column.most);
     const bool bounded = column.outside != Outside::passed;
-    if (column.holds == Holds::flag && bounded)
-        return R"("enum": [0, 1, null])";
+    if (column.holds == Holds::flag)
+        return bounded ? R"("enum": [false, true, 0, 1, null])"
+                       : R"("type": ["boolean", "integer", "null"])";
+    if (column.holds == Holds::portList)
+        return R"("type": ["array", "string", "null"], "items": {"type": "integer", "minimum": 0, )"
+               R"("maximum": )" +
+               std::to_string(portListBits - 1) + R"(}, "pattern": "^([0-9]+(,[0-9]+)*)?$")";
+    if (column.holds == Holds::mapping)
+        return R"("type": ["array", "string", "null"], "items": {"type": "string", "pattern": )"
+               R"("^[^:,]+:[0-9]+$"}, "pattern": "^([^:,]+:[0-9]+(,[^:,]+:[0-9]+)*)?$")";
     if (column.gap != noGap) {
         std::string numbers;
         for (int64_t value = column.least; value <= column.most; ++value)
@@ -78,10 +87,6 @@ std::string valueSchema(const Column &column)
     }
     if (column.isIdentity())
         schema += ", \"minLength\": 1";
-    if (column.holds == Holds::portList)
-        schema += R"(, "pattern": "^([0-9]+(,[0-9]+)*)?$")";
-    if (column.holds == Holds::mapping)
-        schema += R"(, "pattern": "^([^:,]+:[0-9]+(,[^:,]+:[0-9]+)*)?$")";
     return schema + ", \"maxLength\": " + most;
 }
 
@@ -90,9 +95,9 @@ void appendList(std::string &json, const Table &table)
     std::string required, properties;
     for (const Column &column : columnsOf(table.name)) {
         if (column.isIdentity())
-            required += (required.empty() ? "\"" : ", \"") + std::string(column.name) + "\"";
+            required += (required.empty() ? "\"" : ", \"") + column.fileName() + "\"";
         properties += (properties.empty() ? "" : ",") + std::string("\n          \"") +
-                      column.name + "\": {" + valueSchema(column) + "}";
+                      column.fileName() + "\": {" + valueSchema(column) + "}";
     }
     json += std::string(",\n    \"") + table.list + "\": {\n      \"type\": \"array\",\n" +
             "      \"description\": \"" + table.comment + "\",\n      \"items\": {\n" +
@@ -101,6 +106,30 @@ void appendList(std::string &json, const Table &table)
 }
 
 } // namespace
+
+std::string Column::fileName() const
+{
+    struct Word {
+        std::string_view column, word;
+    };
+    // Those whose options are arguments, or say less in a file.
+    constexpr Word words[] = {{"vlanId", "vlan"},
+                              {"portNumber", "port"},
+                              {"fwdMap", "members"},
+                              {"untagMap", "untagged"}};
+    for (const auto &[column, word] : words)
+        if (column == name)
+            return std::string(word);
+    if (isIdentity() && std::string_view(name) == "switchName")
+        return std::string_view(table) == switchTableName ? "name" : "switch";
+    std::string word;
+    for (const char *c = option + strspn(option, "-"); *c != '\0'; ++c)
+        if (*c == '-')
+            word += static_cast<char>(*++c - 'a' + 'A');
+        else
+            word += *c;
+    return word;
+}
 
 std::string Column::values() const
 {
@@ -173,7 +202,9 @@ std::string configurationSchema()
                        "  \"description\": \"What 'swctl export' writes and 'swctl apply' reads: "
                        "the rows of the configuration database in their order.\",\n"
                        "  \"type\": \"object\",\n  \"additionalProperties\": false,\n"
-                       "  \"properties\": {\n    \"$schema\": {\"type\": \"string\"}";
+                       "  \"properties\": {\n    \"$schema\": {\"type\": \"string\"},\n"
+                       "    \"version\": {\"const\": " +
+                       std::to_string(fileVersion) + "}";
     for (const Table &table : allTables)
         appendList(json, table);
     return json + "\n  }\n}\n";

@@ -14,6 +14,8 @@
 
 namespace swctl {
 
+constexpr int fileVersion = 1; // of configuration files
+
 constexpr const char *switchTableName = "swGlobalCfg";
 constexpr const char *portTableName = "swPortConfig";
 constexpr const char *vlanTableName = "vlanEncapIf";
@@ -74,6 +76,8 @@ struct Column {
     {
         return value >= least && value <= most && value != gap;
     }
+    // In a configuration file: the word of its option, as "rateLimit".
+    [[nodiscard]] std::string fileName() const;
     // The accepted numbers as text: "0 to 4094", "0, 1 and 3", "1 and more".
     [[nodiscard]] std::string values() const;
 };

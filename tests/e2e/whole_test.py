@@ -50,14 +50,13 @@ class Whole(GatewayTest):
         self.assertIs(json.loads(self.swctl(APPLIED, "--json", "apply", path))["changed"], False)
         whole = json.dumps(configuration)
         gone = configuration["vlans"].pop(0)
-        ports = [port for port in configuration["ports"] if port["portNumber"] != 4 or
-                 port["phyDevice"]]
+        ports = [port for port in configuration["ports"] if port["port"] != 4 or port["map"]]
         for port in ports:
-            port["phyDevice"] = (port["phyDevice"] or "").replace("BCM:4", "BCM:3")
+            port["map"] = [below.replace("BCM:4", "BCM:3") for below in port["map"] or []]
         configuration["ports"] = ports
         path.write_text(json.dumps(configuration))
         self.assertIn("restart the service", self.swctl(DIFFERS, "apply", path))
-        self.assertNotIn(gone["vlanId"], [row["vlanId"] for row in self.state()[0].values()])
+        self.assertNotIn(gone["vlan"], [row["vlanId"] for row in self.state()[0].values()])
         path.write_text(whole)  # a port of the engine is mapped onto one that is new
         self.swctl(APPLIED, "apply", path)
         self.assertEqual(self.hardware.stop(), 0)
@@ -66,7 +65,7 @@ class Whole(GatewayTest):
         self.assertIs(json.loads(self.swctl(APPLIED, "--json", "apply", path))["changed"], False)
         held = self.state()
         configuration = json.loads(whole)
-        configuration["vlans"].append({"vlanId": 40, "interfaceName": "eth9", "fwdMap": "1"})
+        configuration["vlans"].append({"vlan": 40, "interface": "eth9", "members": [1]})
         for text, status in ((json.dumps(configuration), REFUSED), ("{]", USAGE), ("[]", USAGE),
                              ('{"vlans": [{"vlanId": 1, "no": 2}]}', USAGE),
                              ('{"vlans": [{"fwdMap": "1"}]}', USAGE)):
@@ -78,10 +77,10 @@ class Whole(GatewayTest):
         import jsonschema  # a package that the tests install
         schema = json.loads((TOP / "data/configuration.schema.json").read_text())
         jsonschema.validate(configuration, schema)
-        configuration["vlans"][0]["vlanId"] += 5000
+        configuration["vlans"][0]["vlan"] += 5000
         with self.assertRaises(jsonschema.ValidationError):
             jsonschema.validate(configuration, schema)
-        configuration["vlans"][0]["vlanId"] -= 5000
+        configuration["vlans"][0]["vlan"] -= 5000
 
     def test_trials_go_back_unless_confirmed(self):
         for arguments, status in (((*ADD, "--confirm", 600), APPLIED), (("confirm",), APPLIED),
