@@ -36,6 +36,8 @@ RowWish::Kind kindOf(const CommandRow &command)
 // The row's name in messages: "VLAN 10", "port 3 of PSE".
 std::string rowName(const TableRow &table, const std::vector<Assignment> &key, const Call &call)
 {
+    if (&table == &vlanTable)
+        return "VLAN " + std::to_string(std::get<int64_t>(key.front().value));
     const char *number = table.columns[key.size() - 1].option;
     const std::string name = std::string(table.noun) + " " + call.text(number);
     return key.size() == 1 ? name : name + " of " + call.text(table.columns[0].option);
@@ -43,8 +45,22 @@ std::string rowName(const TableRow &table, const std::vector<Assignment> &key, c
 
 int runChange(const Call &call)
 {
-    return change(call, rowWishOf(call));
+    std::vector<RowWish> wishes = rowWishesOf(call);
+    if (wishes.size() == 1)
+        return change(call, wishes.front());
+    constexpr const char *verbs[] = {"added", "changed", "deleted"};
+    const char *verb = verbs[static_cast<size_t>(wishes.front().kind)];
+    return change(call, BatchWish{"VLANs " + call.text("ID"), std::move(wishes), verb});
 }
+
+// The id of a VLAN, or several: 10,400-410.
+constexpr OptionRow vlanIds[] = {
+    {.name = "ID",
+     .type = "ID",
+     .help = "802.1Q VLAN id, 1 to 4094; 400-410 or 7,9 for several",
+     .check = idRanges,
+     .required = true},
+};
 
 constexpr OptionRow rowIdOption = {"--rowid", "N", "Row to use if several match",
                                    decimal<minInt, maxInt>};
@@ -69,9 +85,11 @@ const TableRow &tableOf(const CommandRow &command)
     throw std::logic_error(std::string("there is no table for ") + command.group);
 }
 
-RowWish rowWishOf(const Call &call)
+namespace {
+
+// `vlanId` identifies a VLAN's row.
+RowWish rowWishOf(const Call &call, const TableRow &table, int64_t vlanId)
 {
-    const TableRow &table = tableOf(call.command());
     RowWish wish{kindOf(call.command()), table.table, {}, {}, {}, true};
     for (const Column &column : table.columns) {
         const char *option = column.option;
@@ -80,8 +98,9 @@ RowWish rowWishOf(const Call &call)
             break;
         if (!call.has(option))
             continue;
-        const Value value =
-            column.isNumber() ? Value(call.number(option)) : Value(call.text(option));
+        const Value value = isKey && &table == &vlanTable ? Value(vlanId)
+                            : column.isNumber()           ? Value(call.number(option))
+                                                          : Value(call.text(option));
         (isKey ? wish.key : wish.values).push_back({column.name, value});
     }
     wish.name = rowName(table, wish.key, call);
@@ -96,30 +115,48 @@ RowWish rowWishOf(const Call &call)
     return wish;
 }
 
+} // namespace
+
+std::vector<RowWish> rowWishesOf(const Call &call)
+{
+    const TableRow &table = tableOf(call.command());
+    if (&table != &vlanTable)
+        return {rowWishOf(call, table, 0)};
+    std::vector<RowWish> wishes;
+    for (int id = lowestVlan; id <= highestVlan; ++id)
+        if (inRanges(call.text("ID"), id))
+            wishes.push_back(rowWishOf(call, table, id));
+    if (wishes.size() > 1 && wishes.front().kind != RowWish::Kind::add && call.has("--rowid"))
+        throw Failure(exitUsage, "--rowid names one row, but several VLANs are given");
+    if (wishes.size() > 1 && wishes.front().kind == RowWish::Kind::set && call.has("--id"))
+        throw Failure(exitUsage, "--id goes with one VLAN only");
+    return wishes;
+}
+
 constexpr CommandRow commands::vlanAdd = {
     "vlan",
     "add",
     "Add a VLAN",
     "  swctl vlan add 10 --interface eth0 --ports 0-2 --untagged 2\n"
-    "  swctl vlan add 20 --interface eth1 --ports 3 --dry-run\n"
+    "  swctl vlan add 400-410 --interface eth1 --ports 3 --dry-run\n"
     "  swctl vlan add 20 --interface eth1 --ports 3 --switch-only on --offline",
     runChange,
-    {keyOf(vlanOptions), addVlanOptions, valuesOf(vlanOptions), changeFlags}};
+    {vlanIds, addVlanOptions, valuesOf(vlanOptions), changeFlags}};
 
 constexpr CommandRow commands::vlanSet = {
     "vlan",
     "set",
     "Change a VLAN; values that are not given stay as they are",
     "  swctl vlan set 10 --ports 0,1,3\n"
+    "  swctl vlan set 10,20 --ports +4,-2\n"
     "  swctl vlan set 10 --untagged \"\" --logical lan10\n"
     "  swctl vlan set 10 --id 11 --confirm 60",
     runChange,
-    {keyOf(vlanOptions), setVlanOptions, valuesOf(vlanOptions), changeFlags}};
+    {vlanIds, setVlanOptions, valuesOf(vlanOptions), changeFlags}};
 
-constexpr CommandRow commands::vlanDelete = {
-    "vlan",          "delete",
-    "Delete a VLAN", "  swctl vlan delete 10",
-    runChange,       {keyOf(vlanOptions), whichRow, changeFlags}};
+constexpr CommandRow commands::vlanDelete = {"vlan",          "delete",
+                                             "Delete a VLAN", "  swctl vlan delete 10",
+                                             runChange,       {vlanIds, whichRow, changeFlags}};
 
 constexpr CommandRow commands::portAdd = {
     "port",

@@ -11,7 +11,8 @@ struct TableRow;
 // The table of the command's group.
 const TableRow &tableOf(const CommandRow &command);
 
-// The row change requested by one of the commands add, set and delete.
-RowWish rowWishOf(const Call &call);
+// The row changes requested by one of the commands add, set and delete: one, or for a range of
+// VLANs one for each.
+std::vector<RowWish> rowWishesOf(const Call &call);
 
 } // namespace swctl

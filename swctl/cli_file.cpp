@@ -92,7 +92,7 @@ std::vector<std::string> quotedWordsOf(const std::string &line)
 }
 
 // Parses a line as a command line.
-RowWish wishOf(std::vector<std::string> words)
+std::vector<RowWish> wishesOf(std::vector<std::string> words)
 {
     if (words.front() == "swctl")
         words.erase(words.begin());
@@ -103,7 +103,7 @@ RowWish wishOf(std::vector<std::string> words)
         const Parsed line = parse(changeTable, words);
         if (line.asked == Asked::command) {
             refuseChangeFlags(line.call);
-            return rowWishOf(line.call);
+            return rowWishesOf(line.call);
         }
     }
     throw Failure(exitUsage, "this is not a command that changes the configuration");
@@ -112,23 +112,27 @@ RowWish wishOf(std::vector<std::string> words)
 int runBatch(const Call &call)
 {
     std::vector<RowWish> wishes;
+    size_t count = 0;
     const std::string text = contentsOf(stdin, inputName);
     size_t number = 0;
     for (size_t start = 0; start < text.size();) {
         const size_t end = std::min(text.find('\n', start), text.size());
+        const std::string line = text.substr(start, end - start);
+        start = end + 1;
         ++number;
         try {
-            const std::vector<std::string> words = quotedWordsOf(text.substr(start, end - start));
-            if (!words.empty())
-                wishes.push_back(wishOf(words));
+            const std::vector<std::string> words = quotedWordsOf(line);
+            if (words.empty())
+                continue;
+            for (RowWish &wish : wishesOf(words))
+                wishes.push_back(std::move(wish));
+            ++count;
         } catch (const Failure &failure) {
             throw Failure(failure.status, "standard input, line " + std::to_string(number) + ": " +
                                               failure.what() + "; nothing was changed");
         }
-        start = end + 1;
     }
-    const std::string what =
-        std::to_string(wishes.size()) + (wishes.size() == 1 ? " command" : " commands");
+    const std::string what = std::to_string(count) + (count == 1 ? " command" : " commands");
     return change(call, BatchWish{what, std::move(wishes), "done"});
 }
 

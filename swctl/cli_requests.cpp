@@ -39,6 +39,10 @@ SwMgrVlanRequest vlanRequest(const Call &call)
     fillField(vlan.LogicalIfName, call.text("--logical"));
     fillField(vlan.ingressMap, call.text("--ingress-map"));
     fillField(vlan.egressMap, call.text("--egress-map"));
+    for (const char *option : {"--ports", "--untagged"})
+        if (call.text(option).find_first_of("+-") != std::string::npos)
+            throw Failure(exitUsage, std::string(option) + ": a request has no ports before; give "
+                                                           "the whole list");
     vlan.fwdMap = maskOf(call.text("--ports"));
     vlan.untagMap = maskOf(call.text("--untagged"));
     vlan.inSwitchOnly = call.integer("--switch-only");

@@ -47,10 +47,16 @@ Json statusJson(const Status &status)
               {"applied", applied ? Json(*applied) : Json()},
               {"different", status.different.size()},
               {"verified", applied.has_value()}}},
+            {"findings", {{"errors", status.errors}, {"warnings", status.warnings}}},
             {"unfinished", status.unfinished.empty() ? Json() : Json(status.unfinished)},
             {"confirmUntil", status.trial ? Json(status.trial->deadline) : Json()},
             {"failures", std::move(failures)},
             {"comparison", verdictJson(status.verdict)}};
+}
+
+std::string countOf(size_t count, const char *what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
 }
 
 // Prints the lines of the text beside or below the name.
@@ -108,6 +114,9 @@ void printStatus(const Status &status)
     if (!status.verdict.otherFile.empty())
         printField("database", otherFileText(status.verdict.otherFile));
     printVlans(status);
+    if (status.errors + status.warnings != 0)
+        printField("rows", countOf(status.errors, "error") + " and " +
+                               countOf(status.warnings, "warning") + "; 'swctl check' lists them");
     if (!status.unfinished.empty())
         printField("change", "interrupted: " + status.unfinished +
                                  "; 'swctl recover' finishes or reverts it");

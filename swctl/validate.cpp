@@ -131,12 +131,30 @@ std::string numberAmong(const std::string &text, const Column &column)
     return wordAmong(text, numbers);
 }
 
+namespace {
+
+// "+4,-2": one number after each sign.
+bool isRelative(const std::string &text)
+{
+    const std::vector<std::string> entries = partsOf(text, ',');
+    return std::all_of(entries.begin(), entries.end(), [](const std::string &entry) {
+        return (entry.starts_with('+') || entry.starts_with('-')) &&
+               portNumber(entry.substr(1)) <= maxPort;
+    });
+}
+
+} // namespace
+
 std::string portList(const std::string &text)
 {
     uint32_t mask = 0;
+    if (isRelative(text))
+        return text;
     if (!parsePorts(text, mask))
-        reject("'" + printable(text) +
-               "' is not a list of ports; write numbers from 0 to 31 such as 1,2 or 0-3");
+        reject(
+            "'" + printable(text) +
+            "' is not a list of ports; write numbers from 0 to 31 such as 1,2 or 0-3, or +4,-2 for "
+            "what is to change");
     return listOf(mask);
 }
 

@@ -334,6 +334,31 @@ log --level loud)x");
     EXPECT_EQ(everything(), before);
 }
 
+TEST_F(Swctl, rangesOfVlansAreOneChange)
+{
+    const std::tuple<const char *, int, const char *> lines[] = {
+        {"vlan add 400-402,7 --interface eth0 --ports 1,2", 0, "10 20 7 400 401 402"},
+        {"vlan add 402-404 --interface eth0 --ports 1", 1, "10 20 7 400 401 402"},
+        {"vlan delete 7,400-401", 0, "10 20 402"},
+        {"vlan delete 401-402", 2, "10 20 402"},
+        {"vlan set 10,402 --id 5", 2, "10 20 402"},
+        {"vlan add 0-3 --interface eth0 --ports 1", 2, "10 20 402"},
+        {"vlan add 5000 --interface eth0 --ports 1", 2, "10 20 402"},
+        {"request vlan-add 9 --ports +1", 2, "10 20 402"},
+        {"vlan set 402 --ports +3,1", 2, "10 20 402"},
+        {"vlan set 402 --ports +3,-1", 0, "10 20 402"},
+    };
+    sql("DELETE FROM vlanEncapIf; INSERT INTO vlanEncapIf(vlanId, interfaceName, fwdMap) "
+        "VALUES(10, 'eth0', '1'), (20, 'eth0', '2')");
+    for (const auto &[line, status, ids] : lines) {
+        const bool writes = std::string_view(line).starts_with("vlan");
+        const Result result = run(line + std::string(writes ? " --offline --force" : ""));
+        EXPECT_EQ(result.status, status) << line << result.err;
+        EXPECT_EQ(sql("SELECT group_concat(vlanId, ' ') FROM vlanEncapIf"), ids + "\n"s) << line;
+    }
+    EXPECT_EQ(sql("SELECT fwdMap FROM vlanEncapIf WHERE vlanId = 402"), "2,3\n");
+}
+
 TEST_F(Swctl, requestsCarryTheirRecords)
 {
     const auto module = service(0);

@@ -27,6 +27,22 @@ std::string movedText(const std::string &ports, const std::string &vlan)
     return "port " + ports + " is no longer untagged in " + vlan;
 }
 
+// "+4,-2" names what a list is to have more and less than the row has.
+Assignment resolved(const Row &before, Assignment value)
+{
+    auto *list = std::get_if<std::string>(&value.value);
+    if (list == nullptr || (!list->starts_with('+') && !list->starts_with('-')) ||
+        (value.column != "fwdMap" && value.column != "untagMap"))
+        return value;
+    uint32_t ports = maskOf(before.text(value.column.c_str()));
+    for (const std::string &entry : entriesOf(*list)) {
+        const uint32_t port = portBit(toInt(entry.substr(1)));
+        ports = entry.starts_with('+') ? ports | port : ports & ~port;
+    }
+    *list = listOf(ports);
+    return value;
+}
+
 // A port is untagged in only one VLAN. The service enforces that in memory only, so the rows of
 // other VLANs are changed along with this one. `replaced` is the id of the row being changed.
 void moveUntagged(Database &database, const RowWish &wish, const Row &row, int64_t replaced,
@@ -99,7 +115,7 @@ ChangeSet planAdd(Database &database, const RowWish &wish)
     Row row;
     for (const auto *part : {&wish.key, &wish.values})
         for (const Assignment &value : *part)
-            row.set(value);
+            row.set(resolved(Row(), value));
     changes.rows.push_back({wish.table, std::nullopt, row});
     if (wish.table == vlanTableName)
         moveUntagged(database, wish, row, /*replaced=*/0, changes);
@@ -112,7 +128,7 @@ ChangeSet planSet(Database &database, const RowWish &wish)
     const Row before = onlyRow(database, wish);
     Row after = before;
     for (const Assignment &value : wish.values)
-        after.set(value);
+        after.set(resolved(before, value));
     if (wish.table == vlanTableName)
         setVlan(database, wish, before, std::move(after), changes);
     else if (!after.sameAs(before))

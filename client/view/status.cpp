@@ -1,6 +1,8 @@
 #include "client/view/status.h"
 
 #include "client/change/repair.h"
+#include "client/check/check.h"
+#include "client/check/check_context.h"
 #include "client/records/journal.h"
 #include "client/service/service.h"
 #include "client/service/service_life.h"
@@ -54,6 +56,9 @@ Status statusOf(GatewayView &gateway)
     if (const std::optional<ChangeSet> changes = Journal(gateway.databasePath()).unfinished())
         status.unfinished = changes->what + " " + changes->verb;
     status.trial = trialOf(gateway.databasePath());
+    for (const Finding &finding :
+         checkConfiguration(gateway.database(), checkContextOf(gateway)))
+        ++(finding.severity == Severity::error ? status.errors : status.warnings);
     takeFailures(status);
     return status;
 }

@@ -23,6 +23,7 @@ struct Status {
     std::set<int> different; // VLANs in the rows that differ
     std::string unfinished;  // description of an interrupted change
     std::optional<Trial> trial;
+    size_t errors = 0, warnings = 0; // that the checks find in the rows
     std::vector<LogLine> failures; // tools whose last run failed, oldest first
     std::string failuresUnknown;   // why they are unknown; empty: they are known
 
