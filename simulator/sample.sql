@@ -31,4 +31,8 @@ VALUES (10,  'eth0', 'home',   '0,1,2',   '0,1', 0), -- port 2 tagged
        (200, 'eth1', 'voice',  '1,3',     NULL,  0), -- tagged everywhere
        (300, 'eth0', 'mirror', '1,2',     NULL,  1); -- stays inside the switches
 
+-- The sample puts the engine's ports one beside the chip's on purpose.
+CREATE TABLE swctlAccepted (rule TEXT PRIMARY KEY);
+INSERT INTO swctlAccepted VALUES ('shifted-ports');
+
 COMMIT;

@@ -1,7 +1,7 @@
 // The check command.
 #include "client/base/failure.h"
 #include "client/base/text.h"
-#include "client/check/check.h"
+#include "client/check/accepted.h"
 #include "client/check/check_rules.h"
 #include "client/rehearse/rehearsal.h"
 #include "client/rows/snapshot.h"
@@ -25,11 +25,10 @@ struct Report {
     std::vector<Finding> findings;
     std::string notRehearsed; // why a start was not rehearsed; empty if it was
 
-    [[nodiscard]] size_t count(Severity severity) const
+    [[nodiscard]] size_t count(Severity severity) const { return countOf(findings, severity); }
+    [[nodiscard]] size_t accepted() const
     {
-        return static_cast<size_t>(std::count_if(
-            findings.begin(), findings.end(),
-            [&](const Finding &finding) { return finding.severity == severity; }));
+        return findings.size() - count(Severity::error) - count(Severity::warning);
     }
 };
 
@@ -93,6 +92,7 @@ Report check(Database &source, const std::string &interfaceList)
         report.notRehearsed = failure.what();
     }
     report.findings = checkConfiguration(snapshot.database(), context);
+    markAccepted(snapshot.database(), report.findings);
     return report;
 }
 
@@ -106,7 +106,8 @@ void printReportJson(const Report &report)
                             {"rowid", finding.rowId},
                             {"name", finding.name},
                             {"subject", finding.subject},
-                            {"message", finding.message}});
+                            {"message", finding.message},
+                            {"accepted", finding.accepted}});
     Json json = {{"errors", report.count(Severity::error)},
                  {"warnings", report.count(Severity::warning)},
                  {"startRehearsed", report.notRehearsed.empty()},
@@ -146,12 +147,16 @@ void printReport(const Report &report)
         const auto last = std::find_if(first, findings.end(), [&](const Finding &finding) {
             return finding.rule != first->rule || finding.severity != first->severity;
         });
-        printGroup(first, last);
+        if (!first->accepted)
+            printGroup(first, last);
         first = last;
     }
-    printf("%s, %s\n", counted(report.count(Severity::error), "error").c_str(),
-           counted(report.count(Severity::warning), "warning").c_str());
-    if (!findings.empty())
+    printf("%s, %s%s\n", counted(report.count(Severity::error), "error").c_str(),
+           counted(report.count(Severity::warning), "warning").c_str(),
+           report.accepted() == 0
+               ? ""
+               : (", " + std::to_string(report.accepted()) + " accepted").c_str());
+    if (report.accepted() != findings.size())
         printf("'swctl check --explain RULE' explains why a rule matters.\n");
 }
 
@@ -168,7 +173,7 @@ int checkRows(const Call &call)
         printReport(report);
     if (report.count(Severity::error) != 0)
         return exitErrors;
-    return report.findings.empty() ? exitDone : exitWarnings;
+    return report.accepted() == report.findings.size() ? exitDone : exitWarnings;
 }
 
 int listRules(const Globals &globals)
@@ -188,12 +193,35 @@ int listRules(const Globals &globals)
     return exitDone;
 }
 
-int explain(const Globals &globals, const std::string &id)
+const Rule *ruleNamed(const std::string &id)
 {
     const Rule *rule = ruleById(id);
     if (rule == nullptr)
         throw Failure(exitUsage,
                       "there is no rule '" + printable(id) + "'; 'swctl check --rules' lists them");
+    return rule;
+}
+
+int accept(const Call &call)
+{
+    const Rule *rule = ruleNamed(call.text("--accept"));
+    const bool withdraws = call.flag("--withdraw");
+    if (rule->severity == Severity::error)
+        throw Failure(exitRefused, std::string("refused: ") + rule->id +
+                                       " finds errors, which cannot be accepted");
+    Database database(call.text(call.has("FILE") ? "FILE" : "--database"), Access::write);
+    const bool changed = withdraws ? withdrawRule(database, *rule) : acceptRule(database, *rule);
+    const char *state = withdraws ? "not accepted" : "accepted";
+    if (call.globals.json)
+        printJson({{"rule", rule->id}, {"accepted", !withdraws}, {"changed", changed}});
+    else
+        printf("warnings of %s are %s%s\n", rule->id, changed ? "now " : "already ", state);
+    return exitDone;
+}
+
+int explain(const Globals &globals, const std::string &id)
+{
+    const Rule *rule = ruleNamed(id);
     if (globals.json) {
         printJson({{"rule", rule->id},
                    {"severity", severityName(rule->severity)},
@@ -211,9 +239,14 @@ int explain(const Globals &globals, const std::string &id)
 
 int runCheck(const Call &call)
 {
-    const bool only[] = {call.has("--explain"), call.flag("--rules"), call.flag("--triggers")};
+    const bool only[] = {call.has("--explain"), call.flag("--rules"), call.flag("--triggers"),
+                         call.has("--accept")};
     if (std::count(std::begin(only), std::end(only), true) > 1)
-        throw Failure(exitUsage, "--explain, --rules and --triggers cannot be combined");
+        throw Failure(exitUsage, "--explain, --rules, --triggers and --accept cannot be combined");
+    if (call.flag("--withdraw") && !call.has("--accept"))
+        throw Failure(exitUsage, "--withdraw goes with --accept RULE");
+    if (call.has("--accept"))
+        return accept(call);
     if (call.has("--explain"))
         return explain(call.globals, call.text("--explain"));
     if (call.flag("--rules"))
@@ -233,6 +266,9 @@ constexpr OptionRow options[] = {
     {"--rules", nullptr, "Only list all rules"},
     {"--triggers", nullptr,
      "Only print the rules as triggers for the database, as constraints.sql holds them"},
+    {"--accept", "RULE",
+     "Accept the warnings of a rule: they are no longer shown or counted for this database"},
+    {"--withdraw", nullptr, "With --accept: no longer accept them"},
 };
 
 } // namespace
@@ -243,7 +279,7 @@ constexpr CommandRow commands::check = {
     "Check the rows of a configuration and rehearse a startup of the service from it. Exit "
     "status: 0 nothing found, 1 warnings, 2 errors, or an unusable database",
     "  swctl check\n  swctl check new.db --interfaces eth0,eth1\n"
-    "  swctl check --explain untag-twice",
+    "  swctl check --explain untag-twice\n  swctl check --accept shifted-ports",
     runCheck,
     {options}};
 

@@ -53,12 +53,19 @@ int runChange(const Call &call)
     return change(call, BatchWish{"VLANs " + call.text("ID"), std::move(wishes), verb});
 }
 
+std::string oneOrSeveralIds(const std::string &text)
+{
+    return text.find_first_of(",-", 1) == std::string::npos
+               ? numberWithin(text, lowestVlan, highestVlan)
+               : idRanges(text);
+}
+
 // The id of a VLAN, or several: 10,400-410.
 constexpr OptionRow vlanIds[] = {
     {.name = "ID",
      .type = "ID",
      .help = "802.1Q VLAN id, 1 to 4094; 400-410 or 7,9 for several",
-     .check = idRanges,
+     .check = oneOrSeveralIds,
      .required = true},
 };
 

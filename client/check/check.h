@@ -21,10 +21,11 @@ struct Finding {
     const Rule *rule; // never null
     Severity severity;
     std::string table;
-    int64_t rowId;       // 0: the table as a whole
-    std::string name;    // of the row, e.g. "VLAN 30" or "port 3 of BCM"
-    std::string subject; // the column, port or mapping at fault; may be empty
-    std::string message; // the outcome, then the reason
+    int64_t rowId;         // 0: the table as a whole
+    std::string name;      // of the row, e.g. "VLAN 30" or "port 3 of BCM"
+    std::string subject;   // the column, port or mapping at fault; may be empty
+    std::string message;   // the outcome, then the reason
+    bool accepted = false; // by somebody who knows; see markAccepted
 
     [[nodiscard]] bool sameAs(const Finding &other) const; // same rule, row and subject
 };

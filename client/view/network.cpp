@@ -3,7 +3,7 @@
 #include "client/base/number.h"
 #include "client/base/port_mask.h"
 #include "client/base/text.h"
-#include "client/check/check.h"
+#include "client/check/accepted.h"
 #include "client/gateway/devices.h"
 #include "client/rows/check_rows.h"
 #include "client/rows/columns.h"
@@ -180,13 +180,14 @@ Network networkOf(GatewayView &gateway)
 {
     Snapshot snapshot(gateway.database());
     const auto running = gateway.rehearseStart(snapshot);
-    const std::vector<Finding> findings = checkConfiguration(snapshot.database(), {});
+    std::vector<Finding> findings = checkConfiguration(snapshot.database(), {});
+    markAccepted(snapshot.database(), findings);
     const Rehearsal start = running->finish();
     Network network = networkOf(snapshot, start, targetOf(start, snapshot.database()));
     for (const Finding &finding : findings)
         if (finding.severity == Severity::error)
             network.notes.push_back(finding.name + ": " + finding.message);
-        else
+        else if (!finding.accepted)
             ++network.warnings;
     return network;
 }

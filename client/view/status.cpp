@@ -1,7 +1,7 @@
 #include "client/view/status.h"
 
 #include "client/change/repair.h"
-#include "client/check/check.h"
+#include "client/check/accepted.h"
 #include "client/check/check_context.h"
 #include "client/records/journal.h"
 #include "client/service/service.h"
@@ -56,9 +56,10 @@ Status statusOf(GatewayView &gateway)
     if (const std::optional<ChangeSet> changes = Journal(gateway.databasePath()).unfinished())
         status.unfinished = changes->what + " " + changes->verb;
     status.trial = trialOf(gateway.databasePath());
-    for (const Finding &finding :
-         checkConfiguration(gateway.database(), checkContextOf(gateway)))
-        ++(finding.severity == Severity::error ? status.errors : status.warnings);
+    std::vector<Finding> findings = checkConfiguration(gateway.database(), checkContextOf(gateway));
+    markAccepted(gateway.database(), findings);
+    status.errors = countOf(findings, Severity::error);
+    status.warnings = countOf(findings, Severity::warning);
     takeFailures(status);
     return status;
 }
