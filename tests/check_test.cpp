@@ -1,6 +1,7 @@
 // The rules of 'swctl check' against faulty databases: what it finds, with a start
 // judged by the service itself, and that the triggers agree.
 #include "client/base/failure.h"
+#include "client/check/accepted.h"
 #include "client/check/check.h"
 #include "client/check/check_rules.h"
 #include "client/devices/chip/chip.h"
@@ -203,6 +204,29 @@ TEST(Check, theFilesMadeFromColumnsAndRulesAreUpToDate)
             std::ofstream(std::string(DATA "/") + name) << text;
         else
             EXPECT_EQ(text, fileText(name)) << "DOCUMENTS_WRITE=1 check_test writes it";
+}
+
+TEST(Check, aWarningIsAcceptedWithItsRuleAndAnErrorIsNot)
+{
+    Database database = soundDatabase();
+    database.run(SWITCH "switchLevel = 1");
+    database.run(VLAN "interfaceName = 'eth9' WHERE vlanId = 20");
+    const auto counts = [&] {
+        std::vector<Finding> findings = findingsOf(database);
+        markAccepted(database, findings);
+        return std::pair(countOf(findings, Severity::error), countOf(findings, Severity::warning));
+    };
+    const auto before = counts();
+    EXPECT_GE(before.first, 1u);
+    ASSERT_EQ(before.second, 1u);
+    const Rule &rule = *ruleById("same-level");
+    EXPECT_FALSE(withdrawRule(database, rule));
+    EXPECT_TRUE(acceptRule(database, rule));
+    EXPECT_FALSE(acceptRule(database, rule));
+    EXPECT_TRUE(acceptRule(database, *ruleById("interface-unknown")));
+    EXPECT_EQ(counts(), std::pair(before.first, size_t{0}));
+    EXPECT_TRUE(withdrawRule(database, rule));
+    EXPECT_EQ(counts(), before);
 }
 
 TEST(Check, aChangeAnswersForWhatItMakesWorseAlone)

@@ -7,6 +7,7 @@
 #include "standins/logd/failures.h"
 #include "standins/logd/line.h"
 #include "standins/logd/ring.h"
+#include "standins/logd/settings.h"
 #include "standins/relay/frame.h"
 #include "swmgr/swmgr_client.h"
 
@@ -432,6 +433,79 @@ TEST(LogDaemon, countsToolsAndRequests)
         --length;
         EXPECT_EQ(logd::countersAnswer(&wanted, sizeof(wanted), buffer, &length), -EINVAL);
     }
+}
+
+// The answer to LOGGING_MSG_SETTINGS in lines, each with the records lost since, "+" if more
+// must be asked for.
+std::string settingsAfter(uint64_t after, uint32_t room)
+{
+    std::vector<unsigned char> buffer(room);
+    const SwMgrLogFollowRequest wanted = {after, 0, 0};
+    uint32_t length = room;
+    EXPECT_EQ(logd::settingsAnswer(&wanted, sizeof(wanted), buffer.data(), &length), 0);
+    SwMgrLogAnswer answer = {};
+    memcpy(&answer, buffer.data(), sizeof(answer));
+    std::string lines;
+    size_t at = sizeof(answer);
+    for (uint32_t i = 0; i < answer.count; ++i) {
+        SwMgrLogEntry entry = {};
+        memcpy(&entry, buffer.data() + at, sizeof(entry));
+        lines.append(reinterpret_cast<char *>(buffer.data()) + at + sizeof(entry), entry.textLength)
+            .append(entry.dropped == 0 ? "; " : " (lost " + std::to_string(entry.dropped) + "); ");
+        at += logEntrySize(entry.textLength);
+    }
+    return lines + (answer.last < answer.newest ? "+" : "");
+}
+
+TEST(LogDaemon, keepsTheNewestLineOfEachSetting)
+{
+    uint64_t number = 0;
+    const auto note = [&](std::string line, uint32_t dropped = 0,
+                          uint32_t author = SWMGR_RELAY_MODULE_ID) {
+        SwMgrLogEntry entry = {};
+        entry.module = author;
+        entry.dropped = dropped;
+        entry.textLength = static_cast<uint32_t>(line.size());
+        entry.number = ++number;
+        logd::settingNote(entry, line.data());
+    };
+    note("cmd (rate_limit_func set 1 20 1) returned (0).");
+    note("cmd (rate_limit_func set 2 5 0) returned (3).");
+    note("cmd (rate_limit_func set 12 5 0) returned (0).");
+    note("VLAN Enable status 1");
+    note("bcmVlanEnable:12:VLAN Enable status 0");
+    note("(switch=PSE) swFunc:1:Failed to process cmd (33) in lower switch BCM");
+    note("cmd (rate_limit_func set 1 0 0) returned (0).");
+    note("cmd (vconfig add eth0 10) returned (0).");
+    note("VLAN Enable status 7", 0, LOGGING_RELAY_MODULE_ID);
+    note("cmd (tc qdisc add dev lan1 root handle 10: tbf rate 1kbit) returned (0).");
+    note("cmd (tc qdisc add dev lan1 root handle 20: ets bands 4) returned (0).");
+    const std::string old = "cmd (rate_limit_func set 2 5 0) returned (3).; "
+                            "cmd (rate_limit_func set 12 5 0) returned (0).; ";
+    const std::string fresh =
+        "VLAN Enable status 0; Failed to process cmd (33) in lower switch BCM; "
+        "cmd (rate_limit_func set 1 0 0) returned (0).; "
+        "cmd (tc qdisc add dev lan1 root handle 10: tbf rate 1kbit) returned (0).; "
+        "cmd (tc qdisc add dev lan1 root handle 20: ets bands 4) returned (0).; ";
+    EXPECT_EQ(settingsAfter(0, 4096), old + fresh);
+    EXPECT_EQ(settingsAfter(3, 4096), fresh);
+    note("nothing of interest", 3);
+    note(std::string("VLAN Enable status ") + std::string(1000, 'x'));
+    const std::string all = settingsAfter(0, 4096);
+    EXPECT_NE(all.find("cmd (tc qdisc add dev lan1 root handle 20: ets bands 4) returned (0). "
+                       "(lost 3); VLAN Enable status xxx"),
+              std::string::npos)
+        << all;
+    for (int port = 0; port < 600; ++port) // more than there is room for
+        note("cmd (pri_ctl_func set " + std::to_string(port) + " 1 0 0 0 0) returned (0).");
+    EXPECT_NE(settingsAfter(0, 1 << 20).find("set 500 "), std::string::npos);
+    EXPECT_EQ(settingsAfter(0, 1 << 20).find("set 599 "), std::string::npos);
+    EXPECT_EQ(settingsAfter(0, 300).find("set 500 "), std::string::npos);
+    const SwMgrLogFollowRequest wanted = {};
+    uint32_t length = sizeof(SwMgrLogAnswer) - 1;
+    unsigned char buffer[sizeof(SwMgrLogAnswer)];
+    EXPECT_EQ(logd::settingsAnswer(&wanted, sizeof(wanted), buffer, &length), -EINVAL);
+    EXPECT_EQ(logd::settingsAnswer(&wanted, 3, buffer, &length), -EINVAL);
 }
 
 TEST(LogDaemon, answersFollowersFromItsLastRecords)
