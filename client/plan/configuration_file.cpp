@@ -73,11 +73,13 @@ std::vector<Assignment> wantedRow(const std::string &name, const Section &sectio
     std::vector<Assignment> values;
     for (const auto &[member, value] : json.members()) {
         const Column *column = columnInFile(section.table, member);
-        const std::string place = name + ": " + where + "." + member;
+        std::string place = where;
+        place.append(".").append(member);
         const std::string stored = column != nullptr ? column->name : member;
         if (std::any_of(values.begin(), values.end(),
                         [&](const Assignment &one) { return one.column == stored; }))
-            refuseFile(name, where + "." + member + ": it is given under two names");
+            refuseFile(name, place.append(": it is given under two names"));
+        place.insert(0, ": ").insert(0, name);
         values.push_back({stored, column != nullptr ? fromFile(*column, value, place)
                                                     : otherValue(value, place)});
     }

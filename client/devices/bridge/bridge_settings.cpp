@@ -38,6 +38,7 @@ std::string textOf(const QueueWish &wish)
                        : wish.mode == SW_SCHED_MODE_CODE_1 ? 0
                                                            : 1;
     std::vector<int> weights;
+    weights.reserve(std::size(wish.weights));
     for (int queue = 0; queue < wish.queues - strict; ++queue)
         weights.push_back(std::min(wish.weights[queue], heaviest));
     return schedulingText(wish.queues, strict, weights);

@@ -187,9 +187,9 @@ void takePauses(const Site &site, std::vector<SettingInForce> &all)
         if (((*registers.held)[i] & pauseBit) != 0)
             on += (on.empty() ? "" : ", ") + registerName(pauseRegisters[i]);
     const auto count = std::count(on.begin(), on.end(), ',') + (on.empty() ? 0 : 1);
-    setting.value = on.empty()                                                     ? "off"
-                    : count == static_cast<std::ptrdiff_t>(registers.held->size()) ? "on"
-                                                                                   : "on in " + on;
+    setting.value = on.empty()                                                ? "off"
+                    : count == static_cast<ptrdiff_t>(registers.held->size()) ? "on"
+                                                                              : "on in " + on;
 }
 
 } // namespace
