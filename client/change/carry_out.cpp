@@ -311,7 +311,7 @@ void announceAndVerify(GatewayView &gateway, const History &history, const Chang
                 verdict.reasons = reasonsIn(log.take());
         }
         if (verdict.outcome != Outcome::applied && !log.available())
-            addNote(verdict, "reasons are not available: no log daemon receives the service's log");
+            addNote(verdict, "reasons are not available: " + log.reason());
     } catch (const Failure &failure) {
         verdict.outcome = Outcome::unanswered;
         verdict.note = failure.what();

@@ -68,7 +68,7 @@ public:
     [[nodiscard]] const LogLine *find(std::string_view beginning) const;
 };
 
-// Empty with a reason if `tools`, what the log tells about tools, could not be read.
+// `reason` says why the log cannot be relied on; empty: it can.
 SentLog readSentLog(const std::string &reason);
 
 // What was last sent is known to have failed, so that it differs from whatever is wanted.

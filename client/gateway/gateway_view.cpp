@@ -80,7 +80,7 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
                                     .tools = actual.tools,
                                     .progress = progress});
     }
-    const SentLog sent = readSentLog(actual.tools.held ? "" : "no log daemon is running");
+    const SentLog sent = readSentLog(actual.tools.held ? "" : actual.tools.reason);
     for (const Device *device : devices())
         device->readSettings(sent, place, actual.of(*device), actual.settings);
     actual.settingsReason = sent.reason;

@@ -12,6 +12,7 @@
 namespace swctl {
 namespace {
 
+constexpr const char *noDaemon = "no log daemon is running";
 constexpr int napMs = 1;
 constexpr int mostNaps = 250;
 
@@ -24,6 +25,7 @@ RequestLog::RequestLog() : follower(SWMGR_LOG_DEVDEBUG)
         heard = true;
     } catch (const Failure &) {
         heard = false;
+        lacking = noDaemon;
     }
 }
 
@@ -33,10 +35,12 @@ std::vector<LogLine> RequestLog::take()
     std::vector<LogLine> lines;
     if (!heard)
         return lines;
+    lacking = "the service does not answer";
     try {
         // Such an event has no effect, but its line comes after everything logged before it.
         const int rowId = (getpid() % 1000000 + 1) * 64 + serial++ % 64;
         askNothing(rowId);
+        lacking = noDaemon;
         bool seen = markerArrived(rowId);
         for (int nap = 0; !seen && nap < mostNaps; ++nap) {
             poll(nullptr, 0, napMs);
@@ -47,6 +51,7 @@ std::vector<LogLine> RequestLog::take()
                 lines.push_back(line);
         });
         heard = seen;
+        lacking = seen ? "" : "the service does not log to the log daemon";
     } catch (const Failure &) {
         heard = false;
     }

@@ -18,10 +18,13 @@ public:
     std::vector<LogLine> take();
 
     [[nodiscard]] bool available() const { return heard; }
+    // Why not, if not.
+    [[nodiscard]] const std::string &reason() const { return lacking; }
 
 private:
     LogFollower follower;
     bool heard = false; // there is a daemon, and the service logs to it
+    std::string lacking;
 };
 
 // The lines that explain a failure, without the routine output of successful tools.
