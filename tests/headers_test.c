@@ -34,8 +34,9 @@ int main(void)
           "the VLAN id lies where other requests have their payload");
     check(SW_CMD_VLAN_ADD == 36 && SW_CMD_VLAN_DELETE == 38, "request numbers");
 
-    check(LOGGING_MSG_FOLLOW == 33 && LOGGING_MSG_TOOLS == 34 &&
-              LOGGING_MSG_SETTINGS == 36 && LOGGING_MSG_MARKER == 37, "requests to the log daemon");
+    check(LOGGING_MSG_FOLLOW == 33 && LOGGING_MSG_TOOLS == 34 && LOGGING_MSG_SETTINGS == 36 &&
+              LOGGING_MSG_MARKER == 37,
+          "requests to the log daemon");
 
     swMgrRun(); /* returns at once: nothing was started */
     check(swMgrInit("/no/such/directory/database") < SWMGR_STATUS_OK,

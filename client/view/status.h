@@ -24,8 +24,8 @@ struct Status {
     std::string unfinished;  // description of an interrupted change
     std::optional<Trial> trial;
     size_t errors = 0, warnings = 0; // that the checks find in the rows
-    std::vector<LogLine> failures; // tools whose last run failed, oldest first
-    std::string failuresUnknown;   // why they are unknown; empty: they are known
+    std::vector<LogLine> failures;   // tools whose last run failed, oldest first
+    std::string failuresUnknown;     // why they are unknown; empty: they are known
 
     // How many VLANs are as a fresh start would set them up; none if something was not read.
     [[nodiscard]] std::optional<size_t> applied() const;

@@ -359,7 +359,8 @@ TEST_F(View, knowsOfTheEnginesToolsWhatTheLogSays)
     EXPECT_EQ(failed.others.back(), "tc_func 1 returned 1");
     endService();
     EXPECT_HAS(tools().reason, "the service does not answer");
-    EXPECT_HAS(read({}, GatewayView::Extent::touched).of(engineDevice()).reason, "the service does not answer");
+    EXPECT_HAS(read({}, GatewayView::Extent::touched).of(engineDevice()).reason,
+               "the service does not answer");
 }
 
 // The bridge is one of Linux, whose tools are played.

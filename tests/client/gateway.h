@@ -92,7 +92,7 @@ private:
     Reply lasting = Reply::accept;
     std::vector<std::string> messages;
     int64_t marker = 0; // row of the last marker
-    std::mutex lock; // of messages and said
+    std::mutex lock;    // of messages and said
     pid_t chip = 0;
     int device = -1;
     std::unique_ptr<Module> service, log;

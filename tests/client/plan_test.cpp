@@ -169,8 +169,7 @@ TEST_F(Plan, ofAFileIsTheSmallestChangeInAnOrderThatTheServiceCanFollow)
         {R"({"vlans":[{"vlanId":10},{"vlanId":20,"inSwitchOnly":1},{"vlanId":30}]})",
          "-20:1,2/2 +20:1,2/2"},
         {R"({"vlans":[{"vlanId":10},{"vlanId":20,"inSwitchOnly":0},{"vlanId":30}]})", ""},
-        {R"({"switches":[{"switchName":"BCM","numPorts":4},{"switchName":"PSE"}]})",
-         "~BCM>BCM"},
+        {R"({"switches":[{"switchName":"BCM","numPorts":4},{"switchName":"PSE"}]})", "~BCM>BCM"},
         {R"({"switches":[{"switchName":"PSE"}],"vlans":[{"vlanId":10},{"vlanId":20}]})",
          "-30:1,3/ -BCM"},
         // A new port, and those that are mapped onto it.
