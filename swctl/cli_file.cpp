@@ -138,13 +138,13 @@ int runBatch(const Call &call)
 
 constexpr OptionRow outputFile[] = {
     {.name = "FILE",
-     .type = "TEXT",
+     .type = "FILE",
      .help = "File to write, - for standard output",
      .initial = "-"},
 };
 constexpr OptionRow inputFile[] = {
     {.name = "FILE",
-     .type = "TEXT",
+     .type = "FILE",
      .help = "File to read, - for standard input",
      .required = true},
 };

@@ -278,12 +278,12 @@ constexpr OptionRow confirmOptions[] = {
 };
 constexpr OptionRow historyOptions[] = {
     {"show", "show", "The word 'show'", theShowWord},
-    {"N", "TEXT", "Change to show with its rows before and after", decimal<1, mostNumber>},
+    {"N", "CHANGE", "Change to show with its rows before and after", decimal<1, mostNumber>},
     {"--lines", "N", "Newest entries to show, 1 to 100000", decimal<1, 100000>, "20"},
 };
 constexpr OptionRow undoArguments[] = {
-    {"N", "TEXT", "Number of the change, as 'history' shows it", decimal<1, mostNumber>},
-    {"--to", "N", "Revert every change after this one; 0: all of them", decimal<0, mostNumber>},
+    {"N", "CHANGE", "Number of the change, as 'history' shows it", decimal<1, mostNumber>},
+    {"--to", "CHANGE", "Revert every change after this one; 0: all of them", decimal<0, mostNumber>},
 };
 
 } // namespace

@@ -1,6 +1,7 @@
 #include "swctl/complete.h"
 
 #include "client/devices/site.h"
+#include "client/records/history.h"
 #include "client/rows/database.h"
 #include "swctl/globals.h"
 
@@ -41,6 +42,9 @@ void printCompletions(const Globals &globals, const std::string &kind)
             if (kind == source.kind)
                 for (const Row &row : database.rows(source.table))
                     words.insert(row.text(source.column));
+        if (kind == "changes")
+            for (const HistoryEntry &entry : History(globals.database).entries())
+                words.insert(std::to_string(entry.number));
         if (kind == "interfaces") {
             const Site site = findSite(globals.database, globals.site);
             for (const auto &[name, address] : interfacesOf(site))

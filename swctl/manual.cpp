@@ -97,6 +97,7 @@ constexpr ValueKind valueKinds[] = {
     {"SWITCH", "switches", nullptr},
     {"INTERFACE", "interfaces", nullptr},
     {"LIST", "ports", nullptr},
+    {"CHANGE", "changes", nullptr},
     {"LEVEL", nullptr, logRankList},
     {"TABLE", nullptr, "swGlobalCfg, swPortConfig, vlanEncapIf"},
     {"OPCODE", nullptr, "insert, update, delete"},
@@ -111,6 +112,7 @@ constexpr ValueKind namedKinds[] = {
     {"--untagged-on", "ports", nullptr},
     {"PORT", "ports", nullptr},
     {"port", nullptr, "port"},
+    {"show", nullptr, "show"},
 };
 
 const ValueKind *kindOf(const Place &place, const OptionRow &option)

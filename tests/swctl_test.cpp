@@ -491,6 +491,8 @@ TEST_F(Swctl, aCompletionOffersNothingThatAShellWouldTakeForMore)
     sql("INSERT INTO swGlobalCfg(switchName) VALUES('BCM'), ('$(reboot)'), ('a b'), ('-x')");
     EXPECT_EQ(run("--complete switches").out, "BCM\n");
     EXPECT_EQ(run("vlan show --complete vlans").out, "10\n");
+    run("vlan set 10 --ports 2 --offline --force");
+    EXPECT_EQ(run("history show --complete changes").out, "1\n");
     const Result none = run("--complete vlans --database /nonexistent/db");
     EXPECT_EQ(std::to_string(none.status) + none.out + none.err, "0");
 }
