@@ -92,6 +92,21 @@ const char *onOff(bool on)
     return on ? "on" : "off";
 }
 
+std::string rateText(int rate)
+{
+    return rate == 0 ? "none" : std::to_string(rate) + " kbit/s";
+}
+
+SettingInForce &addSetting(std::vector<SettingInForce> &all, const char *part, const char *name,
+                           int port)
+{
+    SettingInForce &setting = all.emplace_back();
+    setting.part = part;
+    setting.name = name;
+    setting.port = port;
+    return setting;
+}
+
 bool QueueWish::isUsual() const
 {
     return queues == 4 && mode == 0 &&

@@ -82,6 +82,16 @@ void takeSource(SettingInForce &setting, const LogLine &line, int status = 0);
 int numberIn(const std::vector<std::string> &words, size_t index);
 
 const char *onOff(bool on);
+std::string rateText(int rate); // "20480 kbit/s", "none"
+
+// The settings that several kinds of devices have.
+constexpr const char *pauseName = "pause frames";
+constexpr const char *rateName = "rate limit";
+constexpr const char *schedulingName = "scheduling";
+
+// Adds one of which nothing is known yet.
+SettingInForce &addSetting(std::vector<SettingInForce> &all, const char *part, const char *name,
+                           int port = wholeSwitch);
 
 // The port's queues as its row has them; none if the row asks for what no switch can do.
 struct QueueWish {

@@ -105,26 +105,12 @@ void failureNote(const SwMgrLogEntry &entry, const char *text)
 
 int failuresAnswer(const void *request, int requestLength, void *answer, uint32_t *answerLength)
 {
-    SwMgrLogFollowRequest wanted;
-    SwMgrLogAnswer header;
-    const int status = answerBegin(request, requestLength, answer, answerLength, wanted, header);
-    if (status != 0)
-        return status;
-    header.skipped = unkept;
-    header.last = header.newest;
-    size_t used = sizeof(header);
-    for (uint32_t i = 0; i < count; ++i) {
-        if (failures[i].entry.number <= wanted.after)
-            continue;
-        if (!answerAdd(failures[i].entry, failures[i].text, answer, *answerLength, used)) {
-            header.last = failures[i].entry.number - 1; // the rest must be asked for
-            break;
-        }
-        ++header.count;
-    }
-    memcpy(answer, &header, sizeof(header));
-    *answerLength = static_cast<uint32_t>(used);
-    return 0;
+    return keptAnswer(
+        request, requestLength, answer, answerLength, unkept, count,
+        [](uint32_t i, const char *&text) -> const SwMgrLogEntry & {
+            text = failures[i].text;
+            return failures[i].entry;
+        });
 }
 
 } // namespace logd

@@ -13,9 +13,6 @@ namespace {
 constexpr const char *bridgePart = "bridge";
 constexpr const char *bridgeSwitch = "BRIDGE";
 constexpr const char *snoopingName = "multicast snooping";
-constexpr const char *pauseName = "pause frames";
-constexpr const char *rateName = "rate limit";
-constexpr const char *schedulingName = "scheduling";
 constexpr int fullFrame = 1514; // bytes that a weight of 1 stands for
 constexpr int heaviest = 1000;  // higher weights are taken as this
 
@@ -62,20 +59,6 @@ std::string textOf(const std::vector<std::string> &words)
     return schedulingText(bands, strict, weights);
 }
 
-std::string rateText(int rate)
-{
-    return rate == 0 ? "none" : std::to_string(rate) + " kbit/s";
-}
-
-SettingInForce &add(std::vector<SettingInForce> &all, const char *name, int port)
-{
-    SettingInForce &setting = all.emplace_back();
-    setting.part = bridgePart;
-    setting.name = name;
-    setting.port = port;
-    return setting;
-}
-
 // The newest call that begins like this; its line is null if there is none.
 SentLog::Call newest(const SentLog &sent, const std::string &beginning)
 {
@@ -95,11 +78,11 @@ void takeSending(const SentLog &sent, const DevicePort &port, std::vector<Settin
         return call.line != nullptr && call.line->number > begun.line->number;
     };
     const SentLog::Call rate = newest(sent, adds + "root handle 10: tbf rate ");
-    SettingInForce &limit = add(all, rateName, port.number);
+    SettingInForce &limit = addSetting(all, bridgePart, rateName, port.number);
     const bool limited = since(rate);
     limit.value = rateText(limited ? numberIn(rate.words, 0) : 0);
     takeSource(limit, limited ? *rate.line : *begun.line, limited ? rate.status : begun.status);
-    SettingInForce &scheduling = add(all, schedulingName, port.number);
+    SettingInForce &scheduling = addSetting(all, bridgePart, schedulingName, port.number);
     SentLog::Call queues = newest(sent, adds + "root handle 20: ets ");
     if (SentLog::Call below = newest(sent, adds + "parent 10:1 handle 20: ets "); since(below))
         queues = std::move(below);
@@ -167,11 +150,12 @@ void readBridgeSettings(const SentLog &sent, const BridgeState &held,
                         std::vector<SettingInForce> &all)
 {
     if (held.bridge.filtering)
-        add(all, vlanModeName, wholeSwitch).value = onOff(*held.bridge.filtering);
+        addSetting(all, bridgePart, vlanModeName, wholeSwitch).value =
+            onOff(*held.bridge.filtering);
     if (held.bridge.snooping)
-        add(all, snoopingName, wholeSwitch).value = onOff(*held.bridge.snooping);
+        addSetting(all, bridgePart, snoopingName, wholeSwitch).value = onOff(*held.bridge.snooping);
     if (const SentLog::Call pause = newest(sent, "ethtool -A "); pause.line != nullptr) {
-        SettingInForce &setting = add(all, pauseName, wholeSwitch);
+        SettingInForce &setting = addSetting(all, bridgePart, pauseName, wholeSwitch);
         setting.value = pause.words.size() > 2 ? pause.words[2] : "unknown";
         takeSource(setting, *pause.line, pause.status);
     }

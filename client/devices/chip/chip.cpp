@@ -202,9 +202,7 @@ void ChipDevice::readSettings(const SentLog &sent, const Site & /*site*/,
     const LogLine *line = sent.find(state);
     if (line == nullptr)
         return;
-    SettingInForce &setting = all.emplace_back();
-    setting.part = part;
-    setting.name = vlanModeName;
+    SettingInForce &setting = addSetting(all, part, vlanModeName);
     setting.value = onOff(line->text.substr(state.size()) == "1");
     takeSource(setting, *line);
     for (const char *failure :

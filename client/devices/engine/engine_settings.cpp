@@ -15,11 +15,8 @@ namespace {
 
 constexpr const char *enginePart = "engine";
 constexpr const char *qosName = "QoS";
-constexpr const char *pauseName = "pause frames";
 constexpr const char *trustName = "trust mode";
-constexpr const char *rateName = "rate limit";
 constexpr const char *queuesName = "queues";
-constexpr const char *schedulingName = "scheduling";
 
 // The steps of the limiter in kbit/s, by its unit code, and the highest rate with each.
 struct Band {
@@ -36,11 +33,6 @@ int engineRate(int rate)
         if (rate <= band.highest && (rate >= leastRate || &band != &bands[0]))
             return rate / band.step * band.step;
     return 0;
-}
-
-std::string rateText(int rate)
-{
-    return rate == 0 ? "none" : std::to_string(rate) + " kbit/s";
 }
 
 // The trust mode that each flag of its tool stands for, in their order.
@@ -119,15 +111,6 @@ void wantQueueCount(const std::vector<Row> &ports, std::vector<WantedSetting> &a
                    .requests = {wish.request(toInt(last->text("portNumber")))}});
 }
 
-SettingInForce &add(std::vector<SettingInForce> &all, const char *name, int port)
-{
-    SettingInForce &setting = all.emplace_back();
-    setting.part = enginePart;
-    setting.name = name;
-    setting.port = port;
-    return setting;
-}
-
 // A bandwidth that an interface event reports becomes a limit of port 1.
 void takeRates(const SentLog &sent, std::vector<SettingInForce> &all)
 {
@@ -139,7 +122,7 @@ void takeRates(const SentLog &sent, std::vector<SettingInForce> &all)
     const int eventRate = to != std::string::npos ? toInt(upstream->text.substr(to + 4)) : 0;
     for (const SentLog::Call &call : sent.calls("rate_limit_func set ")) {
         const int unit = numberIn(call.words, 2);
-        SettingInForce &setting = add(all, rateName, numberIn(call.words, 0));
+        SettingInForce &setting = addSetting(all, enginePart, rateName, numberIn(call.words, 0));
         const int step = unit >= 0 && unit < static_cast<int>(std::size(bands))
                              ? bands[static_cast<size_t>(unit)].step
                              : 0;
@@ -157,13 +140,14 @@ void takeRates(const SentLog &sent, std::vector<SettingInForce> &all)
 void takeQueues(const SentLog &sent, std::vector<SettingInForce> &all)
 {
     for (const SentLog::Call &call : sent.calls("tc_func set ")) {
-        SettingInForce &setting = add(all, queuesName, wholeSwitch);
+        SettingInForce &setting = addSetting(all, enginePart, queuesName, wholeSwitch);
         const auto code = static_cast<size_t>(numberIn(call.words, 0));
         setting.value = code < queueCounts.size() ? std::to_string(queueCounts[code]) : "unknown";
         takeSource(setting, *call.line, call.status);
     }
     for (const SentLog::Call &call : sent.calls("queue_weight_func set ")) {
-        SettingInForce &setting = add(all, schedulingName, numberIn(call.words, 0));
+        SettingInForce &setting =
+            addSetting(all, enginePart, schedulingName, numberIn(call.words, 0));
         const auto code = static_cast<size_t>(numberIn(call.words, 1));
         std::array<int, 4> weights{};
         for (size_t i = 0; i < weights.size(); ++i)
@@ -177,7 +161,7 @@ void takeQueues(const SentLog &sent, std::vector<SettingInForce> &all)
 void takePauses(const Site &site, std::vector<SettingInForce> &all)
 {
     const Part<PauseRegisters> registers = readPauseRegisters(site);
-    SettingInForce &setting = add(all, pauseName, wholeSwitch);
+    SettingInForce &setting = addSetting(all, enginePart, pauseName, wholeSwitch);
     if (!registers.held) {
         setting.unknown = registers.reason;
         return;
@@ -237,13 +221,13 @@ void wantEngineSettings(const Rehearsal &start, const std::vector<Row> &ports,
 void readEngineSettings(const SentLog &sent, const Site &site, std::vector<SettingInForce> &all)
 {
     for (const SentLog::Call &call : sent.calls("sppe_ioctl rl ")) {
-        SettingInForce &setting = add(all, qosName, wholeSwitch);
+        SettingInForce &setting = addSetting(all, enginePart, qosName, wholeSwitch);
         setting.value = onOff(!call.words.empty() && call.words[0] == "enable");
         takeSource(setting, *call.line, call.status);
     }
     takePauses(site, all);
     for (const SentLog::Call &call : sent.calls("pri_ctl_func set ")) {
-        SettingInForce &setting = add(all, trustName, numberIn(call.words, 0));
+        SettingInForce &setting = addSetting(all, enginePart, trustName, numberIn(call.words, 0));
         setting.value = "unknown";
         for (size_t i = 0; i < trustModes.size(); ++i)
             if (numberIn(call.words, i + 1) == 1)
