@@ -310,6 +310,10 @@ void showText(FILE *stream, const Network &network, bool colour, size_t columns)
         fprintf(stream, "No switches are configured.\n");
     if (!network.columns.empty() && !network.vlans.empty())
         showMatrix(stream, network, colour, columns);
+    for (const SentSetting &setting : network.sent)
+        fprintf(stream, "%s: %s (%s)%s\n", setting.label.c_str(), shown(setting.held).c_str(),
+                setting.source.c_str(),
+                setting.held == setting.wanted ? "" : (", should be " + setting.wanted).c_str());
     showNotes(stream, network, columns);
 }
 
@@ -321,7 +325,14 @@ Json showJson(const Network &network)
     Json vlans = Json::array();
     for (size_t i = 0; i < network.vlans.size(); ++i)
         vlans.push_back(vlanJson(network, i));
+    Json sent = Json::array();
+    for (const SentSetting &setting : network.sent)
+        sent.push_back({{"setting", setting.label},
+                        {"wanted", setting.wanted},
+                        {"held", setting.held},
+                        {"source", setting.source}});
     return {{"switches", std::move(switches)},
+            {"settings", std::move(sent)},
             {"vlans", std::move(vlans)},
             {"start", {{"stopsAt", network.stop ? stopJson(*network.stop) : Json()}}},
             {"notes", network.notes}};

@@ -176,6 +176,25 @@ Network networkOf(Snapshot &snapshot, const Rehearsal &start, const Target &targ
     return network;
 }
 
+namespace {
+
+std::vector<SentSetting> sentSettings(const GatewayView &gateway, const Target &target)
+{
+    const Part<FailedTools> tools = readFailedTools();
+    const SentLog log = readSentLog(tools.held ? "" : tools.reason);
+    Actual actual;
+    for (const Device *device : devices())
+        device->readSettings(log, gateway.site(), {}, actual.settings);
+    std::vector<SentSetting> sent;
+    for (const WantedSetting &wanted : target.settings)
+        if (const SettingInForce *held = inForce(wanted, actual);
+            held != nullptr && !held->source.empty())
+            sent.push_back({wanted.label(), wanted.value, held->value, held->source});
+    return sent;
+}
+
+} // namespace
+
 Network networkOf(GatewayView &gateway)
 {
     Snapshot snapshot(gateway.database());
@@ -183,7 +202,9 @@ Network networkOf(GatewayView &gateway)
     std::vector<Finding> findings = checkConfiguration(snapshot.database(), {});
     markAccepted(snapshot.database(), findings);
     const Rehearsal start = running->finish();
-    Network network = networkOf(snapshot, start, targetOf(start, snapshot.database()));
+    const Target target = targetOf(start, snapshot.database());
+    Network network = networkOf(snapshot, start, target);
+    network.sent = sentSettings(gateway, target);
     for (const Finding &finding : findings)
         if (finding.severity == Severity::error)
             network.notes.push_back(finding.name + ": " + finding.message);

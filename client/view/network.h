@@ -69,11 +69,20 @@ struct PortColumn {
     std::optional<int32_t> pvid; // none if the port has no default tag
 };
 
+// A setting of which only the log tells what is in force.
+struct SentSetting {
+    std::string label;  // "rate limit of engine port 1"
+    std::string wanted; // by a start and the rows
+    std::string held;
+    std::string source; // "last sent 2026-01-31 12:00:00"
+};
+
 struct Network {
     std::vector<SwitchConfig> switches;   // highest level first
     std::vector<VlanConfig> vlans;        // in the order of the rows
     std::vector<PortColumn> columns;      // switch by switch
     std::vector<std::vector<Cell>> lines; // one per VLAN, one cell per column
+    std::vector<SentSetting> sent;        // what is in force now, as far as it is known
     std::optional<Stop> stop;
     std::vector<std::string> notes; // errors in the rows
     size_t warnings = 0;            // about the rows
