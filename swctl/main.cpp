@@ -73,6 +73,8 @@ int parseAndRun(const std::vector<std::string> &words)
         if (parsed.asked == Asked::option)
             return runAlone(parsed.call);
     } catch (const Failure &failure) {
+        if (std::find(words.begin(), words.end(), "--json") != words.end())
+            printJson({{"outcome", "unusable"}, {"reason", failure.what()}});
         fprintf(stderr, "swctl: %s\nSee 'swctl --help' or the --help of the command.\n",
                 failure.what());
         return failure.status;
