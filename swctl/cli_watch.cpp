@@ -20,8 +20,14 @@ namespace {
 constexpr int readAnyway =
     15; // rounds after which the chip's table is read even without a log message
 
+// A line of the log that reports a failure.
+struct Reason {
+    int64_t time = 0; // ns since 1970
+    std::string text;
+};
+
 // Whether the service has logged anything since the last call; true if that is unknown.
-bool hasSpoken(LogFollower &follower, std::vector<std::string> &reasons)
+bool hasSpoken(LogFollower &follower, std::vector<Reason> &reasons)
 {
     std::vector<LogLine> lines;
     bool heard = true;
@@ -33,7 +39,10 @@ bool hasSpoken(LogFollower &follower, std::vector<std::string> &reasons)
     } catch (const Failure &) {
         heard = false;
     }
-    reasons = reasonsIn(lines);
+    reasons.clear();
+    for (const LogLine &line : lines)
+        for (std::string &text : reasonsIn({line}))
+            reasons.push_back({line.time, std::move(text)});
     return !heard || !lines.empty();
 }
 
@@ -73,13 +82,12 @@ void printSceneChange(const SceneChange &change, bool json)
         printf("%s  %s\n", timeText(now).c_str(), shown(change.text()).c_str());
 }
 
-void printReason(const std::string &reason, bool json)
+void printReason(const Reason &reason, bool json)
 {
-    const int64_t now = nanosecondsNow(CLOCK_REALTIME);
     if (json)
-        printJson({{"time", now}, {"subject", "log"}, {"text", reason}});
+        printJson({{"time", reason.time}, {"subject", "log"}, {"text", reason.text}});
     else
-        printf("%s  service: %s\n", timeText(now).c_str(), shown(reason).c_str());
+        printf("%s  service: %s\n", timeText(reason.time).c_str(), shown(reason.text).c_str());
 }
 
 int runWatch(const Call &call)
@@ -89,7 +97,7 @@ int runWatch(const Call &call)
     GatewayView gateway(Database(globals.database, Access::read), globals.site);
     Watcher watcher(gateway);
     LogFollower follower(SWMGR_LOG_DEVDEBUG);
-    std::vector<std::string> reasons;
+    std::vector<Reason> reasons;
     static_cast<void>(hasSpoken(follower, reasons)); // skip older records
     static_cast<void>(watcher.databaseMoved());
     Scene before = watcher.observe(/*table=*/true);
@@ -102,7 +110,7 @@ int runWatch(const Call &call)
         Scene now = watcher.observe(moved || heard || looks % readAnyway == 0);
         for (const SceneChange &change : changesBetween(before, now))
             printSceneChange(change, globals.json);
-        for (const std::string &reason : reasons)
+        for (const Reason &reason : reasons)
             printReason(reason, globals.json);
         fflush(stdout);
         before = std::move(now);
@@ -119,7 +127,7 @@ constexpr OptionRow options[] = {
 constexpr CommandRow commands::watch = {
     nullptr,
     "watch",
-    "Print a line for each change of rows, chip, sub-interfaces, links and service, and for "
+    "Print a line for each change of rows, chip, sub-interfaces, links, settings and service, and for "
     "each failure in the log, until interrupted",
     "  swctl watch\n  swctl watch --interval 10 --json",
     runWatch,

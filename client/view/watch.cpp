@@ -102,6 +102,7 @@ Scene Watcher::observe(bool table)
     addKernel(scene);
     for (const Device *device : devices())
         addDevice(scene, *device, table);
+    addSettings(scene);
     return scene;
 }
 
@@ -160,6 +161,19 @@ void Watcher::addDevice(Scene &scene, const Device &device, bool table)
             known[{id, part}] = reading.held->vlanText(id);
     }
     scene.insert(known.begin(), known.end());
+}
+
+// What the log knows of; its daemon can be asked without the service.
+void Watcher::addSettings(Scene &scene)
+{
+    const SentLog log = readSentLog("");
+    std::vector<SettingInForce> settings;
+    for (const Device *device : devices())
+        if (nodeOf(gateway.database(), *device))
+            device->readSettings(log, gateway.site(), {}, settings);
+    for (const SettingInForce &setting : settings)
+        scene[{0, settingLabel(setting.part, setting.name, setting.port)}] =
+            setting.unknown.empty() ? setting.value : "not known: " + setting.unknown;
 }
 
 void Watcher::addService(Scene &scene)

@@ -42,6 +42,7 @@ private:
     void addDevice(Scene &scene, const Device &device, bool table);
     void addKernel(Scene &scene);
     void addService(Scene &scene);
+    void addSettings(Scene &scene);
 
     GatewayView &gateway;
     std::string version;                     // of the database's content

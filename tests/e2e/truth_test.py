@@ -67,6 +67,21 @@ class Truth(ServedTest):
         self.assertIn("sent: on", self.swctl(APPLIED, "repair"))
         self.assertTrue(self.swctl(APPLIED, "status").startswith("healthy\n"))
 
+    def test_of_settings_that_a_watch_sees(self):
+        watch = subprocess.Popen([BUILD / "bin/swctl", "--database", self.hardware.database,
+                                  "--relay-dir", self.hardware.relay, "--json", "watch",
+                                  "--interval", "1"], stdout=subprocess.PIPE, text=True)
+        self.addCleanup(watch.kill)
+        seen = set()
+        state = 0
+        while ("802.1Q of the chip", "on", "off") not in seen:
+            self.swctl(APPLIED, "command", 33, "--switch", "BCM", "--payload", f"0{state}000000")
+            state = 1 - state
+            line = json.loads(watch.stdout.readline())
+            seen.add((line["subject"], line.get("was"), line.get("is")))
+        watch.send_signal(signal.SIGINT)
+        watch.communicate()
+
     def test_of_settings_that_take_the_road_of_all_changes(self):
         self.swctl(APPLIED, "recover")
         limits = lambda: {port["port"]: (port["rate"]["value"], port["rate"]["unit"])
