@@ -9,6 +9,9 @@
 #include "swctl/commands.h"
 #include "swctl/interruption.h"
 #include "swctl/report.h"
+#include "swctl/validate.h"
+
+#include <poll.h>
 
 namespace swctl {
 namespace {
@@ -68,9 +71,15 @@ bool rollBack(const std::string &path)
 
 // A start of the service does not send all settings. Nothing is said of a service that does not
 // answer: what is unfinished in the rows can be recovered without it.
-std::vector<std::string> sentAfterStart(const Globals &globals)
+std::vector<std::string> sentAfterStart(const Globals &globals, int patience)
 {
-    if (!serviceAnswers())
+    constexpr int napMs = 100;
+    bool answers = serviceAnswers();
+    for (int left = patience * 1000; !answers && left > 0; left -= napMs) {
+        poll(nullptr, 0, napMs);
+        answers = serviceAnswers();
+    }
+    if (!answers)
         return {};
     GatewayView gateway = openGateway(globals, Access::read);
     return sendAfterStart(gateway);
@@ -88,7 +97,7 @@ int runRecover(const Call &call)
         History history(globals.database);
         verdict = recoverFirst(gateway, history).verdict;
     }
-    const std::vector<std::string> sent = sentAfterStart(globals);
+    const std::vector<std::string> sent = sentAfterStart(globals, call.integer("--after-start"));
     if (globals.json) {
         Json json = verdict ? verdictJson(*verdict)
                             : Json{{"outcome", restored ? "rows restored" : "nothing unfinished"}};
@@ -141,6 +150,10 @@ constexpr OptionRow diffOptions[] = {
     allFlag,
     {"-v,--verbose", nullptr, "Also show differences without effect, which count as equal"},
 };
+constexpr OptionRow recoverOptions[] = {
+    {"--after-start", "SECONDS", "Wait up to this long for a service that is starting, 0 to 3600",
+     decimal<0, 3600>, "0"},
+};
 constexpr OptionRow repairOptions[] = {
     allFlag,
     {"--dry-run", nullptr, "Only show what differs"},
@@ -165,10 +178,13 @@ constexpr CommandRow commands::repair = {
     {repairOptions, commentFlag}};
 
 constexpr CommandRow commands::recover = {
-    nullptr, "recover",
+    nullptr,
+    "recover",
     "Finish or revert a change that was interrupted, and send the settings that a start of the "
     "service does not send; the unit and the init script run it after each start",
-    "  swctl recover", runRecover};
+    "  swctl recover\n  swctl recover --after-start 30",
+    runRecover,
+    {recoverOptions}};
 
 constexpr CommandRow commands::rehearse = {
     nullptr, "rehearse",

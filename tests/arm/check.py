@@ -105,6 +105,7 @@ def main():
             if step == "power":
                 expected = Expected()
             expected.start(*rows)
+            expected.send_after_start(rows[1])
         check_hardware(step, report / step, expected)
         memory = check_process(step, report / step)
         print(f"    {step}: {len(vlans)} VLANs compared, swmgrd takes {memory} kB (PSS)")

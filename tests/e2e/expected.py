@@ -173,6 +173,16 @@ class Expected:
         for number in self.engine_ports if port is None else [port]:
             self.queues[number] = ({0: 1, 1: 0, 3: 2}[mode], exponents)
 
+    def send_after_start(self, ports):
+        """What no start sends, and 'swctl recover' does after it."""
+        for row in ports:
+            weights = [row[f"queue{number}Weight"] for number in range(1, 5)]
+            queues = (row["numQueues"], row["schedMode"], weights)
+            if row["switchName"] == "PSE" and row["rateLimit"]:
+                self.rate_limit(row["portNumber"], row["rateLimit"])
+            if row["switchName"] == "PSE" and queues != (4, 0, [1, 1, 1, 1]):
+                self.schedule(row["portNumber"], *queues)
+
     # --- comparison ---------------------------------------------------------
 
     def tables(self):
