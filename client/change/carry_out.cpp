@@ -87,14 +87,19 @@ bool isChanged(const Prepared &prepared, const Difference &difference)
         [&](const WantedSetting *one) { return one->label() == difference.setting; });
 }
 
-// The settings of the change itself, which have to be seen to be in force.
+// The settings of the change itself that were not seen to be in force, whatever they are.
 std::vector<std::string> unseen(const Prepared &prepared, const Settled &settled)
 {
-    std::vector<UnknownSetting> own = settled.unknown;
-    std::erase_if(own, [&](const UnknownSetting &one) {
-        return std::find(prepared.changed.begin(), prepared.changed.end(), one.wanted) ==
-               prepared.changed.end();
-    });
+    std::vector<UnknownSetting> own;
+    for (const WantedSetting *setting : prepared.changed) {
+        if (setting->requests.empty())
+            continue; // waits for a start, which is said elsewhere
+        const SettingInForce *held = inForce(*setting, settled.actual);
+        if (held == nullptr)
+            own.push_back({setting, settled.actual.settingsReason});
+        else if (!held->unknown.empty())
+            own.push_back({setting, held->unknown});
+    }
     return textsOf(own);
 }
 

@@ -129,6 +129,8 @@ class Truth(ServedTest):
                       " ".join(deaf.said.split()))
         self.assertEqual(deaf.swctl("rate-limit", "--port", 2, "--rate", 640), DIFFERS)
         self.assertIn("could not be verified", " ".join(deaf.said.split()))
+        self.assertEqual(deaf.swctl("rate-limit", "--port", 2, "--off"), DIFFERS)
+        self.assertIn("rate limit of engine port 2: not known", " ".join(deaf.said.split()))
         self.assertEqual(deaf.swctl("metrics"), APPLIED)
         self.assertIn("swmgr_healthy 0", deaf.said)
 
