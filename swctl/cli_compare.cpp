@@ -6,6 +6,7 @@
 #include "client/service/service.h"
 #include "common/json.h"
 #include "swctl/cli_change.h"
+#include "swctl/cli_file.h"
 #include "swctl/commands.h"
 #include "swctl/interruption.h"
 #include "swctl/report.h"
@@ -18,6 +19,8 @@ namespace {
 
 int runDiff(const Call &call)
 {
+    if (call.has("FILE"))
+        return diffWithFile(call);
     const Globals &globals = call.globals;
     GatewayView gateway = openGateway(globals, Access::read);
     const Verdict verdict =
@@ -147,6 +150,7 @@ constexpr OptionRow allFlag = {"--all", nullptr,
                                "Read every entry of the chip, not only those that the "
                                "database or a sub-interface names"};
 constexpr OptionRow diffOptions[] = {
+    {"FILE", "FILE", "Compare the rows with this configuration file instead, - for standard input"},
     allFlag,
     {"-v,--verbose", nullptr, "Also show differences without effect, which count as equal"},
 };
@@ -165,7 +169,7 @@ constexpr CommandRow commands::diff = {
     nullptr,
     "diff",
     "Compare what a startup from the database would give with what chip, engine and kernel hold",
-    "  swctl diff\n  swctl diff --all --json",
+    "  swctl diff\n  swctl diff --all --json\n  swctl diff gateway.json",
     runDiff,
     {diffOptions}};
 

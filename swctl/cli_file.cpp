@@ -1,8 +1,11 @@
 // The commands for whole configurations and batches: export, apply, batch.
+#include "swctl/cli_file.h"
 #include "client/base/failure.h"
 #include "client/base/file.h"
 #include "client/base/text.h"
 #include "client/plan/configuration_file.h"
+#include "client/rows/row_text.h"
+#include "common/json.h"
 #include "swctl/cli_change.h"
 #include "swctl/cli_configuration.h"
 #include "swctl/commands.h"
@@ -55,12 +58,18 @@ int runExport(const Call &call)
     return exitDone;
 }
 
-int runApply(const Call &call)
+// The configuration in the file, or on standard input.
+FileWish wishFrom(const Call &call)
 {
     const bool isInput = call.text("FILE") == "-";
     const std::string name = isInput ? inputName : call.text("FILE");
     const std::string text = isInput ? contentsOf(stdin, name) : contentsOf(name);
-    return change(call, fileWishOf(text, name));
+    return fileWishOf(text, name);
+}
+
+int runApply(const Call &call)
+{
+    return change(call, wishFrom(call));
 }
 
 // Splits a line at blanks; quotes keep words together.
@@ -150,6 +159,25 @@ constexpr OptionRow inputFile[] = {
 };
 
 } // namespace
+
+int diffWithFile(const Call &call)
+{
+    const FileWish wish = wishFrom(call);
+    Database database(call.globals.database, Access::read);
+    const Transaction transaction(database, Access::read);
+    const ChangeSet changes = planFile(database, wish);
+    std::vector<std::string> lines;
+    for (const RowChange &change : changes.rows)
+        lines.push_back(changeText(change));
+    if (call.globals.json)
+        printJson({{"outcome", lines.empty() ? "equal" : "different"}, {"changes", lines}});
+    for (const std::string &line : lines)
+        if (!call.globals.json)
+            printLines(stdout, printable(line));
+    if (lines.empty() && !call.globals.json)
+        puts("The rows match the file.");
+    return lines.empty() ? exitDone : exitDiffers;
+}
 
 constexpr CommandRow commands::exportFile = {
     nullptr,

@@ -51,8 +51,12 @@ int runConfirm(const Call &call)
         return exitRefused;
     }
     endTrial(globals.database);
-    History history(globals.database);
-    rememberConfirmed(history, *trial, call.text("--comment"));
+    try {
+        History history(globals.database);
+        rememberConfirmed(history, *trial, call.text("--comment"));
+    } catch (const Failure &failure) { // it is kept all the same
+        fprintf(stderr, "swctl: the confirmation is not in the history: %s\n", failure.what());
+    }
     const std::string what = trial->changes.what + " " + trial->changes.verb;
     if (globals.json)
         printJson({{"outcome", "applied"}, {"what", trial->changes.what}, {"confirmed", true}});

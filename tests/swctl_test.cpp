@@ -334,6 +334,22 @@ log --level loud)x");
     EXPECT_EQ(everything(), before);
 }
 
+TEST_F(Swctl, aFileIsComparedWithTheRows)
+{
+    const std::string file = directory + "/new.json";
+    EXPECT_EQ(run("export " + file).status, 0);
+    EXPECT_EQ(run("diff " + file).out, "The rows match the file.\n");
+    std::ofstream(file) << R"({"vlans": [{"vlan": 11, "interface": "eth0", "members": [3]}]})";
+    const std::string before = everything();
+    const Result different = run("diff " + file);
+    EXPECT_EQ(different.status, 4);
+    EXPECT_HAS(different.out, "VLAN 10 deleted\n");
+    EXPECT_HAS(different.out, "VLAN 11 added: interface eth0, ports 3\n");
+    EXPECT_HAS(run("diff --json " + file).out, R"({"outcome":"different","changes":["VLAN 10)");
+    EXPECT_EQ(run("diff " + file + "x").status, 2);
+    EXPECT_EQ(everything(), before);
+}
+
 TEST_F(Swctl, rangesOfVlansAreOneChange)
 {
     const std::tuple<const char *, int, const char *> lines[] = {
