@@ -287,7 +287,8 @@ constexpr OptionRow historyOptions[] = {
 };
 constexpr OptionRow undoArguments[] = {
     {"N", "CHANGE", "Number of the change, as 'history' shows it", decimal<1, mostNumber>},
-    {"--to", "CHANGE", "Revert every change after this one; 0: all of them", decimal<0, mostNumber>},
+    {"--to", "CHANGE", "Revert every change after this one; 0: all of them",
+     decimal<0, mostNumber>},
 };
 
 } // namespace

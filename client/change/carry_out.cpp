@@ -269,6 +269,9 @@ void writeAndPrepare(GatewayView &gateway, const History &history, const Wish &w
         if (touchesSwitches)
             prepared.old = targetOfStart(gateway, *prepared.before);
         prepared.target = targetOf(running->finish(), prepared.after->database());
+        if (!touchesSwitches) // leaves to 'swctl diff' what takes programs to look at
+            std::erase_if(prepared.target.settings,
+                          [](const WantedSetting &setting) { return setting.isCostly; });
         if (!options.force)
             refuseStop(gateway, *prepared.before, prepared.target, changes);
     }

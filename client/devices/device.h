@@ -182,8 +182,9 @@ public:
                               std::vector<WantedSetting> & /*all*/) const
     {
     }
-    // What is in force, as far as the log, the device or its tools tell.
-    virtual void readSettings(const SentLog & /*sent*/, const Site & /*site*/,
+    // What is in force, as far as the log or the device tell, and `site`, unless it is null, to
+    // look up what is costly.
+    virtual void readSettings(const SentLog & /*sent*/, const Site * /*site*/,
                               const DeviceReading & /*reading*/,
                               std::vector<SettingInForce> & /*all*/) const
     {

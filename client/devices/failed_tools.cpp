@@ -14,10 +14,8 @@ Part<FailedTools> readFailedTools()
     Part<FailedTools> part;
     try {
         FailedTools failed;
-        RequestLog log;
-        static_cast<void>(log.take()); // after this the log daemon has every record
-        if (!log.available()) {
-            part.reason = log.reason();
+        if (std::string lacking = awaitLog(); !lacking.empty()) {
+            part.reason = std::move(lacking);
             return part;
         }
         const Hearing heard = failedTools([&](const LogLine &line) {

@@ -30,6 +30,7 @@ struct WantedSetting {
     std::string rounded{}; // the row's value, if the device can only come close to it
     bool asked = true;     // false: the rows ask for nothing that a device does not do anyway
     bool byStart = true;   // a start of the service sends it
+    bool isCostly = false; // programs have to run to see what is in force
 
     std::string switchName{};               // that gets the requests
     std::vector<SettingRequest> requests{}; // that put it into force; none: only a start does

@@ -5,6 +5,7 @@
 #include "client/devices/own_links.h"
 #include "client/gateway/devices.h"
 
+#include <algorithm>
 #include <unistd.h>
 
 #include <utility>
@@ -81,8 +82,10 @@ Actual GatewayView::read(Snapshot &snapshot, const Target &target, const std::se
                                     .progress = progress});
     }
     const SentLog sent = readSentLog(actual.tools.held ? "" : actual.tools.reason);
+    const bool costly = std::any_of(target.settings.begin(), target.settings.end(),
+                                    [](const WantedSetting &setting) { return setting.isCostly; });
     for (const Device *device : devices())
-        device->readSettings(sent, place, actual.of(*device), actual.settings);
+        device->readSettings(sent, costly ? &place : nullptr, actual.of(*device), actual.settings);
     actual.settingsReason = sent.reason;
     return actual;
 }

@@ -29,16 +29,13 @@ RequestLog::RequestLog() : follower(SWMGR_LOG_DEVDEBUG)
     }
 }
 
-std::vector<LogLine> RequestLog::take()
+std::string awaitLog()
 {
     static int serial = 0;
-    std::vector<LogLine> lines;
-    if (!heard)
-        return lines;
-    lacking = "the service does not answer";
+    // Such an event has no effect, but its line comes after everything logged before it.
+    const int rowId = (getpid() % 1000000 + 1) * 64 + serial++ % 64;
+    std::string lacking = "the service does not answer";
     try {
-        // Such an event has no effect, but its line comes after everything logged before it.
-        const int rowId = (getpid() % 1000000 + 1) * 64 + serial++ % 64;
         askNothing(rowId);
         lacking = noDaemon;
         bool seen = markerArrived(rowId);
@@ -46,15 +43,28 @@ std::vector<LogLine> RequestLog::take()
             poll(nullptr, 0, napMs);
             seen = markerArrived(rowId);
         }
-        follower.read([&](const LogLine &line) {
-            if (line.module == SWMGR_RELAY_MODULE_ID)
-                lines.push_back(line);
-        });
-        heard = seen;
-        lacking = seen ? "" : "the service does not log to the log daemon";
+        return seen ? "" : "the service does not log to the log daemon";
     } catch (const Failure &) {
-        heard = false;
+        return lacking;
     }
+}
+
+std::vector<LogLine> RequestLog::take()
+{
+    std::vector<LogLine> lines;
+    if (!heard)
+        return lines;
+    lacking = awaitLog();
+    try {
+        if (lacking.empty())
+            follower.read([&](const LogLine &line) {
+                if (line.module == SWMGR_RELAY_MODULE_ID)
+                    lines.push_back(line);
+            });
+    } catch (const Failure &) {
+        lacking = noDaemon;
+    }
+    heard = lacking.empty();
     return lines;
 }
 

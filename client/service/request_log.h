@@ -8,6 +8,10 @@
 
 namespace swctl {
 
+// Waits until the daemon has every record that the service has logged so far. Returns why
+// that cannot be known; empty if it has.
+std::string awaitLog();
+
 // Records from its construction on. Without a log daemon it stays empty.
 class RequestLog {
 public:

@@ -178,13 +178,13 @@ Network networkOf(Snapshot &snapshot, const Rehearsal &start, const Target &targ
 
 namespace {
 
-std::vector<SentSetting> sentSettings(const GatewayView &gateway, const Target &target)
+std::vector<SentSetting> sentSettings(const Target &target)
 {
     const Part<FailedTools> tools = readFailedTools();
     const SentLog log = readSentLog(tools.held ? "" : tools.reason);
     Actual actual;
     for (const Device *device : devices())
-        device->readSettings(log, gateway.site(), {}, actual.settings);
+        device->readSettings(log, /*site=*/nullptr, {}, actual.settings);
     std::vector<SentSetting> sent;
     for (const WantedSetting &wanted : target.settings)
         if (const SettingInForce *held = inForce(wanted, actual);
@@ -204,7 +204,7 @@ Network networkOf(GatewayView &gateway)
     const Rehearsal start = running->finish();
     const Target target = targetOf(start, snapshot.database());
     Network network = networkOf(snapshot, start, target);
-    network.sent = sentSettings(gateway, target);
+    network.sent = sentSettings(target);
     for (const Finding &finding : findings)
         if (finding.severity == Severity::error)
             network.notes.push_back(finding.name + ": " + finding.message);

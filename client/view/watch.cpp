@@ -170,7 +170,7 @@ void Watcher::addSettings(Scene &scene)
     std::vector<SettingInForce> settings;
     for (const Device *device : devices())
         if (nodeOf(gateway.database(), *device))
-            device->readSettings(log, gateway.site(), {}, settings);
+            device->readSettings(log, /*site=*/nullptr, {}, settings);
     for (const SettingInForce &setting : settings)
         scene[{0, settingLabel(setting.part, setting.name, setting.port)}] =
             setting.unknown.empty() ? setting.value : "not known: " + setting.unknown;

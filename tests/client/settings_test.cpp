@@ -60,7 +60,7 @@ std::vector<SettingInForce> told(const Device &device, const SentLog &log,
     std::vector<SettingInForce> all;
     Site site;
     site.engineState = "none";
-    device.readSettings(log, site, reading, all);
+    device.readSettings(log, &site, reading, all);
     return all;
 }
 

@@ -52,7 +52,7 @@ public:
     {
         wantBridgeSettings(bridgeOf(start.events()), own, ports, all);
     }
-    void readSettings(const SentLog &sent, const Site & /*site*/, const DeviceReading &reading,
+    void readSettings(const SentLog &sent, const Site * /*site*/, const DeviceReading &reading,
                       std::vector<SettingInForce> &all) const override
     {
         if (reading.held)

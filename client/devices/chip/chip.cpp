@@ -86,7 +86,7 @@ public:
                  std::vector<Difference> &all) const override;
     void wantSettings(const Rehearsal &start, const Row &own, const std::vector<Row> &ports,
                       std::vector<WantedSetting> &all) const override;
-    void readSettings(const SentLog &sent, const Site &site, const DeviceReading &reading,
+    void readSettings(const SentLog &sent, const Site *site, const DeviceReading &reading,
                       std::vector<SettingInForce> &all) const override;
     void previewPorts(const DeviceState &before, const DeviceState &after,
                       std::vector<std::string> &lines) const override;
@@ -194,7 +194,7 @@ void ChipDevice::wantSettings(const Rehearsal &start, const Row & /*own*/,
 }
 
 // The service logs the state before it asks the driver, and only a failure after it.
-void ChipDevice::readSettings(const SentLog &sent, const Site & /*site*/,
+void ChipDevice::readSettings(const SentLog &sent, const Site * /*site*/,
                               const DeviceReading & /*reading*/,
                               std::vector<SettingInForce> &all) const
 {

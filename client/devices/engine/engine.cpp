@@ -53,7 +53,7 @@ public:
     {
         wantEngineSettings(start, ports, all);
     }
-    void readSettings(const SentLog &sent, const Site &site, const DeviceReading & /*reading*/,
+    void readSettings(const SentLog &sent, const Site *site, const DeviceReading & /*reading*/,
                       std::vector<SettingInForce> &all) const override
     {
         readEngineSettings(sent, site, all);

@@ -45,7 +45,7 @@ struct EngineLog final : DeviceState {
 
 void wantEngineSettings(const Rehearsal &start, const std::vector<Row> &ports,
                         std::vector<WantedSetting> &all);
-void readEngineSettings(const SentLog &sent, const Site &site, std::vector<SettingInForce> &all);
+void readEngineSettings(const SentLog &sent, const Site *site, std::vector<SettingInForce> &all);
 void checkEngineRows(const Configuration &all, std::vector<RowFault> &faults);
 std::span<const Rule> engineRules();
 

@@ -198,6 +198,7 @@ void wantEngineSettings(const Rehearsal &start, const std::vector<Row> &ports,
         all.push_back({.part = enginePart,
                        .name = pauseName,
                        .value = onOff(on),
+                       .isCostly = true,
                        .switchName = engineName,
                        .requests = {stateRequest(SW_CMD_PAUSE_FRAME, on)}});
     }
@@ -218,14 +219,15 @@ void wantEngineSettings(const Rehearsal &start, const std::vector<Row> &ports,
     }
 }
 
-void readEngineSettings(const SentLog &sent, const Site &site, std::vector<SettingInForce> &all)
+void readEngineSettings(const SentLog &sent, const Site *site, std::vector<SettingInForce> &all)
 {
     for (const SentLog::Call &call : sent.calls("sppe_ioctl rl ")) {
         SettingInForce &setting = addSetting(all, enginePart, qosName, wholeSwitch);
         setting.value = onOff(!call.words.empty() && call.words[0] == "enable");
         takeSource(setting, *call.line, call.status);
     }
-    takePauses(site, all);
+    if (site != nullptr)
+        takePauses(*site, all);
     for (const SentLog::Call &call : sent.calls("pri_ctl_func set ")) {
         SettingInForce &setting = addSetting(all, enginePart, trustName, numberIn(call.words, 0));
         setting.value = "unknown";
