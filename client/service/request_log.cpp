@@ -34,14 +34,16 @@ std::string awaitLog()
     static int serial = 0;
     // Such an event has no effect, but its line comes after everything logged before it.
     const int rowId = (getpid() % 1000000 + 1) * 64 + serial++ % 64;
-    std::string lacking = "the service does not answer";
+    std::string lacking = noDaemon;
     try {
+        bool seen = markerArrived(rowId); // not yet: without a daemon the service is not asked
+        lacking = "the service does not answer";
         askNothing(rowId);
         lacking = noDaemon;
-        bool seen = markerArrived(rowId);
         for (int nap = 0; !seen && nap < mostNaps; ++nap) {
-            poll(nullptr, 0, napMs);
             seen = markerArrived(rowId);
+            if (!seen)
+                poll(nullptr, 0, napMs);
         }
         return seen ? "" : "the service does not log to the log daemon";
     } catch (const Failure &) {
