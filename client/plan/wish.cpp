@@ -39,23 +39,25 @@ ChangeSet undone(const ChangeSet &changes, int64_t number, std::string verb)
     return back;
 }
 
+void refuseChangedRows(Database &database, const ChangeSet &changes, const std::string &what)
+{
+    if (!rowsAreAfter(database, changes))
+        throw Failure(exitRefused, "refused: " + what +
+                                       " cannot be undone: its rows were changed again since; "
+                                       "nothing was changed");
+}
+
 ChangeSet plan(Database &database, const UndoWish &wish)
 {
     const std::string number = std::to_string(wish.number);
-    if (!rowsAreAfter(database, wish.changes))
-        throw Failure(exitRefused, "refused: change " + number +
-                                       " cannot be undone: its rows were changed again "
-                                       "since; nothing was changed");
+    refuseChangedRows(database, wish.changes, "change " + number);
     return undone(wish.changes, wish.number, "as before change " + number);
 }
 
 ChangeSet plan(Database &database, const UndoToWish &wish)
 {
     const std::string number = std::to_string(wish.number);
-    if (!rowsAreAfter(database, wish.changes))
-        throw Failure(exitRefused, "refused: the changes after " + number +
-                                       " cannot be undone: their rows were changed otherwise "
-                                       "since; nothing was changed");
+    refuseChangedRows(database, wish.changes, "what came after change " + number);
     ChangeSet back = undone(wish.changes, 0, "as after change " + number);
     back.undoesTo = wish.number;
     return back;

@@ -312,9 +312,8 @@ TEST_F(Settings, areSentAfterTheirRowsAndSeenInForce)
     const Verdict again = carry(portWish(1, {{"rateLimit", int64_t{100}}}), named);
     EXPECT_EQ(joined(again.settled), "the service was sent it again");
     EXPECT_EQ(heard(), "command 50 for PSE");
-    const GatewayView gateway = view();
-    GatewayView other = view();
-    const Preview seen = preview(other, portWish(1, {{"rateLimit", int64_t{0}}}), {});
+    GatewayView gateway = view();
+    const Preview seen = preview(gateway, portWish(1, {{"rateLimit", int64_t{0}}}), {});
     EXPECT_EQ(joined(seen.lines), "~ rate limit of engine port 1: 64 kbit/s -> none");
     EXPECT_EQ(joined(seen.actions), "rate_limit_func set 1 0 0 -> 0");
 }
