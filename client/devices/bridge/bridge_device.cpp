@@ -11,8 +11,8 @@ constexpr int commands[] = {SW_CMD_VLAN_ENABLE, SW_CMD_QUEUE_SCHED, SW_CMD_PAUSE
                             SW_CMD_RATE_LIMIT,  SW_CMD_IGMP_SNOOP,  SW_CMD_MLD_SNOOP};
 
 constexpr DeviceFacts facts = {
-    .name = "BRIDGE",
-    .part = "bridge",
+    .name = bridgeSwitch,
+    .part = bridgePart,
     .words = "a bridge",
     .preview = "bridge",
     .portCount = 32,

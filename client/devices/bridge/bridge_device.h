@@ -13,6 +13,9 @@ namespace swctl {
 
 const Device &bridgeDevice();
 
+constexpr const char *bridgeSwitch = "BRIDGE";
+constexpr const char *bridgePart = "bridge";
+
 struct BridgeState final : DeviceState {
     [[nodiscard]] std::string label() const override;
     [[nodiscard]] std::string vlanText(int id) const override;

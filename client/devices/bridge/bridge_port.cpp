@@ -120,7 +120,7 @@ PortAnswer explainBridgePort(const PortQuestion &question)
     for (const Difference &difference : question.differences)
         if (difference.kind != DifferenceKind::link
                 ? concerned.contains(difference.vlanId) ||
-                      difference.isSettingOf("bridge", question.port.number)
+                      difference.isSettingOf(bridgePart, question.port.number)
                 : difference.parent == interface || difference.parent == wanted.name)
             all.differs.push_back(difference);
     if (partIn(wanted, question.vlanId, interface) == nullptr)

@@ -10,8 +10,6 @@
 namespace swctl {
 namespace {
 
-constexpr const char *bridgePart = "bridge";
-constexpr const char *bridgeSwitch = "BRIDGE";
 constexpr const char *snoopingName = "multicast snooping";
 constexpr int fullFrame = 1514; // bytes that a weight of 1 stands for
 constexpr int heaviest = 1000;  // higher weights are taken as this

@@ -14,7 +14,7 @@ constexpr int commands[] = {SW_CMD_VLAN_ENABLE};
 
 constexpr DeviceFacts facts = {
     .name = "BCM",
-    .part = "chip",
+    .part = chipPart,
     .words = "the chip",
     .preview = "BCM",
     .portCount = chipPortCount,

@@ -8,6 +8,8 @@ namespace swctl {
 
 const Device &chipDevice();
 
+constexpr const char *chipPart = "chip";
+
 struct ChipState final : DeviceState {
     [[nodiscard]] std::string label() const override;
     [[nodiscard]] std::string vlanText(int id) const override;

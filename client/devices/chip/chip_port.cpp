@@ -16,7 +16,7 @@ uint32_t hostPortsOf(const PortQuestion &question, const ChipState &wanted, int 
 const Difference *modeDifference(const PortQuestion &question)
 {
     for (const Difference &difference : question.differences)
-        if (difference.everyVlan && difference.isSettingOf("chip", question.port.number))
+        if (difference.everyVlan && difference.isSettingOf(chipPart, question.port.number))
             return &difference;
     return nullptr;
 }
@@ -80,7 +80,7 @@ PortAnswer explainChipPort(const PortQuestion &question)
     for (const Difference &difference : question.differences)
         if (difference.kind == DifferenceKind::defaultTag
                 ? difference.port == port
-                : concerned.contains(difference.vlanId) || difference.isSettingOf("chip", port))
+                : concerned.contains(difference.vlanId) || difference.isSettingOf(chipPart, port))
             all.differs.push_back(difference);
     if ((wanted.entry(question.vlanId).members & portBit(port)) == 0)
         all.remedyInterface = "IF";

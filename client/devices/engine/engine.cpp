@@ -14,7 +14,7 @@ constexpr int commands[] = {SW_CMD_QOS_ENABLE, SW_CMD_QUEUE_SCHED, SW_CMD_PAUSE_
 
 constexpr DeviceFacts facts = {
     .name = engineName,
-    .part = "engine",
+    .part = enginePart,
     .words = "the engine",
     .preview = nullptr,
     .portCount = 8,

@@ -12,6 +12,7 @@ namespace swctl {
 
 // The default target of switch commands; it passes them on to the switches below.
 constexpr const char *engineName = "PSE";
+constexpr const char *enginePart = "engine";
 
 const Device &engineDevice();
 

@@ -13,7 +13,6 @@
 namespace swctl {
 namespace {
 
-constexpr const char *enginePart = "engine";
 constexpr const char *qosName = "QoS";
 constexpr const char *trustName = "trust mode";
 constexpr const char *queuesName = "queues";
